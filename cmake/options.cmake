@@ -1,0 +1,41 @@
+# Warnings, sanitizers and the two functions by which folders declare their libraries.
+
+add_library(zo_options INTERFACE)
+target_compile_options(zo_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(DEFINED ENV{CI})
+  target_compile_options(zo_options INTERFACE -Werror)
+endif()
+
+if(ZO_SANITIZE STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(ZO_SANITIZE STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+  # gcc warns that it does not instrument fences; ours are all in the standard library's own headers.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wno-tsan)
+  endif()
+elseif(ZO_SANITIZE)
+  message(FATAL_ERROR "ZO_SANITIZE is empty, 'address' or 'thread', not '${ZO_SANITIZE}'")
+else()
+  # Unique symbols would keep a shared object mapped after dlclose.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-fno-gnu-unique)
+  endif()
+  add_link_options(-Wl,-z,defs)
+endif()
+
+# zo_floor(NAME SOURCES... ): a static library of one product folder.
+function(zo_floor name)
+  add_library(${name} STATIC ${ARGN})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE zo_options)
+endfunction()
+
+# zo_shared(NAME SOURCES... ): a shared object named lib<NAME>.so, without a version suffix.
+function(zo_shared name)
+  add_library(${name} SHARED ${ARGN})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE zo_options)
+endfunction()
