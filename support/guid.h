@@ -1,0 +1,32 @@
+#pragma once
+
+#include "support/export.h"
+
+#include <compare>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// A globally unique identifier as the proxy's interfaces pass it: the first three groups are numbers, not bytes.
+struct GUID {
+    std::uint32_t Data1;
+    std::uint16_t Data2;
+    std::uint16_t Data3;
+    std::uint8_t Data4[8];
+
+    friend constexpr bool operator==(const GUID&, const GUID&) = default;
+    friend constexpr auto operator<=>(const GUID&, const GUID&) = default;
+};
+static_assert(sizeof(GUID) == 16);
+
+namespace ZoHmiSrv::Algorithm {
+
+/// "01234567-89AB-CDEF-0123-456789ABCDEF", upper case, in curly braces if asked for. [any thread]
+[[nodiscard]] ZO_EXPORT std::string uuid_to_string(const GUID& guid, bool braces);
+
+/// Reads the form of `uuid_to_string` in either case. A text in braces passes only if they are allowed; one without
+/// passes always. Empty on any other text. [any thread]
+[[nodiscard]] ZO_EXPORT std::optional<GUID> guid_from_string(std::string_view text, bool allow_braces);
+
+} // namespace ZoHmiSrv::Algorithm
