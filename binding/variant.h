@@ -1,0 +1,77 @@
+#pragma once
+
+#include "binding/unknown.h"
+
+#include <cstdint>
+
+using VARTYPE = std::uint16_t;
+
+// Type tags of a variant, so far as the logger uses them.
+inline constexpr VARTYPE VT_EMPTY = 0;
+inline constexpr VARTYPE VT_NULL = 1;
+inline constexpr VARTYPE VT_I4 = 3;
+inline constexpr VARTYPE VT_BSTR = 8;
+inline constexpr VARTYPE VT_DISPATCH = 9;
+inline constexpr VARTYPE VT_BOOL = 11;
+inline constexpr VARTYPE VT_UNKNOWN = 13;
+inline constexpr VARTYPE VT_UI4 = 19;
+inline constexpr VARTYPE VT_RECORD = 36;
+// Marks that are added to a tag.
+inline constexpr VARTYPE VT_ARRAY = 0x2000;
+inline constexpr VARTYPE VT_BYREF = 0x4000;
+inline constexpr VARTYPE VT_TYPEMASK = 0x0FFF;
+
+// The array of a variant: `size` plain bytes; descriptor and data are one allocation each of malloc. A locked array is
+// never freed.
+struct SAFEARRAY {
+    std::uint32_t locks;
+    std::uint32_t size;
+    std::uint8_t* data;
+};
+
+// A tag and a value of at most two pointers.
+struct VARIANT {
+    VARTYPE vt;
+    std::uint16_t reserved[3];
+    union {
+        std::int32_t lVal;
+        std::uint32_t ulVal;
+        VARIANT_BOOL boolVal;
+        std::int64_t llVal;
+        double dblVal;
+        char* bstrVal; // a counted string
+        IUnknown* punkVal;
+        IDispatch* pdispVal;
+        SAFEARRAY* parray;
+        void* byref;
+        struct {
+            void* data;
+            void* info;
+        } record;
+    };
+};
+static_assert(sizeof(VARIANT) == 8 + 2 * sizeof(void*));
+
+// Arguments of a call by number: `rgvarg[0]` is the last one.
+struct DISPPARAMS {
+    VARIANT* rgvarg;
+    std::int32_t* rgdispidNamedArgs;
+    std::uint32_t cArgs;
+    std::uint32_t cNamedArgs;
+};
+
+namespace ZoAtlCom {
+
+// Makes an empty variant of raw memory. [any thread]
+void VariantInit(VARIANT* variant);
+
+// Lets go of what the variant owns and makes it empty. E_INVALIDARG for a tag that no variant can have,
+// DISP_E_ARRAYISLOCKED for a locked array; the variant is untouched then. [any thread]
+HRESULT VariantClear(VARIANT* variant);
+
+// Makes `target` an own copy of `source`: strings and arrays are copied, interfaces gain a reference, by-reference
+// values keep pointing where they pointed. DISP_E_BADVARTYPE for a bad tag of the source; a target that cannot be
+// cleared gives that code and stays. E_OUTOFMEMORY, and E_NOTIMPL for records, leave the target empty. [any thread]
+HRESULT VariantCopy(VARIANT* target, const VARIANT* source);
+
+} // namespace ZoAtlCom
