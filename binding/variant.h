@@ -29,6 +29,12 @@ struct SAFEARRAY {
     std::uint8_t* data;
 };
 
+// A record and its description.
+struct VariantRecord {
+    void* data;
+    void* info;
+};
+
 // A tag and a value of at most two pointers.
 struct VARIANT {
     VARTYPE vt;
@@ -44,10 +50,7 @@ struct VARIANT {
         IDispatch* pdispVal;
         SAFEARRAY* parray;
         void* byref;
-        struct {
-            void* data;
-            void* info;
-        } record;
+        VariantRecord record;
     };
 };
 static_assert(sizeof(VARIANT) == 8 + 2 * sizeof(void*));

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace ZoAtlCom {
+
+// Knows which threads are inside an object, so that its destruction can wait for them.
+class CallGate {
+public:
+    // A thread enters and leaves in pairs, nested as it likes. [any thread]
+    void enter();
+    void leave() noexcept;
+    // Waits without bound until nobody is inside. Returns at once on a thread that is itself inside: it would wait for
+    // itself. [any thread]
+    void wait_until_idle();
+
+private:
+    std::mutex mutex_;
+    std::condition_variable idle_;
+    std::vector<std::thread::id> inside_;
+};
+
+} // namespace ZoAtlCom
