@@ -1,0 +1,167 @@
+#pragma once
+
+#include "extension/host/export.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <type_traits>
+
+namespace ZoHmiSrv {
+
+class Value;
+
+/// The memory that values are made of: private to the library, shown here so that walking it costs no calls.
+namespace Layout {
+
+/// Heads every block on the heap. Blocks of one Map are chained in name order through `next`.
+struct Block {
+    Block* next;
+    std::size_t size;     ///< elements in use
+    std::size_t capacity; ///< elements that fit
+    std::uint64_t kind;
+};
+
+/// A name of a Map's member. Up to 23 bytes lie here, padded with zeros, so that three words compare as the bytes do;
+/// of a longer one the first eight bytes lie here, and the whole in a counted block that copies share.
+class ZOHMISRV_API MemberName {
+public:
+    static constexpr std::size_t inline_limit = 23;
+
+    const char* c_str() const noexcept { return is_shared() ? shared() : bytes_; }
+    bool is_shared() const noexcept { return bytes_[inline_limit] != 0; }
+
+private:
+    friend struct MemberNames;
+
+    const char* shared() const noexcept { return std::bit_cast<Tail>(*this).text; }
+    struct Tail {
+        char head[8];
+        const char* text;
+        char rest[8];
+    };
+
+    alignas(8) char bytes_[inline_limit + 1];
+};
+
+template <class T>
+struct Member {
+    MemberName name;
+    T value;
+};
+
+template <class T>
+Member<T>* members_of(Block* run) noexcept {
+    return reinterpret_cast<Member<T>*>(run + 1);
+}
+
+} // namespace Layout
+
+/// Walks the members of a Map or Struct in byte-wise order of their names. Any insertion or removal ends its validity.
+template <class T>
+class Iterator {
+    using Held = std::remove_const_t<T>;
+
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = Held;
+    using difference_type = std::ptrdiff_t;
+    using pointer = T*;
+    using reference = T&;
+
+    Iterator() noexcept = default;
+    /// From the mutable form to the const one.
+    operator Iterator<const T>() const noexcept // NOLINT(google-explicit-constructor)
+        requires(!std::is_const_v<T>) {
+        return Iterator<const T>(run_, at_);
+    }
+
+    const char* name() const noexcept { return at_->name.c_str(); }
+    T& operator*() const noexcept { return at_->value; }
+    T* operator->() const noexcept { return &at_->value; }
+
+    Iterator& operator++() noexcept {
+        if (++at_ == stop_ && run_->next != nullptr) {
+            *this = Iterator(run_->next, Layout::members_of<Held>(run_->next));
+        }
+        return *this;
+    }
+    Iterator operator++(int) noexcept {
+        Iterator before = *this;
+        ++*this;
+        return before;
+    }
+
+    friend bool operator==(const Iterator& left, const Iterator& right) noexcept { return left.at_ == right.at_; }
+
+private:
+    friend class Value;
+    friend struct ValueAccess;
+    template <class>
+    friend class Iterator;
+
+    Iterator(Layout::Block* run, Layout::Member<Held>* at) noexcept
+        : run_(run), at_(at), stop_(run == nullptr ? nullptr : Layout::members_of<Held>(run) + run->size) {}
+
+    Layout::Block* run_ = nullptr;
+    Layout::Member<Held>* at_ = nullptr;
+    Layout::Member<Held>* stop_ = nullptr;
+};
+
+template <class T>
+using ConstIterator = Iterator<const T>;
+
+/// Walks a vector. Whatever changes the vector's size ends its validity.
+template <class T>
+class VectorIterator {
+public:
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = std::remove_const_t<T>;
+    using difference_type = std::ptrdiff_t;
+    using pointer = T*;
+    using reference = T&;
+
+    VectorIterator() noexcept = default;
+    explicit VectorIterator(T* at) noexcept : at_(at) {}
+    /// From the mutable form to the const one.
+    operator VectorIterator<const T>() const noexcept // NOLINT(google-explicit-constructor)
+        requires(!std::is_const_v<T>) {
+        return VectorIterator<const T>(at_);
+    }
+
+    T& operator*() const noexcept { return *at_; }
+    T* operator->() const noexcept { return at_; }
+    T& operator[](std::ptrdiff_t by) const noexcept { return at_[by]; }
+
+    VectorIterator& operator++() noexcept {
+        ++at_;
+        return *this;
+    }
+    VectorIterator operator++(int) noexcept { return VectorIterator(at_++); }
+    VectorIterator& operator--() noexcept {
+        --at_;
+        return *this;
+    }
+    VectorIterator operator--(int) noexcept { return VectorIterator(at_--); }
+    VectorIterator& operator+=(std::ptrdiff_t by) noexcept {
+        at_ += by;
+        return *this;
+    }
+    VectorIterator& operator-=(std::ptrdiff_t by) noexcept { return *this += -by; }
+    friend VectorIterator operator+(VectorIterator it, std::ptrdiff_t by) noexcept { return it += by; }
+    friend VectorIterator operator+(std::ptrdiff_t by, VectorIterator it) noexcept { return it += by; }
+    friend VectorIterator operator-(VectorIterator it, std::ptrdiff_t by) noexcept { return it -= by; }
+    friend std::ptrdiff_t operator-(VectorIterator left, VectorIterator right) noexcept { return left.at_ - right.at_; }
+
+    friend bool operator==(const VectorIterator&, const VectorIterator&) noexcept = default;
+    friend auto operator<=>(const VectorIterator&, const VectorIterator&) noexcept = default;
+
+private:
+    T* at_ = nullptr;
+};
+
+template <class T>
+using ConstVectorIterator = VectorIterator<const T>;
+
+} // namespace ZoHmiSrv

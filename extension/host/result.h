@@ -1,0 +1,58 @@
+#pragma once
+
+#include "extension/host/error_value.h"
+#include "extension/host/export.h"
+#include "extension/host/string_holder.h"
+#include "extension/host/value_type.h"
+
+#include <string>
+
+namespace ZoHmiSrv {
+
+/// A result number with an optional UTF-8 text.
+class ZOHMISRV_API ResultPair {
+public:
+    ResultPair() noexcept;                  ///< success
+    ResultPair(ErrorValue result) noexcept; // NOLINT(google-explicit-constructor): a number is a result
+    /// A null text counts as "".
+    ResultPair(ErrorValue result, const char* text);
+    ResultPair(const ResultPair&);
+    ResultPair(ResultPair&&) noexcept;
+    ResultPair& operator=(const ResultPair&);
+    ResultPair& operator=(ResultPair&&) noexcept;
+    ~ResultPair();
+
+    ErrorValue result() const noexcept { return result_; }
+    const char* text() const noexcept { return text_.name(); }
+
+    /// Compares the number alone.
+    friend bool operator==(const ResultPair& pair, ErrorValue value) noexcept { return pair.result_ == value; }
+
+private:
+    ErrorValue result_ = HMI_SUCCESS;
+    String text_;
+};
+
+/// Builds the text of a `ResultPair` piece by piece. Not for use by several threads at once.
+class ZOHMISRV_API ResultStream {
+public:
+    explicit ResultStream(ErrorValue result) noexcept;
+    ResultStream(const ResultStream&) = delete;
+    ResultStream& operator=(const ResultStream&) = delete;
+    ~ResultStream();
+
+    ResultStream& operator<<(const char* text);
+    ResultStream& operator<<(ValueType type); ///< appends the type's name
+    ResultStream& operator<<(int number);
+    ResultStream& operator<<(long number);
+    ResultStream& operator<<(unsigned long number);
+    ResultStream& operator<<(double number); ///< the shortest text that reads back the same
+
+    operator ResultPair() const; // NOLINT(google-explicit-constructor): what the stream is for
+
+private:
+    ErrorValue result_;
+    std::string text_;
+};
+
+} // namespace ZoHmiSrv
