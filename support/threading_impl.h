@@ -1,0 +1,80 @@
+#pragma once
+
+#include "support/threading.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/thread/future.hpp>
+#include <boost/thread/thread.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace ZoHmiSrv {
+
+/// What a Threading handle shares with the waits that it started.
+///
+/// Who owns whom: the handle and every pending wait own this object; this object and every pool thread own the context;
+/// the context owns the waits in its queue. A wait that is left in the queue closes that ring, so the handle breaks it
+/// with `release_context` when it goes. The last owner of the context is then this handle, or a pool thread that has
+/// left the context's loop: the context never dies under the feet of a thread that runs it.
+///
+/// The two mutexes are never held together, and neither is held while a thread is joined or a callback runs.
+class ThreadingImpl : public std::enable_shared_from_this<ThreadingImpl> {
+public:
+    using Callback = std::function<void(TimerError)>;
+
+    /// `threads` is the number that the caller is going to add; none is started here.
+    explicit ThreadingImpl(unsigned long threads);
+
+    void add_threads(unsigned long threads);
+    void post(std::function<void()> function);
+
+    unsigned long start_new_timer(long ms, const Callback& callback);
+    unsigned long register_new_timer();
+    bool start_timer(unsigned long id, long ms, const Callback& callback);
+    void cancel_timer(unsigned long id);
+    void cancel_all_timers(const std::vector<unsigned long>& except);
+    void unregister_timer(unsigned long id);
+
+    bool stop(long timeout_ms, InterruptMode mode);
+    [[nodiscard]] bool stopped() const { return stopped_.load(std::memory_order_acquire); }
+    void wait() const;
+
+    [[nodiscard]] boost::asio::io_context& io_context() { return *io_context_; }
+    /// After `stop`, by the handle's destructor: nothing of this object needs the context any more.
+    void release_context() { io_context_.reset(); }
+
+private:
+    using Timer = boost::asio::steady_timer;
+    using Thread = std::shared_ptr<boost::thread>;
+    using ThreadTable = std::map<boost::thread::native_handle_type, Thread>;
+
+    void add_thread();
+    /// Starts the wait of a timer whose expiry is set; `id` is 0 for a registered timer. [timer mutex held]
+    void start_wait(Timer& timer, unsigned long id, const Callback& callback);
+    void callback_proxy(const Callback& callback, unsigned long id, const boost::system::error_code& error);
+    std::shared_ptr<Timer> make_timer();
+    void cancel_timers_for_good();
+    static bool join_in_time(const ThreadTable& threads, long timeout_ms);
+    /// Lets `wait` return. [pool mutex held]
+    void fulfil_promise();
+
+    std::mutex pool_mutex_;  ///< guards the threads, the work token and the promise
+    std::mutex timer_mutex_; ///< guards the timers; a timer's wait is started under it
+    std::shared_ptr<boost::asio::io_context> io_context_;
+    std::shared_ptr<boost::promise<void>> promise_;
+    std::shared_ptr<Work> work_;
+    std::vector<Thread> group_;
+    unsigned long last_timer_id_ = 0;
+    std::atomic<bool> stopped_ = false;
+    std::map<unsigned long, std::shared_ptr<Timer>> timers_;
+    ThreadTable threads_;
+    const boost::shared_future<void> finished_;
+};
+
+} // namespace ZoHmiSrv
