@@ -20,8 +20,8 @@ public:
 
     // One notification of `size` bytes. A failing code drops the connection with that code. [reader thread]
     virtual std::uint32_t on_notification(const nlohmann::json& map, std::size_t size) = 0;
-    // Asked when an answer arrives (its last part); the number comes back in Reply::mark. It tells the owner which
-    // notifications were read before the answer. [reader thread]
+    // Asked when an answer arrives; the number comes back in Reply::mark. It tells the owner which notifications were
+    // read before the answer. [reader thread]
     virtual std::uint64_t on_answer() = 0;
     // Once, when a connection that was open is lost; not after close. [reader thread]
     virtual void on_lost(std::uint32_t result) = 0;

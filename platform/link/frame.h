@@ -32,6 +32,10 @@ FrameError check_cbor(std::span<const std::uint8_t> bytes);
 // Length and CBOR of one map; empty when it would exceed max_frame_size. [any thread]
 std::vector<std::uint8_t> encode_frame(const nlohmann::json& map);
 
+// Frames of the answer that carries `items` as its list: as many parts as it takes. Empty when one item alone would
+// exceed max_frame_size. [any thread]
+std::vector<std::vector<std::uint8_t>> encode_list(std::uint32_t id, const std::vector<nlohmann::json>& items);
+
 // Cuts a byte stream into frames. After the first error it stays in that error. [one thread at a time]
 class FrameReader {
 public:

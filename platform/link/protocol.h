@@ -15,8 +15,10 @@ inline constexpr std::size_t max_frame_items = std::size_t{4} << 20;
 inline constexpr std::size_t max_outstanding_requests = 256;
 inline constexpr std::size_t max_unsent_bytes = std::size_t{64} << 20;
 inline constexpr std::size_t max_list_items = std::size_t{1} << 20;
-// A list answer is cut into parts of about this many bytes.
+inline constexpr std::size_t max_list_bytes = std::size_t{256} << 20;
+// A list answer is cut into parts of about this many bytes, and no more than this many items.
 inline constexpr std::size_t list_part_size = std::size_t{4} << 20;
+inline constexpr std::size_t list_part_items = std::size_t{64} << 10;
 
 // Result codes of the link, as unsigned HRESULT values.
 namespace code {
@@ -25,6 +27,7 @@ inline constexpr std::uint32_t no_route = 0x98110007;
 inline constexpr std::uint32_t host_unreachable = 0x9811001b;
 inline constexpr std::uint32_t refused = 0x9811001f;
 inline constexpr std::uint32_t not_supported = 0x98110701;
+inline constexpr std::uint32_t too_large = 0x98110705;
 inline constexpr std::uint32_t busy = 0x98110708;
 inline constexpr std::uint32_t not_found = 0x9811070c;
 inline constexpr std::uint32_t incompatible = 0x9811070e;

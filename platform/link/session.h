@@ -1,0 +1,96 @@
+#pragma once
+
+#include "platform/link/frame.h"
+#include "platform/link/link_server.h"
+
+#include <array>
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <nlohmann/json.hpp>
+
+namespace zo_link {
+
+// The session behind LinkSession: one socket on the server's thread. Inside platform/link only.
+class Session final : public LinkSession, public std::enable_shared_from_this<Session> {
+public:
+    using Bytes = std::shared_ptr<const std::vector<std::uint8_t>>;
+    using Request = decltype(ServerEvents::request);
+    using Ended = std::function<void(const std::shared_ptr<Session>&)>;
+
+    Session(std::shared_ptr<boost::asio::io_context> io, boost::asio::ip::tcp::socket socket, std::uint64_t number,
+            Request request, Ended ended);
+
+    // Null when the notification is too large to be sent. [any thread]
+    static Bytes encode_notification(const char* kind, const nlohmann::json& fields);
+
+    // Begins to read. [server thread]
+    void start();
+    // Closes and tells `ended`, once. [server thread]
+    void end();
+    // [any thread]
+    void notify(const Bytes& frame);
+
+    std::uint64_t number() const override { return number_; }
+    const nlohmann::json& hello() const override { return hello_; }
+    void reply(std::uint32_t id, std::uint32_t result, const nlohmann::json& fields) override;
+    void reply(std::uint32_t id, std::uint32_t result) override;
+    void reply_list(std::uint32_t id, std::vector<nlohmann::json> items) override;
+    void accept(std::uint32_t id, std::uint64_t instance) override;
+    void notify(const char* kind, const nlohmann::json& fields) override;
+    void drop() override;
+    void stall(bool on) override;
+    void truncate_next_reply() override;
+    void send_raw(std::vector<std::uint8_t> bytes) override;
+
+private:
+    struct Unsent {
+        Bytes bytes;
+        bool last = false; // the connection ends when it is written
+    };
+
+    // [server thread]
+    void read();
+    void process();
+    void handle(const nlohmann::json& map);
+    bool expect(std::uint32_t id, bool is_hello);
+    void write();
+
+    // [mutex held]
+    void push_locked(std::vector<std::uint8_t> frame, bool last = false);
+    void push_locked(Bytes frame, bool last);
+    void answer_locked(std::uint32_t id, std::vector<std::vector<std::uint8_t>> frames, bool last);
+
+    const std::shared_ptr<boost::asio::io_context> io_;
+    boost::asio::ip::tcp::socket socket_;
+    const std::uint64_t number_;
+
+    // Of the server thread.
+    Request request_;
+    Ended ended_;
+    FrameReader frames_;
+    std::array<std::uint8_t, std::size_t{64} << 10> chunk_{};
+    nlohmann::json hello_;
+    bool reading_ = false;
+
+    std::mutex mutex_; // guards what follows
+    std::deque<Unsent> unsent_;
+    std::size_t unsent_bytes_ = 0;
+    std::set<std::uint32_t> unanswered_;
+    std::uint32_t hello_id_ = 0;
+    bool writing_ = false;
+    bool accepted_ = false;
+    bool stalled_ = false;
+    bool truncate_ = false;
+    bool closed_ = false;
+};
+
+} // namespace zo_link
