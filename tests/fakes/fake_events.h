@@ -1,0 +1,144 @@
+#pragma once
+
+#include "binding/atl_com.h"
+#include "binding/event_logger_proxy.h"
+#include "tests/fakes/call_plan.h"
+#include "tests/fakes/com_object.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace fakes {
+
+// The file time of `seconds` (and nanoseconds in steps of 100) after 1970.
+constexpr std::int64_t file_time(std::int64_t seconds, std::int64_t nanoseconds = 0) {
+    return 116444736000000000 + seconds * 10000000 + nanoseconds / 100;
+}
+
+// What a fake event answers. Optional interfaces are there where their optional is set.
+struct EventFields {
+    GUID event_class{};
+    std::uint32_t event_id = 0;
+    std::uint32_t severity = 0;
+    std::int32_t type = ZoEventLoggerFdxProxyLib::EventTypeAlarm; // of a logged event
+    std::int64_t raised = file_time(1);
+    std::int64_t cleared = 0;
+    std::int64_t confirmed = 0;
+    VARIANT_BOOL with_confirmation = VARIANT_FALSE; // of a logged event
+    std::int32_t confirmation_state = 0;            // of an alarm
+    VARIANT_BOOL is_active = VARIANT_FALSE;         // of a logged event
+    VARIANT_BOOL is_raised = VARIANT_TRUE;          // of an alarm
+    std::optional<std::uint32_t> source_id = {};
+    std::optional<GUID> source_guid = {};
+    std::optional<std::string> source_name = {};
+    ZoEventLoggerFdxProxyLib::ArgumentDescriptor arguments{};
+    std::vector<std::uint8_t> block = {};
+    std::optional<std::uint32_t> unique_id = {}; // IZoEventIdentity
+    std::optional<std::string> json = {};        // IZoLoggedEventJson, IZoAlarmJson, IZoMessageJson
+    bool extended = true;                        // IZoLoggedEvent2
+    bool null_strings = false;                   // strings are handed out as null
+    bool moves_block = false;                    // GetArgumentData moves the caller's block pointer
+    VARIANT_BOOL source_flag = VARIANT_TRUE;     // what HasSourceField says of a field that is there
+};
+
+// Fields and reads that all fake events share. [any thread]
+class EventState {
+public:
+    EventState(const char* kind, EventFields fields, std::shared_ptr<CallPlan> plan)
+        : kind_(kind), plan_(std::move(plan)), fields_(std::move(fields)) {}
+
+    // Changes the fields while other threads may read.
+    void update(const std::function<void(EventFields&)>& change);
+    [[nodiscard]] EventFields fields() const;
+    // The sizes that GetArgumentData was asked for, in order.
+    [[nodiscard]] std::vector<std::uint32_t> asked_block_sizes() const;
+
+protected:
+    ~EventState() = default;
+    // The answer to a call: planned, or made by `read` from the fields; `*out` starts empty.
+    template <class T, class Read>
+    HRESULT read(const char* call, T* out, Read&& read);
+    HRESULT read_text(const char* call, std::optional<std::string> EventFields::*field, char** out);
+    HRESULT read_source_flag(std::uint32_t mask, VARIANT_BOOL* out);
+    HRESULT fill_block(std::uint8_t** block, std::uint32_t size);
+    std::optional<HRESULT> enter(const char* call, bool is_read = true);
+
+private:
+    const char* kind_;
+    std::shared_ptr<CallPlan> plan_;
+    mutable std::mutex mutex_;
+    EventFields fields_;
+    std::vector<std::uint32_t> asked_block_sizes_;
+};
+
+// The slots that logged events, alarms and messages share, and identity. Calls are named "Alarm.GetEventId",
+// "Message.GetEventId", "LoggedEvent.GetEventId" and so on.
+template <class Interface>
+class FakeEvent : public ComObject<Dispatch<Interface>, ZoEventLoggerFdxProxyLib::IZoEventIdentity>, public EventState {
+public:
+    using EventState::EventState;
+
+    HRESULT GetEventClass(GUID* out) override;
+    HRESULT GetEventId(std::uint32_t* out) override;
+    HRESULT GetSeverity(std::uint32_t* out) override;
+    HRESULT GetEventType(std::int32_t* out) override;
+    HRESULT HasSourceField(std::uint32_t mask, VARIANT_BOOL* out) override;
+    HRESULT GetSourceId(std::uint32_t* out) override;
+    HRESULT GetSourceGuid(GUID* out) override;
+    HRESULT GetSourceName(char** out) override;
+    HRESULT GetTimeRaised(std::int64_t* out) override;
+    HRESULT GetArguments(ZoEventLoggerFdxProxyLib::ArgumentDescriptor* out) override;
+    HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override;
+    HRESULT GetJsonAttribute(char** out) override;
+    HRESULT GetUniqueId(std::uint32_t* out) override;
+
+protected:
+    ~FakeEvent() = default;
+    void* find(const GUID& iid) override;
+    // The interfaces of the kind itself.
+    virtual bool offers(const GUID& iid, const EventFields& fields) const = 0;
+};
+
+class FakeLoggedEvent final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoLoggedEvent2> {
+public:
+    explicit FakeLoggedEvent(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>());
+    HRESULT GetTimeCleared(std::int64_t* out) override;
+    HRESULT GetWithConfirmation(VARIANT_BOOL* out) override;
+    HRESULT GetTimeConfirmed(std::int64_t* out) override;
+    HRESULT GetIsActive(VARIANT_BOOL* out) override;
+
+protected:
+    bool offers(const GUID& iid, const EventFields& fields) const override;
+};
+
+class FakeAlarm final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoAlarmJson> {
+public:
+    explicit FakeAlarm(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>());
+    HRESULT GetIsRaised(VARIANT_BOOL* out) override;
+    HRESULT GetTimeCleared(std::int64_t* out) override;
+    HRESULT GetConfirmationState(std::int32_t* out) override;
+    HRESULT Confirm() override; // "Alarm.Confirm" is always logged
+    HRESULT GetTimeConfirmed(std::int64_t* out) override;
+
+protected:
+    bool offers(const GUID& iid, const EventFields& fields) const override;
+};
+
+class FakeMessage final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoMessageJson> {
+public:
+    explicit FakeMessage(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>());
+
+protected:
+    bool offers(const GUID& iid, const EventFields& fields) const override;
+};
+
+using LoggedEventPtr = ZoAtlCom::CComPtr<FakeLoggedEvent>;
+using AlarmPtr = ZoAtlCom::CComPtr<FakeAlarm>;
+using MessagePtr = ZoAtlCom::CComPtr<FakeMessage>;
+
+} // namespace fakes

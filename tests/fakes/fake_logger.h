@@ -1,0 +1,132 @@
+#pragma once
+
+#include "tests/fakes/fake_collections.h"
+#include "tests/fakes/fake_events.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace fakes {
+
+// What GetText was asked.
+struct TextRequest {
+    GUID event_class{};
+    std::uint32_t event_id = 0;
+    std::int32_t language = 0;
+    ZoEventLoggerFdxProxyLib::ArgumentDescriptor arguments{};
+    std::vector<std::uint8_t> block; // types and data, from the block's start to the end of the later range
+};
+
+class FakeConnectionSettings final : public ComObject<Dispatch<ZoEventLoggerFdxProxyLib::IZoConnectionSettings>> {
+public:
+    explicit FakeConnectionSettings(std::shared_ptr<CallPlan> plan) : plan_(std::move(plan)) {}
+    HRESULT SetPreloadTranslations(VARIANT_BOOL preload) override;
+
+    VARIANT_BOOL preload = 77; // until it is set
+
+protected:
+    void* find(const GUID& iid) override;
+
+private:
+    const std::shared_ptr<CallPlan> plan_;
+};
+
+using FakeLoggerInterfaces =
+    ComObject<Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLogger5>, ZoEventLoggerFdxProxyLib::IZoEventLoggerTimeout,
+              ZoEventLoggerFdxProxyLib::IConnectionPointContainer, ZoEventLoggerFdxProxyLib::IConnectionPoint,
+              Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLoggerClassName>,
+              Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLoggerSourceName>>;
+
+// The event logger of one target. Its calls are logged and planned under the bare names of the operations
+// ("ConnectWithSettings", "Advise", "SetTimeout", ...). `active` and `history` are plain members: while other threads
+// are in calls, change them inside `edit`.
+class FakeLogger final : public FakeLoggerInterfaces {
+public:
+    // `name` stands before the logged texts, with a point, so that two loggers can be told apart.
+    explicit FakeLogger(std::string name = {});
+
+    // Events whose reads obey this logger's plan.
+    [[nodiscard]] AlarmPtr make_alarm(EventFields fields = {});
+    [[nodiscard]] MessagePtr make_message(EventFields fields = {});
+    [[nodiscard]] LoggedEventPtr make_logged_event(EventFields fields = {});
+    void edit(const std::function<void()>& change);
+
+    const std::shared_ptr<CallPlan> plan;
+    std::vector<AlarmPtr> active;
+    std::vector<LoggedEventPtr> history; // oldest first
+    std::optional<std::int32_t> reported_active_count, reported_history_count;
+    std::atomic<VARIANT_BOOL> connected = VARIANT_FALSE; // set by the connect calls and by Disconnect
+
+    // Optional interfaces.
+    std::atomic<bool> has_timeout = true, has_connection_points = true;
+    std::atomic<bool> has_class_name = false, has_source_name = false, has_logger4 = false, has_logger5 = false;
+
+    // Answers of the text services; set them before the calls.
+    std::function<std::string(const TextRequest&)> text;
+    std::function<std::string(const GUID& event_class, std::int32_t language)> class_name;
+    std::function<std::string(std::int32_t language, const GUID& source, const std::string& name)> source_name;
+    std::vector<ThreeTexts> causes_and_remedies, details;
+
+    // What the calls brought, under the logger's mutex.
+    struct Record {
+        std::vector<std::string> addresses;            // of both connects
+        std::vector<VARIANT_BOOL> preloads;            // of ConnectWithSettings
+        std::vector<std::uint32_t> timeouts;           // of SetTimeout
+        std::vector<std::uint32_t> history_counts;     // of GetLoggedEvents
+        std::vector<std::uint32_t> advised, unadvised; // cookies
+        std::vector<TextRequest> text_requests;
+    };
+    [[nodiscard]] Record record() const;
+
+    // The subscribed sink, null when there is none.
+    [[nodiscard]] IDispatch* sink() const;
+    // Call the sink on this thread, as the logger does. S_FALSE when nobody is subscribed.
+    HRESULT fire_message(const MessagePtr& message);
+    HRESULT fire_raised(const AlarmPtr& alarm);
+    HRESULT fire_cleared(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
+    HRESULT fire_confirmed(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
+    HRESULT fire_database_changed(std::int32_t reason);
+    // Any call at all: the arguments in reverse order.
+    HRESULT fire(std::int32_t dispatch_id, std::vector<VARIANT> reversed_arguments, VARIANT* result = nullptr);
+
+    HRESULT Connect(const char* address) override;
+    HRESULT Disconnect() override;
+    HRESULT IsConnected(VARIANT_BOOL* out) override;
+    HRESULT GetActiveAlarms(ZoEventLoggerFdxProxyLib::IZoAlarmCollection** out) override;
+    HRESULT GetLoggedEvents(std::uint32_t count, ZoEventLoggerFdxProxyLib::IZoLoggedEventCollection** out) override;
+    HRESULT ClearLoggedEvents() override;
+    HRESULT GetText(const GUID& event_class, std::uint32_t event_id, std::int32_t language,
+                    const ZoEventLoggerFdxProxyLib::ArgumentDescriptor* arguments, const std::uint8_t* block,
+                    char** out) override;
+    HRESULT ConnectWithSettings(ZoEventLoggerFdxProxyLib::IZoConnectionSettings* settings,
+                                const char* address) override;
+    HRESULT GetCausesAndRemedies(const GUID& event_class, std::uint32_t event_id, std::int32_t language,
+                                 ZoEventLoggerFdxProxyLib::IZoCauseRemedyCollection** out) override;
+    HRESULT GetDetails(const GUID& event_class, std::uint32_t event_id, std::int32_t language,
+                       ZoEventLoggerFdxProxyLib::IZoDetailCollection** out) override;
+    HRESULT GetEventClassName(const GUID& event_class, std::int32_t language, char** out) override;
+    HRESULT GetSourceNameText(std::int32_t language, const GUID& source, const char* name, char** out) override;
+    HRESULT SetTimeout(std::uint32_t milliseconds) override;
+    HRESULT FindConnectionPoint(const GUID& iid, ZoEventLoggerFdxProxyLib::IConnectionPoint** out) override;
+    HRESULT Advise(IUnknown* sink, std::uint32_t* cookie) override;
+    HRESULT Unadvise(std::uint32_t cookie) override;
+
+protected:
+    void* find(const GUID& iid) override;
+
+private:
+    mutable std::mutex mutex_;
+    Record record_;
+    IDispatch* sink_ = nullptr;
+    std::uint32_t cookie_ = 40;
+};
+
+using LoggerPtr = ZoAtlCom::CComPtr<FakeLogger>;
+
+} // namespace fakes
