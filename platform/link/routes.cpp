@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <fstream>
 
@@ -57,6 +58,20 @@ std::string normalise_net_id(std::string_view net_id) {
     std::string result(net_id);
     if (std::ranges::count(net_id, '.') == 3) result += ".1.1";
     return result;
+}
+
+std::optional<std::array<std::uint8_t, 6>> parse_net_id(std::string_view net_id) {
+    std::array<std::uint8_t, 6> bytes{};
+    const char* at = net_id.data();
+    const char* const end = at + net_id.size();
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (i != 0 && (at == end || *at++ != '.')) return std::nullopt;
+        const auto [next, error] = std::from_chars(at, end, bytes[i]);
+        if (error != std::errc()) return std::nullopt;
+        at = next;
+    }
+    if (at != end) return std::nullopt;
+    return bytes;
 }
 
 } // namespace zo_link

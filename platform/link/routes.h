@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -29,5 +31,8 @@ struct Routes {
 
 /// A net id of four numbers gets ".1.1"; any other text is returned unchanged.
 [[nodiscard]] std::string normalise_net_id(std::string_view net_id);
+
+/// The six bytes of a net id of six decimal numbers; empty for any other text.
+[[nodiscard]] std::optional<std::array<std::uint8_t, 6>> parse_net_id(std::string_view net_id);
 
 } // namespace zo_link
