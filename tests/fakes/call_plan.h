@@ -67,7 +67,7 @@ public:
 
 private:
     struct Rule {
-        std::size_t first; // number of the call from 1, 0 for each
+        std::size_t number; // of the call from 1, or `each`
         std::function<void()> hook;
         std::optional<HRESULT> code;
     };
