@@ -1,0 +1,164 @@
+#include "server/configuration.h"
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+namespace server {
+
+namespace {
+
+using nlohmann::json;
+using ZoHmiSrv::Timespan;
+using ZoHmiSrv::Value;
+using ZoHmiSrv::ValueType;
+
+constexpr const char* targets_key = "TARGET_SYSTEMS";
+constexpr const char* timeout_key = "TIMEOUT";
+constexpr const char* limit_key = "LIMIT_EVENT_COUNT";
+constexpr std::string_view separator = "::";
+constexpr int max_depth = 32;
+
+void check_key(const std::string& key) {
+    if (key.find(separator) != std::string::npos || key.find('\0') != std::string::npos) {
+        throw std::runtime_error("the key \"" + key + "\" has \"::\" or a zero byte inside");
+    }
+}
+
+Value to_value(const json& item, int depth) {
+    if (depth > max_depth) throw std::runtime_error("it nests too deep");
+    Value value;
+    switch (item.type()) {
+    case json::value_t::boolean:
+        value.set(item.get<bool>());
+        break;
+    case json::value_t::number_integer: {
+        const auto number = item.get<std::int64_t>();
+        const auto narrow = static_cast<std::int32_t>(number);
+        if (narrow == number) {
+            value.set(narrow);
+        } else {
+            value.set(static_cast<long>(number));
+        }
+        break;
+    }
+    case json::value_t::number_unsigned: {
+        const auto number = item.get<std::uint64_t>();
+        if (number <= static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) {
+            value.set(static_cast<int>(number));
+        } else if (number <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+            value.set(static_cast<long>(number));
+        } else {
+            value.set(static_cast<unsigned long>(number));
+        }
+        break;
+    }
+    case json::value_t::number_float:
+        value.set(item.get<double>());
+        break;
+    case json::value_t::string:
+        value.set(item.get_ref<const std::string&>().c_str());
+        break;
+    case json::value_t::array:
+        value.set_type(ValueType::Vector);
+        for (const json& element : item)
+            value << to_value(element, depth + 1);
+        break;
+    case json::value_t::object:
+        value.set_type(ValueType::Struct);
+        for (const auto& [key, member] : item.items()) {
+            check_key(key);
+            value.insert_or_update(key.c_str(), to_value(member, depth + 1));
+        }
+        break;
+    default:
+        break;
+    }
+    return value;
+}
+
+/// Milliseconds, fractions too, as a length of time; what does not fit saturates.
+Timespan to_timespan(double milliseconds) {
+    const double nanoseconds = milliseconds * 1e6;
+    constexpr double bound = 9223372036854775808.0;
+    if (nanoseconds >= bound) return Timespan(std::numeric_limits<long>::max());
+    if (nanoseconds <= -bound) return Timespan(std::numeric_limits<long>::min());
+    return Timespan(static_cast<long>(nanoseconds));
+}
+
+Value read_file(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    if (!in) throw std::runtime_error("cannot read " + file.string() + ": " + std::strerror(errno));
+    try {
+        return parse_configuration(text);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(file.string() + ": " + error.what());
+    }
+}
+
+} // namespace
+
+Value parse_configuration(std::string_view text) {
+    json root;
+    try {
+        root = json::parse(text);
+    } catch (const json::exception& error) {
+        throw std::runtime_error(error.what());
+    }
+    if (!root.is_object()) throw std::runtime_error("it is no JSON object");
+    Value value = to_value(root, 0);
+    if (const auto timeout = root.find(timeout_key); timeout != root.end() && timeout->is_number()) {
+        value[timeout_key].set(to_timespan(timeout->get<double>()));
+    }
+    if (const auto limit = root.find(limit_key); limit != root.end() && limit->is_number()) {
+        value[limit_key].set(limit->get<double>());
+    }
+    if (const auto targets = root.find(targets_key); targets != root.end() && targets->is_object()) {
+        value[targets_key].set_type(ValueType::Map);
+    }
+    return value;
+}
+
+std::vector<ConfigChange> target_changes(const Value& before, const Value& after) {
+    std::vector<ConfigChange> changes;
+    const auto path = [](const char* name) { return std::string(targets_key).append(separator).append(name); };
+    const Value& old_targets = before[targets_key];
+    const Value& new_targets = after[targets_key];
+    for (auto entry = new_targets.begin(); entry != new_targets.end(); ++entry) {
+        const auto old_entry = old_targets.find(entry.name());
+        if (old_entry == old_targets.end() || !(*old_entry == *entry)) changes.push_back({path(entry.name()), false});
+    }
+    for (auto entry = old_targets.begin(); entry != old_targets.end(); ++entry) {
+        if (new_targets.find(entry.name()) == new_targets.end()) changes.push_back({path(entry.name()), true});
+    }
+    return changes;
+}
+
+Configuration::Configuration(std::filesystem::path file) : file_(std::move(file)), root_(read_file(file_)) {
+}
+
+Value Configuration::get(std::string_view path) const {
+    const std::lock_guard lock(mutex_);
+    const Value* value = &root_;
+    while (!path.empty()) {
+        const std::size_t end = path.find(separator);
+        const std::string key(path.substr(0, end));
+        path = end == std::string_view::npos ? std::string_view() : path.substr(end + separator.size());
+        value = &std::as_const(*value)[key.c_str()];
+    }
+    return *value;
+}
+
+std::vector<ConfigChange> Configuration::reload() {
+    Value fresh = read_file(file_);
+    const std::lock_guard lock(mutex_);
+    std::vector<ConfigChange> changes = target_changes(root_, fresh);
+    root_.swap(fresh);
+    return changes;
+}
+
+} // namespace server

@@ -1,0 +1,59 @@
+#include "server/event_rows.h"
+
+namespace server {
+
+using ZoHmiSrv::Event;
+using ZoHmiSrv::ValueType;
+
+const ZoHmiSrv::Alarm* alarm_of(const Event& event) {
+    return event.payload().type() == ValueType::Alarm ? &event.payload().get_alarm() : nullptr;
+}
+
+const ZoHmiSrv::Message* message_of(const Event& event) {
+    return event.payload().type() == ValueType::Message ? &event.payload().get_message() : nullptr;
+}
+
+const ZoHmiSrv::Value& parameters_of(const Event& event) {
+    static const ZoHmiSrv::Value none;
+    if (const auto* alarm = alarm_of(event)) return alarm->parameters();
+    if (const auto* message = message_of(event)) return message->parameters();
+    return none;
+}
+
+EventRows::Position EventRows::find_alarm(int id) {
+    const auto found = by_id_.find(id);
+    return found == by_id_.end() ? rows_.end() : found->second;
+}
+
+EventRows::Position EventRows::find(const Event& event) {
+    if (const auto* alarm = alarm_of(event)) return find_alarm(alarm->id());
+    return find_other(event, [](const EventRow&) { return true; });
+}
+
+EventRow& EventRows::append(EventRow row) {
+    const Position position = rows_.insert(rows_.end(), std::move(row));
+    if (const auto* alarm = alarm_of(position->event)) {
+        by_id_.emplace(alarm->id(), position);
+    } else {
+        by_time_.emplace(position->event.time_received().nanoseconds(), position);
+    }
+    return *position;
+}
+
+void EventRows::erase(Position position) {
+    if (const auto* alarm = alarm_of(position->event)) {
+        // Should a listing give one id twice, the index knows the first row only.
+        const auto found = by_id_.find(alarm->id());
+        if (found != by_id_.end() && found->second == position) by_id_.erase(found);
+    } else {
+        const auto [first, last] = by_time_.equal_range(position->event.time_received().nanoseconds());
+        for (auto it = first; it != last; ++it) {
+            if (it->second != position) continue;
+            by_time_.erase(it);
+            break;
+        }
+    }
+    rows_.erase(position);
+}
+
+} // namespace server
