@@ -231,6 +231,7 @@ bool Connection::Impl::open_by(const Pending& hello) {
         !read_field(*hello.reply.body, "instance", instance))
         return false;
     if (state != State::opening) return true;
+    events->on_open(instance);
     state = State::open;
     arm_heartbeat();
     return true;

@@ -18,6 +18,8 @@ class ConnectionEvents {
 public:
     virtual ~ConnectionEvents() = default;
 
+    // Once, when the hello was accepted, before the first notification. [reader thread]
+    virtual void on_open(std::uint64_t instance) = 0;
     // One notification of `size` bytes. A failing code drops the connection with that code. [reader thread]
     virtual std::uint32_t on_notification(const nlohmann::json& map, std::size_t size) = 0;
     // Asked when an answer arrives; the number comes back in Reply::mark. It tells the owner which notifications were

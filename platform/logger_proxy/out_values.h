@@ -1,0 +1,46 @@
+#pragma once
+
+#include "binding/counted_string.h"
+#include "binding/hresult.h"
+#include "platform/link/guid_text.h"
+#include "support/guid.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+// How values leave and enter the proxy's calls. [any thread]
+namespace zo_logger_proxy {
+
+inline GUID to_com(const zo_link::Guid& guid) {
+    GUID result{guid.data1, guid.data2, guid.data3, {}};
+    std::ranges::copy(guid.data4, result.Data4);
+    return result;
+}
+
+inline zo_link::Guid from_com(const GUID& guid) {
+    zo_link::Guid result{guid.Data1, guid.Data2, guid.Data3, {}};
+    std::ranges::copy(guid.Data4, result.data4.begin());
+    return result;
+}
+
+// A result code of the link.
+inline HRESULT to_com(std::uint32_t code) {
+    return hresult(code);
+}
+
+template <class T>
+HRESULT put(T* out, const T& value) {
+    if (out == nullptr) return E_POINTER;
+    *out = value;
+    return S_OK;
+}
+
+// A counted string that the caller frees.
+inline HRESULT put_text(char** out, const std::string& text) {
+    if (out == nullptr) return E_POINTER;
+    *out = ZoAtlCom::SysAllocStringLen(text.data(), static_cast<std::uint32_t>(text.size()));
+    return *out != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
+} // namespace zo_logger_proxy
