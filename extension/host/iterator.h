@@ -42,7 +42,7 @@ private:
         char rest[8];
     };
 
-    alignas(8) char bytes_[inline_limit + 1];
+    alignas(8) char bytes_[inline_limit + 1] = {};
 };
 
 template <class T>

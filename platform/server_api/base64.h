@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace ZoHmiSrv::Base64 {
+
+std::string encode(const void* data, std::size_t size);
+/// Padding is required, other characters and stray bits at the end are refused.
+std::optional<std::string> decode(std::string_view text);
+
+} // namespace ZoHmiSrv::Base64

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "extension/host/iterator.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace ZoHmiSrv::Layout {
+
+/// What follows the head of a block: `size` bytes, Values, members, or one object.
+enum BlockKind : std::uint64_t { Bytes, Elements, Members, EventBox, MessageBox, AlarmBox };
+
+/// A block with room for `capacity` things of `element` bytes; nothing in use. Throws `std::bad_alloc`, also for a size
+/// that no memory has.
+Block* allocate(BlockKind kind, std::size_t capacity, std::size_t element);
+
+/// Gives back the memory alone.
+void deallocate(Block* block) noexcept;
+
+inline char* bytes_of(Block* block) noexcept {
+    return reinterpret_cast<char*>(block + 1);
+}
+
+/// A run of members never grows beyond this: a Map with more of them is a chain of runs in name order, so that an
+/// insertion moves at most this many members, and a look-up finds its run through the index.
+inline constexpr std::size_t run_limit = 128;
+
+/// The runs of a Map in name order. There is one from the second run on.
+struct MemberIndex {
+    std::size_t total = 0;
+    std::vector<Block*> runs;
+};
+
+} // namespace ZoHmiSrv::Layout

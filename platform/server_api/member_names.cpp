@@ -1,0 +1,61 @@
+#include "platform/server_api/member_names.h"
+
+#include <atomic>
+#include <new>
+
+namespace ZoHmiSrv::Layout {
+
+namespace {
+
+/// Heads the text of a long name, which never changes: members that were copied from each other count one text.
+struct SharedName {
+    std::atomic<std::size_t> references;
+};
+
+SharedName* head_of(const char* text) noexcept {
+    return reinterpret_cast<SharedName*>(const_cast<char*>(text)) - 1;
+}
+
+} // namespace
+
+MemberName MemberNames::make(const NameKey& key) {
+    MemberName name{};
+    if (!key.is_long()) {
+        // From the words: the text may lie in a Value that has moved since.
+        for (std::size_t i = 0; i < key.words.size(); ++i) {
+            const std::uint64_t word = NameKey::big_endian(reinterpret_cast<const char*>(&key.words[i]));
+            std::memcpy(name.bytes_ + 8 * i, &word, sizeof word);
+        }
+        return name;
+    }
+    void* memory = ::operator new(sizeof(SharedName) + key.length + 1);
+    auto* text = reinterpret_cast<char*>(new (memory) SharedName{1} + 1);
+    std::memcpy(text, key.text, key.length + 1);
+    std::memcpy(name.bytes_, key.text, 8);
+    std::memcpy(name.bytes_ + 8, &text, sizeof text);
+    name.bytes_[MemberName::inline_limit] = 1;
+    return name;
+}
+
+void MemberNames::share(const MemberName& name) noexcept {
+    if (name.is_shared()) {
+        head_of(name.c_str())->references.fetch_add(1, std::memory_order_relaxed);
+    }
+}
+
+void MemberNames::release(const MemberName& name) noexcept {
+    if (!name.is_shared()) {
+        return;
+    }
+    SharedName* head = head_of(name.c_str());
+    if (head->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        ::operator delete(head);
+    }
+}
+
+int MemberNames::compare(const MemberName& left, const MemberName& right) noexcept {
+    return std::memcmp(left.bytes_, right.bytes_, sizeof left.bytes_) == 0 ? 0
+                                                                           : std::strcmp(left.c_str(), right.c_str());
+}
+
+} // namespace ZoHmiSrv::Layout

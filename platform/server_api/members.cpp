@@ -1,0 +1,238 @@
+// The members of a Map or Struct: one sorted run, or beyond `run_limit` members a chain of runs with an index.
+#include "platform/server_api/value_access.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace ZoHmiSrv {
+
+using Layout::MemberName;
+using Layout::MemberNames;
+using Layout::run_limit;
+
+namespace {
+
+constexpr std::size_t first_capacity = 4;
+
+/// The first member that is not before the key.
+std::size_t lower_bound(Block* run, const NameKey& key, bool& found) noexcept {
+    const MapMember* members = members_of(run);
+    std::size_t from = 0;
+    std::size_t count = run->size;
+    found = false;
+    while (count > 0) {
+        const std::size_t half = count / 2;
+        const int order = MemberNames::compare(members[from + half].name, key);
+        if (order == 0) {
+            found = true;
+            return from + half;
+        }
+        if (order < 0) {
+            from += half + 1;
+            count -= half + 1;
+        } else {
+            count = half;
+        }
+    }
+    return from;
+}
+
+/// The last run that begins at or before the key, else the first.
+std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
+    const auto after = std::partition_point(index.runs.begin() + 1, index.runs.end(), [&](Block* run) {
+        return MemberNames::compare(members_of(run)[0].name, key) <= 0;
+    });
+    return static_cast<std::size_t>(after - index.runs.begin()) - 1;
+}
+
+void move_members(MapMember* to, const MapMember* from, std::size_t count) noexcept {
+    std::memmove(static_cast<void*>(to), from, count * sizeof *to);
+}
+
+Block* last_run(const Value& map) noexcept {
+    const MemberIndex* index = ValueAccess::index(map);
+    return index == nullptr ? ValueAccess::block(map) : index->runs.back();
+}
+
+} // namespace
+
+std::size_t ValueAccess::member_count(const Value& map) noexcept {
+    if (!is_map(map) || !map.on_heap_) {
+        return 0;
+    }
+    return index(map) == nullptr ? block(map)->size : index(map)->total;
+}
+
+ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noexcept {
+    Place place;
+    if (!is_map(map) || !map.on_heap_) {
+        return place;
+    }
+    const MemberIndex* runs = index(map);
+    place.ordinal = runs == nullptr ? 0 : run_for(*runs, key);
+    place.run = runs == nullptr ? block(map) : runs->runs[place.ordinal];
+    place.at = lower_bound(place.run, key, place.found);
+    return place;
+}
+
+ValueAccess::Place ValueAccess::locate_for_insert(const Value& map, const NameKey& key) noexcept {
+    if (Block* run = last_run(map); run != nullptr && run->size > 0) {
+        const int order = MemberNames::compare(members_of(run)[run->size - 1].name, key);
+        if (order <= 0) {
+            const MemberIndex* runs = index(map);
+            return Place{run, order == 0 ? run->size - 1 : run->size, runs == nullptr ? 0 : runs->runs.size() - 1,
+                         order == 0};
+        }
+    }
+    return locate(map, key);
+}
+
+/// Moves the run at `place` into a block with more room.
+void ValueAccess::grow_run(Value& map, Place& place, std::size_t capacity) {
+    Block* bigger = Layout::allocate(Layout::Members, capacity, sizeof(MapMember));
+    Block* old = place.run;
+    bigger->next = old->next;
+    bigger->size = old->size;
+    move_members(members_of(bigger), members_of(old), old->size);
+    if (MemberIndex* runs = index(map); runs != nullptr) {
+        runs->runs[place.ordinal] = bigger;
+        if (place.ordinal > 0) {
+            runs->runs[place.ordinal - 1]->next = bigger;
+        }
+    }
+    if (place.ordinal == 0) {
+        replace_block(map, bigger);
+    }
+    Layout::deallocate(old);
+    place.run = bigger;
+}
+
+/// Makes room at `place`, whose run is full, by a second run: a new one behind the last when members come in order, so
+/// that runs stay full, else one with the upper half.
+void ValueAccess::split_run(Value& map, Place& place) {
+    std::unique_ptr<MemberIndex> first_index;
+    MemberIndex* runs = index(map);
+    if (runs == nullptr) {
+        first_index = std::make_unique<MemberIndex>();
+        first_index->total = place.run->size;
+        first_index->runs.reserve(8);
+        first_index->runs.push_back(place.run);
+        runs = first_index.get();
+    }
+    if (runs->runs.size() == runs->runs.capacity()) {
+        runs->runs.reserve(2 * runs->runs.size());
+    }
+    Block* upper = Layout::allocate(Layout::Members, run_limit, sizeof(MapMember));
+    // Nothing fails from here on.
+    const bool at_end = place.run->next == nullptr && place.at == place.run->size;
+    const std::size_t keep = at_end ? place.run->size : place.run->size / 2;
+    upper->size = place.run->size - keep;
+    move_members(members_of(upper), members_of(place.run) + keep, upper->size);
+    place.run->size = keep;
+    upper->next = place.run->next;
+    place.run->next = upper;
+    runs->runs.insert(runs->runs.begin() + static_cast<std::ptrdiff_t>(place.ordinal) + 1, upper);
+    if (first_index != nullptr) {
+        replace_index(map, first_index.release());
+    }
+    if (place.at > keep || at_end) {
+        place.run = upper;
+        place.at -= keep;
+        ++place.ordinal;
+    }
+}
+
+Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value& value) {
+    const MemberName name = MemberNames::make(key);
+    try {
+        if (place.run == nullptr) {
+            attach(map, map.type_, Layout::allocate(Layout::Members, first_capacity, sizeof(MapMember)));
+            place.run = block(map);
+        } else if (place.run->size == place.run->capacity) {
+            if (place.run->capacity < run_limit) {
+                grow_run(map, place, std::min(run_limit, 2 * place.run->capacity));
+            } else {
+                split_run(map, place);
+            }
+        }
+    } catch (...) {
+        MemberNames::release(name);
+        throw;
+    }
+    MapMember* at = members_of(place.run) + place.at;
+    move_members(at + 1, at, place.run->size - place.at);
+    ++place.run->size;
+    if (MemberIndex* runs = index(map); runs != nullptr) {
+        ++runs->total;
+    }
+    at->name = name;
+    return *new (&at->value) Value(std::move(value));
+}
+
+Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
+    Block* run = place.run;
+    MapMember* at = members_of(run) + place.at;
+    // Destroyed at the very end: what it held may be large, and the Map must be whole by then.
+    const Value dropped = std::move(at->value);
+    MemberNames::release(at->name);
+    move_members(at, at + 1, run->size - place.at - 1);
+    --run->size;
+    MemberIndex* runs = index(map);
+    if (runs != nullptr) {
+        --runs->total;
+    }
+    if (run->size > 0) {
+        if (place.at == run->size && run->next != nullptr) {
+            return Iterator<Value>(run->next, members_of(run->next));
+        }
+        return Iterator<Value>(run, at);
+    }
+    if (runs == nullptr) {
+        Layout::deallocate(run);
+        detach(map);
+        return {};
+    }
+    Block* next = run->next;
+    runs->runs.erase(runs->runs.begin() + static_cast<std::ptrdiff_t>(place.ordinal));
+    if (place.ordinal > 0) {
+        runs->runs[place.ordinal - 1]->next = next;
+    }
+    Layout::deallocate(run);
+    replace_block(map, runs->runs.front());
+    if (runs->runs.size() == 1) {
+        delete runs;
+        replace_index(map, nullptr);
+    }
+    return next == nullptr ? end(map) : Iterator<Value>(next, members_of(next));
+}
+
+void ValueAccess::reserve_members(Value& map, std::size_t count) {
+    const std::size_t capacity = std::min(count, run_limit);
+    if (!map.on_heap_) {
+        if (capacity > 0) {
+            attach(map, map.type_, Layout::allocate(Layout::Members, capacity, sizeof(MapMember)));
+        }
+    } else if (index(map) == nullptr && block(map)->capacity < capacity) {
+        Place place{block(map), 0, 0, false};
+        grow_run(map, place, capacity);
+    }
+}
+
+Iterator<Value> ValueAccess::begin(const Value& map) noexcept {
+    if (!is_map(map) || !map.on_heap_) {
+        return {};
+    }
+    return Iterator<Value>(block(map), members_of(block(map)));
+}
+
+Iterator<Value> ValueAccess::end(const Value& map) noexcept {
+    if (!is_map(map) || !map.on_heap_) {
+        return {};
+    }
+    Block* run = last_run(map);
+    return Iterator<Value>(run, members_of(run) + run->size);
+}
+
+} // namespace ZoHmiSrv

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "extension/host/value.h"
+#include "platform/server_api/blocks.h"
+#include "platform/server_api/member_names.h"
+
+#include <cstddef>
+
+namespace ZoHmiSrv {
+
+using Layout::Block;
+using Layout::MemberIndex;
+using Layout::NameKey;
+using MapMember = Layout::Member<Value>;
+
+inline MapMember* members_of(Block* run) noexcept {
+    return Layout::members_of<Value>(run);
+}
+inline Value* elements_of(Block* block) noexcept {
+    return reinterpret_cast<Value*>(block + 1);
+}
+
+/// The inside of a Value, for the library's own files. Values and members are moved as plain bytes.
+struct ValueAccess {
+    /// A place in a Map: that of a member, or where one of that name belongs. `ordinal` is the run's place in the
+    /// index.
+    struct Place {
+        Block* run = nullptr;
+        std::size_t at = 0;
+        std::size_t ordinal = 0;
+        bool found = false;
+    };
+
+    static bool is_map(const Value& value) noexcept {
+        return value.type_ == ValueType::Map || value.type_ == ValueType::Struct;
+    }
+    static bool on_heap(const Value& value) noexcept { return value.on_heap_; }
+    /// The only or first block, null when there is none.
+    static Block* block(const Value& value) noexcept { return value.on_heap_ ? value.payload_.heap.block : nullptr; }
+    static MemberIndex* index(const Value& value) noexcept {
+        return value.on_heap_ ? value.payload_.heap.index : nullptr;
+    }
+    /// Makes a Value that owns nothing the owner of blocks.
+    static void attach(Value& value, ValueType type, Block* block, MemberIndex* index = nullptr) noexcept {
+        value.payload_.heap = {block, index};
+        value.type_ = type;
+        value.on_heap_ = true;
+    }
+    /// Forgets what the value owns without giving it back; the type stays.
+    static void detach(Value& value) noexcept {
+        value.payload_.int64 = 0;
+        value.on_heap_ = false;
+        value.inline_size_ = 0;
+    }
+    static void replace_block(Value& value, Block* block) noexcept { value.payload_.heap.block = block; }
+    static void replace_index(Value& value, MemberIndex* index) noexcept { value.payload_.heap.index = index; }
+
+    /// @name Text and Binary
+    static Value make_bytes(ValueType type, const void* data, std::size_t size);
+    static const char* bytes(const Value& value) noexcept;
+    static std::size_t bytes_size(const Value& value) noexcept;
+
+    /// @name Members
+    static std::size_t member_count(const Value& map) noexcept;
+    static Place locate(const Value& map, const NameKey& key) noexcept;
+    /// As `locate`, quick for a name that belongs at the end.
+    static Place locate_for_insert(const Value& map, const NameKey& key) noexcept;
+    /// Puts a member where `locate` said it belongs. Strong: a failed allocation changes nothing.
+    static Value& emplace(Value& map, Place& place, const NameKey& key, Value& value);
+    static Iterator<Value> erase(Value& map, Place place) noexcept;
+    static void reserve_members(Value& map, std::size_t count);
+    static Iterator<Value> iterator(const Place& place) noexcept {
+        return Iterator<Value>(place.run, members_of(place.run) + place.at);
+    }
+    static Iterator<Value> begin(const Value& map) noexcept;
+    static Iterator<Value> end(const Value& map) noexcept;
+    static Block* run_of(Iterator<Value> position) noexcept { return position.run_; }
+    static MapMember* member_at(Iterator<Value> position) noexcept { return position.at_; }
+
+    /// @name Elements
+    static std::size_t element_count(const Value& vector) noexcept;
+    /// Room for one more element at `at`, as raw memory that the caller fills; the count includes it already.
+    static void* open_gap(Value& vector, std::size_t at);
+    static void reserve_elements(Value& vector, std::size_t count);
+
+    /// @name Events
+    template <class T>
+    static T& boxed(const Value& value) noexcept {
+        return *reinterpret_cast<T*>(block(value) + 1);
+    }
+    template <class T>
+    static T& make_box(Value& value);
+    /// The Value inside a boxed Event, Message or Alarm.
+    static Value& inner(Block* box) noexcept;
+    /// Everything of the boxed object but the Value inside; -1, 0 or 1.
+    static int compare_shell(Block* left, Block* right) noexcept;
+    /// A new box with everything of another but the Value inside, which is Null.
+    static Block* copy_shell(Block* box);
+    static void destroy_shell(Block* box) noexcept;
+
+    /// @name Trees
+    /// Copies into a Null. Strong.
+    static void copy(const Value& from, Value& to);
+    static void release(Value& value) noexcept;
+
+    static Value& null_value() noexcept;
+
+private:
+    static void grow_run(Value& map, Place& place, std::size_t capacity);
+    static void split_run(Value& map, Place& place);
+};
+
+} // namespace ZoHmiSrv

@@ -1,0 +1,192 @@
+// Copy and destruction of whole trees of Values, of any depth, and the boxes of events in them.
+#include "platform/server_api/value_access.h"
+
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace ZoHmiSrv {
+
+using Layout::MemberNames;
+
+namespace {
+
+/// Copies go down this far by recursion; what lies deeper waits on a list.
+constexpr int recursion_limit = 64;
+
+struct CopyJob {
+    const Value* from;
+    Value* to;
+};
+
+class TreeCopy {
+public:
+    /// Every Value that is not copied yet is a Null, and every block is attached before it is filled, so that what is
+    /// there can be destroyed at any time.
+    void run(const Value& from, Value& to) {
+        node(from, to, 0);
+        while (!later_.empty()) {
+            const CopyJob job = later_.back();
+            later_.pop_back();
+            node(*job.from, *job.to, 0);
+        }
+    }
+
+private:
+    void child(const Value& from, Value& to, int depth) {
+        if (depth < recursion_limit) {
+            node(from, to, depth + 1);
+        } else {
+            later_.push_back({&from, &to});
+        }
+    }
+
+    /// A copy of a Value that owns nothing, else a Null that `child` fills.
+    static bool shallow(const Value& from, void* to) noexcept {
+        if (ValueAccess::on_heap(from)) {
+            new (to) Value();
+            return false;
+        }
+        std::memcpy(to, static_cast<const void*>(&from), sizeof(Value));
+        return true;
+    }
+
+    void node(const Value& from, Value& to, int depth) {
+        if (shallow(from, &to)) {
+            return;
+        }
+        Block* block = ValueAccess::block(from);
+        switch (block->kind) {
+        case Layout::Bytes:
+            to = ValueAccess::make_bytes(from.type(), Layout::bytes_of(block), block->size);
+            break;
+        case Layout::Elements:
+            elements(from, to, depth);
+            break;
+        case Layout::Members:
+            members(from, to, depth);
+            break;
+        default:
+            Block* shell = ValueAccess::copy_shell(block);
+            ValueAccess::attach(to, from.type(), shell);
+            child(ValueAccess::inner(block), ValueAccess::inner(shell), depth);
+            break;
+        }
+    }
+
+    void elements(const Value& from, Value& to, int depth) {
+        Block* source = ValueAccess::block(from);
+        Block* block = Layout::allocate(Layout::Elements, source->size, sizeof(Value));
+        ValueAccess::attach(to, from.type(), block);
+        for (std::size_t i = 0; i < source->size; ++i) {
+            const Value& element = elements_of(source)[i];
+            Value* slot = elements_of(block) + i;
+            const bool done = shallow(element, slot);
+            ++block->size;
+            if (!done) {
+                child(element, *slot, depth);
+            }
+        }
+    }
+
+    void members(const Value& from, Value& to, int depth) {
+        std::unique_ptr<MemberIndex> index;
+        if (const MemberIndex* source = ValueAccess::index(from)) {
+            index = std::make_unique<MemberIndex>();
+            index->total = source->total;
+            index->runs.reserve(source->runs.size());
+        }
+        Block* last = nullptr;
+        for (Block* source = ValueAccess::block(from); source != nullptr; source = source->next) {
+            Block* run = Layout::allocate(Layout::Members, source->size, sizeof(MapMember));
+            if (last == nullptr) {
+                ValueAccess::attach(to, from.type(), run, index.release());
+            } else {
+                last->next = run;
+            }
+            last = run;
+            if (MemberIndex* copied = ValueAccess::index(to)) {
+                copied->runs.push_back(run);
+            }
+            for (std::size_t i = 0; i < source->size; ++i) {
+                const MapMember& member = members_of(source)[i];
+                MapMember* slot = members_of(run) + i;
+                slot->name = member.name;
+                MemberNames::share(member.name);
+                const bool done = shallow(member.value, &slot->value);
+                ++run->size;
+                if (!done) {
+                    child(member.value, slot->value, depth);
+                }
+            }
+        }
+    }
+
+    std::vector<CopyJob> later_;
+};
+
+/// Puts the blocks of a Value on the list of those to destroy, which are linked through their heads, so that
+/// destruction needs no memory.
+void push(Value& value, Block*& list) noexcept {
+    Block* block = ValueAccess::block(value);
+    delete ValueAccess::index(value);
+    ValueAccess::detach(value);
+    while (block != nullptr) {
+        Block* next = block->next;
+        block->next = list;
+        list = block;
+        block = next;
+    }
+}
+
+} // namespace
+
+void ValueAccess::copy(const Value& from, Value& to) {
+    try {
+        TreeCopy().run(from, to);
+    } catch (...) {
+        if (to.on_heap_) {
+            release(to);
+        }
+        throw;
+    }
+}
+
+void ValueAccess::release(Value& value) noexcept {
+    Block* list = nullptr;
+    push(value, list);
+    while (list != nullptr) {
+        Block* block = list;
+        list = block->next;
+        switch (block->kind) {
+        case Layout::Bytes:
+            break;
+        case Layout::Elements:
+            for (std::size_t i = 0; i < block->size; ++i) {
+                if (Value& element = elements_of(block)[i]; element.on_heap_) {
+                    push(element, list);
+                }
+            }
+            break;
+        case Layout::Members:
+            for (std::size_t i = 0; i < block->size; ++i) {
+                MapMember& member = members_of(block)[i];
+                MemberNames::release(member.name);
+                if (member.value.on_heap_) {
+                    push(member.value, list);
+                }
+            }
+            break;
+        default:
+            if (inner(block).on_heap_) {
+                push(inner(block), list);
+            }
+            destroy_shell(block);
+            break;
+        }
+        Layout::deallocate(block);
+    }
+}
+
+} // namespace ZoHmiSrv
