@@ -1,21 +1,56 @@
 #include "binding/call_gate.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 namespace ZoAtlCom {
+
+namespace {
+
+using Works = std::vector<std::function<void()>>;
+
+// Plain data: a thread-local object with a destructor would keep the library mapped until the thread ends.
+thread_local int gates_entered = 0;
+thread_local Works* deferred = nullptr;
+
+void run(std::function<void()>& work) noexcept {
+    try {
+        work();
+    } catch (...) { // nobody is left to tell
+    }
+}
+
+} // namespace
 
 void CallGate::enter() {
     const std::lock_guard lock(mutex_);
     inside_.push_back(std::this_thread::get_id());
+    ++gates_entered;
 }
 
 void CallGate::leave() noexcept {
-    const std::lock_guard lock(mutex_);
-    const auto self = std::find(inside_.begin(), inside_.end(), std::this_thread::get_id());
-    if (self == inside_.end()) return;
-    *self = inside_.back();
-    inside_.pop_back();
-    if (inside_.empty()) idle_.notify_all();
+    {
+        const std::lock_guard lock(mutex_);
+        const auto self = std::find(inside_.begin(), inside_.end(), std::this_thread::get_id());
+        if (self == inside_.end()) return;
+        *self = inside_.back();
+        inside_.pop_back();
+        if (inside_.empty()) idle_.notify_all();
+    }
+    if (--gates_entered > 0 || !deferred) return;
+    const std::unique_ptr<Works> works(std::exchange(deferred, nullptr));
+    for (auto& work : *works)
+        run(work);
+}
+
+void CallGate::run_outside(std::function<void()> work) noexcept {
+    if (gates_entered == 0) return run(work);
+    try {
+        if (!deferred) deferred = new Works;
+        deferred->push_back(std::move(work));
+    } catch (...) { // without memory the object is better lost than destroyed under its own call
+    }
 }
 
 void CallGate::wait_until_idle() {

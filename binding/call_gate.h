@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -16,6 +17,10 @@ public:
     // Waits without bound until nobody is inside. Returns at once on a thread that is itself inside: it would wait for
     // itself. [any thread]
     void wait_until_idle();
+
+    // Runs `work` at once; on a thread that is inside a gate, whichever, when it has left the outermost one. For work
+    // that would destroy an object under its own call. [any thread]
+    static void run_outside(std::function<void()> work) noexcept;
 
 private:
     std::mutex mutex_;

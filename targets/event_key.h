@@ -1,0 +1,70 @@
+#pragma once
+
+#include "binding/event_objects.h"
+#include "support/guid.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_set>
+
+namespace ZoHmiEventLogger {
+
+/// The logger's own number of an occurrence, if the object tells it. Throws CAtlException when asking fails.
+std::optional<std::uint32_t> unique_id_of(IUnknown& object);
+
+/// One occurrence, recognisable in both views of the logger: as a live object and as an entry of the log.
+///
+/// Equality is not transitive: two keys with ids compare by them, and otherwise their texts decide.
+class EventKey {
+public:
+    /// The key of nothing: no id, no text.
+    EventKey() = default;
+    /// `raised` is in nanoseconds since 1970.
+    EventKey(std::optional<std::uint32_t> id, std::int64_t raised, const GUID& event_class, std::uint32_t event_id);
+
+    /// Asks an alarm or message. Throws CAtlException when a call fails.
+    template <class T>
+    static EventKey of(T& event);
+
+    const std::optional<std::uint32_t>& id() const { return id_; }
+    const std::string& text() const { return text_; }
+
+    friend bool operator==(const EventKey& a, const EventKey& b) {
+        return a.id_ && b.id_ ? *a.id_ == *b.id_ : a.text_ == b.text_;
+    }
+
+private:
+    std::optional<std::uint32_t> id_;
+    std::string text_;
+};
+
+/// Answers whether an equal key was added, without walking them. Since equality is not transitive, texts are kept
+/// apart by whether their key has an id.
+class EventKeySet {
+public:
+    void reserve(std::size_t keys);
+    void add(const EventKey& key);
+    bool contains(const EventKey& key) const;
+
+private:
+    std::unordered_set<std::uint32_t> ids_;
+    std::unordered_set<std::string> texts_with_id_;
+    std::unordered_set<std::string> texts_without_id_;
+};
+
+/// The identity of a live alarm as far as it outlasts a lost connection.
+struct AlarmKey {
+    std::optional<std::uint32_t> id;
+    std::int64_t raised = 0; // nanoseconds since 1970
+
+    /// Asks the alarm. Throws CAtlException when a call fails.
+    static AlarmKey of(ZoEventLoggerFdxProxyLib::IZoAlarm& alarm);
+
+    friend bool operator==(const AlarmKey&, const AlarmKey&) = default;
+    /// A key without id comes before one with an id. Two keys without one cannot be told apart reliably, so ordering
+    /// them throws std::bad_optional_access.
+    friend bool operator<(const AlarmKey& a, const AlarmKey& b);
+};
+
+} // namespace ZoHmiEventLogger

@@ -1,0 +1,251 @@
+#include "targets/limited_event_container.h"
+
+#include "extension/host/event_payload.h"
+#include "extension/host/value.h"
+
+#include <iterator>
+#include <limits>
+
+namespace ZoHmiSrv {
+
+namespace {
+
+constexpr AlarmState invalid_alarm{4};
+
+bool is_message(const Event& event) {
+    return event.payload().type() == ValueType::Message;
+}
+
+bool is_alarm(const Event& event) {
+    return event.payload().type() == ValueType::Alarm;
+}
+
+bool is_invalid_alarm(const Event& event) {
+    return is_alarm(event) && event.payload().get_alarm().alarm_state() == invalid_alarm;
+}
+
+} // namespace
+
+template <class Pointer, class Proxy, class RawPointer>
+LimitedEventContainer<Pointer, Proxy, RawPointer>::LimitedEventContainer()
+    : boundary_(entries_.end()), removal_callback_([](long, const Event&) {}) {
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::add(Event& event, Proxy* pointer, bool has_pointer,
+                                                            unsigned limit, long key, bool use_key) {
+    if (!use_key) key = event.time_received().nanoseconds();
+    Pointer held = has_pointer ? Pointer(pointer) : Pointer();
+
+    const auto entries_before = entries_.size();
+    // Times mostly ascend, and the newest entry stands in front.
+    const Iterator entry =
+        entries_.emplace_hint(entries_.begin(), Rank{key, next_sequence_}, Entry{std::move(held), Event()});
+    ++next_sequence_;
+    entry->second.event.swap(event);
+    const bool live = static_cast<bool>(entry->second.pointer);
+    if (live) {
+        try {
+            index(entry);
+        } catch (...) {
+            entry->second.event.swap(event);
+            entries_.erase(entry);
+            throw;
+        }
+    }
+
+    ++counters_.imported_events;
+    ++(live ? counters_.active_alarms : counters_.not_live);
+    if (is_message(entry->second.event)) {
+        ++counters_.cached_messages;
+        ++counters_.imported_messages;
+    } else if (is_alarm(entry->second.event)) {
+        ++counters_.cached_alarms;
+        if (is_invalid_alarm(entry->second.event)) {
+            ++counters_.cached_invalid_alarms;
+            ++counters_.imported_invalid_alarms;
+        }
+    }
+    note_added(entry, entries_before);
+    evict_behind(limit, entry);
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::add_message(const Message& message, unsigned limit, long key,
+                                                                    bool use_key) {
+    Event event;
+    event.payload().set(message);
+    event.set_domain(message.domain());
+    event.set_name(message.name());
+    event.set_time_received(message.time_raised());
+    add(event, nullptr, false, limit, key, use_key);
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+auto LimitedEventContainer<Pointer, Proxy, RawPointer>::find_alarm(const ZoHmiEventLogger::AlarmKey& key) -> Position {
+    for (Iterator entry = entries_.lower_bound(Rank{key.raised, 0});
+         entry != entries_.end() && entry->first.key == key.raised; ++entry) {
+        const RawPointer pointer = entry->second.pointer.get();
+        if (pointer && ZoHmiEventLogger::AlarmKey::of(*pointer) == key) return Position(entry);
+    }
+    return {};
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+auto LimitedEventContainer<Pointer, Proxy, RawPointer>::find_pointer(RawPointer pointer) -> Position {
+    const auto found = by_pointer_.lower_bound({pointer, Listing{std::numeric_limits<std::int64_t>::min(), 0}});
+    return found != by_pointer_.end() && found->first.first == pointer ? Position(found->second) : Position();
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+RawPointer LimitedEventContainer<Pointer, Proxy, RawPointer>::find_alarm_by_id(int id) const {
+    const auto found = by_id_.lower_bound({id, Listing{std::numeric_limits<std::int64_t>::min(), 0}});
+    return found != by_id_.end() && found->first.first == id ? found->second->second.pointer.get() : nullptr;
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::erase_alarm(Position position) {
+    if (!position || !position.pointer() || !is_alarm(position.event())) return;
+    --counters_.active_alarms;
+    --counters_.cached_alarms; // the invalid ones are left as they are
+    unindex(position.entry_);
+    remove(position.entry_);
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::release_alarm(Position position, unsigned limit) {
+    if (!position || !position.pointer()) return;
+    unindex(position.entry_);
+    position.entry_->second.pointer.reset();
+    --counters_.active_alarms;
+    ++counters_.not_live;
+    evict_behind(limit, position.entry_);
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::prune(unsigned limit) {
+    evict_behind(limit, entries_.end());
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::list(Value& out) {
+    counters_.imported_events = counters_.active_alarms + counters_.not_live;
+    counters_.imported_messages = counters_.cached_messages;
+    counters_.imported_invalid_alarms = counters_.cached_invalid_alarms;
+    out.set_type(ValueType::Vector);
+    out.reserve(out.size() + entries_.size());
+    for_each_in_order([&](const Entry& entry) { out << Value(entry.event); });
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::clear() {
+    by_pointer_.clear();
+    by_id_.clear();
+    entries_.clear();
+    boundary_ = entries_.end();
+    counters_ = Counters();
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::for_each_live(
+    const std::function<void(const Event&, RawPointer)>& visit) const {
+    for_each_in_order([&](const Entry& entry) {
+        if (entry.pointer) visit(entry.event, entry.pointer.get());
+    });
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+template <class Visit>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::for_each_in_order(Visit&& visit) const {
+    // The ranking goes from the newest time to the oldest and the listing the other way, but both go forward within
+    // one time.
+    auto end = entries_.end();
+    while (end != entries_.begin()) {
+        auto first = std::prev(end);
+        while (first != entries_.begin() && std::prev(first)->first.key == first->first.key)
+            --first;
+        for (auto entry = first; entry != end; ++entry)
+            visit(entry->second);
+        end = first;
+    }
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::index(Iterator entry) {
+    const Listing listing{entry->first.key, entry->first.sequence};
+    const auto by_pointer = by_pointer_.emplace(std::pair{entry->second.pointer.get(), listing}, entry).first;
+    if (!is_alarm(entry->second.event)) return;
+    try {
+        by_id_.emplace(std::pair{entry->second.event.payload().get_alarm().id(), listing}, entry);
+    } catch (...) {
+        by_pointer_.erase(by_pointer);
+        throw;
+    }
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::unindex(Iterator entry) {
+    const Listing listing{entry->first.key, entry->first.sequence};
+    by_pointer_.erase({entry->second.pointer.get(), listing});
+    if (is_alarm(entry->second.event)) by_id_.erase({entry->second.event.payload().get_alarm().id(), listing});
+}
+
+// Takes an entry out of the ranking; those behind it move up by one.
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::remove(Iterator entry) {
+    if (limit_ && boundary_ != entries_.end() && !(boundary_->first < entry->first)) ++boundary_;
+    entries_.erase(entry);
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::note_added(Iterator entry, std::uint64_t entries_before) {
+    if (!limit_ || entries_before < *limit_) return; // nothing ranks behind the limit yet
+    // Only what now stands in front of the boundary moves it; its left neighbour slips behind the limit.
+    if (boundary_ == entries_.end() || entry->first < boundary_->first) --boundary_;
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::evict(Iterator entry) {
+    Event evicted;
+    --counters_.not_live;
+    if (is_message(entry->second.event)) {
+        --counters_.cached_messages;
+    } else if (is_alarm(entry->second.event)) {
+        --counters_.cached_alarms;
+        if (is_invalid_alarm(entry->second.event)) --counters_.cached_invalid_alarms;
+    }
+    evicted.swap(entry->second.event);
+    const auto key = entry->first.key;
+    remove(entry);
+    if (notify_on_removal_) removal_callback_(key, evicted);
+}
+
+// With an unchanged limit at most one entry can have to go: the one that was pushed behind the limit, or the suspect,
+// which has just been added or released behind it. All others there are live.
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::evict_behind(unsigned limit, Iterator suspect) {
+    if (limit_ != limit) {
+        const auto behind_limit = [&] {
+            return entries_.size() > limit ? std::next(entries_.begin(), limit) : entries_.end();
+        };
+        limit_.reset();
+        for (Iterator entry = behind_limit(); entry != entries_.end();) {
+            const Iterator current = entry++;
+            if (!current->second.pointer) evict(current);
+        }
+        boundary_ = behind_limit();
+        limit_ = limit;
+        return;
+    }
+    if (boundary_ == entries_.end()) return;
+    if (!boundary_->second.pointer) {
+        evict(boundary_);
+    } else if (suspect != entries_.end() && boundary_->first < suspect->first && !suspect->second.pointer) {
+        evict(suspect);
+    }
+}
+
+template class LimitedEventContainer<ZoHmiEventLogger::ScopedEventPointer<ZoEventLoggerFdxProxyLib::IZoAlarm>,
+                                     ZoEventLoggerFdxProxyLib::IZoAlarm, ZoEventLoggerFdxProxyLib::IZoAlarm*>;
+
+} // namespace ZoHmiSrv

@@ -1,0 +1,214 @@
+#include "targets/target_system.h"
+
+#include "extension/host/event.h"
+#include "extension/host/event_payload.h"
+#include "extension/host/value.h"
+#include "targets/ask.h"
+#include "targets/conversion.h"
+#include "targets/logging_functions.h"
+#include "targets/target_event_lock.h"
+#include "targets/trace_message.h"
+
+#include <utility>
+
+namespace ZoHmiEventLogger {
+
+using namespace ZoEventLoggerFdxProxyLib;
+using ZoHmiSrv::Alarm;
+using ZoHmiSrv::Event;
+using ZoHmiSrv::Message;
+using ZoHmiSrv::Timestamp;
+using ZoHmiSrv::Value;
+
+namespace {
+
+Timestamp ask_time(IZoAlarm& alarm, HRESULT (IZoAlarm::*getter)(std::int64_t*)) {
+    return Timestamp::from_file_time(ask(alarm, getter));
+}
+
+Timestamp time_raised(IZoAlarm& alarm) {
+    return Timestamp::from_file_time(ask(alarm, &IZoEvent::GetTimeRaised));
+}
+
+int as_int(std::uint32_t id) {
+    return static_cast<int>(id);
+}
+
+const char* reason_text(tagDatabaseChangeReasonEnum reason) {
+    switch (reason) {
+    case tagDatabaseChangeReasonEnum::Undefined:
+        return "Undefined";
+    case tagDatabaseChangeReasonEnum::ClearLoggedEvents:
+        return "ClearLoggedEvents";
+    case tagDatabaseChangeReasonEnum::MaximumSizeReached:
+        return "MaximumSizeReached";
+    case tagDatabaseChangeReasonEnum::Deleted:
+        return "Deleted";
+    }
+    return nullptr;
+}
+
+} // namespace
+
+// In what clearing and confirming an alarm differ.
+struct TargetSystem::AlarmChange {
+    const char* known;
+    const char* unknown;
+    HRESULT (IZoAlarm::*get_time)(std::int64_t*);
+    void (Alarm::*set_time)(const Timestamp&);
+    bool now_for_no_time;
+};
+
+// A live callback is handled with the callback mutex held; while an import is fetching it is only recorded. During
+// shutdown it is dropped.
+template <class Record, class Handle>
+void TargetSystem::receive(Record&& record, Handle&& handle) {
+    const std::lock_guard lock(*callback_mutex_);
+    if (recording_)
+        recorded_.push_back(record());
+    else if (!stopping_->load(std::memory_order_acquire))
+        handle();
+}
+
+void TargetSystem::OnMessageSent(IZoMessage* message) {
+    receive([&] { return std::make_shared<RecordedCallback>(message); }, [&] { handle_message(message, false); });
+}
+
+void TargetSystem::OnAlarmRaised(IZoAlarm* alarm) {
+    receive([&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmRaised, alarm, 0); },
+            [&] { handle_alarm_raised(alarm, false); });
+}
+
+void TargetSystem::OnAlarmCleared(IZoAlarm* alarm, std::int16_t removed) {
+    receive([&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmCleared, alarm, removed); },
+            [&] { handle_alarm_cleared(alarm, removed, false); });
+}
+
+void TargetSystem::OnAlarmConfirmed(IZoAlarm* alarm, std::int16_t removed) {
+    receive([&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmConfirmed, alarm, removed); },
+            [&] { handle_alarm_confirmed(alarm, removed, false); });
+}
+
+void TargetSystem::OnDatabaseChanged(DatabaseChangeReason reason) {
+    if (!reason_text(reason)) return;
+    receive([&] { return std::make_shared<RecordedCallback>(reason); },
+            [&] { handle_database_changed(reason, false); });
+}
+
+void TargetSystem::handle_message(IZoMessage* proxy, bool replay) {
+    Message message;
+    convert_message(message, proxy, domain_, name_);
+    {
+        EventLock lock(*this);
+        events_.add_message(message, event_limit_, 0, false);
+        lock.unlock();
+    }
+    if (!replay) listener_->on_message(std::move(message));
+}
+
+void TargetSystem::handle_alarm_raised(IZoAlarm* proxy, bool replay) {
+    EventLock lock(*this);
+    const char* trace = nullptr;
+    Event event;
+    Alarm alarm;
+    if (const auto known = events_.find_pointer(proxy)) {
+        trace = "ACTIVE_ALARM_RAISED_AGAIN";
+        event = known.event();
+        convert_alarm(event, proxy, domain_, name_, take_event_id(), true);
+        alarm = std::as_const(event).payload().get_alarm();
+        events_.erase_alarm(known);
+        events_.add(event, proxy, true, event_limit_, 0, false);
+        // The raised time can have moved on meanwhile; what was stored is reported then.
+        if (const auto stored = events_.find_alarm(AlarmKey::of(*proxy)))
+            alarm = std::as_const(stored.event()).payload().get_alarm();
+    } else {
+        trace = "NEW_ALARM_RAISED";
+        convert_alarm(event, proxy, domain_, name_, take_event_id(), false);
+        alarm = std::as_const(event).payload().get_alarm();
+        events_.add(event, proxy, true, event_limit_, 0, false);
+    }
+    lock.unlock();
+    listener_->log_message(trace_message(trace, {name_.c_str(), alarm.id(), alarm.time_raised()}));
+    if (!replay) listener_->on_alarm_raised(alarm);
+}
+
+void TargetSystem::handle_alarm_cleared(IZoAlarm* alarm, std::int16_t removed, bool replay) {
+    // Operators sort by the time cleared, so a cleared alarm is given one.
+    static constexpr AlarmChange cleared{"KNOWN_ALARM_CLEARED", "UNKNOWN_ALARM_CLEARED", &IZoAlarm::GetTimeCleared,
+                                         &Alarm::set_time_cleared, true};
+    handle_alarm_changed(alarm, removed, replay, cleared);
+}
+
+void TargetSystem::handle_alarm_confirmed(IZoAlarm* alarm, std::int16_t removed, bool replay) {
+    static constexpr AlarmChange confirmed{"KNOWN_ALARM_CONFIRMED", "UNKNOWN_ALARM_CONFIRMED",
+                                           &IZoAlarm::GetTimeConfirmed, &Alarm::set_time_confirmed, false};
+    handle_alarm_changed(alarm, removed, replay, confirmed);
+}
+
+void TargetSystem::handle_alarm_changed(IZoAlarm* proxy, std::int16_t removed_flag, bool replay,
+                                        const AlarmChange& change) {
+    const bool removed = removed_flag == VARIANT_TRUE;
+    EventLock lock(*this);
+    const auto position = events_.find_alarm(AlarmKey::of(*proxy));
+    if (!position) {
+        lock.unlock();
+        const Timestamp raised = time_raised(*proxy);
+        const Timestamp changed = ask_time(*proxy, change.get_time);
+        listener_->log_message(trace_message(change.unknown, {name_.c_str(), removed, raised, changed}));
+        return;
+    }
+    Alarm& stored = position.event().payload().get_alarm();
+    stored.set_confirmation_state(clamp_confirmation_state(ask(*proxy, &IZoAlarm::GetConfirmationState)));
+    Timestamp time = ask_time(*proxy, change.get_time);
+    if (change.now_for_no_time && time.nanoseconds() == 0) time = Timestamp::now();
+    (stored.*change.set_time)(time);
+    const Alarm alarm = stored;
+    if (removed) events_.release_alarm(position, event_limit_);
+    lock.unlock();
+    listener_->log_message(
+        trace_message(change.known, {name_.c_str(), removed, alarm.id(), alarm.time_raised(), time}));
+    if (!replay) listener_->on_alarm_changed(alarm, removed);
+}
+
+// The tick sees the lost connection, and the import after it rebuilds the store.
+void TargetSystem::handle_database_changed(DatabaseChangeReason reason, bool) {
+    call_logger(&IZoEventLogger::Disconnect);
+    listener_->log_message(trace_message("DATABASE_CHANGED", {name_.c_str(), reason_text(reason)}));
+}
+
+// The store calls this during evictions, with the event mutex held; the listener hears of it from EventLock.
+void TargetSystem::forget_event(long, const Event& event) {
+    evicted_.push_back(event);
+}
+
+HRESULT TargetSystem::confirm_alarm(const Alarm& alarm) {
+    ZoAtlCom::CComPtr<IZoAlarm> proxy;
+    {
+        const std::lock_guard lock(event_mutex_);
+        proxy = ZoAtlCom::CComPtr<IZoAlarm>(events_.find_alarm_by_id(alarm.id()));
+    }
+    if (!proxy) return E_FAIL;
+    listener_->log_message(trace_message("CALL_CONFIRM", {name_.c_str(), alarm.id()}));
+    try {
+        return ZoAtlCom::throw_if_failed(proxy->Confirm());
+    } catch (...) {
+        report_current_exception();
+        return E_FAIL;
+    }
+}
+
+void TargetSystem::list_events(Value& out) {
+    const std::lock_guard lock(event_mutex_);
+    events_.list(out);
+}
+
+EventStore::Counters TargetSystem::counters() {
+    const std::lock_guard lock(event_mutex_);
+    return events_.counters();
+}
+
+int TargetSystem::take_event_id() {
+    return as_int(next_event_id_->fetch_add(1));
+}
+
+} // namespace ZoHmiEventLogger

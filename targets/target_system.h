@@ -1,0 +1,128 @@
+#pragma once
+
+#include "binding/connection_points.h"
+#include "binding/error.h"
+#include "extension/host/timestamp.h"
+#include "targets/target_system_platform_specific.h"
+
+#include <atomic>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_set>
+
+namespace ZoHmiSrv {
+class Alarm;
+class Message;
+class Value;
+} // namespace ZoHmiSrv
+
+namespace ZoHmiEventLogger {
+
+/// One configured target: the connection to its event logger and the events that it holds.
+///
+/// It has no thread of its own. The extension's tick calls `poll`, and that alone reconnects; the proxy calls the five
+/// event methods. Its settings never change: a change of configuration replaces the object. Except where told, nothing
+/// thrown by the proxy leaves an operation; it is reported to the listener.
+class TargetSystem : public TargetSystemPlatformSpecific<TargetSystem> {
+public:
+    using IZoAlarm = ZoEventLoggerFdxProxyLib::IZoAlarm;
+    using IZoMessage = ZoEventLoggerFdxProxyLib::IZoMessage;
+    using DatabaseChangeReason = ZoEventLoggerFdxProxyLib::tagDatabaseChangeReasonEnum;
+
+    /// Creates the proxy and subscribes to its events, but does not connect. Throws CAtlException when the proxy cannot
+    /// take the timeout (whole milliseconds, negative ones as 0).
+    TargetSystem(std::string domain, ILoggingFunctions* listener, std::string name, std::string net_id,
+                 const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit,
+                 std::shared_ptr<const std::atomic<bool>> stopping,
+                 std::shared_ptr<std::atomic<std::uint32_t>> next_event_id);
+    /// Disconnects, and waits until no callback is inside the object. Never to run inside one: see `destroy`.
+    virtual ~TargetSystem();
+
+    /// Deletes a target; on a thread that is inside a callback, of this or another target, once that has returned.
+    /// What shared pointers to targets use as their deleter. [any thread]
+    static void destroy(TargetSystem* target);
+
+    /// False when there is no proxy; such a target stays disabled. [any thread]
+    bool proxy_created() const { return proxy_created_; }
+    /// True until the first `connect`: the target was never asked to connect. [any thread]
+    bool disabled() const { return disabled_; }
+    /// The resolved net id. [any thread]
+    std::string net_id() const { return net_id_; }
+
+    /// Connects unless connected, and imports what the logger holds. After an import `holder` keeps live callbacks
+    /// waiting, so that the caller can make the server ask for the events anew first. True when connected already or
+    /// imported. Throws CAtlException when the connection's state cannot be queried. [tick, server thread]
+    bool connect(LockHolder& holder);
+    /// One step of the connection: sees a loss, and tries to reconnect once. True when the server's copy of this
+    /// target's events is out of date. Throws as `connect` does. [tick]
+    bool poll(LockHolder& holder);
+    /// Ends the connection and the subscription for good. [any thread]
+    void disconnect();
+    /// Asks the proxy; throws CAtlException when that fails. [any thread]
+    ConnectionStatus connection_status();
+    /// Drops the link; the next `poll` connects anew. 0 or above on success, else E_FAIL. [any thread]
+    HRESULT force_disconnect();
+    /// Empties the log of the target. The same results. [any thread]
+    HRESULT clear_logged_events();
+
+    /// Confirms the live alarm with this id at its logger. What the logger answers; E_FAIL when it refuses or no live
+    /// alarm has the id. [any thread]
+    HRESULT confirm_alarm(const ZoHmiSrv::Alarm& alarm);
+    /// Appends a copy of each stored event, oldest first. [any thread]
+    void list_events(ZoHmiSrv::Value& out);
+    /// [any thread]
+    EventStore::Counters counters();
+
+    /// The logger's events, called by the sink. What they throw becomes the sink's result. [proxy callback]
+    void OnMessageSent(IZoMessage* message);
+    void OnAlarmRaised(IZoAlarm* alarm);
+    void OnAlarmCleared(IZoAlarm* alarm, std::int16_t removed);
+    void OnAlarmConfirmed(IZoAlarm* alarm, std::int16_t removed);
+    void OnDatabaseChanged(DatabaseChangeReason reason);
+
+private:
+    class EventLock;
+    struct AlarmChange;
+    struct Import;
+
+    // target_connection.cpp
+    void create_proxy(const ZoHmiSrv::Timespan& timeout);
+    ConnectionStatus query_state();
+    bool open_connection(bool preload_translations);
+    HRESULT call_connect(ZoEventLoggerFdxProxyLib::IZoConnectionSettings& settings);
+    void connect_failed(HRESULT code);
+    void disconnect_step();
+    HRESULT call_logger(HRESULT (ZoEventLoggerFdxProxyLib::IZoEventLogger::*operation)());
+    void report_current_exception();
+    void clear_events();
+    void save_alarm_ids();
+    void empty_store();
+    void clear_events_and_report();
+
+    // target_import.cpp
+    LockHolder import_events();
+    std::unique_lock<std::mutex> lock_callbacks();
+    LockHolder make_holder(std::unique_lock<std::mutex>& callbacks);
+    void fetch(Import& import);
+    void import_logged_events(Import& import);
+    void import_active_alarms(Import& import);
+    bool replay(const Import& import);
+    void set_notify(bool notify);
+
+    // target_intake.cpp
+    template <class Record, class Handle>
+    void receive(Record&& record, Handle&& handle);
+    void handle_message(IZoMessage* message, bool replay);
+    void handle_alarm_raised(IZoAlarm* alarm, bool replay);
+    void handle_alarm_cleared(IZoAlarm* alarm, std::int16_t removed, bool replay);
+    void handle_alarm_confirmed(IZoAlarm* alarm, std::int16_t removed, bool replay);
+    void handle_alarm_changed(IZoAlarm* alarm, std::int16_t removed, bool replay, const AlarmChange& change);
+    void handle_database_changed(DatabaseChangeReason reason, bool replay);
+    void forget_event(long key, const ZoHmiSrv::Event& event);
+    int take_event_id();
+};
+
+} // namespace ZoHmiEventLogger
