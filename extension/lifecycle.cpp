@@ -1,0 +1,180 @@
+#include "extension/zo_hmi_event_logger.h"
+
+#include "extension/host/event_payload.h"
+#include "extension/host/host.h"
+#include "extension/host/value.h"
+#include "targets/target_system.h"
+#include "targets/trace_message.h"
+
+#include <set>
+
+namespace ZoHmiEventLogger {
+
+using namespace ZoHmiSrv;
+
+namespace {
+
+constexpr long tick_ms = 500;
+constexpr long stop_timeout_ms = 5000;
+
+ILicenseHost* license_part(IZoHmiSrvExtHost* host) {
+    return host ? dynamic_cast<ILicenseHost*>(host) : nullptr;
+}
+
+} // namespace
+
+ZoHmiEventLogger::ZoHmiEventLogger(IZoHmiSrvExtHost* host) : host_(host), license_host_(license_part(host)) {
+}
+
+ZoHmiEventLogger::~ZoHmiEventLogger() {
+    *stopping_ = true;
+}
+
+String ZoHmiEventLogger::extension_info() {
+    return "";
+}
+
+ResultPair ZoHmiEventLogger::init(const Context& context) {
+    context_ = context;
+    host_->set_display_name(context, "Zorvane EventLogger");
+    const Value config = host_->get_config_value(context, "");
+    if (!config.isset()) {
+        *stopping_ = true;
+        stop_threads();
+        return HMI_E_INVALID_PARAMETER;
+    }
+    const Value timeout = config["TIMEOUT"];
+    if (timeout.type() != ValueType::TimeSpan) return HMI_E_INIT; // the workers stay until the object goes
+
+    host_->register_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
+    host_->register_listener(context, static_cast<IZoHmiSrvEventLocalizationListener*>(this));
+    host_->register_listener(context, static_cast<IZoHmiSrvShutdownListener*>(this));
+    host_->register_listener(context, static_cast<IZoHmiSrvRequestListener*>(this));
+
+    std::vector<std::shared_ptr<TargetSystem>> started; // no target dies before the end
+    try {
+        if (!start_targets(timeout.get_timespan(), started)) {
+            stop_threads();
+            return HMI_E_INIT;
+        }
+        arm_timer();
+        register_config_listener();
+    } catch (...) {
+        *stopping_ = true;
+        unregister_listeners(context);
+        stop_threads();
+        targets_.clear();
+        return HMI_E_INIT;
+    }
+    return {};
+}
+
+// False when a proxy could not be created. What was started until then stays.
+bool ZoHmiEventLogger::start_targets(const Timespan& timeout, std::vector<std::shared_ptr<TargetSystem>>& started) {
+    const auto configs = read_target_configs();
+    const auto event_limit = read_event_limit();
+    const std::string local = get_local_net_id();
+    std::set<std::string> licensed;
+    for (const TargetConfig& config : configs) {
+        licensed.insert(actualize(config.address, local, false));
+        const auto target = create_target(config, actualize(config.address, local, true), timeout, event_limit);
+        if (!target->proxy_created()) return false;
+        started.push_back(target);
+        if (targets_.insert_or_replace(config.name, target, *stopping_) && config.enabled)
+            connect_first(*target, config.name);
+    }
+    if (license_host_) licence_targets(licensed, local);
+    return true;
+}
+
+void ZoHmiEventLogger::connect_first(TargetSystem& target, const std::string& name) {
+    try {
+        LockHolder holder;
+        target.connect(holder);
+    } catch (const std::exception& exception) {
+        log_exception(name, exception);
+    } catch (...) {
+        log_unknown_exception(name);
+    }
+}
+
+void ZoHmiEventLogger::register_config_listener() {
+    Value filter;
+    filter.set_type(ValueType::Struct);
+    filter.insert("flags", 48); // changes and deletions
+    filter.insert("paths", Value().set_type(ValueType::Vector) << "TARGET_SYSTEMS::*");
+    host_->register_config_listener(context_, this, Value().set_type(ValueType::Vector) << filter);
+}
+
+// One-shot: each tick arms the next one as its last act, so that ticks never overlap.
+void ZoHmiEventLogger::arm_timer() {
+    threading_.start_new_timer(tick_ms, [this, context = context_](TimerError error) {
+        try {
+            on_timer(error, context);
+        } catch (...) { // reported, and the end of the chain
+        }
+    });
+}
+
+void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
+    if (error == TimerError::cancelled) return;
+    if (license_host_) report_licences();
+    const auto names = targets_.names();
+    std::vector<HeldTarget> slots(names.size());
+    bool changed = false;
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        HeldTarget& slot = slots[index];
+        slot.target = targets_.find(names[index]);
+        if (slot.target) poll(*slot.target, names[index], slot.holder, changed);
+    }
+    if (changed) send_reset_temporary_events(context);
+    arm_timer();
+    // Only now do the slots let live callbacks of fresh connections through, behind the reset.
+}
+
+void ZoHmiEventLogger::poll(TargetSystem& target, const std::string& name, LockHolder& holder, bool& changed) {
+    try {
+        if (target.poll(holder)) changed = true;
+    } catch (const std::exception& exception) {
+        log_exception(name, exception);
+        throw;
+    } catch (...) {
+        log_unknown_exception(name);
+        throw;
+    }
+}
+
+void ZoHmiEventLogger::report_licences() {
+    const std::string local = get_local_net_id();
+    std::set<std::string> licensed;
+    for (const TargetConfig& config : read_target_configs())
+        licensed.insert(actualize(config.address, local, false));
+    licence_targets(licensed, local);
+}
+
+void ZoHmiEventLogger::send_reset_temporary_events(const Context& context) {
+    log_message(trace_message("RESET_TEMPORARY_EVENTS", {}));
+    host_->reset_temporary_events(context);
+}
+
+int ZoHmiEventLogger::on_shutdown(const Context& context) {
+    *stopping_ = true;
+    unregister_listeners(context);
+    host_->unregister_listener(context, static_cast<IZoHmiSrvConfigListener*>(this));
+    stop_threads();
+    targets_.clear();
+    return 0;
+}
+
+void ZoHmiEventLogger::unregister_listeners(const Context& context) {
+    host_->unregister_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
+    host_->unregister_listener(context, static_cast<IZoHmiSrvEventLocalizationListener*>(this));
+    host_->unregister_listener(context, static_cast<IZoHmiSrvShutdownListener*>(this));
+    host_->unregister_listener(context, static_cast<IZoHmiSrvRequestListener*>(this));
+}
+
+void ZoHmiEventLogger::stop_threads() {
+    threading_.stop(stop_timeout_ms, InterruptMode::join, false);
+}
+
+} // namespace ZoHmiEventLogger

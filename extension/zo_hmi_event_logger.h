@@ -1,0 +1,115 @@
+#pragma once
+
+#include "extension/fdx_helper.h"
+#include "extension/host/context.h"
+#include "extension/host/listeners.h"
+#include "extension/target_config.h"
+#include "extension/target_table.h"
+#include "support/threading.h"
+#include "targets/logging_functions.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace ZoHmiSrv {
+class IZoHmiSrvExtHost;
+class ILicenseHost;
+class Timespan;
+} // namespace ZoHmiSrv
+
+namespace ZoHmiEventLogger {
+
+/// The extension. The order of the bases and of the virtual operations is part of what the server sees: it holds the
+/// IZoHmiSrvExt part, which is not the start of the object.
+///
+/// The server calls the listeners on threads of its own, several at once, while the tick runs on a worker of
+/// `threading_` and callbacks of the targets on threads of their proxies.
+class ZoHmiEventLogger : public ILoggingFunctions,
+                         public ZoHmiSrv::IZoHmiSrvExt,
+                         public ZoHmiSrv::IZoHmiSrvShutdownListener,
+                         public ZoHmiSrv::IZoHmiSrvAlarmProviderListener,
+                         public ZoHmiSrv::IZoHmiSrvEventLocalizationListener,
+                         public ZoHmiSrv::IZoHmiSrvRequestListener,
+                         public ZoHmiSrv::ZoHmiSrvConfigListener,
+                         public FdxHelper {
+public:
+    /// Makes no host call and starts no timer. The host is not owned.
+    explicit ZoHmiEventLogger(ZoHmiSrv::IZoHmiSrvExtHost* host);
+    /// Assumes that `on_shutdown` ran; unregisters nothing.
+    ~ZoHmiEventLogger() override;
+
+    /// Not supported yet: HMI_E_FAIL. [server thread]
+    ZoHmiSrv::ErrorValue on_confirm_alarm(const ZoHmiSrv::Context& context, ZoHmiSrv::Alarm& alarm) override;
+    /// Appends the events of all targets, target after target in the order of their names. [server thread]
+    int on_get_events(const ZoHmiSrv::Context& context, ZoHmiSrv::Value& events) override;
+    /// An empty text. [any thread]
+    ZoHmiSrv::String extension_info() override;
+    /// Reads the configuration, creates and connects the targets and starts the tick. A target that cannot be reached
+    /// is no failure. [server thread]
+    ZoHmiSrv::ResultPair init(const ZoHmiSrv::Context& context) override;
+    /// Waits up to 5 s for each worker, and for calls of the proxy that hang. [server thread]
+    int on_shutdown(const ZoHmiSrv::Context& context) override;
+    /// Not supported yet: HMI_E_FAIL. [server thread]
+    ZoHmiSrv::ErrorValue on_localize_event(const ZoHmiSrv::Context& context, const char* locale,
+                                           ZoHmiSrv::EventPayload& event, ZoHmiSrv::String& text) override;
+    /// Both act on paths of two parts, "TARGET_SYSTEMS::name", and ignore shorter and longer ones. [server thread]
+    ZoHmiSrv::ResultPair on_config_delete(const ZoHmiSrv::Context& context, const char* path) override;
+    ZoHmiSrv::ResultPair on_config_change(const ZoHmiSrv::Context& context, const char* path) override;
+    /// Not supported yet: every command gets HMI_E_FAIL. [server thread]
+    void on_request(const ZoHmiSrv::Context& context, ZoHmiSrv::CommandGroup& commands) override;
+
+    // ILoggingFunctions
+    void log_message(ZoHmiSrv::Message message) override;
+    void log_exception(const std::string& target_name, const std::exception& exception) override;
+    void log_unknown_exception(const std::string& target_name) override;
+    void on_message(ZoHmiSrv::Message message) override;
+    void on_alarm_raised(const ZoHmiSrv::Alarm& alarm) override;
+    void on_alarm_changed(const ZoHmiSrv::Alarm& alarm, bool removed) override;
+    void forget_event(const ZoHmiSrv::Event& event) override;
+    bool preload_translations() override;
+
+    /// One step of the periodic work, 500 ms after the last one ended; ends the chain when the timer was cancelled.
+    /// Throws, after reporting it, when a target's connection state cannot be queried, and then arms no further timer.
+    /// [tick]
+    void on_timer(ZoHmiSrv::TimerError error, const ZoHmiSrv::Context& context);
+
+private:
+    // lifecycle.cpp
+    bool start_targets(const ZoHmiSrv::Timespan& timeout, std::vector<std::shared_ptr<TargetSystem>>& started);
+    void connect_first(TargetSystem& target, const std::string& name);
+    void arm_timer();
+    void poll(TargetSystem& target, const std::string& name, LockHolder& holder, bool& changed);
+    void report_licences();
+    void send_reset_temporary_events(const ZoHmiSrv::Context& context);
+    void register_config_listener();
+    void unregister_listeners(const ZoHmiSrv::Context& context);
+    void stop_threads();
+    void send_error(const std::string& target_name, const char* text);
+
+    // configuration.cpp
+    std::vector<TargetConfig> read_target_configs();
+    std::uint32_t read_event_limit();
+    std::string get_local_net_id();
+    bool apply_target_config(const TargetConfig& config, HeldTarget& held);
+    std::shared_ptr<TargetSystem> create_target(const TargetConfig& config, const std::string& net_id,
+                                                const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit);
+
+    TargetTable targets_;
+    std::mutex local_net_id_mutex_;
+    std::string local_net_id_; // [local net id mutex]
+    std::mutex config_mutex_;
+    // Shared with the targets, one of which may outlive the extension on a thread that still uses it.
+    const std::shared_ptr<std::atomic<bool>> stopping_ = std::make_shared<std::atomic<bool>>(false);
+    const std::shared_ptr<std::atomic<std::uint32_t>> next_event_id_ = std::make_shared<std::atomic<std::uint32_t>>(1);
+    ZoHmiSrv::IZoHmiSrvExtHost* const host_;
+    ZoHmiSrv::ILicenseHost* const license_host_; // null when the host has none
+    ZoHmiSrv::Context context_;                  // set by init, constant from then on
+    // Last, so that no tick outlives what it uses.
+    ZoHmiSrv::Threading threading_{2};
+};
+
+} // namespace ZoHmiEventLogger
