@@ -107,7 +107,7 @@ unsigned long ThreadingImpl::start_new_timer(long ms, const Callback& callback) 
     const auto timer = make_timer();
     timer->expires_at(expiry_after(ms));
 
-    // `stop` sets its flag before it takes this mutex: a wait is either seen by its cancellation or not started.
+    // `stop` sets its flag before it takes this mutex: a wait is either cancelled by it or not started.
     const std::lock_guard lock(timer_mutex_);
     if (stopped()) return 0;
     const unsigned long id = ++last_timer_id_;
@@ -185,6 +185,9 @@ bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
     if (stopped_.exchange(true, std::memory_order_acq_rel)) return false;
     // A pool thread that is interrupted itself must not leave this half done.
     const boost::this_thread::disable_interruption uninterrupted;
+    // Whoever saw the flag unset has started its wait once this mutex was free. The wait then counts as work; one that
+    // came after the token below is dropped might find the context out of work, and its callback would never come.
+    { const std::lock_guard lock(timer_mutex_); }
 
     ThreadTable threads;
     {

@@ -1,0 +1,198 @@
+#include "extension/host/value.h"
+#include "support/error_text.h"
+#include "support/extension_result.h"
+#include "support/guid.h"
+#include "support/numeric.h"
+#include "tests/support/checksum.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <set>
+#include <string>
+
+using namespace std::string_literals;
+using namespace ZoHmiSrv;
+using Algorithm::guid_from_string;
+using Algorithm::integer_to_hex;
+using Algorithm::saturating_cast;
+using Algorithm::uuid_to_string;
+
+namespace {
+
+std::string pretty(int number) {
+    return get_error_string_pretty(static_cast<ErrorValue>(number), ErrorMessageDetails::standard);
+}
+
+std::string name_of(int number) {
+    return get_error_string(static_cast<ErrorValue>(number)).name();
+}
+
+TEST(ErrorText, TheTableIsWhole) {
+    std::size_t rows = 0;
+    std::set<std::string> names;
+    std::string sentences;
+    for (int number = -1; number < 0x2000; ++number) {
+        const std::string text = pretty(number);
+        EXPECT_EQ(text.empty(), name_of(number).empty()) << number;
+        if (text.empty()) continue;
+        ++rows;
+        names.insert(name_of(number));
+        const std::string tail = " (HMI_E_" + name_of(number) + ")";
+        ASSERT_TRUE(text.ends_with(tail)) << text;
+        sentences +=
+            integer_to_hex(number, true, false, false) + " " + text.substr(0, text.size() - tail.size()) + "\n";
+    }
+    EXPECT_EQ(rows, 139u);
+    EXPECT_EQ(names.size(), rows);
+    EXPECT_EQ(crc32(sentences), 1349073817u);
+}
+
+TEST(ErrorText, TellingRows) {
+    struct Case {
+        int number;
+        const char* name;
+        const char* pretty;
+    };
+    const Case cases[] = {
+        {0x0, "SUCCESS", "No Error: Success (HMI_E_SUCCESS)"},
+        {0x4, "RESTART", "No Error: Restart required (HMI_E_RESTART)"},
+        {0xa, "", ""},
+        {0x101, "FAIL", "Command failed (HMI_E_FAIL)"},
+        {0x102, "UNEXPECTED", "Unexpected error (HMI_E_UNEXPECTED)"},
+        {0x104, "REQUIRED_EXTENSION_MISSING", "Required extension missing (HMI_E_REQUIRED_EXTENSION_MISSING)"},
+        {0x105, "INIT", "Initialization failed (HMI_E_INIT)"},
+        {0x10d, "INVALID_PARAMETER", "Invalid parameter (HMI_E_INVALID_PARAMETER)"},
+        {0x10e, "INVALID_TYPE", "Invalid type (HMI_E_INVALID_TYPE)"},
+        {0x124, "ENTRY_NOT_FOUND", "Entry not found (HMI_E_ENTRY_NOT_FOUND)"},
+        {0x125, "INVALID_SYMBOL", "Invalid symbol (HMI_E_INVALID_SYMBOL)"},
+        {0x202, "SYMBOL_SCHEMA_MISSING", "Schmea missing (HMI_E_SYMBOL_SCHEMA_MISSING)"},
+        {0x400, "", ""},
+        {0x50e, "CONNECT", "Unable to connect (HMI_E_CONNECT)"},
+        {0x60a, "NO_MATCHES", "No matches (HMI_E_NO_MATCHES)"},
+        {0x60e, "", ""},
+        {0x802, "INVALID_DOMAIN", "Invalid domain (HMI_E_INVALID_DOMAIN)"},
+        {0x1010, "AUTH_INSUFFICIENT_LOGIN_INFORMATION",
+         "Insufficient login information (HMI_E_AUTH_INSUFFICIENT_LOGIN_INFORMATION)"},
+        {std::numeric_limits<int>::min(), "", ""},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(name_of(row.number), row.name) << row.number;
+        EXPECT_EQ(pretty(row.number), row.pretty) << row.number;
+    }
+}
+
+TEST(ErrorText, AnErrorInAValue) {
+    Value value;
+    add_error(value, "first", HMI_E_FAIL, nullptr, "");
+    add_error(value, "second", HMI_E_CONNECT, "No answer.", "The cable is out.");
+    EXPECT_EQ(value.type(), ValueType::Map);
+    const Value& errors = value;
+    EXPECT_EQ(errors["first"]["code"].get_int32(), 0x101);
+    EXPECT_STREQ(errors["first"]["message"].get_string(), "Command failed (HMI_E_FAIL)");
+    EXPECT_FALSE(errors["first"]["reason"].isset());
+    EXPECT_EQ(errors["second"].type(), ValueType::Struct);
+    EXPECT_STREQ(errors["second"]["message"].get_string(), "No answer.");
+    EXPECT_STREQ(errors["second"]["reason"].get_string(), "The cable is out.");
+}
+
+TEST(ExtensionResultStream, FinishesTheText) {
+    using Stream = ExtensionResultStream;
+    struct Case {
+        ExtensionResult result;
+        const char* text;
+    };
+    const Case cases[] = {
+        {Stream(7), ""},
+        {Stream(7, ""), ""},
+        {Stream(7, "PLC.x"), " [PLC.x]"},
+        {Stream(7) << "Type "
+                   << "INT"s
+                   << " is too small",
+         "Type 'INT' is too small."},
+        {Stream(7) << "Done.", "Done."},
+        {Stream(7, "PLC.x") << "Done.", "Done. [PLC.x]"},
+        {Stream(7, "PLC.x") << "Size " << 4u << ", index " << -1L << ", factor " << 0.5,
+         "Size 4, index -1, factor 0.5. [PLC.x]"},
+        {Stream(7) << static_cast<const char*>(nullptr), ""},
+        {Stream(7) << ""s, "''."},
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(row.result.code(), 7);
+        EXPECT_EQ(row.result.text(), row.text);
+    }
+}
+
+TEST(Numeric, DoublesSaturate) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(saturating_cast<std::int32_t>(nan), 0);
+    EXPECT_EQ(saturating_cast<std::int32_t>(-1.9), -1);
+    EXPECT_EQ(saturating_cast<std::int32_t>(2147483646.9), 2147483646);
+    EXPECT_EQ(saturating_cast<std::int32_t>(2147483648.0), 2147483647);
+    EXPECT_EQ(saturating_cast<std::int32_t>(-2147483648.9), std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(saturating_cast<std::int64_t>(9223372036854774784.0), 9223372036854774784);
+    EXPECT_EQ(saturating_cast<std::int64_t>(9223372036854775808.0), std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(saturating_cast<std::int64_t>(-inf), std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(saturating_cast<std::uint64_t>(inf), std::numeric_limits<std::uint64_t>::max());
+    EXPECT_EQ(saturating_cast<std::uint64_t>(-0.5), 0u);
+    EXPECT_EQ(saturating_cast<std::int8_t>(128.0), 127);
+    EXPECT_EQ(Algorithm::uint32_from_double(4294967295.0), 4294967295u);
+    EXPECT_EQ(Algorithm::uint32_from_double(-1.0), 4294967295u);
+    EXPECT_EQ(Algorithm::uint32_from_double(4294967297.0), 1u);
+    EXPECT_EQ(Algorithm::uint32_from_double(nan), 0u);
+}
+
+TEST(Numeric, Hexadecimal) {
+    EXPECT_EQ(integer_to_hex(0, false, false, false), "0");
+    EXPECT_EQ(integer_to_hex(6, true, false, true), "0x06");
+    EXPECT_EQ(integer_to_hex(0x1B, true, false, true), "0x1b");
+    EXPECT_EQ(integer_to_hex(0x745, true, false, true), "0x745");
+    EXPECT_EQ(integer_to_hex<int>(0, true, true, true), "0x00000000");
+    EXPECT_EQ(integer_to_hex<int>(static_cast<int>(0x98110745), true, true, true), "0x98110745");
+    EXPECT_EQ(integer_to_hex<int>(-1, true, false, false), "0xffffffff");
+    EXPECT_EQ(integer_to_hex<std::int8_t>(-1, false, false, true), "ff");
+    EXPECT_EQ(integer_to_hex<std::int64_t>(-2, false, true, false), "fffffffffffffffe");
+    EXPECT_EQ(integer_to_hex<std::uint16_t>(0xABC, false, true, false), "00000abc");
+}
+
+TEST(Guid, TextAndBack) {
+    const GUID guid{0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
+    const std::string text = "01234567-89AB-CDEF-0123-456789ABCDEF";
+    EXPECT_EQ(uuid_to_string(guid, false), text);
+    EXPECT_EQ(uuid_to_string(guid, true), "{" + text + "}");
+    EXPECT_EQ(uuid_to_string(GUID{}, true), "{00000000-0000-0000-0000-000000000000}");
+
+    struct Case {
+        std::string text;
+        bool allow_braces;
+        bool read;
+    };
+    const Case cases[] = {
+        {text, false, true},
+        {text, true, true},
+        {"01234567-89ab-cdef-0123-456789ABcdef", false, true},
+        {"{" + text + "}", true, true},
+        {"{" + text + "}", false, false},
+        {"{" + text, true, false},
+        {text + "}", true, false},
+        {"}" + text + "{", true, false},
+        {"{{" + text + "}}", true, false},
+        {"", true, false},
+        {"{}", true, false},
+        {text + "0", false, false},
+        {text.substr(1), false, false},
+        {"01234567-89AB-CDEF-0123-456789ABCDEG", false, false},
+        {"01234567089AB-CDEF-0123-456789ABCDEF", false, false},
+        {"0123456-789AB-CDEF-0123-456789ABCDEF", false, false},
+        {"01234567-89AB-CDEF-0123-456789ABCDE\0"s, false, false},
+    };
+    for (const auto& row : cases) {
+        const auto read = guid_from_string(row.text, row.allow_braces);
+        EXPECT_EQ(read.has_value(), row.read) << row.text;
+        if (read) EXPECT_EQ(*read, guid) << row.text;
+    }
+}
+
+} // namespace
