@@ -1,0 +1,310 @@
+#include "binding/atl_com.h"
+#include "binding/event_logger_proxy.h"
+#include "tests/fakes/call_log.h"
+#include "tests/fakes/callback_thread.h"
+#include "tests/fakes/fake_proxy.h"
+
+#include <functional>
+#include <future>
+#include <gtest/gtest.h>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace ZoAtlCom;
+using namespace ZoEventLoggerFdxProxyLib;
+using namespace std::chrono_literals;
+
+namespace {
+
+class Sink : public IDispEventSimpleImpl<0, Sink, &IID__IZoEventLoggerEvents> {
+public:
+    virtual ~Sink() = default;
+
+    HRESULT OnMessageSent(IZoMessage* message) { return note("message", message, 0); }
+    HRESULT OnAlarmRaised(IZoAlarm* alarm) { return note("raised", alarm, 0); }
+    HRESULT OnAlarmCleared(IZoAlarm* alarm, VARIANT_BOOL removed) { return note("cleared", alarm, removed); }
+    HRESULT OnAlarmConfirmed(IZoAlarm* alarm, VARIANT_BOOL removed) { return note("confirmed", alarm, removed); }
+    HRESULT OnDatabaseChanged(tagDatabaseChangeReasonEnum reason) {
+        return note("database", nullptr, static_cast<long>(reason));
+    }
+
+    std::vector<std::string> calls;
+    void* object = nullptr; // of the last call
+    std::function<void()> inside;
+
+private:
+    HRESULT note(const char* name, void* event, long number) {
+        calls.push_back(std::string(name) + " " + std::to_string(number));
+        object = event;
+        if (inside) inside();
+        return E_ABORT; // nobody listens
+    }
+};
+
+VARIANT variant(VARTYPE tag, void* pointer = nullptr) {
+    VARIANT made{};
+    made.vt = tag;
+    made.byref = pointer;
+    return made;
+}
+
+VARIANT number(VARTYPE tag, std::int64_t value) {
+    VARIANT made{};
+    made.vt = tag;
+    made.llVal = value;
+    return made;
+}
+
+HRESULT invoke(Sink& sink, std::int32_t id, std::vector<VARIANT> arguments, VARIANT* result = nullptr) {
+    DISPPARAMS block{arguments.data(), nullptr, static_cast<std::uint32_t>(arguments.size()), 0};
+    return sink.Invoke(id, GUID{}, 0, 1, &block, result, nullptr, nullptr);
+}
+
+class EventSink : public testing::Test {
+protected:
+    EventSink() : alarm(new fakes::FakeAlarm()), message(new fakes::FakeMessage()) {}
+    ~EventSink() override {
+        EXPECT_EQ(alarm->references(), 1u);
+        EXPECT_EQ(message->references(), 1u);
+        fakes::FakeProxyLibrary::instance().reset();
+    }
+    IDispatch* the_alarm() { return alarm.get(); }
+    IDispatch* the_message() { return message.get(); }
+
+    fakes::AlarmPtr alarm;
+    fakes::MessagePtr message;
+    Sink sink;
+};
+
+} // namespace
+
+TEST_F(EventSink, CallsTheMethodOfTheEventWithArgumentsInReverse) {
+    struct Row {
+        std::int32_t id;
+        std::vector<VARIANT> arguments;
+        const char* call;
+        void* object;
+    };
+    IZoAlarm* const an_alarm = alarm.get();
+    IZoMessage* const a_message = message.get();
+    const Row rows[] = {
+        {2, {variant(VT_DISPATCH, the_message())}, "message 0", a_message},
+        {3, {variant(VT_DISPATCH, the_alarm())}, "raised 0", an_alarm},
+        {3, {variant(VT_UNKNOWN, the_alarm())}, "raised 0", an_alarm},
+        {4, {number(VT_BOOL, 0), variant(VT_DISPATCH, the_alarm())}, "cleared 0", an_alarm},
+        {4, {number(VT_BOOL, -1), variant(VT_DISPATCH, the_alarm())}, "cleared -1", an_alarm},
+        {5, {number(VT_BOOL, -1), variant(VT_DISPATCH, the_alarm())}, "confirmed -1", an_alarm},
+        // The flag is the low 16 bits of whatever comes first.
+        {5, {number(VT_I4, 0x12340001), variant(VT_UNKNOWN, the_alarm())}, "confirmed 1", an_alarm},
+        {10, {number(VT_I4, 2)}, "database 2", nullptr},
+        // The reason is the low 32 bits, unsigned, of any type.
+        {10, {number(VT_BOOL, -1)}, "database 4294967295", nullptr},
+        {10, {number(15, 0x700000003)}, "database 3", nullptr},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.call);
+        sink.calls.clear();
+        EXPECT_EQ(invoke(sink, row.id, row.arguments), S_OK);
+        EXPECT_EQ(sink.calls, std::vector<std::string>{row.call});
+        EXPECT_EQ(sink.object, row.object);
+    }
+}
+
+TEST_F(EventSink, RefusesBadArgumentsWithoutCalling) {
+    struct Row {
+        const char* what;
+        std::int32_t id;
+        std::vector<VARIANT> arguments;
+        HRESULT code;
+    };
+    IDispatch* pointer = the_alarm();
+    const VARIANT good = variant(VT_DISPATCH, the_alarm());
+    const VARIANT flag = number(VT_BOOL, -1);
+    const Row rows[] = {
+        {"no argument", 2, {}, E_INVALIDARG},
+        {"two for one", 3, {good, good}, E_INVALIDARG},
+        {"one for two", 4, {good}, E_INVALIDARG},
+        {"three for two", 5, {flag, good, good}, E_INVALIDARG},
+        {"no reason", 10, {}, E_INVALIDARG},
+        {"two reasons", 10, {flag, flag}, E_INVALIDARG},
+        {"a number", 3, {number(VT_I4, 1)}, E_NOINTERFACE},
+        {"empty", 3, {variant(VT_EMPTY)}, E_NOINTERFACE},
+        {"by reference", 3, {variant(VT_BYREF | VT_DISPATCH, &pointer)}, E_NOINTERFACE},
+        {"forward order", 4, {good, flag}, E_NOINTERFACE},
+        {"null object", 3, {variant(VT_DISPATCH)}, E_POINTER},
+        {"null unknown", 5, {flag, variant(VT_UNKNOWN)}, E_POINTER},
+        {"bad tag", 3, {variant(15, pointer)}, DISP_E_BADVARTYPE},
+        {"bad tag with flag", 4, {flag, variant(0x1009, pointer)}, DISP_E_BADVARTYPE},
+        {"record", 2, {variant(VT_RECORD)}, E_NOTIMPL},
+        {"message for alarm", 3, {variant(VT_DISPATCH, the_message())}, E_NOINTERFACE},
+        {"alarm for message", 2, {good}, E_NOINTERFACE},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        VARIANT result = number(VT_I4, 99);
+        EXPECT_EQ(invoke(sink, row.id, row.arguments, &result), row.code);
+        EXPECT_EQ(result.vt, VT_I4);
+    }
+    for (const std::int32_t id : {2, 3, 4, 5, 10}) {
+        DISPPARAMS no_array{nullptr, nullptr, id == 4 || id == 5 ? 2u : 1u, 0};
+        EXPECT_EQ(sink.Invoke(id, GUID{}, 0, 1, &no_array, nullptr, nullptr, nullptr), E_INVALIDARG);
+        EXPECT_EQ(sink.Invoke(id, GUID{}, 0, 1, nullptr, nullptr, nullptr, nullptr), E_INVALIDARG);
+    }
+    EXPECT_TRUE(sink.calls.empty());
+}
+
+TEST_F(EventSink, IgnoresForeignNumbers) {
+    for (const std::int32_t id : {-1, 0, 1, 6, 7, 8, 9, 11, 0x7FFFFFFF}) {
+        EXPECT_EQ(sink.Invoke(id, GUID{}, 0, 1, nullptr, nullptr, nullptr, nullptr), S_OK) << id;
+        EXPECT_EQ(invoke(sink, id, {variant(VT_DISPATCH, the_alarm())}), S_OK) << id;
+    }
+    EXPECT_TRUE(sink.calls.empty());
+}
+
+TEST_F(EventSink, OnlyTheDatabaseChangeWritesAResult) {
+    VARIANT result = number(VT_I4, 99);
+    EXPECT_EQ(invoke(sink, 3, {variant(VT_DISPATCH, the_alarm())}, &result), S_OK);
+    EXPECT_EQ(result.vt, VT_I4);
+    EXPECT_EQ(invoke(sink, 10, {number(VT_I4, 1)}, &result), S_OK);
+    EXPECT_EQ(result.vt, VT_UI4);
+    EXPECT_EQ(result.ulVal, 0u);
+}
+
+TEST_F(EventSink, TurnsWhatIsThrownIntoACode) {
+    struct Row {
+        std::function<void()> throws;
+        HRESULT code;
+    };
+    const Row rows[] = {
+        {[] { throw CAtlException(hresult(0x98110705)); }, hresult(0x98110705)},
+        {[] { throw std::bad_alloc(); }, E_OUTOFMEMORY},
+        {[] { throw std::runtime_error("text"); }, E_FAIL},
+        {[] { throw 42; }, E_FAIL},
+    };
+    for (const Row& row : rows) {
+        sink.inside = row.throws;
+        VARIANT result = number(VT_I4, 99);
+        EXPECT_EQ(invoke(sink, 3, {variant(VT_DISPATCH, the_alarm())}), row.code);
+        EXPECT_EQ(invoke(sink, 4, {number(VT_BOOL, 0), variant(VT_DISPATCH, the_alarm())}), row.code);
+        EXPECT_EQ(invoke(sink, 10, {number(VT_I4, 1)}, &result), row.code);
+        EXPECT_EQ(result.vt, VT_I4);
+    }
+    sink.wait_until_idle(); // would hang if a throwing call were still counted
+}
+
+namespace {
+
+// Its one entry has no function information of its own.
+class AskingSink : public IDispEventSimpleImpl<0, AskingSink, &IID__IZoEventLoggerEvents> {
+public:
+    HRESULT GetFuncInfoFromId(const GUID& iid, std::int32_t id, std::uint32_t, FunctionInfo&) override {
+        asked = iid == IID__IZoEventLoggerEvents ? id : -1;
+        return answer;
+    }
+    static std::span<const SinkEntry<AskingSink>> sink_entries() {
+        static constexpr SinkEntry<AskingSink> entries[] = {
+            {&IID_IZoAlarm, 3, [](AskingSink&, VARIANT*, VARIANT*, std::uint32_t) { return E_UNEXPECTED; }, nullptr},
+            {&IID__IZoEventLoggerEvents, 3,
+             [](AskingSink& sink, VARIANT*, VARIANT*, std::uint32_t) {
+                 sink.called = true;
+                 return E_ABORT;
+             },
+             nullptr}};
+        return entries;
+    }
+    std::int32_t asked = 0;
+    bool called = false;
+    HRESULT answer = E_NOTIMPL;
+};
+
+} // namespace
+
+TEST_F(EventSink, FetchesFunctionInformationThatAnEntryLacks) {
+    AskingSink asking;
+    EXPECT_EQ(asking.Invoke(3, GUID{}, 0, 1, nullptr, nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(asking.asked, 3);
+    EXPECT_FALSE(asking.called);
+    asking.answer = S_OK;
+    EXPECT_EQ(asking.Invoke(3, GUID{}, 0, 1, nullptr, nullptr, nullptr, nullptr), E_ABORT);
+    EXPECT_TRUE(asking.called);
+}
+
+TEST_F(EventSink, AnswersForItsInterfacesAndCountsNothing) {
+    for (const GUID& iid : {IID_IUnknown, IID_IDispatch, IID__IZoEventLoggerEvents}) {
+        void* out = nullptr;
+        EXPECT_EQ(sink.QueryInterface(iid, &out), S_OK);
+        EXPECT_EQ(out, static_cast<IDispatch*>(&sink));
+    }
+    void* out = &sink;
+    EXPECT_EQ(sink.QueryInterface(IID_IZoAlarm, &out), E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(sink.QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(sink.AddRef(), 1u);
+    EXPECT_EQ(sink.AddRef(), 1u);
+    EXPECT_EQ(sink.Release(), 1u);
+}
+
+TEST_F(EventSink, SubscribesAndUnsubscribesAtTheLogger) {
+    const fakes::LoggerPtr logger(new fakes::FakeLogger());
+    IZoEventLogger* const source = logger.get();
+    EXPECT_EQ(sink.event_cookie, 0xFEFEFEFE);
+    EXPECT_EQ(sink.DispEventAdvise(source), S_OK);
+    EXPECT_EQ(logger->record().advised, std::vector{sink.event_cookie});
+    EXPECT_EQ(logger->fire_cleared(alarm, VARIANT_TRUE), S_OK);
+    EXPECT_EQ(sink.calls, std::vector<std::string>{"cleared -1"});
+
+    const std::uint32_t cookie = sink.event_cookie;
+    EXPECT_EQ(sink.DispEventUnadvise(source), S_OK);
+    EXPECT_EQ(sink.event_cookie, 0xFEFEFEFE);
+    EXPECT_EQ(logger->sink(), nullptr);
+    // A second time it goes through with the mark.
+    EXPECT_EQ(sink.DispEventUnadvise(source), E_INVALIDARG);
+    EXPECT_EQ(logger->record().unadvised, (std::vector<std::uint32_t>{cookie, 0xFEFEFEFE}));
+    EXPECT_EQ(logger->references(), 1u);
+}
+
+TEST_F(EventSink, AFailedSubscriptionLeavesTheMark) {
+    const fakes::LoggerPtr logger(new fakes::FakeLogger());
+    IZoEventLogger* const source = logger.get();
+    logger->has_connection_points = false;
+    EXPECT_EQ(sink.DispEventAdvise(source), E_NOINTERFACE);
+    logger->has_connection_points = true;
+    for (const char* call : {"FindConnectionPoint", "Advise"}) {
+        logger->plan->answer(call, E_ACCESSDENIED, 1);
+        EXPECT_EQ(sink.DispEventAdvise(source), E_ACCESSDENIED) << call;
+    }
+    logger->plan->answer("FindConnectionPoint", S_OK, 1); // success with null
+    EXPECT_EQ(sink.DispEventAdvise(source), E_POINTER);
+    EXPECT_EQ(sink.DispEventAdvise(nullptr), E_POINTER);
+    EXPECT_EQ(sink.event_cookie, 0xFEFEFEFE);
+    EXPECT_EQ(logger->references(), 1u);
+}
+
+TEST_F(EventSink, IdleWaitsForACallOfAnotherThread) {
+    fakes::Block block;
+    sink.inside = [&] { block.hold(); };
+    fakes::CallbackThread proxy;
+    proxy.post([&] { invoke(sink, 3, {variant(VT_DISPATCH, the_alarm())}); });
+    ASSERT_TRUE(block.wait_until_entered());
+    auto waiting = std::async(std::launch::async, [&] { sink.wait_until_idle(); });
+    EXPECT_EQ(waiting.wait_for(50ms), std::future_status::timeout);
+    block.release();
+    EXPECT_EQ(waiting.wait_for(10s), std::future_status::ready);
+    proxy.drain();
+}
+
+TEST_F(EventSink, MayDieInsideItsOwnCall) {
+    auto owned = std::make_unique<Sink>();
+    Sink* const raw = owned.get();
+    // The method's own frame must not need the sink afterwards; here the function object is kept outside.
+    auto die = [&owned] {
+        owned->wait_until_idle();
+        owned.reset();
+    };
+    raw->inside = std::ref(die);
+    EXPECT_EQ(invoke(*raw, 3, {variant(VT_DISPATCH, the_alarm())}), S_OK);
+    EXPECT_EQ(owned, nullptr);
+}
