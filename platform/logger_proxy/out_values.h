@@ -1,12 +1,13 @@
 #pragma once
 
-#include "binding/counted_string.h"
 #include "binding/hresult.h"
 #include "platform/link/guid_text.h"
 #include "support/guid.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 // How values leave and enter the proxy's calls. [any thread]
@@ -36,11 +37,18 @@ HRESULT put(T* out, const T& value) {
     return S_OK;
 }
 
-// A counted string that the caller frees.
+// A counted string that the caller frees: a length of 32 bits, then the bytes and a zero, one allocation of malloc.
+// Made here and not by the binding's functions, for those belong to the caller's side of the interface.
 inline HRESULT put_text(char** out, const std::string& text) {
     if (out == nullptr) return E_POINTER;
-    *out = ZoAtlCom::SysAllocStringLen(text.data(), static_cast<std::uint32_t>(text.size()));
-    return *out != nullptr ? S_OK : E_OUTOFMEMORY;
+    *out = nullptr;
+    const auto length = static_cast<std::uint32_t>(text.size());
+    auto* memory = static_cast<char*>(std::malloc(sizeof length + text.size() + 1));
+    if (memory == nullptr) return E_OUTOFMEMORY;
+    std::memcpy(memory, &length, sizeof length);
+    *out = memory + sizeof length;
+    std::memcpy(*out, text.c_str(), text.size() + 1);
+    return S_OK;
 }
 
 } // namespace zo_logger_proxy
