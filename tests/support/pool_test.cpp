@@ -234,7 +234,7 @@ TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {
     std::optional<Threading> pool(std::in_place, 2);
     TimerRecorder recorder;
     std::atomic<bool> late = false;
-    std::chrono::nanoseconds took{};
+    std::atomic<std::chrono::nanoseconds> took{};
     pool->start_new_timer(hour_ms, recorder.callback());
     pool->post([&] {
         const auto start = Clock::now();
@@ -244,11 +244,11 @@ TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {
     pool->wait();
     // The other thread has called back; the pool may go although its last thread is still inside `stop`.
     EXPECT_EQ(recorder.errors(), Errors{TimerError::cancelled});
-    while (took == std::chrono::nanoseconds())
+    while (took.load() == std::chrono::nanoseconds())
         std::this_thread::sleep_for(1ms);
     EXPECT_TRUE(late);
-    EXPECT_GE(took, 100ms);
-    EXPECT_LT(took, 15s);
+    EXPECT_GE(took.load(), 100ms);
+    EXPECT_LT(took.load(), 15s);
 }
 
 TEST(Stop, APoolMayEndOnItsOwnThread) {

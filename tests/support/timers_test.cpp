@@ -23,17 +23,18 @@ namespace {
 constexpr long hour_ms = 60L * 60 * 1000;
 using Errors = std::vector<TimerError>;
 
+// Stopped at the end of its scope, so what its callbacks use is declared before it.
 struct Pool : Threading {
     using Threading::Threading;
     ~Pool() { stop(20000, InterruptMode::join, false); }
 };
 
 TEST(Timers, IdsCountFromOneAndOneShotTimersFireOnceOnThePool) {
-    Pool pool(2);
     TimerRecorder recorder;
     std::atomic<bool> on_caller = false;
     const auto caller = std::this_thread::get_id();
     const auto callback = recorder.callback();
+    Pool pool(2);
     EXPECT_EQ(pool.start_new_timer(1,
                                    [&](TimerError error) {
                                        on_caller = std::this_thread::get_id() == caller;
@@ -52,9 +53,9 @@ TEST(Timers, IdsCountFromOneAndOneShotTimersFireOnceOnThePool) {
 }
 
 TEST(Timers, ExpiriesSaturate) {
-    Pool pool(1);
     TimerRecorder soon;
     TimerRecorder never;
+    Pool pool(1);
     pool.start_new_timer(std::numeric_limits<long>::max(), never.callback());
     pool.start_new_timer(std::numeric_limits<long>::max() / 1'000'000, never.callback());
     pool.start_timer(pool.register_new_timer(), std::numeric_limits<long>::max(), never.callback());
@@ -68,9 +69,9 @@ TEST(Timers, ExpiriesSaturate) {
 }
 
 TEST(Timers, CancelledTimersAreStillCalledBack) {
-    Pool pool(1);
     TimerRecorder one;
     TimerRecorder other;
+    Pool pool(1);
     const auto id = pool.start_new_timer(hour_ms, one.callback());
     pool.start_new_timer(hour_ms, other.callback());
     pool.cancel_timer(id);
@@ -85,8 +86,8 @@ TEST(Timers, CancellingAllSparesExactlyTheListedOnes) {
     const std::vector<std::vector<std::size_t>> cases = {{}, {0}, {1, 3}, {0, 1, 2, 3}};
     for (const auto& spared : cases) {
         SCOPED_TRACE(spared.size());
-        Pool pool(2);
         TimerRecorder recorders[4];
+        Pool pool(2);
         unsigned long ids[4] = {};
         for (std::size_t i = 0; i < 3; ++i)
             ids[i] = pool.start_new_timer(hour_ms, recorders[i].callback());
@@ -109,15 +110,15 @@ TEST(Timers, CancellingAllSparesExactlyTheListedOnes) {
 }
 
 TEST(Timers, RegisteredTimersCanBeStartedAgain) {
-    Pool pool(1);
     TimerRecorder recorder;
+    TimerRecorder pending;
+    Pool pool(1);
     const auto id = pool.register_new_timer();
     for (std::size_t i = 1; i <= 3; ++i) {
         ASSERT_TRUE(pool.start_timer(id, 0, recorder.callback()));
         ASSERT_TRUE(recorder.wait_for(i));
     }
     // Starting a pending timer cancels its wait, whose callback comes first; a cancelled timer stays registered.
-    TimerRecorder pending;
     ASSERT_TRUE(pool.start_timer(id, hour_ms, pending.callback()));
     ASSERT_TRUE(pool.start_timer(id, 0, recorder.callback()));
     ASSERT_TRUE(pending.wait_for(1));
@@ -134,23 +135,28 @@ TEST(Timers, RegisteredTimersCanBeStartedAgain) {
 }
 
 TEST(Timers, CallbacksMayUseThePool) {
-    Pool pool(1);
     TimerRecorder recorder;
+    Gate waiting;
     const auto report = recorder.callback();
-    std::function<void(TimerError)> tick = [&](TimerError error) {
+    std::function<void(TimerError)> tick;
+    Pool pool(1);
+    tick = [&](TimerError error) {
         report(error);
-        if (error != TimerError::cancelled) pool.start_new_timer(recorder.errors().size() < 3 ? 0 : hour_ms, tick);
+        if (error == TimerError::cancelled) return;
+        const bool last = recorder.errors().size() == 3;
+        pool.start_new_timer(last ? hour_ms : 0, tick);
+        if (last) waiting.open();
     };
     pool.start_new_timer(0, tick);
-    ASSERT_TRUE(recorder.wait_for(3));
+    ASSERT_TRUE(waiting.wait());
     // The chain ends because the callback hears of the cancellation before the stop returns.
     EXPECT_FALSE(pool.stop(20000, InterruptMode::join, false));
     EXPECT_EQ(recorder.errors(), (Errors{TimerError::none, TimerError::none, TimerError::none, TimerError::cancelled}));
 }
 
 TEST(Timers, WhatCallbacksThrowCostsNoThread) {
-    Pool pool(1);
     TimerRecorder recorder;
+    Pool pool(1);
     pool.start_new_timer(0, [](TimerError) { throw std::runtime_error("expected"); });
     pool.start_new_timer(0, [](TimerError) { throw 42; });
     pool.post([] { throw std::runtime_error("expected"); });
