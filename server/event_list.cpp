@@ -14,16 +14,6 @@ namespace {
 
 constexpr std::size_t max_forgotten = 64;
 
-template <class Payload>
-Event envelope(const Payload& payload) {
-    Event event;
-    event.set_name(payload.name());
-    event.set_domain(payload.domain());
-    event.set_time_received(payload.time_raised());
-    event.payload().set(payload);
-    return event;
-}
-
 const char* target_of(const Event& event) {
     return parameters_of(event)["targetName"].get_string();
 }
@@ -36,11 +26,11 @@ bool is_active(const EventRow& row) {
 } // namespace
 
 EventList::Outcome EventList::notify_alarm(std::int32_t mode, const Alarm& alarm) {
-    return take({Call::Kind::alarm, mode, envelope(alarm)});
+    return take({Call::Kind::alarm, mode, event_of(alarm)});
 }
 
 EventList::Outcome EventList::add_message(const Message& message) {
-    return take({Call::Kind::message, 0, envelope(message)});
+    return take({Call::Kind::message, 0, event_of(message)});
 }
 
 EventList::Outcome EventList::forget(const Event& event) {

@@ -5,6 +5,28 @@ namespace server {
 using ZoHmiSrv::Event;
 using ZoHmiSrv::ValueType;
 
+namespace {
+
+template <class Payload>
+Event envelope(const Payload& payload) {
+    Event event;
+    event.set_name(payload.name());
+    event.set_domain(payload.domain());
+    event.set_time_received(payload.time_raised());
+    event.payload().set(payload);
+    return event;
+}
+
+} // namespace
+
+Event event_of(const ZoHmiSrv::Alarm& alarm) {
+    return envelope(alarm);
+}
+
+Event event_of(const ZoHmiSrv::Message& message) {
+    return envelope(message);
+}
+
 const ZoHmiSrv::Alarm* alarm_of(const Event& event) {
     return event.payload().type() == ValueType::Alarm ? &event.payload().get_alarm() : nullptr;
 }

@@ -13,12 +13,15 @@ namespace server {
 
 /// One event in the server's list.
 struct EventRow {
-    std::uint64_t number = 0; ///< the server's own; never used twice
+    std::uint64_t number = 0; ///< the server's own; 0 while it has none
     ZoHmiSrv::Event event;
     bool removed = false;     ///< an alarm that its target no longer lists: history
     bool listed_only = false; ///< a listing brought it, no call has told of it
 };
 
+/// The event that an extension means when it tells of an alarm or message alone: the time received is its time raised.
+[[nodiscard]] ZoHmiSrv::Event event_of(const ZoHmiSrv::Alarm& alarm);
+[[nodiscard]] ZoHmiSrv::Event event_of(const ZoHmiSrv::Message& message);
 /// The alarm or message inside an event, or null.
 [[nodiscard]] const ZoHmiSrv::Alarm* alarm_of(const ZoHmiSrv::Event& event);
 [[nodiscard]] const ZoHmiSrv::Message* message_of(const ZoHmiSrv::Event& event);

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "extension/host/value.h"
+#include "server/event_list.h"
+
+#include <filesystem>
+#include <functional>
+
+namespace server {
+
+/// Writes the list and, taken while the list did not change, a fresh listing of the extension:
+/// {"rows": [{"row": 1, "name": ..., ...}, ...], "listing": [{"name": ..., ...}, ...]}. "listing" is left out when
+/// `list_events` gives false. Throws std::runtime_error when the file cannot be written.
+void write_dump(const std::filesystem::path& file, const EventList& events,
+                const std::function<bool(ZoHmiSrv::Value&)>& list_events);
+
+} // namespace server

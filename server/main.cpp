@@ -1,0 +1,130 @@
+#include "extension/host/host.h"
+#include "extension/host/listeners.h"
+#include "server/configuration.h"
+#include "server/dump.h"
+#include "server/event_list.h"
+#include "server/extension_library.h"
+#include "server/host.h"
+#include "server/options.h"
+#include "server/screen.h"
+#include "server/signals.h"
+#include "server/text.h"
+#include "server/trace.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unistd.h>
+
+namespace server {
+
+namespace {
+
+void complain(const std::string& line) {
+    std::fprintf(stderr, "zo-hmi-server: %s\n", line.c_str());
+}
+
+void read_configuration_again(Configuration& configuration, Host& host) {
+    try {
+        const auto changes = configuration.reload();
+        host.say("configuration read again, " + std::to_string(changes.size()) + " targets changed");
+        host.tell(changes);
+    } catch (const std::exception& error) {
+        host.say(std::string("error: the configuration stays as it is: ") + printable(error.what()));
+    }
+}
+
+/// Serves until the time is over or a signal ends it.
+void serve(Signals& signals, const Options& options, Configuration& configuration, Host& host) {
+    std::optional<Signals::Clock::time_point> deadline;
+    if (options.seconds) {
+        deadline = Signals::Clock::now() + std::chrono::duration_cast<Signals::Clock::duration>(
+                                               std::chrono::duration<double>(*options.seconds));
+    }
+    while (const auto signal = signals.wait(deadline)) {
+        if (*signal != SIGHUP) return;
+        read_configuration_again(configuration, host);
+    }
+}
+
+/// The extension's whole life. What fails is told in `failure`.
+void run_extension(Signals& signals, const Options& options, Configuration& configuration, EventList& events,
+                   Host& host, std::string& failure) {
+    ExtensionLibrary library(options.extension, &host);
+    char version[32];
+    std::snprintf(version, sizeof version, "%.1f", library.version());
+    host.say("loaded " + printable(options.extension.filename().string()) + ", interface version " + version);
+
+    ZoHmiSrv::ResultPair result;
+    if (!host.guarded("init", [&] { result = library.extension().init(host.context()); })) {
+        failure = "the extension's init threw";
+        return;
+    }
+    if (result.result() != ZoHmiSrv::HMI_SUCCESS) {
+        char number[16];
+        std::snprintf(number, sizeof number, "0x%x", static_cast<unsigned>(result.result()));
+        failure = std::string("the extension's init answered ") + number;
+        if (*result.text() != '\0') failure += ": " + printable(result.text());
+        return;
+    }
+    serve(signals, options, configuration, host);
+    try {
+        if (!options.dump.empty()) {
+            write_dump(options.dump, events, [&host](ZoHmiSrv::Value& listing) { return host.list_events(listing); });
+        }
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    host.shut_down();
+}
+
+int run(const Options& options) {
+    Signals signals;
+    Configuration configuration(options.config);
+    Trace trace(options.trace);
+    EventList events;
+
+    std::unique_ptr<Screen> screen;
+    if (!options.plain && !options.trace_to_stdout() && isatty(STDOUT_FILENO) == 1) {
+        screen = std::make_unique<Screen>(events);
+    }
+    std::FILE* const lines = options.trace_to_stdout() ? stderr : stdout;
+    Host host(configuration, events, trace, [&](const std::string& line) {
+        if (screen) {
+            screen->note(line);
+        } else {
+            std::fprintf(lines, "%s\n", line.c_str());
+            std::fflush(lines);
+        }
+    });
+
+    std::string failure;
+    try {
+        run_extension(signals, options, configuration, events, host, failure);
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    screen.reset();
+    if (failure.empty()) return 0;
+    complain(failure);
+    return 1;
+}
+
+} // namespace
+
+} // namespace server
+
+int main(int argc, char** argv) {
+    server::Options options;
+    if (const auto status = server::parse_options(argc, argv, options)) return *status;
+    try {
+        return server::run(options);
+    } catch (const std::exception& error) {
+        server::complain(error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,94 @@
+#include "server/table.h"
+
+#include "server/describe.h"
+#include "server/text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace server {
+
+namespace {
+
+struct Column {
+    const char* title;
+    std::string RowText::*text;
+    std::size_t least;     ///< columns it keeps when the width is short
+    bool right = false;    ///< numbers stand on the right
+    bool keep_end = false; ///< gives way at once, and keeps its end: the time of day
+};
+
+constexpr std::array table_columns{
+    Column{"#", &RowText::number, 3, true},
+    Column{"TARGET", &RowText::target, 8},
+    Column{"TIME", &RowText::time, 12, false, true},
+    Column{"SEV", &RowText::severity, 3, true},
+    Column{"STATE", &RowText::state, 7},
+    Column{"NAME", &RowText::name, 8},
+    Column{"CLASS", &RowText::event_class, 9},
+    Column{"ID", &RowText::id, 4, true},
+};
+
+/// Columns that give way when the width is short, in this order.
+constexpr std::array<std::size_t, 5> yielding{6, 5, 1, 4, 2};
+
+using Widths = std::array<std::size_t, table_columns.size()>;
+
+Widths column_widths(const std::vector<RowText>& rows, std::size_t width) {
+    Widths widths{};
+    std::size_t sum = widths.size() - 1; // the blanks between
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        widths[i] = columns(table_columns[i].title);
+        for (const RowText& row : rows)
+            widths[i] = std::max(widths[i], columns(row.*table_columns[i].text));
+        sum += widths[i];
+    }
+    for (const std::size_t i : yielding) {
+        if (sum <= width) break;
+        const std::size_t spare = widths[i] - std::min(widths[i], table_columns[i].least);
+        const std::size_t cut = table_columns[i].keep_end ? spare : std::min(spare, sum - width);
+        widths[i] -= cut;
+        sum -= cut;
+    }
+    return widths;
+}
+
+template <class Text>
+std::string table_line(const Widths& widths, std::size_t width, Text text_of) {
+    std::string line;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        if (i != 0) line += ' ';
+        std::string text = text_of(table_columns[i]);
+        const std::size_t used = columns(text);
+        if (table_columns[i].right && used < widths[i]) text.insert(0, widths[i] - used, ' ');
+        if (table_columns[i].keep_end && text.size() > widths[i]) text.erase(0, text.size() - widths[i]);
+        line += fit(text, widths[i]);
+    }
+    return fit(line, width);
+}
+
+} // namespace
+
+std::vector<std::string> table_lines(const TableContent& content, std::size_t width, std::size_t height) {
+    const EventList::Counts& counts = content.counts;
+    std::vector<std::string> lines;
+    lines.push_back(fit(std::to_string(counts.active_alarms) + " active of " + std::to_string(counts.alarms) +
+                            " alarms, " + std::to_string(counts.messages) + " messages, " +
+                            std::to_string(counts.rows) + " rows; times in UTC",
+                        width));
+    lines.push_back(fit(printable(content.note), width));
+
+    std::vector<RowText> rows;
+    const std::size_t shown = std::min(content.rows.size(), height - std::min(height, table_header_lines));
+    std::transform(content.rows.begin(), content.rows.begin() + static_cast<std::ptrdiff_t>(shown),
+                   std::back_inserter(rows), row_text);
+    const Widths widths = column_widths(rows, width);
+    lines.push_back(table_line(widths, width, [](const Column& column) { return std::string(column.title); }));
+    for (const RowText& row : rows) {
+        lines.push_back(table_line(widths, width, [&row](const Column& column) { return row.*column.text; }));
+    }
+    lines.resize(std::min(lines.size(), height));
+    return lines;
+}
+
+} // namespace server

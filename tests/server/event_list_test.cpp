@@ -1,0 +1,351 @@
+#include "server/event_list.h"
+
+#include "tests/server/events.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <map>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+using namespace server;
+using events::alarm;
+using events::list;
+using events::message;
+using ZoHmiSrv::Event;
+using ZoHmiSrv::Timestamp;
+using ZoHmiSrv::Value;
+using Done = EventList::Outcome::Done;
+
+namespace {
+
+/// "a7" for an alarm with id 7, "m100" for a message of time 100, with "#N " before it.
+std::string text_of(const EventRow& row) {
+    const auto* held = alarm_of(row.event);
+    return "#" + std::to_string(row.number) + " " +
+           (held != nullptr ? "a" + std::to_string(held->id())
+                            : "m" + std::to_string(row.event.time_received().nanoseconds())) +
+           (row.removed ? " history" : "");
+}
+
+std::vector<std::string> texts(const std::vector<EventRow>& rows) {
+    std::vector<std::string> texts;
+    for (const EventRow& row : rows)
+        texts.push_back(text_of(row));
+    return texts;
+}
+
+using Texts = std::vector<std::string>;
+
+TEST(EventList, ModesAddChangeAndKeepAsHistory) {
+    EventList events;
+    EXPECT_EQ(events.notify_alarm(1, alarm(7, 10)).done, Done::nothing) << "a change of what is not there";
+    EXPECT_EQ(events.notify_alarm(2, alarm(7, 10)).done, Done::nothing);
+    EXPECT_EQ(events.notify_alarm(0, alarm(7, 10)).row, 1u);
+    EXPECT_EQ(events.notify_alarm(0, alarm(8, 20)).row, 2u);
+    const auto again = events.notify_alarm(0, alarm(7, 30));
+    EXPECT_EQ(again.done, Done::changed) << "raised again";
+    EXPECT_EQ(again.row, 1u);
+    events.notify_alarm(1, alarm(8, 20, 25));
+    EXPECT_EQ(alarm_of(events.rows()[1].event)->time_cleared(), Timestamp(25));
+    events.notify_alarm(2, alarm(8, 20, 26));
+    EXPECT_EQ(texts(events.rows()), (Texts{"#1 a7", "#2 a8 history"}));
+    EXPECT_EQ(alarm_of(events.rows()[1].event)->time_cleared(), Timestamp(26));
+    events.notify_alarm(1, alarm(8, 20, 27));
+    EXPECT_TRUE(events.rows()[1].removed) << "a late change does not bring it back";
+    EXPECT_EQ(events.notify_alarm(9, alarm(9, 1)).done, Done::nothing) << "an unknown mode";
+}
+
+TEST(EventList, ForgetsAlarmsByIdAndMessagesByTimeThenPayload) {
+    EventList events;
+    events.add_message(message(100, 1));
+    events.add_message(message(100, 2));
+    events.add_message(message(100, 2));
+    events.add_message(message(200, 2));
+    events.notify_alarm(0, alarm(7, 100));
+
+    Event other_time = event_of(message(100, 2));
+    other_time.set_time_received(Timestamp(200));
+    EXPECT_EQ(events.forget(other_time).done, Done::nothing) << "the time received counts, too";
+    EXPECT_EQ(events.forget(event_of(message(100, 3))).done, Done::nothing);
+    EXPECT_EQ(events.forget(event_of(message(100, 2))).row, 2u);
+    EXPECT_EQ(events.forget(event_of(message(100, 2))).row, 3u) << "one row for each";
+    EXPECT_EQ(events.forget(event_of(alarm(7, 999, 5, "Other"))).row, 5u);
+    EXPECT_EQ(texts(events.rows()), (Texts{"#1 m100", "#4 m200"}));
+}
+
+TEST(EventList, AMessageForgottenBeforeItIsToldIsNotAdded) {
+    EventList events;
+    events.forget(event_of(message(100)));
+    EXPECT_EQ(events.add_message(message(100)).done, Done::nothing);
+    EXPECT_EQ(events.add_message(message(100)).done, Done::added) << "once only";
+}
+
+TEST(EventList, NoRowForAnAlarmThatIsForgottenBeforeItsLastChange) {
+    EventList events;
+    events.notify_alarm(0, alarm(7, 100));
+    events.forget(event_of(alarm(7, 100, 200)));
+    events.notify_alarm(2, alarm(7, 100, 200));
+    EXPECT_TRUE(events.rows().empty());
+}
+
+TEST(EventList, AResetKeepsTheNumbersOfWhatStays) {
+    EventList events;
+    events.notify_alarm(0, alarm(7, 100));
+    events.notify_alarm(0, alarm(8, 200));
+    events.add_message(message(300));
+    events.add_message(message(400));
+    events.notify_alarm(2, alarm(8, 200, 1));
+    const std::size_t rows = events.reset([](Value& out) {
+        list(out, {event_of(message(300)), event_of(message(300)), event_of(alarm(8, 200, 1)), event_of(alarm(9, 500)),
+                   Event()});
+        out << Value("no event");
+    });
+    EXPECT_EQ(rows, 5u);
+    EXPECT_EQ(texts(events.rows()), (Texts{"#3 m300", "#5 m300", "#2 a8 history", "#6 a9", "#7 m0"}));
+    EXPECT_EQ(events.forget(event_of(message(400))).done, Done::nothing) << "dropped by the reset";
+    EXPECT_EQ(events.forget(Event()).row, 7u);
+}
+
+TEST(EventList, AFailedListingLeavesNothing) {
+    EventList events;
+    events.notify_alarm(0, alarm(7, 100));
+    EXPECT_THROW(events.reset([](Value&) { throw std::runtime_error("no"); }), std::runtime_error);
+    EXPECT_TRUE(events.rows().empty());
+    events.notify_alarm(0, alarm(8, 100));
+    EXPECT_EQ(events.reset([](Value&) {}), 0u) << "a listing without a Vector is empty";
+}
+
+// What is told while a listing runs may be in it already or not, whatever the target.
+TEST(EventList, WhatIsToldDuringAListingIsNeitherLostNorDoubled) {
+    for (const bool listed_before : {true, false}) {
+        EventList events;
+        events.notify_alarm(0, alarm(1, 10));
+        events.add_message(message(20));
+        events.reset([&](Value& out) {
+            if (!listed_before) list(out, {event_of(alarm(1, 10)), event_of(message(20))});
+            EXPECT_EQ(events.notify_alarm(0, alarm(2, 30)).row, 3u);
+            EXPECT_EQ(events.add_message(message(40)).row, 4u);
+            events.notify_alarm(1, alarm(1, 10, 15));
+            events.forget(event_of(message(20)));
+            events.notify_alarm(0, alarm(3, 50));
+            events.forget(event_of(alarm(3, 50)));
+            EXPECT_EQ(texts(events.rows()), (Texts{"#1 a1", "#3 a2", "#4 m40"})) << "shown at once";
+            if (listed_before) {
+                list(out, {event_of(alarm(1, 10, 15)), event_of(alarm(2, 30)), event_of(message(40))});
+            }
+        });
+        EXPECT_EQ(texts(events.rows()), (Texts{"#1 a1", "#3 a2", "#4 m40"})) << listed_before;
+        EXPECT_EQ(alarm_of(events.rows()[0].event)->time_cleared(), Timestamp(15)) << listed_before;
+    }
+}
+
+TEST(EventList, AMessageOnItsWayDuringAResetIsNotDoubled) {
+    EventList events;
+    events.reset([](Value& out) { list(out, {event_of(message(10)), event_of(message(20))}); });
+    EXPECT_EQ(events.add_message(message(20)).done, Done::changed) << "listed before it was told";
+    EXPECT_EQ(events.add_message(message(20)).done, Done::added) << "a second one that is equal";
+    EXPECT_EQ(events.add_message(message(10)).done, Done::added)
+        << "a target tells in order: only its first message can have been listed";
+    EXPECT_EQ(events.add_message(message(10, 1, "Other")).done, Done::added);
+    EXPECT_EQ(events.rows().size(), 5u);
+
+    // Told between two resets, listed by both.
+    events.reset([&](Value& out) { list(out, {event_of(message(90))}); });
+    events.reset([&](Value& out) {
+        events.add_message(message(90));
+        list(out, {event_of(message(90))});
+    });
+    EXPECT_EQ(events.rows().size(), 1u);
+}
+
+TEST(EventList, OfTwoListingsAtOnceTheLaterOneHolds) {
+    EventList events;
+    events.reset([&](Value& earlier) {
+        list(earlier, {event_of(message(1))});
+        events.notify_alarm(0, alarm(5, 5));
+        events.reset([&](Value& later) {
+            list(later, {event_of(message(1)), event_of(message(2)), event_of(alarm(5, 5))});
+        });
+        EXPECT_EQ(events.rows().size(), 3u);
+        events.add_message(message(3));
+    });
+    EXPECT_EQ(texts(events.rows()), (Texts{"#2 m1", "#3 m2", "#1 a5", "#4 m3"}));
+
+    // The earlier one ends first; the later one was told of a message that only the earlier one had listed.
+    EventList crossed;
+    std::thread earlier;
+    std::atomic<int> step{0};
+    const auto await = [&](int value) {
+        while (step < value)
+            std::this_thread::yield();
+    };
+    earlier = std::thread([&] {
+        crossed.reset([&](Value& out) {
+            step = 1;
+            await(2);
+            list(out, {event_of(message(7))});
+        });
+        step = 3;
+    });
+    await(1);
+    crossed.reset([&](Value& out) {
+        step = 2;
+        await(3);
+        EXPECT_EQ(crossed.add_message(message(7)).done, Done::changed);
+        list(out, {});
+    });
+    earlier.join();
+    EXPECT_EQ(crossed.rows().size(), 1u);
+}
+
+TEST(EventList, ShowsActiveAlarmsFirstThenTheNewest) {
+    EventList events;
+    events.add_message(message(900));
+    events.notify_alarm(0, alarm(1, 100));
+    events.notify_alarm(0, alarm(2, 300));
+    events.notify_alarm(0, alarm(3, 800, 850));
+    events.notify_alarm(0, alarm(4, 700));
+    events.notify_alarm(2, alarm(4, 700));
+    EXPECT_EQ(texts(events.top(100)), (Texts{"#3 a2", "#2 a1", "#1 m900", "#4 a3", "#5 a4 history"}));
+    EXPECT_EQ(texts(events.top(2)), (Texts{"#3 a2", "#2 a1"}));
+    const auto counts = events.counts();
+    EXPECT_EQ(counts.rows, 5u);
+    EXPECT_EQ(counts.alarms, 4u);
+    EXPECT_EQ(counts.active_alarms, 2u);
+    EXPECT_EQ(counts.messages, 1u);
+}
+
+/// A target's store behind its lock, as an extension has it: what happens is stored first and told after, with the
+/// lock given back, so that a listing may come in between.
+class Store {
+public:
+    Store(EventList& events, const std::string& name, unsigned seed) : events_(events), name_(name), random_(seed) {}
+
+    void step() {
+        ++time_;
+        switch (random_() % 4) {
+        case 0:
+            change(alarm(next_id(), time_, 0, name_.c_str()), 0);
+            break;
+        case 1:
+            if (!ids_.empty()) change(alarm(ids_[random_() % ids_.size()], time_, time_, name_.c_str()), 1);
+            break;
+        case 2:
+            add_message();
+            break;
+        default:
+            forget_oldest();
+        }
+    }
+
+    void list_into(Value& out) {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [key, event] : stored_)
+            out << Value(event);
+    }
+
+private:
+    int next_id() {
+        static std::atomic<int> next{1};
+        ids_.push_back(next++);
+        return ids_.back();
+    }
+    void change(const ZoHmiSrv::Alarm& changed, int mode) {
+        {
+            const std::lock_guard lock(mutex_);
+            const auto key = "a" + std::to_string(changed.id());
+            if (mode == 1 && !stored_.contains(key)) return;
+            stored_[key] = event_of(changed);
+        }
+        pause();
+        events_.notify_alarm(mode, changed);
+    }
+    void add_message() {
+        // Equal messages happen, but not with another one between.
+        const auto sent = message(time_, 1, name_.c_str());
+        {
+            const std::lock_guard lock(mutex_);
+            stored_["m" + std::to_string(time_)] = event_of(sent);
+        }
+        pause();
+        events_.add_message(sent);
+    }
+    void forget_oldest() {
+        Event oldest;
+        {
+            const std::lock_guard lock(mutex_);
+            if (stored_.size() < 20) return;
+            oldest = stored_.begin()->second;
+            stored_.erase(stored_.begin());
+        }
+        pause();
+        events_.forget(oldest);
+    }
+    void pause() {
+        if (random_() % 4 == 0) std::this_thread::yield();
+    }
+
+    EventList& events_;
+    const std::string name_;
+    std::minstd_rand random_;
+    std::mutex mutex_;
+    std::map<std::string, Event> stored_;
+    std::vector<int> ids_;
+    long time_ = 0;
+};
+
+TEST(EventList, UnderManyThreadsAndResetsItEndsAsTheStoresAre) {
+    EventList events;
+    Store stores[]{{events, "One", 1}, {events, "Two", 2}, {events, "Three", 3}};
+    const auto listing = [&](Value& out) {
+        out.set_type(ZoHmiSrv::ValueType::Vector);
+        for (Store& store : stores) {
+            store.list_into(out);
+            std::this_thread::yield();
+        }
+    };
+    std::atomic<int> running{3};
+    std::vector<std::thread> threads;
+    for (Store& store : stores) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 3000; ++i)
+                store.step();
+            --running;
+        });
+    }
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            while (running > 0)
+                events.reset(listing);
+        });
+    }
+    while (running > 0) {
+        EXPECT_LE(events.top(10).size(), 10u);
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+
+    // As sets: the order differs, and equal contents are what counts.
+    Value listed;
+    listing(listed);
+    std::multimap<long, Event> expected;
+    std::multimap<long, Event> held;
+    for (auto item = listed.begin_vector(); item != listed.end_vector(); ++item) {
+        expected.emplace(item->get_event().time_received().nanoseconds(), item->get_event());
+    }
+    for (const EventRow& row : events.rows()) {
+        held.emplace(row.event.time_received().nanoseconds(), row.event);
+    }
+    ASSERT_EQ(held.size(), expected.size());
+    const auto less = [](const auto& left, const auto& right) { return Value(left.second) < Value(right.second); };
+    std::vector<std::pair<long, Event>> left(held.begin(), held.end());
+    std::vector<std::pair<long, Event>> right(expected.begin(), expected.end());
+    std::sort(left.begin(), left.end(), less);
+    std::sort(right.begin(), right.end(), less);
+    EXPECT_TRUE(left == right);
+}
+
+} // namespace

@@ -1,0 +1,162 @@
+// The program itself, with a small extension: its life, its signals, and what it leaves behind.
+#include "tests/server/temporary_file.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <thread>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// One run of the server. Ends it in the end, whatever happened.
+class Server {
+public:
+    explicit Server(const std::string& config, std::vector<std::string> options = {},
+                    const std::string& extension = ZO_TEST_EXTENSION)
+        : config_(config) {
+        std::vector<std::string> words{ZO_SERVER,      "--extension", extension, "--config",
+                                       config_.path(), "--plain",     "--trace", trace_.path()};
+        words.insert(words.end(), options.begin(), options.end());
+        std::vector<char*> arguments;
+        for (std::string& word : words)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 1, out_.path().c_str(), O_WRONLY | O_TRUNC, 0);
+        posix_spawn_file_actions_addopen(&actions, 2, error_.path().c_str(), O_WRONLY | O_TRUNC, 0);
+        const int result = posix_spawn(&pid_, words.front().c_str(), &actions, nullptr, arguments.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (result != 0) throw std::system_error(result, std::generic_category(), "posix_spawn");
+    }
+    ~Server() {
+        if (pid_ > 0) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+        }
+    }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    void signal(int number) const { kill(pid_, number); }
+    /// The exit status, or -1 for any other end.
+    int wait() {
+        int status = 0;
+        waitpid(pid_, &status, 0);
+        pid_ = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    /// Waits until a line of the output begins so.
+    [[nodiscard]] bool says(const std::string& start) const {
+        const auto deadline = std::chrono::steady_clock::now() + 20s;
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (("\n" + out_.read()).find("\n" + start) != std::string::npos) return true;
+            std::this_thread::sleep_for(5ms);
+        }
+        ADD_FAILURE() << "no line \"" << start << "\" in:\n" << out_.read() << error_.read();
+        return false;
+    }
+    /// The diagnostic messages in the trace, each with its parameter.
+    [[nodiscard]] std::vector<std::string> logged() const {
+        std::vector<std::string> names;
+        std::istringstream in(trace_.read());
+        for (std::string line; std::getline(in, line);) {
+            const auto json = nlohmann::json::parse(line);
+            if (json["call"] == "send_message") {
+                names.push_back(json["name"].get<std::string>() + " " + json["parameters"]["0"].get<std::string>());
+            }
+        }
+        return names;
+    }
+    void configure(const std::string& config) const { config_.write(config); }
+    [[nodiscard]] std::string out() const { return out_.read(); }
+    [[nodiscard]] std::string error() const { return error_.read(); }
+
+private:
+    TemporaryFile config_;
+    TemporaryFile trace_;
+    TemporaryFile out_;
+    TemporaryFile error_;
+    pid_t pid_ = 0;
+};
+
+using Names = std::vector<std::string>;
+
+TEST(Program, EndsByItselfAndTakesTheExtensionDownInOrder) {
+    const TemporaryFile dump;
+    Server server("{}", {"--seconds", "0.2", "--dump", dump.path()});
+    EXPECT_EQ(server.wait(), 0) << server.error();
+    EXPECT_EQ(server.logged(), (Names{"READY ZoHmiEventLogger", "SHUTDOWN ", "DELETED "}));
+    EXPECT_NE(server.out().find("interface version 22.0\n"), std::string::npos) << server.out();
+    EXPECT_NE(server.out().find("raised #1 "), std::string::npos) << server.out();
+    const auto json = nlohmann::json::parse(dump.read());
+    EXPECT_EQ(json["rows"][0]["alarm"]["id"], 5);
+    EXPECT_EQ(json["listing"].size(), 0u);
+}
+
+TEST(Program, SignalsEndItWithSuccess) {
+    for (const int number : {SIGINT, SIGTERM}) {
+        Server server("{}");
+        ASSERT_TRUE(server.says("log READY"));
+        server.signal(number);
+        EXPECT_EQ(server.wait(), 0) << number;
+        EXPECT_EQ(server.logged().back(), "DELETED ") << number;
+    }
+}
+
+TEST(Program, SighupReadsTheConfigurationAgain) {
+    Server server(R"({"TARGET_SYSTEMS": {"a": 1, "b": 2, "c": 3}})");
+    ASSERT_TRUE(server.says("log READY"));
+    server.configure("{ broken");
+    server.signal(SIGHUP);
+    ASSERT_TRUE(server.says("error: the configuration stays as it is: "));
+    server.configure(R"({"TARGET_SYSTEMS": {"a": 1, "b": 20, "d": 4}})");
+    server.signal(SIGHUP);
+    ASSERT_TRUE(server.says("on_config_delete TARGET_SYSTEMS::c answered 0x0"));
+    server.signal(SIGTERM);
+    EXPECT_EQ(server.wait(), 0);
+    EXPECT_EQ(server.logged(), (Names{"READY ZoHmiEventLogger", "CHANGE TARGET_SYSTEMS::b", "CHANGE TARGET_SYSTEMS::d",
+                                      "DELETE TARGET_SYSTEMS::c", "SHUTDOWN ", "DELETED "}));
+}
+
+TEST(Program, WhatFailsIsSaidInOneSentenceWithStatusOne) {
+    struct Case {
+        const char* config;
+        const char* extension;
+        const char* sentence;
+    };
+    const Case cases[]{
+        {R"({"MODE": "fail"})", ZO_TEST_EXTENSION, "init answered 0x105: told to fail\n"},
+        {R"({"MODE": "throw"})", ZO_TEST_EXTENSION, "init threw\n"},
+        {R"({"ENTRY": "nothing"})", ZO_TEST_EXTENSION, "made no extension"},
+        {R"({"ENTRY": "throw"})", ZO_TEST_EXTENSION, "entry threw: told to throw\n"},
+        {R"({"ENTRY": "old"})", ZO_TEST_EXTENSION, "interface version 21"},
+        {"{}", "/nonexistent/extension.so", "cannot load the extension"},
+        {"{}", ZO_SERVER_LIBRARY, "has no entry"},
+        {"{ broken", ZO_TEST_EXTENSION, "parse error"},
+    };
+    for (const Case& c : cases) {
+        Server server(c.config, {"--seconds", "5"}, c.extension);
+        EXPECT_EQ(server.wait(), 1) << c.sentence;
+        EXPECT_NE(server.error().find(c.sentence), std::string::npos) << server.error();
+    }
+}
+
+TEST(Program, TheTraceMayTakeStandardOutputForItself) {
+    Server server("{}", {"--seconds", "0.1", "--trace", "-"});
+    EXPECT_NE(server.wait(), -1);
+}
+
+} // namespace

@@ -1,0 +1,85 @@
+// A small extension for the tests of the server: it does what its configuration names.
+#include "extension/host/context.h"
+#include "extension/host/event_payload.h"
+#include "extension/host/host.h"
+#include "extension/host/listeners.h"
+#include "extension/host/value.h"
+
+#include <cstring>
+#include <stdexcept>
+
+using namespace ZoHmiSrv;
+
+namespace {
+
+class TestExtension final : public IZoHmiSrvExt,
+                            public IZoHmiSrvShutdownListener,
+                            public IZoHmiSrvAlarmProviderListener,
+                            public ZoHmiSrvConfigListener {
+public:
+    explicit TestExtension(IZoHmiSrvExtHost* host) : host_(host) {}
+    ~TestExtension() override { log("DELETED", ""); }
+
+    ResultPair init(const Context& context) override {
+        context_ = context;
+        const Value mode = host_->get_config_value(context_, "MODE");
+        if (std::strcmp(mode.get_string(), "fail") == 0) return ResultPair(HMI_E_INIT, "told to fail");
+        if (std::strcmp(mode.get_string(), "throw") == 0) throw std::runtime_error("told to throw");
+        host_->register_listener(context_, static_cast<IZoHmiSrvShutdownListener*>(this));
+        host_->register_listener(context_, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
+        Value filter;
+        filter.set_type(ValueType::Struct);
+        filter.insert("flags", 48);
+        filter["paths"].set_type(ValueType::Vector) << Value("TARGET_SYSTEMS::*");
+        host_->register_config_listener(context_, this, Value().set_type(ValueType::Vector) << filter);
+        Alarm alarm;
+        alarm.set_name("ALARM");
+        alarm.set_id(5);
+        alarm.set_time_raised(Timestamp(1000));
+        host_->notify_alarm(context_, AlarmNotification::Raised, alarm);
+        log("READY", context.domain());
+        return {};
+    }
+    String extension_info() override { return {}; }
+
+    int on_shutdown(const Context&) override {
+        log("SHUTDOWN", "");
+        return 0;
+    }
+    ErrorValue on_confirm_alarm(const Context&, Alarm&) override { return HMI_E_FAIL; }
+    int on_get_events(const Context&, Value& events) override {
+        events.set_type(ValueType::Vector);
+        return 0;
+    }
+    ResultPair on_config_change(const Context&, const char* path) override {
+        log("CHANGE", path);
+        return {};
+    }
+    ResultPair on_config_delete(const Context&, const char* path) override {
+        log("DELETE", path);
+        return {};
+    }
+
+private:
+    void log(const char* name, const char* text) {
+        Message message;
+        message.set_name(name);
+        message.parameters().insert("0", text);
+        host_->send_message(context_, message, false);
+    }
+
+    IZoHmiSrvExtHost* host_;
+    Context context_;
+};
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) int ext_interface(IZoHmiSrvExtHost* host, IZoHmiSrvExt** extension,
+                                                                    double* version) {
+    const Value entry = host->get_config_value(Context(), "ENTRY");
+    if (std::strcmp(entry.get_string(), "nothing") == 0) return 0;
+    if (std::strcmp(entry.get_string(), "throw") == 0) throw std::runtime_error("told to throw");
+    *extension = new TestExtension(host);
+    *version = std::strcmp(entry.get_string(), "old") == 0 ? 21.0 : 22.0;
+    return 0;
+}
