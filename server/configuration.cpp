@@ -1,5 +1,8 @@
 #include "server/configuration.h"
 
+#include "extension/host/algorithm.h"
+
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -141,15 +144,11 @@ std::vector<ConfigChange> target_changes(const Value& before, const Value& after
 Configuration::Configuration(std::filesystem::path file) : file_(std::move(file)), root_(read_file(file_)) {
 }
 
-Value Configuration::get(std::string_view path) const {
+Value Configuration::get(const char* path) const {
     const std::lock_guard lock(mutex_);
     const Value* value = &root_;
-    while (!path.empty()) {
-        const std::size_t end = path.find(separator);
-        const std::string key(path.substr(0, end));
-        path = end == std::string_view::npos ? std::string_view() : path.substr(end + separator.size());
-        value = &std::as_const(*value)[key.c_str()];
-    }
+    for (const std::string& key : ZoHmiSrv::Algorithm::split_symbol_name(path))
+        value = &(*value)[key.c_str()];
     return *value;
 }
 

@@ -209,7 +209,7 @@ Value Host::get_config_value(const Context&, const char* path) {
         const std::lock_guard lock(order_mutex_);
         trace_.call("get_config_value", path);
     }
-    return configuration_.get(path == nullptr ? "" : path);
+    return configuration_.get(path);
 }
 
 void Host::reset_temporary_events(const Context&) {

@@ -22,11 +22,12 @@ using namespace std::chrono_literals;
 /// One run of the server. Ends it in the end, whatever happened.
 class Server {
 public:
-    explicit Server(const std::string& config, std::vector<std::string> options = {},
-                    const std::string& extension = ZO_TEST_EXTENSION)
+    explicit Server(const std::string& config, const std::vector<std::string>& options = {},
+                    const std::string& extension = ZO_TEST_EXTENSION, const std::string& trace = {})
         : config_(config) {
-        std::vector<std::string> words{ZO_SERVER,      "--extension", extension, "--config",
-                                       config_.path(), "--plain",     "--trace", trace_.path()};
+        std::vector<std::string> words{
+            ZO_SERVER,      "--extension", extension, "--config",
+            config_.path(), "--plain",     "--trace", trace.empty() ? trace_.path().string() : trace};
         words.insert(words.end(), options.begin(), options.end());
         std::vector<char*> arguments;
         for (std::string& word : words)
@@ -155,8 +156,23 @@ TEST(Program, WhatFailsIsSaidInOneSentenceWithStatusOne) {
 }
 
 TEST(Program, TheTraceMayTakeStandardOutputForItself) {
-    Server server("{}", {"--seconds", "0.1", "--trace", "-"});
-    EXPECT_NE(server.wait(), -1);
+    Server server("{}", {"--seconds", "0"}, ZO_TEST_EXTENSION, "-");
+    EXPECT_EQ(server.wait(), 0);
+    std::istringstream in(server.out());
+    int lines = 0;
+    for (std::string line; std::getline(in, line); ++lines)
+        EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+    EXPECT_GT(lines, 5);
+    EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
+}
+
+TEST(Program, RefusesACommandLineThatItDoesNotKnow) {
+    for (const std::vector<std::string>& options : {std::vector<std::string>{"--nonsense"}, {"--seconds", "-1"}}) {
+        Server server("{}", options);
+        EXPECT_GT(server.wait(), 0) << options.front();
+        EXPECT_EQ(server.out(), "");
+        EXPECT_NE(server.error().find(options.front()), std::string::npos) << server.error();
+    }
 }
 
 } // namespace

@@ -134,7 +134,7 @@ TEST(Table, GivesWayWhereItHurtsLeast) {
     const Case cases[]{
         {140, "#1 Abfüllanlage 高 2024-02-29 12:00:00.000   0 active ZOEVENTLOGGER_ALARM "
               "{01234567-89AB-CDEF-0123-456789ABCDEF} 12"},
-        {80, "#1 Abfüllanlage 高 2024-02-29 12:00:00.000   0 active ZOEVENTLOG… {0123456… 12"},
+        {80, "#1 Abfüllanlage 高 2024-02-29 12:00:00.000   0 active ZOEVENTLOGGE… {0123456… 12"},
         {60, "#1 Abfülla… 12:00:00.000   0 active ZOEVENT… {0123456… 12"},
     };
     for (const Case& c : cases) {
