@@ -1,0 +1,35 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace zo_sim {
+
+// An argument of an event's text. The alternatives' order gives the type codes 1 to 4.
+using Argument = std::variant<std::int32_t, double, std::string, bool>;
+
+enum class BlockLayout : std::uint8_t {
+    types_first, // type codes, then values
+    data_first,  // values, a gap that counts as part of them, then type codes: right only for who minds the offsets
+};
+
+struct ArgumentBlock {
+    // Number of arguments, types offset, types size, data offset, data size.
+    std::array<std::uint32_t, 5> descriptor{};
+    std::vector<std::uint8_t> bytes;
+};
+
+// [any thread]
+ArgumentBlock pack_arguments(std::span<const Argument> arguments, BlockLayout layout);
+
+// Reads a block of a client. Empty when the ranges do not lie inside the bytes, a type code is unknown, or values end
+// early; what follows the last value is passed over. [any thread]
+std::optional<std::vector<Argument>> unpack_arguments(const std::array<std::uint32_t, 5>& descriptor,
+                                                      std::span<const std::uint8_t> bytes);
+
+} // namespace zo_sim

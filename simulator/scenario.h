@@ -1,0 +1,101 @@
+#pragma once
+
+#include "platform/link/guid_text.h"
+#include "simulator/argument_block.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zo_sim {
+
+// What a target holds and what happens to it; docs/simulator.md describes the file.
+
+// A text for each language number. Without languages, one text under the number 0.
+using LocalizedText = std::map<std::int32_t, std::string>;
+
+struct Source {
+    std::optional<std::uint32_t> id;
+    std::optional<zo_link::Guid> guid;
+    std::optional<std::string> name;
+    LocalizedText text;
+};
+
+// One cause with its remedy, or one detail with its comment.
+struct Advice {
+    std::string id;
+    LocalizedText text;
+    LocalizedText remark;
+};
+
+struct EventDefinition {
+    std::uint32_t id = 0;
+    bool alarm = false;
+    std::uint32_t severity = 0;
+    bool confirmation = false;
+    std::string source; // key, or empty
+    LocalizedText text;
+    std::vector<std::string> argument_names;
+    std::vector<Argument> arguments; // one for each name: its default, whose alternative is the argument's type
+    BlockLayout layout = BlockLayout::types_first;
+    std::optional<ArgumentBlock> raw; // takes the place of what the arguments give
+    std::optional<std::string> json;
+    std::vector<Advice> causes;
+    std::vector<Advice> details;
+};
+
+struct EventClass {
+    zo_link::Guid guid;
+    LocalizedText name;
+    std::map<std::uint32_t, EventDefinition> events;
+};
+
+// Which optional interfaces events offer.
+struct Interfaces {
+    bool identity = true;
+    bool extended = true;
+    bool json = true;
+};
+
+struct HistoryItem {
+    double ago = 0; // seconds before the start
+    std::string verb;
+};
+
+struct ScheduleItem {
+    std::int64_t at = 0;    // milliseconds after the start
+    std::int64_t every = 0; // milliseconds; 0: once
+    std::string verb;
+};
+
+struct Scenario {
+    std::map<std::string, std::int32_t> languages;
+    std::int32_t default_language = 0;
+    Interfaces interfaces;
+    std::size_t max_log = 10000;
+    std::map<std::string, Source> sources;
+    std::map<std::string, EventClass> classes;
+    std::vector<HistoryItem> history;
+    std::vector<ScheduleItem> schedule;
+
+    // By key or by GUID text; null when there is none.
+    const EventClass* find_class(std::string_view name) const;
+    const EventClass* find_class(const zo_link::Guid& guid) const;
+    // The text in that language, in another variant of it (same low ten bits), or in the default language.
+    const std::string& in_language(const LocalizedText& text, std::int32_t language) const;
+};
+
+// Says where in the file something is wrong, and what.
+struct ScenarioError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Everything but the verbs is checked. Throws ScenarioError.
+Scenario parse_scenario(std::string_view json);
+Scenario load_scenario(const std::string& path);
+
+} // namespace zo_sim

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "platform/link/link_server.h"
+#include "simulator/event_log.h"
+#include "simulator/plans.h"
+#include "simulator/scenario.h"
+#include "simulator/state_file.h"
+#include "simulator/verbs.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <nlohmann/json.hpp>
+
+namespace zo_sim {
+
+struct TargetOptions {
+    std::string bind = "127.0.0.1";
+    std::uint16_t port = 0;
+    std::string state_file; // empty: none
+};
+
+// One simulated target: the log and what clients, verbs and the schedule do to it. Everything happens on the thread
+// that runs `io`; what changes goes to the state file first, then to the clients.
+class Target {
+public:
+    // Gets lines without their end: what verbs print and the schedule's errors. [io thread]
+    struct Output {
+        std::function<void(const std::string& line)> print;
+        std::function<void(const std::string& line)> complain;
+    };
+
+    // Restores or plays the history, then listens and starts the schedule. `quit` stops `io`, which must live longer.
+    // Throws what says itself what is wrong: ScenarioError, StateError, std::runtime_error. A state file that cannot be
+    // written later throws StateError out of `io.run()`.
+    Target(boost::asio::io_context& io, Scenario scenario, const TargetOptions& options, Output output);
+    // Not while `io` runs.
+    ~Target();
+    Target(const Target&) = delete;
+    Target& operator=(const Target&) = delete;
+
+    std::uint16_t port() const { return server_->port(); }
+
+    // Does a line of input and prints its answer. [io thread]
+    void input(const std::string& line);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    using Session = std::shared_ptr<zo_link::LinkSession>;
+    struct Request {
+        Session session;
+        std::uint32_t id = 0;
+        std::string operation;
+        nlohmann::json fields;
+    };
+
+    void restore(const std::string& state_file);
+    void play_history();
+    void read_schedule();
+    void await_schedule();
+    void run_schedule();
+
+    // Throws VerbError when it cannot be done.
+    void execute(const Verb& verb);
+    void execute_quietly(const char* whence, const Verb& verb);
+    void change_log(const Verb& verb, FileTime now);
+    void flood(const Verb& verb, FileTime now);
+    void stall(std::int64_t milliseconds);
+    void resume();
+    void commit();
+    void tell(const Change& change);
+
+    nlohmann::json list_json() const;
+    nlohmann::json sessions_json() const;
+
+    void on_request(const Request& request);
+    void finish(const Request& request, const RequestPlan& plan);
+    void answer(const Request& request);
+    void answer_hello(const Request& request);
+    void answer_logged_events(const Request& request);
+    void answer_confirm(const Request& request);
+    void answer_text_request(const Request& request);
+    void reply_events(const Request& request, const std::vector<zo_link::EventRecord>& records);
+    nlohmann::json offered(zo_link::EventRecord record) const;
+
+    boost::asio::io_context& io_;
+    const Scenario scenario_;
+    const Output output_;
+    Interfaces interfaces_;
+    EventLog log_;
+    std::unique_ptr<StateFile> state_file_;
+    std::uint64_t instance_ = 0;
+    Plans plans_;
+    std::map<std::string, std::uint64_t> requests_;
+    std::map<std::uint64_t, nlohmann::json> hellos_; // of the accepted sessions, by number
+
+    const Clock::time_point start_ = Clock::now();
+    std::vector<std::pair<Verb, std::chrono::milliseconds>> schedule_; // with its period, 0 for once
+    std::set<std::pair<Clock::time_point, std::size_t>> due_;          // index into schedule_
+    boost::asio::steady_timer schedule_timer_;
+
+    bool stalled_ = false;
+    boost::asio::steady_timer stall_timer_;
+
+    std::unique_ptr<zo_link::LinkServer> server_; // last: its thread posts to the others
+};
+
+} // namespace zo_sim
