@@ -1,0 +1,127 @@
+// What allocates, how often, and what a failed allocation leaves behind.
+#include "tests/server_api/allocations.h"
+
+#include "extension/host/event.h"
+#include "extension/host/event_payload.h"
+#include "tests/server_api/values.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <type_traits>
+
+using namespace ZoHmiSrv;
+using values::show;
+
+static_assert(std::is_nothrow_move_constructible_v<Value> && std::is_nothrow_move_assignable_v<Value>);
+static_assert(std::is_nothrow_move_constructible_v<Event> && std::is_nothrow_move_assignable_v<Event>);
+static_assert(std::is_nothrow_move_constructible_v<Message> && std::is_nothrow_move_constructible_v<Alarm>);
+
+namespace {
+
+Value record(int members) {
+    Value value = Value().set_type(ValueType::Struct);
+    for (int i = 0; i < members; ++i) {
+        value[("member_" + std::to_string(1000 + i)).c_str()] = i % 2 == 0 ? Value("short text") : Value(i);
+    }
+    return value;
+}
+
+Value rich_tree() {
+    Value tree = record(200);
+    tree["a name that is too long to lie inside"] = "a text that is too long to lie inside";
+    tree["list"] << record(3) << "a text that is too long to lie inside";
+    Event event;
+    event.set_name("an event with a long name, as some of them have one");
+    event.payload().get_alarm().set_name("an alarm with a long name, as some of them have one");
+    event.payload().get_alarm().parameters()["p"] = record(2);
+    tree["event"] = event;
+    return tree;
+}
+
+template <class Operation>
+std::size_t count(Operation operation) {
+    const std::size_t before = allocations::count();
+    operation();
+    return allocations::count() - before;
+}
+
+} // namespace
+
+TEST(Allocations, AreAsFewAsPromised) {
+    Value small = record(30);
+    Value large = record(1000);
+    Value texts("short");
+    Value out;
+    EXPECT_EQ(count([&] { out = std::move(large); }), 0U);
+    EXPECT_EQ(count([&] { large.swap(out); }), 0U);
+    EXPECT_EQ(count([&] { Value moved(std::move(texts)); }), 0U);
+    EXPECT_EQ(count([&] { const Value copy(small); }), 1U) << "names and short texts lie in the one run";
+    EXPECT_LE(count([&] { const Value copy(large); }), 2 * 1000U / 64 + 2) << "one for each run, and the index";
+    EXPECT_EQ(count([&] { EXPECT_EQ(small["member_1002"].size(), 10U); }), 0U);
+    EXPECT_EQ(count([&] { EXPECT_TRUE(small == small); }), 0U);
+    EXPECT_LE(count([&] {
+                  Value vector;
+                  for (int i = 0; i < 1000; ++i) {
+                      vector << i;
+                  }
+              }),
+              10U);
+    EXPECT_EQ(count([&] {
+                  Value vector = Value().set_type(ValueType::Vector);
+                  vector.reserve(1000);
+                  for (int i = 0; i < 1000; ++i) {
+                      vector << i;
+                  }
+              }),
+              1U);
+}
+
+TEST(Allocations, AFailureLeavesWholeValues) {
+    struct Case {
+        const char* name;
+        std::function<void(Value&)> operation;
+        bool unchanged = true; // what the value must be after a failure
+    };
+    const Case cases[] = {
+        {"copy", [](Value& v) { const Value copy(v); }},
+        {"assign",
+         [](Value& v) {
+             Value other("x");
+             other = v;
+         }},
+        {"insert at the end", [](Value& v) { v.insert("zzz_a_name_that_is_too_long_to_lie_inside", 1); }},
+        {"insert in the middle", [](Value& v) { v.insert("member_1100_a_name_that_is_too_long", v["list"]); }},
+        {"new runs",
+         [](Value& v) {
+             for (int i = 0; i < 400; ++i) {
+                 v.insert_or_update(("x" + std::to_string(i)).c_str(), i);
+             }
+         },
+         false},
+        {"append itself", [](Value& v) { v["list"] << v["list"] << v["list"]; }, false},
+        {"set a text", [](Value& v) { v.set("a text that is too long to lie inside"); }},
+        {"a message", [](Value& v) { v["event"].get_event().payload().get_message(); }, false},
+        {"compare", [](Value& v) { (void)(v == v); }},
+    };
+    const Value original = rich_tree();
+    for (const Case& c : cases) {
+        std::size_t failures = 0;
+        for (bool failed = true; failed; ++failures) {
+            ASSERT_LT(failures, 2000U) << c.name;
+            Value value = original;
+            allocations::fail_after(failures);
+            try {
+                c.operation(value);
+                failed = allocations::stop_failing();
+                EXPECT_FALSE(failed) << c.name << " swallowed a failure";
+            } catch (const std::bad_alloc&) {
+                failed = allocations::stop_failing();
+            }
+            if (failed && c.unchanged) {
+                ASSERT_TRUE(value == original) << c.name << ", allocation " << failures;
+            }
+            EXPECT_FALSE(show(value).empty());
+        }
+    }
+}

@@ -1,0 +1,173 @@
+#include "extension/host/command.h"
+#include "extension/host/context.h"
+#include "extension/host/event.h"
+#include "extension/host/event_payload.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+
+using namespace ZoHmiSrv;
+
+TEST(Message, StartsUnset) {
+    Message message;
+    EXPECT_FALSE(message.isset());
+    EXPECT_STREQ(message.name(), "");
+    EXPECT_EQ(message.time_raised().nanoseconds(), 0);
+    EXPECT_EQ(message.parameters().type(), ValueType::Map);
+    message.set_name(nullptr);
+    EXPECT_FALSE(message.isset());
+    message.set_name("NAME");
+    EXPECT_TRUE(message.isset());
+}
+
+TEST(Message, CopiesAndSwaps) {
+    Message message;
+    message.set_name("NAME");
+    message.set_domain("domain");
+    message.set_severity(Severity{-1});
+    message.set_time_raised(Timestamp(5));
+    message.parameters().insert("0", "target");
+    Message copy(message);
+    EXPECT_TRUE(copy == message);
+    copy.parameters()["0"] = "other";
+    EXPECT_FALSE(copy == message);
+    Message empty;
+    empty.swap(copy);
+    EXPECT_FALSE(copy.isset());
+    EXPECT_TRUE(copy == Message());
+    EXPECT_STREQ(empty.parameters()["0"].get_string(), "other");
+    EXPECT_STREQ(empty.domain(), "domain");
+    EXPECT_EQ(empty.severity(), Severity{-1});
+    message = empty;
+    EXPECT_TRUE(message == empty);
+}
+
+TEST(Alarm, StartsWithNothingAndIsNotInvalid) {
+    Alarm alarm;
+    EXPECT_EQ(static_cast<int>(alarm.alarm_state()), 0);
+    EXPECT_EQ(static_cast<int>(alarm.confirmation_state()), 0);
+    EXPECT_EQ(static_cast<int>(alarm.severity()), 0);
+    EXPECT_EQ(alarm.id(), 0);
+    EXPECT_EQ(alarm.time_raised().nanoseconds(), 0);
+    EXPECT_EQ(alarm.time_cleared().nanoseconds(), 0);
+    EXPECT_EQ(alarm.time_confirmed().nanoseconds(), 0);
+    EXPECT_EQ(alarm.parameters().type(), ValueType::Map);
+    EXPECT_FALSE(alarm.is_active());
+}
+
+TEST(Alarm, EveryFieldIsCopiedAndCompared) {
+    void (*const changes[])(Alarm&) = {
+        [](Alarm& a) { a.set_name("n"); },
+        [](Alarm& a) { a.set_domain("d"); },
+        [](Alarm& a) { a.set_id(-3); },
+        [](Alarm& a) { a.set_severity(Severity{4}); },
+        [](Alarm& a) { a.set_alarm_state(AlarmState::Invalid); },
+        [](Alarm& a) { a.set_confirmation_state(AlarmConfirmationState{2}); },
+        [](Alarm& a) { a.set_time_raised(Timestamp(1)); },
+        [](Alarm& a) { a.set_time_cleared(Timestamp(2)); },
+        [](Alarm& a) { a.set_time_confirmed(Timestamp(3)); },
+        [](Alarm& a) { a.parameters()["p"] = 1; },
+    };
+    Alarm alarm;
+    for (const auto change : changes) {
+        const Alarm before = alarm;
+        change(alarm);
+        EXPECT_FALSE(before == alarm);
+        EXPECT_TRUE(Alarm(alarm) == alarm);
+        Value one;
+        one.set(alarm);
+        const Value copy = one; // the way through a tree of values is another
+        EXPECT_TRUE(copy.get_alarm() == alarm);
+        Value other;
+        other.set(before);
+        EXPECT_TRUE(one != other);
+    }
+}
+
+TEST(Alarm, IsActiveWhileRaisedAndNotCleared) {
+    Alarm alarm;
+    alarm.set_time_raised(Timestamp(1));
+    EXPECT_TRUE(alarm.is_active());
+    Alarm invalid = alarm;
+    invalid.set_alarm_state(AlarmState::Invalid);
+    EXPECT_FALSE(invalid.is_active());
+    alarm.set_time_cleared(Timestamp(2));
+    EXPECT_FALSE(alarm.is_active());
+}
+
+TEST(EventPayload, ServesBothKinds) {
+    Message message;
+    Alarm alarm;
+    EventPayload* const payloads[] = {&message, &alarm};
+    for (EventPayload* payload : payloads) {
+        payload->set_name("through the base");
+        payload->parameters()["p"] = 1;
+        EXPECT_STREQ(payload->domain(), "");
+    }
+    EXPECT_STREQ(message.name(), "through the base");
+    EXPECT_EQ(alarm.parameters()["p"].get_int32(), 1);
+    EXPECT_EQ(payloads[0]->type(), ValueType::Message);
+    EXPECT_EQ(payloads[1]->type(), ValueType::Alarm);
+}
+
+TEST(Event, CarriesEverythingIntoValuesAndBack) {
+    Event event;
+    EXPECT_FALSE(event.payload().isset());
+    event.set_name("name");
+    event.set_domain("domain");
+    event.set_session(Session("session"));
+    event.set_time_received(Timestamp(8));
+    event.payload().get_alarm().set_id(5);
+
+    Value value;
+    value = event;
+    const Value copy = value;
+    const Event& inside = copy.get_event();
+    EXPECT_TRUE(inside == event);
+    EXPECT_STREQ(inside.session().id(), "session");
+    EXPECT_EQ(inside.payload().get_alarm().id(), 5);
+
+    Event moved(std::move(event));
+    EXPECT_TRUE(moved == inside);
+    Event other;
+    other.swap(moved);
+    EXPECT_TRUE(other == inside);
+    EXPECT_STREQ(moved.name(), "");
+    other.set_time_received(Timestamp(9));
+    EXPECT_FALSE(other == inside);
+}
+
+TEST(Context, CopiesItsDomainAndSession) {
+    Context context;
+    EXPECT_STREQ(context.domain(), "");
+    context.set_domain("extension");
+    context.set_session(Session("s1"));
+    const Context copy = context;
+    context.set_domain(nullptr);
+    EXPECT_STREQ(copy.domain(), "extension");
+    EXPECT_STREQ(copy.session().id(), "s1");
+    EXPECT_STREQ(context.domain(), "");
+}
+
+TEST(Command, AnExtensionReadsWhatWasWrittenAndWritesWhatIsRead) {
+    CommandGroup group;
+    EXPECT_TRUE(group.empty());
+    for (const char* name : {"first", "second", "third"}) {
+        group.add(Command(name)).write_value() = name;
+    }
+    group[1].set_mapping("Diagnostics");
+    for (auto it = group.begin_vector(); it != group.end_vector(); ++it) {
+        it->read_value() = it->write_value();
+        it->set_extension_result(HMI_E_FAIL);
+    }
+    ASSERT_EQ(group.size(), 3U);
+    EXPECT_STREQ(group[0].mapping(), "first");
+    EXPECT_STREQ(group[1].mapping(), "Diagnostics");
+    EXPECT_STREQ(group[2].read_value().get_string(), "third");
+    EXPECT_EQ(group[2].extension_result(), 0x101U);
+    EXPECT_EQ(group[2].result(), HMI_SUCCESS);
+    group[0].set_result_string("text");
+    EXPECT_STREQ(group[0].result_string(), "text");
+    EXPECT_THROW(group[3], std::out_of_range);
+}

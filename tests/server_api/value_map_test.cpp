@@ -1,0 +1,173 @@
+#include "tests/server_api/values.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace ZoHmiSrv;
+using values::show;
+
+namespace {
+
+// Short and long names, with long common beginnings, empty and with bytes above 0x7f.
+std::string random_name(std::mt19937& random, unsigned different) {
+    static const char* const stems[] = {
+        "", "a", "member_", "exactly_twenty_two_ch_", "a_name_that_is_longer_than_fits_inside_", "\xc3\xbc", "\xff"};
+    return stems[random() % std::size(stems)] + std::to_string(random() % different);
+}
+
+void expect_same(const Value& map, const std::map<std::string, int>& model) {
+    ASSERT_EQ(map.size(), model.size());
+    auto expected = model.begin();
+    for (auto it = map.begin(); it != map.end(); ++it, ++expected) {
+        ASSERT_NE(expected, model.end());
+        ASSERT_EQ(it.name(), expected->first);
+        ASSERT_EQ(it->get_int32(), expected->second);
+    }
+    ASSERT_EQ(expected, model.end());
+}
+
+} // namespace
+
+class MapModel : public testing::TestWithParam<unsigned> {};
+
+TEST_P(MapModel, BehavesAsAnOrderedMap) {
+    std::mt19937 random(GetParam());
+    Value map = Value().set_type(ValueType::Map);
+    std::map<std::string, int> model;
+    for (int step = 0; step < 20000; ++step) {
+        // Phases of growth and of shrinking, so that runs are split and given up again.
+        const bool shrinking = step / 4000 % 2 == 1;
+        const std::string name = random_name(random, GetParam());
+        const int number = static_cast<int>(random() % 1000);
+        switch (random() % (shrinking ? 16 : 8)) {
+        case 0:
+        case 1:
+            map[name.c_str()] = number;
+            model[name] = number;
+            break;
+        case 2: {
+            const auto it = map.insert(name.c_str(), number);
+            const auto expected = model.emplace(name, number).first;
+            ASSERT_EQ(it.name(), name);
+            ASSERT_EQ(it->get_int32(), expected->second);
+            break;
+        }
+        case 3: {
+            const auto it = map.insert_or_update(name.c_str(), number);
+            model[name] = number;
+            ASSERT_EQ(it.name(), name);
+            ASSERT_EQ(it->get_int32(), number);
+            break;
+        }
+        case 4: {
+            const Value& read_only = map;
+            const auto expected = model.find(name);
+            ASSERT_EQ(read_only[name.c_str()].isset(), expected != model.end());
+            ASSERT_EQ(map.find(name.c_str()) == map.end(), expected == model.end());
+            break;
+        }
+        case 5: {
+            const Value copy = map;
+            if (step % 16 == 0) {
+                expect_same(copy, model);
+                ASSERT_TRUE(copy == map);
+                map = copy;
+            }
+            break;
+        }
+        default: {
+            auto it = map.find(name.c_str());
+            auto expected = model.find(name);
+            if (shrinking && !model.empty() && expected == model.end()) {
+                it = map.begin();
+                expected = model.begin();
+            }
+            const auto next = map.remove(it);
+            if (expected != model.end()) {
+                expected = model.erase(expected);
+            }
+            ASSERT_EQ(next == map.end(), expected == model.end());
+            if (expected != model.end()) {
+                ASSERT_EQ(next.name(), expected->first);
+            }
+            break;
+        }
+        }
+        if (step % 500 == 0) {
+            expect_same(map, model);
+        }
+    }
+    expect_same(map, model);
+    while (!map.empty()) {
+        map.remove(map.begin());
+    }
+    map["again"] = 1;
+    expect_same(map, {{"again", 1}});
+}
+
+// Few names stay below the size at which an index takes over, some cross it all the time, many stay above.
+INSTANTIATE_TEST_SUITE_P(Sizes, MapModel, testing::Values(3U, 20U, 60U, 3000U));
+
+TEST(ValueMap, LargeMapsInEveryOrderOfInsertion) {
+    constexpr int count = 5000;
+    std::vector<int> ascending(count);
+    for (int i = 0; i < count; ++i) {
+        ascending[static_cast<std::size_t>(i)] = i;
+    }
+    std::vector<int> descending(ascending.rbegin(), ascending.rend());
+    std::vector<int> shuffled = ascending;
+    std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(1)); // NOLINT(cert-msc51-cpp)
+    for (const auto& order : {ascending, descending, shuffled}) {
+        Value map;
+        std::map<std::string, int> model;
+        map.reserve(1'000'000'000); // never more than a run is set aside
+        for (const int i : order) {
+            const std::string name = "name" + std::to_string(100000 + i);
+            map[name.c_str()] = i;
+            model[name] = i;
+        }
+        expect_same(map, model);
+        Value moved = std::move(map);
+        expect_same(moved, model);
+    }
+}
+
+TEST(ValueMap, WrongTypesGiveWay) {
+    for (Value value : {Value(), Value(7), Value("text"), Value().set_type(ValueType::Vector) << 1,
+                        Value().set_type(ValueType::Any)}) {
+        EXPECT_FALSE(value["a"].isset());
+        EXPECT_EQ(show(value), "{a: Null()}");
+    }
+    Value record = Value().set_type(ValueType::Struct);
+    record["b"] = 1;
+    EXPECT_EQ(show(record), "struct {b: Int(1)}") << "a Struct stays a Struct";
+    EXPECT_EQ(show(record << 1), "[Int(1)]");
+    record.insert("x", "y");
+    EXPECT_EQ(show(record), "{x: 'y'}");
+}
+
+TEST(ValueMap, InsertKeepsAndUpdateReplaces) {
+    Value map;
+    EXPECT_EQ(show(*map.insert("n", 1)), "Int(1)");
+    EXPECT_EQ(show(*map.insert("n", 2)), "Int(1)");
+    EXPECT_EQ(show(*map.insert_or_update("n", "three")), "'three'");
+    map.insert("l", 4L);
+    map.insert("b", true);
+    map.insert("d", 0.5);
+    map.insert("t", Timestamp(1'000'000'000));
+    map.insert("y", Binary("xyz", 3));
+    map.insert(nullptr, Value());
+    Value text("kept");
+    map.insert("b", std::move(text));
+    EXPECT_STREQ(text.get_string(), "kept") << "not taken, as it was not inserted"; // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(show(map), "{: Null(), b: Bool(true), d: Double(0.5), l: Int64(4), n: 'three', "
+                         "t: DateTime(1970-01-01T00:00:01Z), y: Binary(eHl6)}");
+    EXPECT_EQ(map.get_map().get("l").get_int64(), 4);
+    const Value& read_only = map;
+    EXPECT_FALSE(read_only.get_map().get("missing").isset());
+    EXPECT_EQ(read_only.get_map().size(), 7U);
+    EXPECT_TRUE(map.remove(map.end()) == map.end());
+}

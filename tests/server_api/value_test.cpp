@@ -1,0 +1,331 @@
+#include "extension/host/event.h"
+#include "extension/host/event_payload.h"
+#include "tests/server_api/values.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <vector>
+
+using namespace ZoHmiSrv;
+using values::show;
+
+namespace {
+
+constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+Value timespan(long nanoseconds) {
+    Value value;
+    value.set(Timespan(nanoseconds));
+    return value;
+}
+
+template <class T>
+Value with(const T& content) {
+    Value value;
+    value.set(content);
+    return value;
+}
+
+Value binary(const std::string& bytes) {
+    return with(Binary(bytes.data(), bytes.size()));
+}
+
+// One of each type that has content.
+std::vector<Value> samples() {
+    std::vector<Value> all;
+    for (Value value : {Value(true), Value(7), Value(1.5), Value("a text that is too long to lie inside"), with(7L),
+                        Value(Timestamp(5)), timespan(6), with(7UL), with(Message()), with(Alarm()), Value(Event()),
+                        binary("bytes"), Value().set_type(ValueType::Vector) << 1, Value().set_type(ValueType::Map)}) {
+        all.push_back(std::move(value));
+    }
+    Value map;
+    map["a"] = 1;
+    all.push_back(map);
+    all.push_back(map.set_type(ValueType::Struct));
+    return all;
+}
+
+} // namespace
+
+TEST(Value, ConstructorsGiveTheirTypes) {
+    struct Case {
+        Value value;
+        ValueType type;
+    };
+    const Case cases[] = {
+        {Value(), ValueType::Null},          {Value(false), ValueType::Bool},
+        {Value(0), ValueType::Int},          {Value(0.0), ValueType::Double},
+        {Value(""), ValueType::String},      {Value(Timestamp()), ValueType::DateTime},
+        {Value(Event()), ValueType::Event},  {with(1L), ValueType::Int64},
+        {with(1UL), ValueType::UInt64},      {with(Timespan(1)), ValueType::TimeSpan},
+        {with(Binary()), ValueType::Binary}, {with(Message()), ValueType::Message},
+        {with(Alarm()), ValueType::Alarm},   {Value(static_cast<const char*>(nullptr)), ValueType::String},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.value.type(), c.type) << value_type_to_string(c.type);
+        EXPECT_EQ(c.value.isset(), c.type != ValueType::Null);
+    }
+}
+
+TEST(Value, SetTypeKeepsWhatItSays) {
+    for (const Value& sample : samples()) {
+        Value same = sample;
+        EXPECT_EQ(&same.set_type(sample.type()), &same);
+        EXPECT_TRUE(same == sample) << show(sample);
+
+        Value cleared = sample;
+        cleared.clear();
+        EXPECT_EQ(cleared.type(), sample.type());
+        EXPECT_TRUE(cleared == Value().set_type(sample.type())) << show(cleared);
+    }
+    Value map;
+    map["a"] = 1;
+    map["b"] = 2;
+    EXPECT_EQ(show(map.set_type(ValueType::Struct)), "struct {a: Int(1), b: Int(2)}");
+    EXPECT_EQ(show(map.set_type(ValueType::Map)), "{a: Int(1), b: Int(2)}");
+    EXPECT_EQ(show(map.set_type(ValueType::Vector)), "[]");
+    EXPECT_EQ(show(Value(7).set_type(ValueType::Int64)), "Int64(0)");
+    EXPECT_EQ(show(Value("text").set_type(ValueType::Binary)), "Binary()");
+    EXPECT_EQ(show(Value().set_type(ValueType::Vector) << "x"), "['x']");
+
+    Value any = Value().set_type(ValueType::Any);
+    EXPECT_EQ(static_cast<int>(any.type()), 256);
+    EXPECT_TRUE(any.isset());
+    EXPECT_TRUE(any == Value(any) && any != Value());
+}
+
+TEST(Value, SizeAndEmpty) {
+    const std::string with_zero("a\0b", 3);
+    Value vector = Value().set_type(ValueType::Vector) << 1 << 2;
+    struct Case {
+        Value value;
+        std::size_t size;
+    };
+    const Case cases[] = {{Value(), 0},
+                          {Value(0), 1},
+                          {Value(""), 0},
+                          {Value("abc"), 3},
+                          {binary(with_zero), 3},
+                          {vector, 2},
+                          {Value().set_type(ValueType::Struct), 0},
+                          {Value(Timestamp()), 1}};
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.value.size(), c.size) << show(c.value);
+        EXPECT_EQ(c.value.empty(), c.size == 0) << show(c.value);
+    }
+}
+
+TEST(Value, TextsAndBytesOfEveryLengthSurviveCopyAndMove) {
+    for (const std::size_t length : {0, 1, 7, 14, 15, 16, 17, 100, 70000}) {
+        std::string text;
+        for (std::size_t i = 0; i < length; ++i) {
+            text += static_cast<char>('a' + i % 26);
+        }
+        const Value value(text.c_str());
+        Value copy(value);
+        Value moved(std::move(copy));
+        EXPECT_EQ(moved.get_string(), text);
+        EXPECT_EQ(moved.size(), length);
+        EXPECT_FALSE(copy.isset()); // NOLINT(bugprone-use-after-move): a moved-from value is a Null
+        Value other(1);
+        other.swap(moved);
+        EXPECT_EQ(other.get_string(), text);
+        EXPECT_EQ(moved.get_int32(), 1);
+
+        text[length / 2] = '\0';
+        const Value bytes = binary(text);
+        const Binary view = static_cast<Binary>(bytes);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(view.data()), view.size()), text);
+    }
+}
+
+TEST(Value, NumbersReadAsEachOther) {
+    constexpr long long_max = std::numeric_limits<long>::max();
+    constexpr long long_min = std::numeric_limits<long>::min();
+    constexpr unsigned long ulong_max = std::numeric_limits<unsigned long>::max();
+    constexpr int int_max = std::numeric_limits<int>::max();
+    constexpr int int_min = std::numeric_limits<int>::min();
+    struct Case {
+        Value value;
+        int as_int;
+        long as_long;
+        unsigned long as_ulong;
+        double as_double;
+        bool as_bool;
+    };
+    const Case cases[] = {
+        {Value(), 0, 0, 0, 0, false},
+        {Value(true), 1, 1, 1, 1, true},
+        {Value(-3), -3, -3, 0, -3, true},
+        {with(1L << 40), int_max, 1L << 40, 1UL << 40, 1099511627776.0, true},
+        {with(long_min), int_min, long_min, 0, -9223372036854775808.0, true},
+        {with(ulong_max), int_max, long_max, ulong_max, 18446744073709551616.0, true},
+        {Value(2.9), 2, 2, 2, 2.9, true},
+        {Value(-2.9), -2, -2, 0, -2.9, true},
+        {Value(0.5), 0, 0, 0, 0.5, true},
+        {Value(1e300), int_max, long_max, ulong_max, 1e300, true},
+        {Value(-infinity), int_min, long_min, 0, -infinity, true},
+        {Value(9223372036854775808.0), int_max, long_max, 1UL << 63, 9223372036854775808.0, true},
+        {Value("42"), 42, 42, 42, 42, true},
+        {Value("-1"), -1, -1, 0, -1, true},
+        {Value("+8"), 8, 8, 8, 8, true},
+        {Value("2.5e1"), 25, 25, 25, 25, true},
+        {Value("18446744073709551615"), int_max, long_max, ulong_max, 18446744073709551616.0, true},
+        {Value("true"), 0, 0, 0, 0, true},
+        {Value("0"), 0, 0, 0, 0, false},
+        {Value("12x"), 0, 0, 0, 0, false},
+        {Value(" 1"), 0, 0, 0, 0, false},
+        {Value("+-1"), 0, 0, 0, 0, false},
+        {Value(""), 0, 0, 0, 0, false},
+        {Value(Timestamp(9)), 9, 9, 9, 9, true},
+        {timespan(-9), -9, -9, 0, -9, true},
+        {binary("1"), 0, 0, 0, 0, false},
+        {Value().set_type(ValueType::Vector) << 1, 0, 0, 0, 0, false},
+        {Value(Event()), 0, 0, 0, 0, false},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(static_cast<int>(c.value), c.as_int) << show(c.value);
+        EXPECT_EQ(static_cast<long>(c.value), c.as_long) << show(c.value);
+        EXPECT_EQ(static_cast<unsigned long>(c.value), c.as_ulong) << show(c.value);
+        EXPECT_EQ(static_cast<double>(c.value), c.as_double) << show(c.value);
+        EXPECT_EQ(static_cast<bool>(c.value), c.as_bool) << show(c.value);
+        EXPECT_EQ(static_cast<Timestamp>(c.value).nanoseconds(), c.as_long) << show(c.value);
+        EXPECT_EQ(c.value.get_timespan().nanoseconds(), c.as_long) << show(c.value);
+    }
+    EXPECT_EQ(Value(not_a_number).get_int32(), 0);
+    EXPECT_EQ(Value(not_a_number).get_uint64(), 0U);
+}
+
+TEST(Value, WrongTypesReadAsNothing) {
+    const Value values[] = {Value(), Value(7), Value().set_type(ValueType::Map), Value(Event())};
+    for (const Value& value : values) {
+        EXPECT_STREQ(value.get_string(), "");
+        EXPECT_EQ(static_cast<Binary>(value).size(), 0U);
+        EXPECT_FALSE(value["missing"].isset());
+        EXPECT_EQ(value["missing"].type(), ValueType::Null);
+        EXPECT_FALSE(value[0].isset());
+        EXPECT_FALSE(value[-1].isset());
+        EXPECT_TRUE(value.begin() == value.end());
+        EXPECT_TRUE(value.begin_vector() == value.end_vector());
+        EXPECT_TRUE(value.find("x") == value.end());
+        EXPECT_TRUE(value.get_vector().empty() && value.get_map().empty());
+        EXPECT_STREQ(value.get_message().name(), "");
+        EXPECT_EQ(value.get_alarm().id(), 0);
+    }
+    EXPECT_STREQ(Value(7).get_event().name(), "");
+}
+
+TEST(Value, EventsInsideAreChangedInPlace) {
+    Value value(7);
+    Message& message = value; // a wrong type gives way to an empty one
+    EXPECT_EQ(value.type(), ValueType::Message);
+    message.set_name("NAME");
+    message.parameters()["0"] = "p";
+    EXPECT_STREQ(value.get_message().name(), "NAME");
+    const Value copy = value;
+    value.get_message().set_name("OTHER");
+    EXPECT_STREQ(copy.get_message().name(), "NAME");
+    EXPECT_STREQ(copy.get_message().parameters()["0"].get_string(), "p");
+
+    static_cast<Alarm&>(value).set_id(5);
+    EXPECT_EQ(value.type(), ValueType::Alarm);
+    EXPECT_EQ(value.get_alarm().id(), 5);
+
+    value.get_event().payload() = copy;
+    EXPECT_EQ(value.type(), ValueType::Event);
+    EXPECT_TRUE(value.get_event().payload() == copy);
+}
+
+TEST(Value, ATotalOrder) {
+    // Each is less than all that follow.
+    std::vector<Value> sorted = {Value(),     Value(false),  Value(true),
+                                 Value(-1),   Value(1),      Value(-infinity),
+                                 Value(-1.5), Value(0.0),    Value(not_a_number),
+                                 Value(""),   Value("a"),    Value("a longer text than fits"),
+                                 Value("ab"), Value("\x80"), Value().set_type(ValueType::Vector)};
+    const auto vector = [](int a, int b) { return Value().set_type(ValueType::Vector) << a << b; };
+    sorted.push_back(vector(1, 1));
+    sorted.push_back(vector(1, 2) << 0);
+    sorted.push_back(vector(1, 3));
+    Value map;
+    for (const auto& [name, number] : {std::pair{"a", 1}, {"b", 1}, {"c", 1}}) {
+        map[name] = number;
+        sorted.push_back(map);
+    }
+    Value other;
+    other["a"] = 1;
+    other["bb"] = 0;
+    sorted.push_back(other);
+    sorted.push_back(Value(map).set_type(ValueType::Struct));
+    sorted.push_back(binary("a"));
+    sorted.push_back(binary(std::string("a\0", 2)));
+    sorted.push_back(with(-1L));
+    sorted.push_back(Value(Timestamp(1)));
+    sorted.push_back(with(3UL));
+    Message message;
+    sorted.push_back(with(message));
+    message.parameters()["x"] = 1;
+    sorted.push_back(with(message));
+    Alarm alarm;
+    sorted.push_back(with(alarm));
+    alarm.set_alarm_state(AlarmState::Invalid);
+    sorted.push_back(with(alarm));
+    for (std::size_t i = 0; i < sorted.size(); ++i) {
+        for (std::size_t k = 0; k < sorted.size(); ++k) {
+            EXPECT_EQ(sorted[i] < sorted[k], i < k) << show(sorted[i]) << " and " << show(sorted[k]);
+            EXPECT_EQ(sorted[i] == sorted[k], i == k) << show(sorted[i]) << " and " << show(sorted[k]);
+        }
+    }
+    EXPECT_TRUE(Value(0.0) == Value(-0.0));
+}
+
+TEST(Value, VectorOperations) {
+    Value vector(7); // a wrong type gives way
+    vector << 1 << "two" << Value(3.0);
+    EXPECT_EQ(show(vector), "[Int(1), 'two', Double(3)]");
+    *vector.insert(vector.begin_vector(), 0) = "zero";
+    EXPECT_EQ(show(*vector.insert(vector.end_vector(), 9L)), "Int64(9)");
+    vector.insert(vector.find(2), "mid");
+    EXPECT_EQ(show(vector), "['zero', Int(1), 'mid', 'two', Double(3), Int64(9)]");
+    EXPECT_EQ(vector.get_vector().get(1).get_int32(), 1);
+    EXPECT_TRUE(vector.find(6) == vector.end_vector());
+    vector.resize(2, Value());
+    vector.resize(4, Value("fill"));
+    EXPECT_EQ(show(vector), "['zero', Int(1), 'fill', 'fill']");
+    vector[5] = true;
+    EXPECT_EQ(show(vector), "['zero', Int(1), 'fill', 'fill', Null(), Bool(true)]");
+    EXPECT_THROW(vector[std::numeric_limits<unsigned long>::max()], std::bad_alloc);
+    EXPECT_THROW(vector.reserve(std::numeric_limits<std::size_t>::max() / 2), std::bad_alloc);
+    EXPECT_EQ(vector.size(), 6U);
+
+    Value from_null;
+    *from_null.insert(from_null.begin_vector(), "x") = "y";
+    EXPECT_EQ(show(from_null), "['y']");
+    Value numbers;
+    for (int i = 0; i < 1000; ++i) {
+        numbers << i;
+    }
+    int expected = 0;
+    for (auto it = numbers.begin_vector(); it != numbers.end_vector(); ++it) {
+        EXPECT_EQ(it->get_int32(), expected++);
+    }
+    EXPECT_EQ(expected, 1000);
+}
+
+TEST(ValueType, Names) {
+    struct Case {
+        int number;
+        const char* name;
+    };
+    const Case cases[] = {{0, "Null"},      {1, "Bool"},      {2, "Int"},     {3, "Double"}, {4, "String"},
+                          {5, "Vector"},    {6, "Map"},       {7, "Struct"},  {8, "Binary"}, {9, "Int64"},
+                          {10, "DateTime"}, {11, "TimeSpan"}, {12, "UInt64"}, {13, "Null"},  {63, "Null"},
+                          {64, "Event"},    {65, "Message"},  {66, "Alarm"},  {67, "Null"},  {256, "Any"},
+                          {65535, "Null"}};
+    for (const Case& c : cases) {
+        EXPECT_STREQ(value_type_to_string(static_cast<ValueType>(c.number)), c.name) << c.number;
+    }
+}
