@@ -65,10 +65,13 @@ bool ZoHmiEventLogger::apply_target_config(const TargetConfig& config, HeldTarge
     const Timespan timeout = host_->get_config_value(context_, "TIMEOUT").get_timespan();
     const std::string net_id = actualize(config.address, get_local_net_id(), true);
 
-    const auto current = targets_.find(config.name);
-    const std::string current_net_id = current ? current->net_id() : std::string();
-    const bool currently_enabled = current && !current->disabled();
-    if (net_id == current_net_id && config.enabled == currently_enabled) return false;
+    {
+        // Not held any longer than this: the old target disconnects before the new one connects.
+        const auto current = targets_.find(config.name);
+        const std::string current_net_id = current ? current->net_id() : std::string();
+        const bool currently_enabled = current && !current->disabled();
+        if (net_id == current_net_id && config.enabled == currently_enabled) return false;
+    }
 
     held.target = create_target(config, net_id, timeout, event_limit);
     if (!targets_.insert_or_replace(config.name, held.target, *stopping_)) return false;

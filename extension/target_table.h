@@ -23,6 +23,11 @@ struct HeldTarget {
 /// it, since that can disconnect. [any thread]
 class TargetTable {
 public:
+    TargetTable() = default;
+    ~TargetTable() { clear(); }
+    TargetTable(const TargetTable&) = delete;
+    TargetTable& operator=(const TargetTable&) = delete;
+
     /// Does nothing and gives false once `stopping` is set.
     bool insert_or_replace(const std::string& name, std::shared_ptr<TargetSystem> target,
                            const std::atomic<bool>& stopping);

@@ -98,7 +98,6 @@ private:
     std::shared_ptr<TargetSystem> create_target(const TargetConfig& config, const std::string& net_id,
                                                 const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit);
 
-    TargetTable targets_;
     std::mutex local_net_id_mutex_;
     std::string local_net_id_; // [local net id mutex]
     std::mutex config_mutex_;
@@ -108,6 +107,8 @@ private:
     ZoHmiSrv::IZoHmiSrvExtHost* const host_;
     ZoHmiSrv::ILicenseHost* const license_host_; // null when the host has none
     ZoHmiSrv::Context context_;                  // set by init, constant from then on
+    // Behind all that a target uses while it disconnects and reports.
+    TargetTable targets_;
     // Last, so that no tick outlives what it uses.
     ZoHmiSrv::Threading threading_{2};
 };
