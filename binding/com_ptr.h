@@ -56,10 +56,16 @@ private:
     T* object_ = nullptr;
 };
 
+// Told by specialization: gcc's sanitizer makes the comparison of the address no constant.
+template <const GUID* iid>
+inline constexpr bool is_identifier = true;
+template <>
+inline constexpr bool is_identifier<nullptr> = false;
+
 // A pointer that asks for its interface when an object of another kind is assigned; null when the object lacks it.
 template <class T, const GUID* iid = ZoEventLoggerFdxProxyLib::iid_of<T>>
 class CComQIPtr : public CComPtr<T> {
-    static_assert(iid != nullptr, "this interface cannot be queried");
+    static_assert(is_identifier<iid>, "this interface cannot be queried");
 
 public:
     using CComPtr<T>::CComPtr;

@@ -63,3 +63,25 @@ TEST(CallGate, NobodyIsInsideOnceTheWaitEnds) {
             caller.join();
     }
 }
+
+TEST(CallGate, RunsWorkOutsideOnceTheOutermostGateIsLeft) {
+    CallGate outer, inner;
+    std::vector<int> ran;
+    CallGate::run_outside([&] { ran.push_back(0); });
+    EXPECT_EQ(ran, std::vector{0}); // nobody is inside
+    outer.enter();
+    inner.enter();
+    CallGate::run_outside([&] { ran.push_back(1); });
+    CallGate::run_outside([] { throw 42; }); // stops neither the thread nor what comes after
+    CallGate::run_outside([&] {
+        outer.wait_until_idle(); // this thread counts as outside by now
+        ran.push_back(2);
+    });
+    // Another thread is not concerned.
+    std::thread([&] { CallGate::run_outside([&] { ran.push_back(3); }); }).join();
+    EXPECT_EQ(ran, (std::vector{0, 3}));
+    inner.leave();
+    EXPECT_EQ(ran, (std::vector{0, 3}));
+    outer.leave();
+    EXPECT_EQ(ran, (std::vector{0, 3, 1, 2}));
+}
