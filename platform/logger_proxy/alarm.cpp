@@ -54,9 +54,22 @@ ZoAtlCom::CComPtr<Alarm> AlarmTable::get(AlarmKey key, Snapshot record, std::uin
             }
         }
         alarm.attach(it->second);
+        if (pins_ != 0) pinned_.push_back(alarm);
     }
     alarm->update(std::move(record), sequence);
     return alarm;
+}
+
+AlarmTable::Pin::Pin(AlarmTable& table) : table_(table) {
+    const std::lock_guard lock(table_.mutex_);
+    ++table_.pins_;
+}
+
+AlarmTable::Pin::~Pin() {
+    // Let go of outside the lock, which an alarm that dies takes.
+    std::vector<ZoAtlCom::CComPtr<Alarm>> unpinned;
+    const std::lock_guard lock(table_.mutex_);
+    if (--table_.pins_ == 0) unpinned.swap(table_.pinned_);
 }
 
 void AlarmTable::remove(AlarmKey key, const Alarm* alarm) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace zo_logger_proxy {
 
@@ -53,13 +54,26 @@ private:
     std::uint64_t sequence_ = 0;
 };
 
-// Knows the alarms that someone holds, so that one alarm is one object. Holds none of them itself.
+// Knows the alarms that someone holds, so that one alarm is one object. Holds none of them itself, but while a list is
+// on its way: a callback behind the list must not find and lose the object whose newer fields the list is to keep.
 class AlarmTable : public std::enable_shared_from_this<AlarmTable> {
 public:
     explicit AlarmTable(std::weak_ptr<LoggerLink> link) : link_(std::move(link)) {}
 
     // The alarm's object with its fields brought up to date; a new one when nobody holds it. [any thread]
     ZoAtlCom::CComPtr<Alarm> get(AlarmKey key, Snapshot record, std::uint64_t sequence);
+
+    // Holds every alarm that `get` hands out during its life.
+    class Pin {
+    public:
+        explicit Pin(AlarmTable& table);
+        ~Pin();
+        Pin(const Pin&) = delete;
+        Pin& operator=(const Pin&) = delete;
+
+    private:
+        AlarmTable& table_;
+    };
 
     // The logger's connection, while the logger lives. [any thread]
     std::shared_ptr<LoggerLink> link() const { return link_.lock(); }
@@ -71,6 +85,8 @@ private:
     const std::weak_ptr<LoggerLink> link_;
     std::mutex mutex_;
     std::map<AlarmKey, Alarm*> alarms_; // an entry goes before its alarm does
+    int pins_ = 0;
+    std::vector<ZoAtlCom::CComPtr<Alarm>> pinned_;
 };
 
 } // namespace zo_logger_proxy

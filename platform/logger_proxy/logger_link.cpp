@@ -156,6 +156,7 @@ std::uint32_t LoggerLink::logged_events(std::uint32_t count, std::vector<Snapsho
 }
 
 std::uint32_t LoggerLink::active_alarms(std::vector<ZoAtlCom::CComPtr<Alarm>>& alarms) {
+    const AlarmTable::Pin pin(*alarms_);
     const Current over = current();
     std::vector<Snapshot> records;
     std::uint64_t mark = 0;

@@ -1,0 +1,267 @@
+#include "tests/link/proxy_fixture.h"
+
+#include <future>
+
+using namespace zo_test;
+using nlohmann::json;
+using std::chrono::milliseconds;
+
+namespace {
+
+class CallbackTest : public ProxyTest {
+protected:
+    void notify_change(std::int32_t reason) { peer.session()->notify("database_changed", {{"reason", reason}}); }
+};
+
+} // namespace
+
+TEST_F(CallbackTest, ArriveInOrderOnOneThreadWithTheirArguments) {
+    advise();
+    ASSERT_EQ(connect(), S_OK);
+    const auto session = peer.session();
+    session->notify("message", event_fields(make_record(1)));
+    session->notify("alarm_raised", event_fields(make_record(2, 20)));
+    session->notify("alarm_cleared", event_fields(make_record(3, 20), false));
+    session->notify("alarm_confirmed", event_fields(make_record(4, 20), true));
+    session->notify("alarm_cleared", {{"event", zo_link::event_to_json(make_record(5, 20))}, {"removed", 1}});
+    session->notify("database_changed", {{"reason", -3}});
+    ASSERT_EQ(settle(), S_OK);
+
+    const auto calls = sink.calls();
+    ASSERT_EQ(calls.size(), 6u);
+    const struct {
+        std::int32_t id;
+        std::uint32_t event_id;
+        std::int16_t removed;
+        std::int32_t reason;
+    } expected[] = {{2, 1, 0, 0}, {3, 2, 0, 0}, {4, 3, 0, 0}, {5, 4, -1, 0}, {4, 5, 1, 0}, {10, 0, 0, -3}};
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        EXPECT_EQ(calls[i].id, expected[i].id) << i;
+        EXPECT_EQ(calls[i].event_id, expected[i].event_id) << i;
+        EXPECT_EQ(calls[i].removed, expected[i].removed) << i;
+        EXPECT_EQ(calls[i].reason, expected[i].reason) << i;
+        EXPECT_EQ(calls[i].thread, calls[0].thread) << i;
+        EXPECT_NE(calls[i].thread, std::this_thread::get_id());
+    }
+}
+
+TEST_F(CallbackTest, ListsReturnAfterEveryCallbackSentBeforeThem) {
+    Gate gate;
+    sink.inside = [&](std::int32_t, IDispatch*) { gate.wait(); };
+    advise();
+    ASSERT_EQ(connect(), S_OK);
+    for (const bool alarms : {false, true}) {
+        peer.on(alarms ? "get_active_alarms" : "get_logged_events",
+                [&](const auto& session, std::uint32_t id, const json&) {
+                    for (int i = 0; i < 50; ++i)
+                        session->notify("database_changed", {{"reason", i}});
+                    session->reply_list(id, {});
+                });
+    }
+    auto answer = std::async(std::launch::async, [&] {
+        std::vector<CComPtr<IZoLoggedEvent>> events;
+        const HRESULT result = logged_events(5, events);
+        return std::pair(result, sink.count());
+    });
+    gate.wait_for_arrivals(1);
+    EXPECT_EQ(answer.wait_for(milliseconds(100)), std::future_status::timeout);
+    gate.open();
+    EXPECT_EQ(answer.get(), std::pair(S_OK, std::size_t{50}));
+
+    for (std::size_t round = 1; round <= 20; ++round) {
+        std::vector<CComPtr<IZoAlarm>> alarms;
+        ASSERT_EQ(active_alarms(alarms), S_OK);
+        EXPECT_EQ(sink.count(), 50 + 50 * round);
+    }
+}
+
+TEST_F(CallbackTest, AWaitingListEndsWithTheLink) {
+    for (const bool lose : {false, true}) {
+        RecordingSink blocked;
+        Gate gate;
+        blocked.inside = [&](std::int32_t, IDispatch*) { gate.wait(); };
+        std::uint32_t number = 0;
+        ASSERT_EQ(point()->Advise(&blocked, &number), S_OK);
+        ASSERT_EQ(connect(), S_OK);
+        notify_change(1);
+        auto answer = std::async(std::launch::async, [&] { return settle(); });
+        gate.wait_for_arrivals(1);
+        EXPECT_EQ(answer.wait_for(milliseconds(50)), std::future_status::timeout);
+        if (lose)
+            peer.session()->drop();
+        else
+            EXPECT_EQ(logger->Disconnect(), S_OK); // does not wait for the callback
+        EXPECT_EQ(answer.get(), not_connected);
+        EXPECT_EQ(blocked.count(), 0u);
+        gate.open();
+        EXPECT_EQ(point()->Unadvise(number), S_OK);
+    }
+}
+
+TEST_F(CallbackTest, ReadingGoesOnWhileACallbackWaits) {
+    Gate gate;
+    sink.inside = [&](std::int32_t, IDispatch*) { gate.wait(); };
+    advise();
+    set_timeout(300);
+    ASSERT_EQ(connect(), S_OK);
+    notify_change(1);
+    gate.wait_for_arrivals(1);
+    peer.answer("class_name", {{"text", "Doors"}});
+    CComQIPtr<IZoEventLoggerClassName> names(logger);
+    char* text = nullptr;
+    ASSERT_EQ(names->GetEventClassName(GUID{}, 1033, &text), S_OK);
+    EXPECT_EQ(take_text(text), "Doors");
+    // Longer than the heartbeat's deadline: its answers are read, too.
+    std::this_thread::sleep_for(milliseconds(700));
+    EXPECT_TRUE(connected());
+    gate.open();
+    EXPECT_EQ(unadvise(), S_OK); // the call has left the gate when this returns
+}
+
+TEST_F(CallbackTest, TooManyWaitingCallbacksDropTheLink) {
+    constexpr int bound = 65536;
+    Gate gate;
+    sink.inside = [&](std::int32_t, IDispatch*) { gate.wait(); };
+    advise();
+    ASSERT_EQ(connect(), S_OK);
+    notify_change(0);
+    gate.wait_for_arrivals(1);
+    const auto session = peer.session();
+    for (int i = 1; i <= bound; ++i)
+        session->notify("database_changed", {{"reason", i}});
+    // An answer behind them shows that all of them were read and taken.
+    peer.answer("clear_logged_events", {});
+    ASSERT_EQ(logger->ClearLoggedEvents(), S_OK);
+    EXPECT_TRUE(connected());
+    session->notify("database_changed", {{"reason", 0}});
+    EXPECT_TRUE(eventually([&] { return !connected(); }));
+    gate.open();
+    ASSERT_EQ(unadvise(), S_OK);
+    EXPECT_EQ(sink.count(), 1u); // what waited went with the link
+}
+
+TEST_F(CallbackTest, DisconnectInsideACallbackStopsTheRest) {
+    sink.inside = [&](std::int32_t, IDispatch*) { EXPECT_EQ(logger->Disconnect(), S_OK); };
+    advise();
+    RecordingSink second; // of the same logger; its turn would have been after the first
+    std::uint32_t second_cookie = 0;
+    ASSERT_EQ(point()->Advise(&second, &second_cookie), S_OK);
+    ASSERT_EQ(connect(), S_OK);
+    const auto session = peer.session();
+    for (int i = 0; i < 10; ++i)
+        session->notify("database_changed", {{"reason", i}});
+    ASSERT_TRUE(eventually([&] { return sink.count() == 1; }));
+    EXPECT_FALSE(connected());
+    sink.inside = nullptr;
+    ASSERT_EQ(connect(), S_OK);
+    notify_change(77);
+    ASSERT_EQ(settle(), S_OK);
+    ASSERT_EQ(sink.count(), 2u);
+    EXPECT_EQ(sink.calls()[1].reason, 77);
+    EXPECT_EQ(second.count(), 1u);
+    EXPECT_EQ(point()->Unadvise(second_cookie), S_OK);
+}
+
+TEST_F(CallbackTest, ListsInsideACallbackDoNotWaitForIt) {
+    HRESULT inner = E_FAIL;
+    sink.inside = [&](std::int32_t, IDispatch*) { inner = settle(); };
+    advise();
+    ASSERT_EQ(connect(), S_OK);
+    notify_change(1);
+    ASSERT_TRUE(eventually([&] { return sink.count() == 1; }));
+    EXPECT_EQ(inner, S_OK);
+}
+
+TEST_F(CallbackTest, UnadviseWaitsForItsOwnRunningCall) {
+    Gate gate;
+    sink.inside = [&](std::int32_t, IDispatch*) { gate.wait(); };
+    advise();
+    RecordingSink other;
+    std::uint32_t other_cookie = 0;
+    ASSERT_EQ(point()->Advise(&other, &other_cookie), S_OK);
+    ASSERT_EQ(connect(), S_OK);
+    notify_change(1);
+    gate.wait_for_arrivals(1);
+    // Of another sink: at once.
+    EXPECT_EQ(point()->Unadvise(other_cookie), S_OK);
+    auto done = std::async(std::launch::async, [&] {
+        const HRESULT result = unadvise();
+        return std::pair(result, sink.count());
+    });
+    EXPECT_EQ(done.wait_for(milliseconds(100)), std::future_status::timeout);
+    gate.open();
+    EXPECT_EQ(done.get(), std::pair(S_OK, std::size_t{1}));
+    notify_change(2);
+    EXPECT_EQ(settle(), S_OK);
+    EXPECT_EQ(sink.count(), 1u);
+    EXPECT_EQ(other.count(), 0u);
+    for (const std::uint32_t unknown : {other_cookie, 0xFEFEFEFEu, 0u})
+        EXPECT_TRUE(failed(point()->Unadvise(unknown))) << unknown;
+}
+
+TEST_F(CallbackTest, UnadviseInsideTheCallReturnsAtOnce) {
+    sink.inside = [&](std::int32_t, IDispatch*) { EXPECT_EQ(unadvise(), S_OK); };
+    advise();
+    ASSERT_EQ(connect(), S_OK);
+    notify_change(1);
+    notify_change(2);
+    EXPECT_EQ(settle(), S_OK);
+    EXPECT_EQ(sink.count(), 1u);
+}
+
+TEST_F(CallbackTest, UnadviseAndCallbacksMayRace) {
+    ASSERT_EQ(connect(), S_OK);
+    const auto session = peer.session();
+    std::atomic<bool> stop{false};
+    std::thread flood([&] {
+        for (int i = 0; !stop; ++i) {
+            session->notify("database_changed", {{"reason", i}});
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        }
+    });
+    for (int round = 0; round < 100; ++round) {
+        // On the heap and destroyed at once: a call after Unadvise would be seen by the sanitizers.
+        const auto mayfly = std::make_unique<RecordingSink>();
+        std::uint32_t number = 0;
+        EXPECT_EQ(point()->Advise(mayfly.get(), &number), S_OK);
+        std::this_thread::sleep_for(std::chrono::microseconds(300));
+        EXPECT_EQ(point()->Unadvise(number), S_OK);
+    }
+    stop = true;
+    flood.join();
+    EXPECT_TRUE(connected());
+}
+
+TEST_F(CallbackTest, TheLoggerMayGoInsideACallback) {
+    std::atomic<bool> gone{false};
+    sink.inside = [&](std::int32_t, IDispatch*) {
+        unadvise();
+        logger.release();
+        gone = true;
+    };
+    advise();
+    ASSERT_EQ(connect(), S_OK);
+    notify_change(1);
+    ASSERT_TRUE(eventually([&] { return gone.load(); }));
+    EXPECT_TRUE(eventually([&] { return peer.open_sessions() == 0; }));
+    // The next object joins the thread that was left over.
+    ASSERT_TRUE(eventually([&] { return sink.count() == 1; }));
+    SetUp();
+}
+
+TEST_F(CallbackTest, ASinkMustOfferTheEvents) {
+    struct NoSink : RecordingSink {
+        HRESULT QueryInterface(const GUID&, void** out) override {
+            *out = nullptr;
+            return E_NOINTERFACE;
+        }
+    } wrong;
+    std::uint32_t number = 5;
+    EXPECT_TRUE(failed(point()->Advise(&wrong, &number)));
+    EXPECT_EQ(point()->Advise(nullptr, &number), E_POINTER);
+    EXPECT_EQ(point()->Advise(&sink, nullptr), E_POINTER);
+    CComQIPtr<IConnectionPointContainer> container(logger);
+    IConnectionPoint* none = nullptr;
+    EXPECT_TRUE(failed(container->FindConnectionPoint(IID_IZoAlarm, &none)));
+    EXPECT_EQ(none, nullptr);
+}

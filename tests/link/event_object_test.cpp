@@ -1,0 +1,273 @@
+#include "tests/link/proxy_fixture.h"
+
+#include <thread>
+
+using namespace zo_test;
+namespace code = zo_link::code;
+using nlohmann::json;
+
+namespace {
+
+class EventObjectTest : public ProxyTest {
+protected:
+    void answer_list(const char* operation, std::vector<zo_link::EventRecord> records) {
+        std::vector<json> items;
+        for (const auto& record : records)
+            items.push_back(zo_link::event_to_json(record));
+        peer.on(operation,
+                [items](const auto& session, std::uint32_t id, const json&) { session->reply_list(id, items); });
+    }
+    CComPtr<IZoAlarm> only_alarm() {
+        std::vector<CComPtr<IZoAlarm>> alarms;
+        EXPECT_EQ(active_alarms(alarms), S_OK);
+        return alarms.size() == 1 ? alarms[0] : CComPtr<IZoAlarm>();
+    }
+};
+
+std::int64_t time_cleared(const CComPtr<IZoAlarm>& alarm) {
+    std::int64_t time = -1;
+    EXPECT_EQ(alarm->GetTimeCleared(&time), S_OK);
+    return time;
+}
+
+template <class T>
+bool offers(IUnknown* object) {
+    CComQIPtr<T> found(object);
+    return static_cast<bool>(found);
+}
+
+} // namespace
+
+TEST_F(EventObjectTest, FieldsOfALoggedEventComeAsSent) {
+    auto record = make_record(7);
+    record.severity = 3;
+    record.type = 1;
+    record.source_id = 12;
+    record.source_name = "Door";
+    record.cleared = 5;
+    record.confirmed = 6;
+    record.with_confirmation = 1;
+    record.active = -1;
+    record.uid = 99;
+    record.args = {2, 0xfffffff0, 0x20, 1, 2}; // offsets that point nowhere
+    record.block = {1, 2, 3, 4};
+    record.json = R"({"a":1})";
+    answer_list("get_logged_events", {record, make_record(8)});
+    ASSERT_EQ(connect(), S_OK);
+    std::vector<CComPtr<IZoLoggedEvent>> events;
+    ASSERT_EQ(logged_events(2, events), S_OK);
+    EXPECT_EQ(peer.last("get_logged_events")["count"], 2);
+    ASSERT_EQ(events.size(), 2u);
+    // The log is the object's own: the logger and the link may go.
+    logger.release();
+
+    IZoLoggedEvent* event = events[0].get();
+    GUID guid{};
+    EXPECT_EQ(event->GetEventClass(&guid), S_OK);
+    EXPECT_EQ(guid, (GUID{0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}}));
+    std::uint32_t number = 0;
+    EXPECT_EQ(event->GetEventId(&number), S_OK);
+    EXPECT_EQ(number, 7u);
+    EXPECT_EQ(event->GetSeverity(&number), S_OK);
+    EXPECT_EQ(number, 3u);
+    EXPECT_EQ(event->GetSourceId(&number), S_OK);
+    EXPECT_EQ(number, 12u);
+    std::int32_t type = 0;
+    EXPECT_EQ(event->GetEventType(&type), S_OK);
+    EXPECT_EQ(type, 1);
+    char* text = nullptr;
+    EXPECT_EQ(event->GetSourceName(&text), S_OK);
+    EXPECT_EQ(take_text(text), "Door");
+    for (const auto& [mask, there] : {std::pair(1u, true), std::pair(2u, false), std::pair(4u, true)}) {
+        VARIANT_BOOL has = 3;
+        EXPECT_EQ(event->HasSourceField(mask, &has), S_OK);
+        EXPECT_EQ(has, there ? VARIANT_TRUE : VARIANT_FALSE) << mask;
+    }
+    std::int64_t time = 0;
+    EXPECT_EQ(event->GetTimeRaised(&time), S_OK);
+    EXPECT_EQ(time, 133000000000000000);
+    EXPECT_EQ(event->GetTimeCleared(&time), S_OK);
+    EXPECT_EQ(time, 5);
+    EXPECT_EQ(event->GetTimeConfirmed(&time), S_OK);
+    EXPECT_EQ(time, 6);
+    VARIANT_BOOL flag = 0;
+    EXPECT_EQ(event->GetWithConfirmation(&flag), S_OK);
+    EXPECT_EQ(flag, 1); // a foreign number stays what it is
+
+    CComQIPtr<IZoLoggedEvent2> extended(events[0]);
+    ASSERT_TRUE(extended);
+    EXPECT_EQ(extended->GetIsActive(&flag), S_OK);
+    EXPECT_EQ(flag, VARIANT_TRUE);
+    ArgumentDescriptor arguments{};
+    EXPECT_EQ(extended->GetArguments(&arguments), S_OK);
+    EXPECT_EQ(arguments.count, 2u);
+    EXPECT_EQ(arguments.types_offset, 0xfffffff0u);
+    EXPECT_EQ(arguments.data_size, 2u);
+    // Never more than the caller's size, never more than there is.
+    for (const std::uint32_t size : {0u, 3u, 4u, 6u}) {
+        std::vector<std::uint8_t> block(8, 0xee);
+        std::uint8_t* address = block.data();
+        EXPECT_EQ(extended->GetArgumentData(&address, size), S_OK);
+        std::vector<std::uint8_t> expected(8, 0xee);
+        std::copy_n(record.block.begin(), std::min<std::size_t>(size, 4), expected.begin());
+        EXPECT_EQ(block, expected) << size;
+    }
+    CComQIPtr<IZoLoggedEventJson> attribute(events[0]);
+    EXPECT_EQ(attribute->GetJsonAttribute(&text), S_OK);
+    EXPECT_EQ(take_text(text), R"({"a":1})");
+    CComQIPtr<IZoEventIdentity> identity(events[0]);
+    EXPECT_EQ(identity->GetUniqueId(&number), S_OK);
+    EXPECT_EQ(number, 99u);
+    EXPECT_EQ(event->GetEventId(nullptr), E_POINTER);
+    EXPECT_EQ(event->GetSourceName(nullptr), E_POINTER);
+}
+
+TEST_F(EventObjectTest, OptionalInterfacesComeAndGoWithTheirFields) {
+    auto bare = make_record(1);
+    bare.extended = false;
+    auto with_id = bare;
+    with_id.uid = 0;
+    auto with_json = bare;
+    with_json.json = "";
+    auto extended = bare;
+    extended.extended = true;
+    answer_list("get_logged_events", {bare, with_id, with_json, extended});
+    ASSERT_EQ(connect(), S_OK);
+    std::vector<CComPtr<IZoLoggedEvent>> events;
+    ASSERT_EQ(logged_events(10, events), S_OK);
+    ASSERT_EQ(events.size(), 4u);
+    const std::vector<std::vector<bool>> expected = {
+        {false, false, false}, {true, false, false}, {false, true, false}, {false, false, true}};
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        const std::vector<bool> got = {offers<IZoEventIdentity>(events[i].get()),
+                                       offers<IZoLoggedEventJson>(events[i].get()),
+                                       offers<IZoLoggedEvent2>(events[i].get())};
+        EXPECT_EQ(got, expected[i]) << i;
+        EXPECT_FALSE(offers<IZoAlarm>(events[i].get()));
+    }
+}
+
+TEST_F(EventObjectTest, OneAlarmIsOneObject) {
+    std::vector<CComPtr<IZoAlarm>> told;
+    sink.inside = [&](std::int32_t, IDispatch* object) { told.emplace_back(CComQIPtr<IZoAlarm>(object)); };
+    advise();
+    answer_list("get_active_alarms", {make_record(1, 41), make_record(1, 42)});
+    ASSERT_EQ(connect(), S_OK);
+    std::vector<CComPtr<IZoAlarm>> alarms;
+    ASSERT_EQ(active_alarms(alarms), S_OK);
+    ASSERT_EQ(alarms.size(), 2u);
+    EXPECT_FALSE(alarms[0] == alarms[1]); // equal but for the handle
+
+    auto cleared = make_record(1, 42);
+    cleared.cleared = 555;
+    sink.inside = [&](std::int32_t, IDispatch* object) {
+        told.emplace_back(CComQIPtr<IZoAlarm>(object));
+        EXPECT_EQ(time_cleared(alarms[1]), 555); // before the callback
+    };
+    peer.session()->notify("alarm_cleared", event_fields(cleared, false));
+    answer_list("get_active_alarms", {cleared});
+    CComPtr<IZoAlarm> again = only_alarm();
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_TRUE(told[0] == alarms[1]);
+    EXPECT_TRUE(again == alarms[1]);
+    EXPECT_EQ(time_cleared(alarms[0]), 0);
+
+    // Across a reconnect to the same instance too, and after a restart of the target with its state.
+    peer.restart();
+    ASSERT_EQ(connect(), S_OK);
+    EXPECT_TRUE(only_alarm() == alarms[1]);
+    // Another instance means something else by the same number.
+    peer.set_instance(8);
+    ASSERT_EQ(connect(), S_OK);
+    EXPECT_FALSE(only_alarm() == alarms[1]);
+    EXPECT_EQ(alarms[1]->Confirm(), hresult(code::not_found));
+}
+
+TEST_F(EventObjectTest, AnOldListNeverSetsAnAlarmBack) {
+    advise();
+    ASSERT_EQ(connect(), S_OK);
+    const auto before = make_record(1, 42);
+    for (std::int64_t round = 1; round <= 200; ++round) {
+        auto after = before;
+        after.cleared = round;
+        peer.on("get_active_alarms", [&](const auto& session, std::uint32_t id, const json&) {
+            session->reply_list(id, {zo_link::event_to_json(before)});
+            session->notify("alarm_cleared", event_fields(after, false));
+        });
+        const CComPtr<IZoAlarm> alarm = only_alarm();
+        ASSERT_TRUE(alarm);
+        ASSERT_TRUE(eventually([&] { return sink.count() == static_cast<std::size_t>(round); }));
+        ASSERT_EQ(time_cleared(alarm), round);
+    }
+}
+
+TEST_F(EventObjectTest, AlarmsAreReadWhileTheyChange) {
+    ASSERT_EQ(connect(), S_OK);
+    auto record = make_record(1, 42);
+    record.source_name = "0";
+    answer_list("get_active_alarms", {record});
+    const CComPtr<IZoAlarm> alarm = only_alarm();
+    ASSERT_TRUE(alarm);
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 2; ++i) {
+        readers.emplace_back([&] {
+            while (!stop) {
+                char* text = nullptr;
+                EXPECT_EQ(alarm->GetSourceName(&text), S_OK);
+                EXPECT_FALSE(take_text(text).empty());
+            }
+        });
+    }
+    for (int i = 0; i < 300; ++i) {
+        record.source_name = std::to_string(i);
+        peer.session()->notify("alarm_raised", event_fields(record));
+    }
+    EXPECT_EQ(settle(), S_OK);
+    stop = true;
+    for (auto& reader : readers)
+        reader.join();
+    char* text = nullptr;
+    EXPECT_EQ(alarm->GetSourceName(&text), S_OK);
+    EXPECT_EQ(take_text(text), "299");
+}
+
+TEST_F(EventObjectTest, TheAlarmTableSurvivesObjectsThatComeAndGo) {
+    ASSERT_EQ(connect(), S_OK);
+    answer_list("get_active_alarms", {make_record(1, 42)});
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 100; ++round) {
+                CComPtr<IZoAlarmCollection> list;
+                EXPECT_EQ(logger->GetActiveAlarms(list.put()), S_OK);
+                CComPtr<IZoAlarm> alarm;
+                EXPECT_EQ(list->GetItem(0, alarm.put()), S_OK);
+                std::uint32_t id = 0;
+                EXPECT_EQ(alarm->GetEventId(&id), S_OK);
+                EXPECT_EQ(id, 1u);
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+}
+
+TEST_F(EventObjectTest, ConfirmNamesTheAlarmAndOutlivesTheLogger) {
+    ASSERT_EQ(connect(), S_OK);
+    answer_list("get_active_alarms", {make_record(5, 0xffffffffffffffff)});
+    const CComPtr<IZoAlarm> alarm = only_alarm();
+    ASSERT_TRUE(alarm);
+    for (const std::uint32_t result : {0u, 1u, 0x9811070cu}) {
+        peer.on("confirm", [&](const auto& session, std::uint32_t id, const json&) { session->reply(id, result); });
+        EXPECT_EQ(alarm->Confirm(), hresult(result));
+    }
+    EXPECT_EQ(peer.last("confirm")["handle"], 0xffffffffffffffffu);
+    logger->Disconnect();
+    EXPECT_EQ(alarm->Confirm(), not_connected);
+    logger.release();
+    EXPECT_EQ(alarm->Confirm(), not_connected);
+    std::uint32_t id = 0;
+    EXPECT_EQ(alarm->GetEventId(&id), S_OK);
+    EXPECT_EQ(id, 5u);
+}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "binding/com_ptr.h"
+#include "binding/event_logger_proxy.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace zo_test {
+
+// One call of a sink, taken apart.
+struct Call {
+    std::int32_t id = 0;
+    std::uint32_t event_id = 0;
+    std::int16_t removed = 0;
+    std::int32_t reason = 0;
+    std::thread::id thread;
+};
+
+// A sink that keeps what it is told; it counts no references, as the product's does not.
+class RecordingSink : public ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents {
+public:
+    // Runs inside each call, before it is counted; gets the object argument.
+    std::function<void(std::int32_t id, IDispatch* object)> inside;
+
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        *out = iid == ZoEventLoggerFdxProxyLib::IID__IZoEventLoggerEvents ? this : nullptr;
+        return *out != nullptr ? S_OK : E_NOINTERFACE;
+    }
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override { return 1; }
+    HRESULT GetTypeInfoCount(std::uint32_t*) override { return E_NOTIMPL; }
+    HRESULT GetTypeInfo(std::uint32_t, std::uint32_t, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT GetIDsOfNames(const GUID&, char**, std::uint32_t, std::uint32_t, std::int32_t*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT Invoke(std::int32_t id, const GUID&, std::uint32_t, std::uint16_t, DISPPARAMS* arguments, VARIANT*,
+                   EXCEPINFO*, std::uint32_t*) override {
+        Call call;
+        call.id = id;
+        call.thread = std::this_thread::get_id();
+        IDispatch* object = nullptr;
+        for (std::uint32_t i = 0; i < arguments->cArgs; ++i) {
+            const VARIANT& value = arguments->rgvarg[i];
+            if (value.vt == VT_DISPATCH) object = value.pdispVal;
+            if (value.vt == VT_BOOL) call.removed = value.boolVal;
+            if (value.vt == VT_I4) call.reason = value.lVal;
+        }
+        if (object != nullptr) static_cast<ZoEventLoggerFdxProxyLib::IZoEvent*>(object)->GetEventId(&call.event_id);
+        if (inside) inside(id, object);
+        const std::lock_guard lock(mutex_);
+        calls_.push_back(call);
+        return S_OK;
+    }
+
+    std::vector<Call> calls() const {
+        const std::lock_guard lock(mutex_);
+        return calls_;
+    }
+    std::size_t count() const { return calls().size(); }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<Call> calls_;
+};
+
+// Lets threads wait for the test.
+class Gate {
+public:
+    ~Gate() { open(); }
+    void wait() {
+        std::unique_lock lock(mutex_);
+        ++arrived_;
+        changed_.notify_all();
+        changed_.wait(lock, [&] { return open_; });
+    }
+    // Waits until so many threads have come to the gate.
+    void wait_for_arrivals(int count) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return arrived_ >= count; });
+    }
+    void open() {
+        const std::lock_guard lock(mutex_);
+        open_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int arrived_ = 0;
+    bool open_ = false;
+};
+
+} // namespace zo_test

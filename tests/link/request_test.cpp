@@ -1,0 +1,201 @@
+#include "tests/link/proxy_fixture.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+#include <thread>
+
+using namespace zo_test;
+namespace code = zo_link::code;
+using nlohmann::json;
+
+namespace {
+
+class RequestTest : public ProxyTest {};
+
+constexpr GUID some_class{0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}};
+constexpr char some_class_text[] = "01234567-89ab-cdef-0102-030405060708";
+
+} // namespace
+
+TEST_F(RequestTest, TextsCarryTheirKeysAndComeBackAsTheyAre) {
+    ASSERT_EQ(connect(), S_OK);
+    const std::string odd("T\xc3\xbcr \0 \xff", 8); // an inner zero, and a byte that is no UTF-8
+    for (const char* operation : {"get_text", "class_name", "source_name"})
+        peer.answer(operation, {{"text", odd}});
+    char* text = nullptr;
+
+    const std::uint8_t block[] = {9, 9, 1, 2, 3};
+    const ArgumentDescriptor arguments{2, 3, 2, 0, 2};
+    ASSERT_EQ(logger->GetText(some_class, 0xffffffff, 1031, &arguments, block, &text), S_OK);
+    EXPECT_EQ(take_text(text), odd);
+    json asked = peer.last("get_text");
+    EXPECT_EQ(asked["class"], some_class_text);
+    EXPECT_EQ(asked["event"], 0xffffffff);
+    EXPECT_EQ(asked["language"], 1031);
+    EXPECT_EQ(asked["args"], json({2, 3, 2, 0, 2}));
+    EXPECT_EQ(asked["block"], json::binary({9, 9, 1, 2, 3}));
+
+    const ArgumentDescriptor none{};
+    ASSERT_EQ(logger->GetText(some_class, 1, -5, &none, nullptr, &text), S_OK);
+    std::free(text - 4);
+    EXPECT_EQ(peer.last("get_text")["language"], -5);
+    EXPECT_EQ(logger->GetText(some_class, 1, 1, &arguments, nullptr, &text), E_POINTER);
+    const ArgumentDescriptor huge{1, 0xffffffff, 0xffffffff, 0, 0};
+    EXPECT_EQ(logger->GetText(some_class, 1, 1, &huge, block, &text), E_INVALIDARG);
+
+    CComQIPtr<IZoEventLoggerClassName> names(logger);
+    ASSERT_EQ(names->GetEventClassName(some_class, 1033, &text), S_OK);
+    EXPECT_EQ(take_text(text), odd);
+    EXPECT_EQ(peer.last("class_name")["class"], some_class_text);
+
+    CComQIPtr<IZoEventLoggerSourceName> sources(logger);
+    ASSERT_EQ(sources->GetSourceNameText(1033, some_class, "Door", &text), S_OK);
+    EXPECT_EQ(take_text(text), odd);
+    asked = peer.last("source_name");
+    EXPECT_EQ(asked["guid"], some_class_text);
+    EXPECT_EQ(asked["name"], "Door");
+}
+
+TEST_F(RequestTest, CausesAndDetailsAreThreeTextsEach) {
+    ASSERT_EQ(connect(), S_OK);
+    peer.answer("causes_remedies", {{"items", {{"1", "cause", "remedy"}, {"2", "", "r2"}}}});
+    peer.answer("details", {{"items", {{"d", "text", "comment"}}}});
+    CComQIPtr<IZoEventLogger5> texts(logger);
+    CComPtr<IZoCauseRemedyCollection> causes;
+    ASSERT_EQ(texts->GetCausesAndRemedies(some_class, 4, 1033, causes.put()), S_OK);
+    CComPtr<IZoDetailCollection> details;
+    ASSERT_EQ(texts->GetDetails(some_class, 5, 1033, details.put()), S_OK);
+    EXPECT_EQ(peer.last("causes_remedies")["event"], 4);
+    EXPECT_EQ(peer.last("details")["event"], 5);
+    EXPECT_TRUE(CComQIPtr<IZoCauseRemedyCollection>(causes.get()));
+    EXPECT_FALSE(CComQIPtr<IZoDetailCollection>(causes));
+
+    std::int32_t count = 0;
+    ASSERT_EQ(causes->GetCount(&count), S_OK);
+    ASSERT_EQ(count, 2);
+    CComPtr<IZoCauseRemedy> cause;
+    ASSERT_EQ(causes->GetItem(0, cause.put()), S_OK);
+    char* text = nullptr;
+    EXPECT_EQ(cause->GetId(&text), S_OK);
+    EXPECT_EQ(take_text(text), "1");
+    EXPECT_EQ(cause->GetCause(&text), S_OK);
+    EXPECT_EQ(take_text(text), "cause");
+    EXPECT_EQ(cause->GetRemedy(&text), S_OK);
+    EXPECT_EQ(take_text(text), "remedy");
+    CComPtr<IZoDetail> detail;
+    ASSERT_EQ(details->GetItem(0, detail.put()), S_OK);
+    EXPECT_EQ(detail->GetText(&text), S_OK);
+    EXPECT_EQ(take_text(text), "text");
+    EXPECT_EQ(detail->GetComment(&text), S_OK);
+    EXPECT_EQ(take_text(text), "comment");
+}
+
+TEST_F(RequestTest, FailingCodesOfTheTargetComeThrough) {
+    ASSERT_EQ(connect(), S_OK);
+    EXPECT_EQ(logger->ClearLoggedEvents(), hresult(code::not_supported));
+    peer.on("clear_logged_events",
+            [](const auto& session, std::uint32_t id, const json&) { session->reply(id, 0x80070005); });
+    EXPECT_EQ(logger->ClearLoggedEvents(), E_ACCESSDENIED);
+    peer.answer("clear_logged_events", {});
+    EXPECT_EQ(logger->ClearLoggedEvents(), S_OK);
+    EXPECT_TRUE(connected());
+}
+
+TEST_F(RequestTest, ALongHistoryComesInPartsAndInOrder) {
+    ASSERT_EQ(connect(), S_OK);
+    peer.on("get_logged_events", [](const auto& session, std::uint32_t id, const json&) {
+        std::vector<json> items;
+        for (std::uint32_t i = 0; i < 20; ++i) {
+            auto record = make_record(i);
+            record.json = std::string(std::size_t{1} << 20, 'j');
+            items.push_back(zo_link::event_to_json(record));
+        }
+        session->reply_list(id, std::move(items)); // 20 MiB: more than a frame holds
+    });
+    std::vector<CComPtr<IZoLoggedEvent>> events;
+    ASSERT_EQ(logged_events(0xffffffff, events), S_OK);
+    ASSERT_EQ(events.size(), 20u);
+    for (std::uint32_t i = 0; i < 20; ++i) {
+        std::uint32_t id = 99;
+        EXPECT_EQ(events[i]->GetEventId(&id), S_OK);
+        EXPECT_EQ(id, i);
+    }
+}
+
+TEST_F(RequestTest, AnswersFindTheirCallersInAnyOrder) {
+    ASSERT_EQ(connect(), S_OK);
+    constexpr std::size_t callers = 8;
+    std::vector<std::pair<std::uint32_t, json>> held; // of the server thread
+    peer.on("class_name", [&](const auto& session, std::uint32_t id, const json& fields) {
+        held.emplace_back(id, fields["language"]);
+        if (held.size() < callers) return;
+        for (auto it = held.rbegin(); it != held.rend(); ++it)
+            session->reply(it->first, 0, {{"text", std::to_string(it->second.template get<int>())}});
+    });
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < callers; ++i) {
+        threads.emplace_back([&, i] {
+            CComQIPtr<IZoEventLoggerClassName> names(logger);
+            char* text = nullptr;
+            EXPECT_EQ(names->GetEventClassName(some_class, static_cast<std::int32_t>(i), &text), S_OK);
+            EXPECT_EQ(take_text(text), std::to_string(i));
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+}
+
+TEST(Library, ExplainsItsOwnCodesOnly) {
+    for (const std::uint32_t own : {code::no_route, code::refused, code::timeout, code::not_connected}) {
+        char* text = nullptr;
+        ASSERT_EQ(ZoEventLoggerFdxProxyLibErrorMessage(hresult(own), &text), S_OK);
+        EXPECT_FALSE(take_text(text).empty());
+    }
+    for (const std::uint32_t foreign : {0u, 0x80004005u, 0x98110700u, 0x98110701u, 0x9811070du, 0x745u}) {
+        char* text = nullptr;
+        EXPECT_TRUE(failed(ZoEventLoggerFdxProxyLibErrorMessage(hresult(foreign), &text))) << foreign;
+        EXPECT_EQ(text, nullptr);
+    }
+    EXPECT_EQ(ZoEventLoggerFdxProxyLibErrorMessage(0, nullptr), E_POINTER);
+}
+
+TEST(Library, CreatesItsTwoClasses) {
+    void* out = &out;
+    EXPECT_TRUE(failed(CreateInstance(IID_IZoAlarm, IID_IUnknown, &out)));
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(CreateInstance(CLSID_ZoEventLogger, IID_IZoAlarm, &out), E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(CreateInstance(CLSID_ZoConnectionSettings, IID_IZoEventLogger, &out), E_NOINTERFACE);
+    EXPECT_EQ(CreateInstance(CLSID_ZoEventLogger, IID_IUnknown, nullptr), E_POINTER);
+
+    CComPtr<IUnknown> logger;
+    ASSERT_EQ(CreateInstance(CLSID_ZoEventLogger, IID_IUnknown, logger.put_void()), S_OK);
+    for (const GUID* iid : {&IID_IDispatch, &IID_IZoEventLogger, &IID_IZoEventLogger4, &IID_IZoEventLogger5,
+                            &IID_IZoEventLoggerClassName, &IID_IZoEventLoggerSourceName, &IID_IZoEventLoggerTimeout,
+                            &IID_IConnectionPointContainer, &IID_IConnectionPoint}) {
+        CComPtr<IUnknown> view;
+        ASSERT_EQ(logger->QueryInterface(*iid, view.put_void()), S_OK);
+        // One object, whatever the view.
+        CComPtr<IUnknown> self;
+        ASSERT_EQ(view->QueryInterface(IID_IUnknown, self.put_void()), S_OK);
+        EXPECT_TRUE(self == logger);
+    }
+}
+
+TEST(Library, ExportsTwoFunctions) {
+    std::FILE* pipe = popen("nm -D --defined-only -C '" ZO_PROXY_LIBRARY "'", "r");
+    ASSERT_NE(pipe, nullptr);
+    std::set<std::string> names;
+    char line[512];
+    while (std::fgets(line, sizeof line, pipe) != nullptr) {
+        const std::string text = line;
+        const auto name = text.find(" T ");
+        // Sanitizers and coverage add their own, which are no functions of ours.
+        if (name != std::string::npos) names.insert(text.substr(name + 3, text.find_last_not_of('\n') - name - 2));
+    }
+    EXPECT_EQ(pclose(pipe), 0);
+    EXPECT_EQ(names, (std::set<std::string>{"ZoEventLoggerFdxProxyLibErrorMessage",
+                                            "ZoEventLoggerFdxProxyLib::CreateInstance(GUID const&, GUID const&, "
+                                            "void**)"}));
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "platform/link/event_record.h"
+#include "platform/link/link_server.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace zo_test {
+
+inline constexpr char net_id[] = "5.12.82.40.1.1";
+
+// Polls until the condition holds; false after `limit`.
+template <class Condition>
+bool eventually(Condition&& condition, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+// A target whose every answer is told by the test. Makes itself the route of `net_id`.
+class ScriptedPeer {
+public:
+    using Session = std::shared_ptr<zo_link::LinkSession>;
+    using Handler = std::function<void(const Session& session, std::uint32_t id, const nlohmann::json& fields)>;
+
+    explicit ScriptedPeer(std::uint64_t instance = 7);
+    ~ScriptedPeer();
+
+    // Answers an operation from here on. Without a handler a hello is accepted and all else is not supported.
+    void on(const std::string& operation, Handler handler);
+    void forget(const std::string& operation) { on(operation, nullptr); }
+    // A handler that answers with these fields.
+    void answer(const std::string& operation, nlohmann::json fields);
+
+    void set_instance(std::uint64_t instance);
+    // The newest session whose hello was accepted; waits for one.
+    Session session();
+    // The fields of the last request of this operation; null when there was none.
+    nlohmann::json last(const std::string& operation);
+    std::uint16_t port() const { return server_->port(); }
+    void notify_all(const char* kind, const nlohmann::json& fields) { server_->notify_all(kind, fields); }
+    std::size_t open_sessions() const { return server_->sessions().size(); }
+    // Ends the target and starts it anew, on another port.
+    void restart();
+
+private:
+    void start();
+    void handle(const Session& session, std::uint32_t id, const std::string& operation, const nlohmann::json& fields);
+
+    std::filesystem::path routes_;
+    std::mutex mutex_;
+    std::map<std::string, Handler> handlers_;
+    std::map<std::string, nlohmann::json> last_;
+    std::uint64_t instance_;
+    Session session_;
+    std::unique_ptr<zo_link::LinkServer> server_;
+};
+
+// A record with all that is required, told apart by its id.
+inline zo_link::EventRecord make_record(std::uint32_t id, std::uint64_t handle = 0) {
+    zo_link::EventRecord record;
+    record.event_class = {0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}};
+    record.event_id = id;
+    record.raised = 133000000000000000;
+    record.handle = handle;
+    return record;
+}
+
+inline nlohmann::json event_fields(const zo_link::EventRecord& record) {
+    return {{"event", zo_link::event_to_json(record)}};
+}
+
+inline nlohmann::json event_fields(const zo_link::EventRecord& record, bool removed) {
+    return {{"event", zo_link::event_to_json(record)}, {"removed", removed}};
+}
+
+} // namespace zo_test
