@@ -191,7 +191,7 @@ TEST(Guid, TextAndBack) {
     for (const auto& row : cases) {
         const auto read = guid_from_string(row.text, row.allow_braces);
         EXPECT_EQ(read.has_value(), row.read) << row.text;
-        if (read) EXPECT_EQ(*read, guid) << row.text;
+        EXPECT_EQ(read.value_or(guid), guid) << row.text;
     }
 }
 
