@@ -84,6 +84,7 @@ public:
     void OnDatabaseChanged(DatabaseChangeReason reason);
 
 private:
+    friend struct TargetSystemTestAccess;
     class EventLock;
     struct AlarmChange;
     struct Import;
