@@ -50,6 +50,7 @@ TargetSystem::TargetSystem(std::string domain, ILoggingFunctions* listener, std:
 void TargetSystem::create_proxy(const ZoHmiSrv::Timespan& timeout) {
     const HRESULT code = CreateInstance(CLSID_ZoEventLogger, IID_IZoEventLogger, proxy_.put_void());
     if (failed(code) || !proxy_) {
+        (void)proxy_.detach(); // a failing call hands out nothing that could be held
         listener_->log_message(
             trace_message("CAN_NOT_CREATE_PROXY", {name_.c_str(), code_text(code).c_str()}, failure_severity));
         return;
@@ -59,6 +60,7 @@ void TargetSystem::create_proxy(const ZoHmiSrv::Timespan& timeout) {
     try {
         ZoAtlCom::CComQIPtr<IZoEventLoggerTimeout> timeout_setting;
         throw_if_failed(timeout_setting.query(proxy_.get()));
+        if (!timeout_setting) throw CAtlException(E_NOINTERFACE);
         throw_if_failed(timeout_setting->SetTimeout(timeout_milliseconds(timeout)));
     } catch (...) {
         // The subscription knows this object, which is about to be gone.
