@@ -1,0 +1,176 @@
+#include "tests/fakes/fake_listener.h"
+
+#include "binding/error.h"
+#include "extension/host/value.h"
+#include "support/numeric.h"
+#include "tests/fakes/call_log.h"
+
+#include <charconv>
+#include <cstdlib>
+
+namespace fakes {
+
+using namespace ZoHmiSrv;
+
+namespace {
+
+std::string describe_time(const Timestamp& time) {
+    constexpr long second = 1'000'000'000;
+    const long nanoseconds = time.nanoseconds();
+    if (nanoseconds == 0) return "@0";
+    if (std::labs(nanoseconds / second - Timestamp::now().seconds()) < 60) return "@now";
+    if (nanoseconds % second == 0) return "@" + std::to_string(nanoseconds / second) + "s";
+    return "@" + std::to_string(nanoseconds) + "ns";
+}
+
+std::string describe_double(double number) {
+    char text[512];
+    const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::fixed).ptr;
+    const std::string digits(text, end);
+    return digits.find('.') == std::string::npos ? digits + ".0" : digits;
+}
+
+template <class Number>
+std::string number(Number value) {
+    return std::to_string(static_cast<long>(value));
+}
+
+// The parameters of a diagnostic message, which are numbered from "0".
+std::string describe_numbered(const Value& parameters) {
+    std::string text;
+    std::size_t index = 0;
+    for (auto member = parameters.begin(); member != parameters.end(); ++member) {
+        text += ' ';
+        if (member.name() != std::to_string(index++)) text += std::string(member.name()) + "=";
+        text += describe(*member);
+    }
+    return text;
+}
+
+} // namespace
+
+std::string describe(const Value& value) {
+    std::string text;
+    switch (value.type()) {
+    case ValueType::Null:
+        return "null";
+    case ValueType::Bool:
+        return value.get_bool() ? "true" : "false";
+    case ValueType::Int:
+        return number(value.get_int32());
+    case ValueType::Double:
+        return describe_double(value.get_double());
+    case ValueType::String:
+        return std::string("\"") + value.get_string() + "\"";
+    case ValueType::DateTime:
+        return describe_time(static_cast<Timestamp>(value));
+    case ValueType::Binary: {
+        const Binary bytes = value;
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            text += Algorithm::unsigned_to_hex(bytes.data()[i], false, false, true);
+        return "<" + text + ">";
+    }
+    case ValueType::Map:
+    case ValueType::Struct:
+        for (auto member = value.begin(); member != value.end(); ++member)
+            text += std::string(text.empty() ? "" : " ") + member.name() + "=" + describe(*member);
+        return "{" + text + "}";
+    case ValueType::Vector:
+        for (std::size_t i = 0; i < value.size(); ++i)
+            text += (i ? " " : "") + describe(value[i]);
+        return "[" + text + "]";
+    case ValueType::Alarm:
+        return describe(value.get_alarm());
+    case ValueType::Message:
+        return describe(value.get_message());
+    default:
+        return value_type_to_string(value.type());
+    }
+}
+
+std::string describe(const Alarm& alarm) {
+    return std::string(alarm.name()) + "@" + alarm.domain() + " id=" + number(alarm.id()) +
+           " severity=" + number(alarm.severity()) + " state=" + number(alarm.alarm_state()) +
+           " confirmation=" + number(alarm.confirmation_state()) + " raised=" + describe_time(alarm.time_raised()) +
+           " cleared=" + describe_time(alarm.time_cleared()) + " confirmed=" + describe_time(alarm.time_confirmed());
+}
+
+std::string describe(const Message& message) {
+    return std::string(message.name()) + "@" + message.domain() + " severity=" + number(message.severity()) +
+           " raised=" + describe_time(message.time_raised());
+}
+
+void FakeListener::enter(const char* call, const std::string& about, const char* plan_detail) {
+    const std::string line = about.empty() ? call : call + (" " + about);
+    call_log().add(line);
+    if (probe_) probe_(line);
+    // The log has its line already: for the plan these count as reads, which it does not log.
+    constexpr bool is_read = true;
+    plan_.enter(call, is_read);
+    if (plan_detail) plan_.enter(std::string(call) + " " + plan_detail, is_read);
+}
+
+std::vector<Message> FakeListener::messages() const {
+    const std::lock_guard lock(mutex_);
+    return messages_;
+}
+
+std::vector<Alarm> FakeListener::alarms() const {
+    const std::lock_guard lock(mutex_);
+    return alarms_;
+}
+
+std::vector<Event> FakeListener::forgotten() const {
+    const std::lock_guard lock(mutex_);
+    return forgotten_;
+}
+
+void FakeListener::log_message(Message message) {
+    std::string about = message.name();
+    if (number(message.severity()) != "-1") about += " severity=" + number(message.severity());
+    const std::string raised = describe_time(message.time_raised());
+    if (raised != "@now") about += " raised=" + raised;
+    enter("log_message", about + describe_numbered(std::as_const(message).parameters()), message.name());
+}
+
+void FakeListener::log_exception(const std::string& target_name, const std::exception& exception) {
+    const auto* const failure = dynamic_cast<const ZoAtlCom::CAtlException*>(&exception);
+    enter("log_exception",
+          target_name + " " +
+              (failure ? Algorithm::integer_to_hex(failure->code(), true, true, true) : exception.what()));
+}
+
+void FakeListener::log_unknown_exception(const std::string& target_name) {
+    enter("log_unknown_exception", target_name);
+}
+
+void FakeListener::on_message(Message message) {
+    enter("on_message", describe_time(message.time_raised()));
+    const std::lock_guard lock(mutex_);
+    messages_.push_back(std::move(message));
+}
+
+void FakeListener::on_alarm_raised(const Alarm& alarm) {
+    enter("on_alarm_raised", number(alarm.id()) + " " + describe_time(alarm.time_raised()));
+    const std::lock_guard lock(mutex_);
+    alarms_.push_back(alarm);
+}
+
+void FakeListener::on_alarm_changed(const Alarm& alarm, bool removed) {
+    enter("on_alarm_changed", number(alarm.id()) + (removed ? " removed" : " kept"));
+    const std::lock_guard lock(mutex_);
+    alarms_.push_back(alarm);
+}
+
+void FakeListener::forget_event(const Event& event) {
+    enter("forget_event", describe_time(event.time_received()));
+    const std::lock_guard lock(mutex_);
+    forgotten_.push_back(event);
+}
+
+bool FakeListener::preload_translations() {
+    enter("preload_translations");
+    return preload;
+}
+
+} // namespace fakes

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "extension/host/event.h"
+#include "extension/host/event_payload.h"
+#include "targets/logging_functions.h"
+#include "tests/fakes/call_plan.h"
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace fakes {
+
+// A value with its type: "text", 5 (Int), 5.0 (Double), true (Bool), <0a0b> (Binary), {name=1 other=2.0}, [1 2]. A
+// DateTime is @5s (whole seconds since 1970), @5ns, @0 or, within a minute of the present, @now.
+std::string describe(const ZoHmiSrv::Value& value);
+// All but the parameters: "NAME@domain id=1 severity=2 state=0 confirmation=3 raised=@1s cleared=@0 confirmed=@0".
+std::string describe(const ZoHmiSrv::Alarm& alarm);
+std::string describe(const ZoHmiSrv::Message& message);
+
+// What a target reports to. Each call stands in `call_log()`:
+//   log_message NAME "T" 5 @1s          (the parameters "0", "1", ... without their names)
+//   log_message NAME severity=3 "T"     (where the severity is not -1; raised=... where it is not the present)
+//   log_exception T 0x80004005          (CAtlException; of any other one its text)
+//   log_unknown_exception T             on_message @1s             on_alarm_raised 5 @1s
+//   on_alarm_changed 5 removed|kept     forget_event @1s           preload_translations
+// `plan()` holds what calls do out of the ordinary, also by "log_message NAME". [any thread]
+class FakeListener : public ZoHmiEventLogger::ILoggingFunctions {
+public:
+    FakeListener() = default;
+    virtual ~FakeListener() = default;
+    FakeListener(const FakeListener&) = delete;
+    FakeListener& operator=(const FakeListener&) = delete;
+
+    // Runs inside every call, on its thread, with the call's line. Set it before the calls begin.
+    void set_probe(std::function<void(const std::string&)> probe) { probe_ = std::move(probe); }
+    [[nodiscard]] CallPlan& plan() { return plan_; }
+    bool preload = false; // what `preload_translations` answers
+
+    // What came with on_message, and with on_alarm_raised and on_alarm_changed.
+    [[nodiscard]] std::vector<ZoHmiSrv::Message> messages() const;
+    [[nodiscard]] std::vector<ZoHmiSrv::Alarm> alarms() const;
+    [[nodiscard]] std::vector<ZoHmiSrv::Event> forgotten() const;
+
+    void log_message(ZoHmiSrv::Message message) override;
+    void log_exception(const std::string& target_name, const std::exception& exception) override;
+    void log_unknown_exception(const std::string& target_name) override;
+    void on_message(ZoHmiSrv::Message message) override;
+    void on_alarm_raised(const ZoHmiSrv::Alarm& alarm) override;
+    void on_alarm_changed(const ZoHmiSrv::Alarm& alarm, bool removed) override;
+    void forget_event(const ZoHmiSrv::Event& event) override;
+    bool preload_translations() override;
+
+private:
+    void enter(const char* call, const std::string& about = {}, const char* plan_detail = nullptr);
+
+    CallPlan plan_;
+    std::function<void(const std::string&)> probe_;
+    mutable std::mutex mutex_;
+    std::vector<ZoHmiSrv::Message> messages_;
+    std::vector<ZoHmiSrv::Alarm> alarms_;
+    std::vector<ZoHmiSrv::Event> forgotten_;
+};
+
+} // namespace fakes
