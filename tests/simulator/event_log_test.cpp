@@ -1,0 +1,174 @@
+#include "simulator/event_log.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace zo_sim {
+namespace {
+
+zo_link::EventRecord event(std::uint32_t id, bool with_confirmation = false) {
+    zo_link::EventRecord record;
+    record.event_id = id;
+    record.with_confirmation = with_confirmation ? -1 : 0;
+    return record;
+}
+
+std::string changes_of(EventLog& log) {
+    std::string text;
+    for (const Change& change : log.take_changes()) {
+        const zo_link::EventRecord& record = change.occurrence.record;
+        switch (change.kind) {
+        case ChangeKind::message:
+            text += "message";
+            break;
+        case ChangeKind::raised:
+            text += "raised";
+            break;
+        case ChangeKind::cleared:
+            text += "cleared";
+            break;
+        case ChangeKind::confirmed:
+            text += "confirmed";
+            break;
+        case ChangeKind::database:
+            text += "database " + std::to_string(change.reason) + ":" + std::to_string(change.erased.size());
+            break;
+        }
+        if (change.kind != ChangeKind::database)
+            text += std::string(change.occurrence.listed ? " listed" : " gone") +
+                    (record.active != 0 ? " active" : "") + " state " + std::to_string(record.confirmation);
+        text += "; ";
+    }
+    return text;
+}
+
+// r raise, l clear, f confirm, x reset, all of one alarm; capital letters where that must be refused.
+struct Life {
+    bool with_confirmation;
+    const char* steps;
+    const char* changes;
+};
+
+TEST(EventLog, LifeOfAnAlarm) {
+    const Life lives[] = {
+        {false, "rRl", "raised listed active state 0; cleared gone state 0; "},
+        {false, "rFlLF", "raised listed active state 0; cleared gone state 0; "},
+        {true, "rRlLfLF", "raised listed active state 2; cleared listed state 2; confirmed gone state 3; "},
+        {true, "rfFlL", "raised listed active state 2; confirmed listed active state 3; cleared gone state 3; "},
+        {true, "rxX", "raised listed active state 2; cleared gone state 4; "},
+        {true, "rlxF", "raised listed active state 2; cleared listed state 2; cleared gone state 4; "},
+        {true, "rfx", "raised listed active state 2; confirmed listed active state 3; cleared gone state 3; "},
+        {true, "rlrf",
+         "raised listed active state 2; cleared listed state 2; raised listed active state 2; "
+         "confirmed listed active state 3; "},
+    };
+    for (const Life& life : lives) {
+        EventLog log(100);
+        const zo_link::EventRecord alarm = event(1, life.with_confirmation);
+        for (const char* step = life.steps; *step != 0; ++step) {
+            const std::uint64_t handle = log.find_active(alarm);
+            const bool refused = *step >= 'A' && *step <= 'Z';
+            Outcome outcome = Outcome::done;
+            switch (*step | 0x20) {
+            case 'r':
+                outcome = log.raise(alarm, 1000);
+                break;
+            case 'l':
+                outcome = log.clear(handle, 1000);
+                break;
+            case 'f':
+                outcome = log.confirm(handle, 1000);
+                break;
+            default:
+                outcome = log.reset(handle, 1000);
+                break;
+            }
+            EXPECT_EQ(outcome != Outcome::done, refused) << life.steps << " at " << *step;
+        }
+        EXPECT_EQ(changes_of(log), life.changes) << life.steps;
+        EXPECT_EQ(log.size(), 1u) << life.steps;
+    }
+}
+
+TEST(EventLog, TimesAndNumbersNeverComeTwice) {
+    EventLog log(100);
+    log.send(event(1), 5000);
+    log.raise(event(2, true), 4000); // the clock was set back
+    const std::uint64_t handle = log.find_active(event(2));
+    log.clear(handle, 4000);
+    log.confirm(handle, 4000);
+    log.send(event(3), 5000);
+    const auto logged = log.logged(10);
+    ASSERT_EQ(logged.size(), 3u);
+    EXPECT_EQ(logged[0].raised, 5000);
+    EXPECT_EQ(logged[1].raised, 5001);
+    EXPECT_EQ(logged[1].cleared, 5002);
+    EXPECT_EQ(logged[1].confirmed, 5003);
+    EXPECT_EQ(logged[2].raised, 5004);
+    EXPECT_EQ(logged[0].uid, 1u);
+    EXPECT_EQ(logged[1].uid, 2u);
+    EXPECT_EQ(logged[2].uid, 3u);
+}
+
+TEST(EventLog, AlarmRaisedAgainKeepsItsNumberAndMovesInTheLog) {
+    EventLog log(100);
+    log.raise(event(1, true), 10);
+    log.clear(log.find_active(event(1)), 20);
+    log.send(event(2), 30);
+    ASSERT_EQ(log.raise(event(1, true), 40), Outcome::done);
+    const auto logged = log.logged(10);
+    ASSERT_EQ(logged.size(), 2u);
+    EXPECT_EQ(logged[0].event_id, 2u);
+    EXPECT_EQ(logged[1].uid, 1u);
+    EXPECT_EQ(logged[1].raised, 40);
+    EXPECT_EQ(logged[1].cleared, 0);
+    // Gone and raised anew it is another occurrence.
+    log.reset(1, 50);
+    log.raise(event(1, true), 60);
+    EXPECT_EQ(log.find_active(event(1)), 3u);
+}
+
+TEST(EventLog, TwoViewsOfAnActiveAlarm) {
+    EventLog log(100);
+    zo_link::EventRecord sourced = event(1);
+    sourced.source_name = "S";
+    log.raise(event(1, true), 10);
+    ASSERT_EQ(log.raise(sourced, 10), Outcome::done) << "another source is another alarm";
+    log.clear(1, 20);
+    const auto active = log.active_alarms();
+    ASSERT_EQ(active.size(), 2u);
+    EXPECT_EQ(active[0].active, 0) << "cleared, waits for its confirmation";
+    EXPECT_EQ(active[0].handle, 1u);
+    EXPECT_EQ(active[1].active, -1);
+    const auto logged = log.logged(1);
+    ASSERT_EQ(logged.size(), 1u) << "the newest only";
+    EXPECT_EQ(logged[0].source_name, "S");
+    EXPECT_EQ(log.logged(2)[0].active, -1) << "still in the list, so still active for the log";
+    EXPECT_EQ(log.logged(2)[0].handle, 0u);
+    EXPECT_TRUE(log.logged(0).empty());
+}
+
+TEST(EventLog, BoundAndClearingSpareActiveAlarms) {
+    EventLog log(8);
+    log.raise(event(1), 10);
+    for (int i = 0; i < 8; ++i)
+        log.send(event(2), 20);
+    (void)log.take_changes();
+    log.send(event(3), 30);
+    EXPECT_EQ(changes_of(log), "message gone state 0; database 2:2; ");
+    const auto logged = log.logged(100);
+    ASSERT_EQ(logged.size(), 8u);
+    EXPECT_EQ(logged[0].event_id, 1u) << "the oldest, but active";
+    EXPECT_EQ(logged[1].uid, 4u);
+
+    log.clear_log(1);
+    EXPECT_EQ(changes_of(log), "database 1:7; ");
+    EXPECT_EQ(log.size(), 1u);
+    EXPECT_EQ(log.active_alarms().size(), 1u);
+    log.send(event(2), 40);
+    EXPECT_EQ(log.logged(1)[0].uid, 11u) << "numbers go on";
+}
+
+} // namespace
+} // namespace zo_sim

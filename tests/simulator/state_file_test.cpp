@@ -1,0 +1,143 @@
+#include "simulator/state_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <unistd.h>
+
+namespace zo_sim {
+namespace {
+
+class StateFileTest : public testing::Test {
+protected:
+    StateFileTest() {
+        folder_ = std::filesystem::temp_directory_path() / ("zo_state_" + std::to_string(::getpid()));
+        std::filesystem::create_directory(folder_);
+        path_ = folder_ / "state";
+    }
+    ~StateFileTest() override { std::filesystem::remove_all(folder_); }
+
+    std::string content() const {
+        std::ifstream file(path_);
+        std::stringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+    void write(const std::string& text) const { std::ofstream(path_) << text; }
+
+    std::filesystem::path folder_;
+    std::filesystem::path path_;
+};
+
+zo_link::EventRecord rich_event(std::uint32_t id) {
+    zo_link::EventRecord record;
+    record.event_class.data1 = 0xdeadbeef;
+    record.event_id = id;
+    record.severity = 3;
+    record.with_confirmation = -1;
+    record.source_id = 4;
+    record.source_name = "Källa";
+    record.args = {1, 4, 1, 0, 4};
+    record.block = {0, 1, 0xff, 0x80, 1};
+    record.json = R"({"a":"b"})";
+    return record;
+}
+
+// A log and a file that were kept in step through every kind of change.
+void live(EventLog& log, StateFile& file) {
+    file.rewrite(0xfedcba9876543210, log);
+    log.raise(rich_event(1), 1000);
+    log.raise(rich_event(2), 1001);
+    log.clear(1, 1002);
+    file.append(log.take_changes());
+    log.raise(rich_event(1), 1003); // again: moves in the log
+    log.confirm(2, 1004);
+    log.clear(2, 1005);
+    log.send(rich_event(3), 1006);
+    file.append(log.take_changes());
+}
+
+TEST_F(StateFileTest, RestoresWhatWasAppended) {
+    EventLog log(100);
+    StateFile file(path_);
+    EXPECT_FALSE(file.load()) << "there is none yet";
+    live(log, file);
+    EXPECT_EQ(file.appended(), 7u);
+
+    for (const bool rewritten : {false, true}) {
+        if (rewritten) file.rewrite(0xfedcba9876543210, log);
+        const std::optional<State> state = StateFile(path_).load();
+        ASSERT_TRUE(state);
+        EXPECT_EQ(state->instance, 0xfedcba9876543210);
+        EventLog copy(100);
+        copy.restore(state->occurrences, state->next_number);
+        EXPECT_EQ(copy.logged(100), log.logged(100));
+        EXPECT_EQ(copy.active_alarms(), log.active_alarms());
+        EXPECT_EQ(copy.next_number(), log.next_number());
+        // It goes on where the other stopped, also with a clock that stands.
+        EXPECT_EQ(copy.raise(rich_event(1), 0), Outcome::already_raised);
+        copy.send(rich_event(9), 0);
+        EXPECT_EQ(copy.logged(1)[0].raised, 1007);
+    }
+    EXPECT_EQ(file.appended(), 0u);
+
+    log.clear_log(1);
+    file.append(log.take_changes());
+    const State state = *StateFile(path_).load();
+    ASSERT_EQ(state.occurrences.size(), 1u);
+    EXPECT_TRUE(state.occurrences[0].listed);
+    EXPECT_EQ(state.next_number, 4u) << "erased numbers do not come again";
+}
+
+TEST_F(StateFileTest, HalfALineAtTheEndIsForgotten) {
+    EventLog log(100);
+    StateFile file(path_);
+    live(log, file);
+    const std::string whole = content();
+    const std::size_t last_line = whole.rfind('\n', whole.size() - 2) + 1;
+    for (std::size_t size = last_line; size < whole.size(); size += 17) {
+        write(whole.substr(0, size));
+        EXPECT_EQ(StateFile(path_).load()->occurrences.size(), 2u) << size;
+    }
+}
+
+TEST_F(StateFileTest, OtherDamageIsRefused) {
+    const std::string head = R"({"zo-target state":1,"instance":5,"next":2})"
+                             "\n";
+    const std::string cls = R"("class":"00000000-0000-0000-0000-000000000000","id":1)";
+    write(head + R"({"put":1,"listed":true,"record":{"handle":1,)" + cls + "}}\n");
+    ASSERT_NO_THROW(EXPECT_EQ(StateFile(path_).load()->occurrences.size(), 1u));
+    const std::string cases[] = {
+        "",
+        "garbage\n",
+        R"({"zo-target state":2,"instance":5,"next":2})"
+        "\n",
+        R"({"zo-target state":1,"instance":-5,"next":2})"
+        "\n",
+        head.substr(0, 20),
+        head + "garbage\n",
+        head + "{}\n",
+        head + "\n",
+        head + R"({"put":1,"listed":true,"record":{)" + cls + "}}\n",
+        head + R"({"put":1,"listed":true,"record":{"handle":2,)" + cls + "}}\n",
+        head + R"({"put":0,"listed":false,"record":{)" + cls + "}}\n",
+        head + R"({"put":18446744073709551615,"listed":false,"record":{)" + cls + "}}\n",
+        head + R"({"put":1,"listed":false,"record":{"raised":9223372036854775807,)" + cls + "}}\n",
+        head + R"({"put":1,"listed":false,"record":{"block":"0",)" + cls + "}}\n",
+        head + R"({"put":1,"listed":false})"
+               "\n",
+        head + R"({"erase":[-1]})"
+               "\n",
+    };
+    for (const std::string& text : cases) {
+        write(text);
+        EXPECT_THROW((void)StateFile(path_).load(), StateError) << text;
+    }
+    EXPECT_THROW(StateFile(folder_ / "no" / "state").rewrite(1, EventLog(1)), StateError);
+}
+
+} // namespace
+} // namespace zo_sim

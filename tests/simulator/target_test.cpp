@@ -1,0 +1,450 @@
+#include "platform/link/connection.h"
+#include "platform/link/event_record.h"
+#include "simulator/target.h"
+#include "tests/simulator/small_scenario.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <mutex>
+#include <thread>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/post.hpp>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zo_sim {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+
+constexpr char class_guid[] = "0a0b0c0d-0102-0304-0506-0708090a0b0c";
+
+class Notes final : public zo_link::ConnectionEvents {
+public:
+    void on_open(std::uint64_t instance) override {
+        const std::lock_guard lock(mutex_);
+        instance_ = instance;
+    }
+    std::uint32_t on_notification(const json& map, std::size_t) override {
+        const std::lock_guard lock(mutex_);
+        notes_.push_back(map);
+        changed_.notify_all();
+        return 0;
+    }
+    std::uint64_t on_answer() override {
+        const std::lock_guard lock(mutex_);
+        return notes_.size();
+    }
+    void on_lost(std::uint32_t) override {
+        const std::lock_guard lock(mutex_);
+        lost_ = true;
+        changed_.notify_all();
+    }
+
+    // Waits for that many; what came meanwhile.
+    std::vector<json> wait(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, 10s, [&] { return notes_.size() >= count || lost_; });
+        return notes_;
+    }
+    bool wait_lost() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 10s, [&] { return lost_; });
+    }
+    std::uint64_t instance() {
+        const std::lock_guard lock(mutex_);
+        return instance_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<json> notes_;
+    std::uint64_t instance_ = 0;
+    bool lost_ = false;
+};
+
+struct Client {
+    explicit Client(std::uint16_t port) {
+        opened = connection.open("127.0.0.1", std::to_string(port),
+                                 {{"role", "logger"}, {"address", "1.2.3.4.1.1"}, {"settings", false}}, 10s);
+    }
+    zo_link::Reply request(const char* operation, const json& fields = json::object()) {
+        return connection.request(operation, fields, 10s);
+    }
+    // Answer of a request of texts for an event or class of the scenario.
+    zo_link::Reply text(const char* operation, std::uint32_t event, std::int32_t language) {
+        return request(operation, {{"class", class_guid}, {"event", event}, {"language", language}});
+    }
+
+    std::shared_ptr<Notes> notes = std::make_shared<Notes>();
+    zo_link::Connection connection{notes};
+    zo_link::Reply opened;
+};
+
+class TargetTest : public testing::Test {
+protected:
+    TargetTest() {
+        folder_ = std::filesystem::temp_directory_path() / ("zo_target_" + std::to_string(::getpid()));
+        std::filesystem::create_directory(folder_);
+        options_.state_file = folder_ / "state";
+        start();
+    }
+    ~TargetTest() override {
+        stop();
+        std::filesystem::remove_all(folder_);
+    }
+
+    void start() {
+        io_ = std::make_unique<boost::asio::io_context>(1);
+        target_ =
+            std::make_unique<Target>(*io_, parse_scenario(scenario_), options_,
+                                     Target::Output{[this](const std::string& line) { printed_.push_back(line); },
+                                                    [this](const std::string& line) { complaints_.push_back(line); }});
+        thread_ = std::thread([this] {
+            const auto work = boost::asio::make_work_guard(*io_);
+            try {
+                io_->run();
+            } catch (const StateError&) {
+                state_failed_ = true;
+            }
+        });
+    }
+    void stop() {
+        io_->stop();
+        thread_.join();
+        target_.reset();
+    }
+    // Does a verb and gives all that was printed since the last one.
+    std::vector<std::string> verb(const std::string& line) {
+        std::promise<std::vector<std::string>> answer;
+        boost::asio::post(*io_, [&] {
+            target_->input(line);
+            answer.set_value(std::exchange(printed_, {}));
+        });
+        return answer.get_future().get();
+    }
+    void ok(const std::string& line) { EXPECT_EQ(verb(line), std::vector<std::string>{"ok"}) << line; }
+    json list() { return json::parse(verb("list").at(0)); }
+
+    std::filesystem::path folder_;
+    TargetOptions options_;
+    std::string scenario_ = zo_sim_test::small_scenario;
+    std::unique_ptr<boost::asio::io_context> io_;
+    std::unique_ptr<Target> target_;
+    std::thread thread_;
+    std::vector<std::string> printed_;    // of the io thread
+    std::vector<std::string> complaints_; // of the io thread
+    bool state_failed_ = false;           // to be read when the thread has ended
+};
+
+TEST_F(TargetTest, CallbacksTellTheLifeOfAnAlarm) {
+    Client client(target_->port());
+    ASSERT_EQ(client.opened.result, 0u);
+    ok("raise c 2");
+    ok("clear c 2");
+    const std::uint64_t handle = list()["alarms"][0]["handle"];
+    EXPECT_EQ(client.request("confirm", {{"handle", handle}}).mark, 3u) << "the callback comes before the answer";
+    ok("message c 3");
+    const std::vector<json> notes = client.notes->wait(4);
+    ASSERT_EQ(notes.size(), 4u);
+    const struct {
+        const char* note;
+        json removed;
+        bool active;
+        int confirmation;
+    } expected[] = {
+        {"alarm_raised", nullptr, true, 2},
+        {"alarm_cleared", false, false, 2},
+        {"alarm_confirmed", true, false, 3},
+    };
+    for (std::size_t i = 0; i < 3; ++i) {
+        const json& event = notes[i]["event"];
+        EXPECT_EQ(notes[i]["note"], expected[i].note);
+        EXPECT_EQ(notes[i].value("removed", json()), expected[i].removed) << i;
+        EXPECT_EQ(event.value("active", false), expected[i].active) << i;
+        EXPECT_EQ(event["confirmation"], expected[i].confirmation) << i;
+        EXPECT_EQ(event["handle"], handle);
+    }
+    EXPECT_EQ(notes[3]["note"], "message");
+    EXPECT_FALSE(notes[3]["event"].contains("handle"));
+    EXPECT_TRUE(list()["alarms"].empty());
+}
+
+TEST_F(TargetTest, ConfirmAndOtherCodes) {
+    Client client(target_->port());
+    ok("raise c 1");
+    ok("raise c 2");
+    EXPECT_EQ(client.request("confirm", {{"handle", 1}}).result, zo_link::code::not_supported);
+    EXPECT_EQ(client.request("confirm", {{"handle", 2}}).result, 0u);
+    EXPECT_EQ(client.request("confirm", {{"handle", 2}}).result, 1u);
+    EXPECT_EQ(client.request("confirm", {{"handle", 3}}).result, zo_link::code::not_found);
+    EXPECT_EQ(client.request("read").result, zo_link::code::not_supported);
+    EXPECT_EQ(client.request("confirm", {{"handle", "2"}}).result, zo_link::code::not_connected) << "dropped";
+    EXPECT_TRUE(client.notes->wait_lost());
+
+    zo_link::Connection device(std::make_shared<Notes>());
+    EXPECT_EQ(
+        device.open("127.0.0.1", std::to_string(target_->port()), {{"role", "device"}, {"address", ""}}, 10s).result,
+        zo_link::code::not_supported);
+}
+
+TEST_F(TargetTest, CallbacksDuringAnImportComeBeforeItsAnswer) {
+    Client client(target_->port());
+    ok("message c 3");
+    ok("during get_logged_events message c 3 count=1");
+    ok("during get_active_alarms raise c 1");
+    ok("after get_active_alarms clear c 1");
+    const zo_link::Reply logged = client.request("get_logged_events", {{"count", 1}});
+    EXPECT_EQ(logged.mark, 2u);
+    ASSERT_EQ((*logged.body)["items"].size(), 1u);
+    EXPECT_EQ((*logged.body)["items"][0]["uid"], 2);
+    const zo_link::Reply active = client.request("get_active_alarms");
+    EXPECT_EQ(active.mark, 3u);
+    ASSERT_EQ((*active.body)["items"].size(), 1u);
+    EXPECT_EQ(client.notes->wait(4).back()["note"], "alarm_cleared");
+}
+
+TEST_F(TargetTest, OptionalInterfacesAreLeftOut) {
+    Client client(target_->port());
+    ok("raise c 2");
+    for (const bool on : {true, false}) {
+        for (const char* interface : {"identity", "extended", "json"})
+            ok(std::string("set ") + interface + (on ? " on" : " off"));
+        const zo_link::Reply reply = client.request("get_logged_events", {{"count", 9}});
+        zo_link::EventRecord record;
+        ASSERT_TRUE(zo_link::event_from_json((*reply.body)["items"].at(0), false, record));
+        EXPECT_EQ(record.uid.has_value(), on);
+        EXPECT_EQ(record.json.has_value(), on);
+        EXPECT_EQ(record.extended, on);
+    }
+    EXPECT_TRUE(list()["log"][0].contains("uid")) << "what the logger holds stays";
+}
+
+TEST_F(TargetTest, DatabaseChanges) {
+    Client client(target_->port());
+    ok("raise c 1");
+    ok("message c 3");
+    EXPECT_EQ(client.request("clear_logged_events").mark, 3u);
+    ok("database-changed 3");
+    ok("database-changed -1");
+    ok("flood 9 c 3"); // one more than the log holds
+    const std::vector<json> notes = client.notes->wait(15);
+    ASSERT_EQ(notes.size(), 15u);
+    EXPECT_EQ(notes[2]["reason"], 1);
+    EXPECT_EQ(notes[3]["reason"], 3);
+    EXPECT_EQ(notes[4]["reason"], -1);
+    EXPECT_EQ(notes[14]["reason"], 2);
+    EXPECT_EQ(list()["log"].size(), 8u);
+}
+
+TEST_F(TargetTest, TextsInTheLanguageAskedFor) {
+    Client client(target_->port());
+    ok("raise c 1 speed=1.25 name=P9");
+    const json event = (*client.request("get_active_alarms").body)["items"][0];
+    const auto text = [&](std::int32_t language, const json& args, const json& block) -> std::string {
+        const json fields = {
+            {"class", class_guid}, {"event", 1}, {"language", language}, {"args", args}, {"block", block}};
+        return (*client.request("get_text", fields).body)["text"];
+    };
+    EXPECT_EQ(text(1033, event["args"], event["block"]), "Speed 1.2 of P9");
+    EXPECT_EQ(text(1031, event["args"], event["block"]), "P9: Drehzahl 1.2");
+    EXPECT_EQ(text(1031, json::array({2, 0, 2, 0xffffffff, 20}), event["block"]), "?: Drehzahl ?");
+
+    EXPECT_EQ((*client.text("class_name", 1, 1031).body)["text"], "Klasse");
+    EXPECT_EQ((*client.text("causes_remedies", 1, 1031).body)["items"], json::parse(R"([["a", "Cause", "Abhilfe"]])"));
+    EXPECT_EQ((*client.text("details", 1, 1031).body)["items"], json::array());
+    EXPECT_EQ(client.text("details", 99, 1031).result, zo_link::code::not_found);
+    json source = {{"language", 1031}, {"guid", class_guid}, {"name", "Plant.Pump"}};
+    EXPECT_EQ((*client.request("source_name", source).body)["text"], "Pumpe");
+    source["name"] = "Nobody";
+    EXPECT_EQ((*client.request("source_name", source).body)["text"], "");
+
+    ok("fail class_name@de-DE 0x98110745");
+    ok("slow class_name@en-US 60");
+    EXPECT_EQ(client.text("class_name", 1, 1031).result, 0x98110745u);
+    EXPECT_EQ(client.text("class_name", 1, 1031).result, 0u);
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.text("class_name", 1, 1033).result, 0u);
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 60ms);
+}
+
+TEST_F(TargetTest, LossesOfTheLink) {
+    {
+        Client client(target_->port());
+        ok("truncate get_logged_events");
+        EXPECT_EQ(client.request("get_active_alarms").result, 0u);
+        EXPECT_NE(client.request("get_logged_events", {{"count", 1}}).result, 0u);
+        EXPECT_TRUE(client.notes->wait_lost());
+    }
+    {
+        Client client(target_->port());
+        ok("drop");
+        EXPECT_TRUE(client.notes->wait_lost());
+    }
+    {
+        ok("fail hello 0x98110701");
+        EXPECT_EQ(Client(target_->port()).opened.result, 0x98110701u);
+        EXPECT_EQ(Client(target_->port()).opened.result, 0u);
+    }
+    Client stalled(target_->port());
+    ok("stall");
+    EXPECT_EQ(stalled.connection.request("get_active_alarms", json::object(), 50ms).result, zo_link::code::timeout);
+    stalled.connection.set_timeout(60ms);
+    EXPECT_TRUE(stalled.notes->wait_lost()) << "its heartbeat";
+    ok("stall 100"); // in place of the one without end
+    Client late(target_->port());
+    EXPECT_EQ(late.opened.result, 0u) << "answered when the stall is over";
+}
+
+TEST_F(TargetTest, ARestartContinues) {
+    ok("raise c 2");
+    ok("raise c 1");
+    ok("clear c 1");
+    ok("message c 3 count=4");
+    const json before = list();
+    ASSERT_EQ(before["log"].size(), 3u);
+    ASSERT_EQ(before["alarms"].size(), 1u);
+    stop();
+    start();
+    EXPECT_EQ(list(), before);
+    Client client(target_->port());
+    EXPECT_EQ(client.notes->instance(), before["instance"]);
+    ok("message c 3");
+    EXPECT_EQ(client.notes->wait(1).at(0)["event"]["uid"], 4);
+
+    stop();
+    std::filesystem::remove(options_.state_file);
+    start();
+    EXPECT_NE(list()["instance"], before["instance"]) << "handles mean something else now";
+}
+
+TEST_F(TargetTest, NothingIsToldThatIsNotStored) {
+    Client client(target_->port());
+    ok("raise c 2");
+    ASSERT_EQ(client.notes->wait(1).size(), 1u);
+    // From here on the file cannot grow.
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit full{std::filesystem::file_size(options_.state_file), limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &full), 0);
+    boost::asio::post(*io_, [this] { target_->input("clear c 2"); });
+    thread_.join();
+    thread_ = std::thread([] {});
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    EXPECT_TRUE(state_failed_);
+    // The link itself lives on; its answer comes after all that was sent before.
+    EXPECT_EQ(client.request("ping").mark, 1u);
+}
+
+TEST_F(TargetTest, HistoryAndSchedule) {
+    stop();
+    std::filesystem::remove(options_.state_file);
+    json document = json::parse(scenario_);
+    document["max_log"] = 100000;
+    document["history"] = json::parse(R"([{"ago": 7200, "verb": "raise c 2"}, {"ago": 3600.5, "verb": "clear c 2"},
+                                          {"ago": 60, "verb": "flood 3 c 1"}])");
+    document["schedule"] = json::parse(R"([{"at": 10, "every": 20, "verb": "message c 3"},
+                                           {"at": 30, "verb": "confirm c 2"}, {"at": 35, "verb": "confirm c 2"}])");
+    scenario_ = document.dump();
+    start();
+    Client client(target_->port());
+    EXPECT_EQ(client.notes->wait(4).size(), 4u) << "again and again";
+    const json log = list()["log"];
+    ASSERT_GE(log.size(), 4u);
+    constexpr FileTime second = 10000000;
+    const FileTime raised = log[0]["raised"];
+    EXPECT_NEAR(static_cast<double>(file_time_now() - raised), 7200.0 * second, 60.0 * second);
+    EXPECT_EQ(log[0]["cleared"].get<FileTime>() - raised, 35995 * (second / 10));
+    EXPECT_EQ(log[0]["confirmation"], 3) << "by the schedule";
+    EXPECT_EQ(log[3]["raised"].get<FileTime>() - raised, 7140 * second + 4) << "raise and clear take one tick each";
+    stop();
+    ASSERT_EQ(complaints_.size(), 1u);
+    EXPECT_EQ(complaints_[0], "schedule: 'confirm c 2': no such active alarm");
+
+    for (const char* wrong : {R"([{"ago": 1, "verb": "clear c 2"}])", R"([{"ago": 1, "verb": "drop"}])",
+                              R"([{"ago": 1, "verb": "raise d 2"}])"}) {
+        document["history"] = json::parse(wrong);
+        boost::asio::io_context io;
+        EXPECT_THROW(Target(io, parse_scenario(document.dump()), {}, {}), ScenarioError) << wrong;
+    }
+    start();
+}
+
+// The program itself: its lines, signals and status.
+class ProgramTest : public testing::Test {
+protected:
+    ProgramTest() {
+        folder_ = std::filesystem::temp_directory_path() / ("zo_program_" + std::to_string(::getpid()));
+        std::filesystem::create_directory(folder_);
+        std::ofstream(folder_ / "scenario.json") << zo_sim_test::small_scenario;
+    }
+    ~ProgramTest() override {
+        if (shell_ != nullptr) ::pclose(shell_);
+        std::filesystem::remove_all(folder_);
+    }
+
+    // `words` is the format of a printf whose output is the program's standard input.
+    void start(const std::string& words) {
+        const std::string folder = folder_.string();
+        shell_ = ::popen(("printf '" + words + "' | '" ZO_TARGET_PROGRAM "' --scenario " + folder +
+                          "/scenario.json --port 0 --state " + folder + "/state 2>&1 & echo pid $!; wait $!")
+                             .c_str(),
+                         "r");
+    }
+    // All lines up to one that begins so, or to the end.
+    std::string read_to(const std::string& start) {
+        std::string all;
+        char line[65536];
+        while (std::fgets(line, sizeof line, shell_) != nullptr) {
+            if (const std::string_view text = line; text.starts_with("pid "))
+                pid_ = std::atoi(line + 4);
+            else
+                all += text;
+            if (!start.empty() && std::string_view(line).starts_with(start)) break;
+        }
+        return all;
+    }
+    int status() { return WEXITSTATUS(::pclose(std::exchange(shell_, nullptr))); }
+
+    std::filesystem::path folder_;
+    std::FILE* shell_ = nullptr;
+    int pid_ = 0;
+};
+
+TEST_F(ProgramTest, LinesSignalsAndStatus) {
+    start("raise c 2\\nraise c 2\\nquit\\n");
+    const std::string output = read_to("");
+    EXPECT_EQ(status(), 0);
+    EXPECT_TRUE(output.starts_with("listening 127.0.0.1:")) << output;
+    EXPECT_TRUE(output.ends_with("\nok\nerror the alarm is raised already\nok\n")) << output;
+
+    // A last line without its end counts; the end of input does not end the program, a signal does.
+    for (const int signal : {SIGTERM, SIGINT}) {
+        start("list");
+        EXPECT_NE(read_to("ok").find("\"alarms\":[{"), std::string::npos);
+        while (pid_ == 0)
+            (void)read_to("pid ");
+        ::usleep(50000);
+        ASSERT_EQ(::kill(std::exchange(pid_, 0), signal), 0) << "it runs on";
+        EXPECT_EQ(status(), 0);
+    }
+
+    std::ofstream(folder_ / "state", std::ios::app) << "{\n";
+    start("");
+    EXPECT_NE(read_to("").find("is damaged in line 3"), std::string::npos);
+    EXPECT_EQ(status(), 1);
+}
+
+} // namespace
+} // namespace zo_sim
