@@ -217,10 +217,14 @@ void Host::reset_temporary_events(const Context&) {
         const std::lock_guard lock(order_mutex_);
         trace_.call("reset_temporary_events");
     }
+    list_anew("reset");
+}
+
+void Host::list_anew(const char* why) {
     const std::size_t rows = events_.reset([this](Value& events) {
         if (!list_events(events)) events = Value();
     });
-    say("reset, " + std::to_string(rows) + " rows");
+    say(std::string(why) + ", " + std::to_string(rows) + " rows");
 }
 
 void Host::set_display_name(const Context&, const char* name) {

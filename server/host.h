@@ -35,6 +35,9 @@ public:
     void tell(const std::vector<ConfigChange>& changes);
     /// Asks the alarm provider for its events; false when there is none or it failed.
     bool list_events(ZoHmiSrv::Value& events);
+    /// Fills the list of events from the alarm provider, in place of what it held. A server does so when an extension
+    /// has started (what it imported in its `init` was told to nobody) and when the extension asks for it.
+    void list_anew(const char* why);
     /// Tells the shutdown listener.
     void shut_down();
     /// Runs a call into the extension and says what it throws; false when it threw.

@@ -71,6 +71,7 @@ void run_extension(Signals& signals, const Options& options, Configuration& conf
         if (*result.text() != '\0') failure += ": " + printable(result.text());
         return;
     }
+    host.list_anew("listed");
     serve(signals, options, configuration, host);
     try {
         if (!options.dump.empty()) {

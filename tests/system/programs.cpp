@@ -1,0 +1,198 @@
+#include "tests/system/programs.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <spawn.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace programs {
+
+TemporaryFolder::TemporaryFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "zo-test-XXXXXX").string();
+    if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category(), "mkdtemp");
+    path_ = name;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+bool eventually(const std::function<bool()>& condition, std::chrono::seconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+void write_file(const std::filesystem::path& file, const std::string& text) {
+    std::ofstream(file, std::ios::binary) << text;
+}
+
+std::string read_file(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+json demo(const std::string& name) {
+    return json::parse(read_file(std::filesystem::path(ZO_SOURCE_DIR) / "demo" / name));
+}
+
+Process::Process(const std::vector<std::string>& words, const std::filesystem::path& output,
+                 const std::vector<std::string>& environment) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    std::vector<char*> variables;
+    for (const std::string& variable : environment)
+        variables.push_back(const_cast<char*>(variable.c_str()));
+    for (char** variable = environ; *variable; ++variable)
+        variables.push_back(*variable);
+    variables.push_back(nullptr);
+
+    int input[2];
+    if (pipe2(input, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe2");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input[0], 0);
+    posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    const int result = posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, arguments.data(), variables.data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(input[0]);
+    input_ = input[1];
+    if (result != 0) throw std::system_error(result, std::generic_category(), words[0]);
+}
+
+Process::~Process() {
+    if (pid_ > 0) {
+        signal(SIGKILL);
+        wait();
+    }
+    close(input_);
+}
+
+void Process::send(const std::string& line) const {
+    const std::string text = line + "\n";
+    EXPECT_EQ(write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+void Process::signal(int number) const {
+    ::kill(pid_, number);
+}
+
+int Process::wait() {
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+Target::Target(const TemporaryFolder& folder, const std::string& name, const json& scenario)
+    : scenario_(folder / (name + ".json")), state_(folder / (name + ".state")), output_(folder / (name + ".out")) {
+    write_file(scenario_, scenario.dump());
+    start();
+}
+
+void Target::start() {
+    const std::string port = address_.empty() ? "0" : address_.substr(address_.rfind(':') + 1);
+    process_ = std::make_unique<Process>(
+        std::vector<std::string>{ZO_TARGET, "--scenario", scenario_, "--port", port, "--state", state_}, output_);
+    read_ = 0;
+    std::string line;
+    const bool listening = eventually([&] {
+        line = read_file(output_);
+        return line.starts_with("listening ") && line.find('\n') != std::string::npos;
+    });
+    if (!listening) throw std::runtime_error("no target: " + line);
+    read_ = line.find('\n') + 1;
+    address_ = line.substr(10, read_ - 11);
+}
+
+void Target::kill() {
+    process_->signal(SIGKILL);
+    process_->wait();
+}
+
+std::string Target::answer(const std::string& verb) {
+    process_->send(verb);
+    std::string text;
+    const bool answered = eventually([&] {
+        text = read_file(output_).substr(read_);
+        return text == "ok\n" || text.ends_with("\nok\n") || text.find("error ") == 0;
+    });
+    EXPECT_TRUE(answered && !text.starts_with("error ")) << verb << ": " << text;
+    read_ += text.size();
+    return text;
+}
+
+void Target::run(const std::string& verb) {
+    answer(verb);
+}
+
+json Target::list() {
+    const std::string text = answer("list");
+    return json::parse(text.substr(0, text.find('\n')));
+}
+
+Server::Server(const TemporaryFolder& folder, const json& config,
+               const std::vector<std::pair<std::string, std::string>>& routes, const std::vector<std::string>& options)
+    : config_(folder / "config.json"), routes_(folder / "routes.json"), trace_(folder / "trace.jsonl"),
+      dump_(folder / "dump.json"), output_(folder / "server.out") {
+    write_file(config_, config.dump());
+    json table = {{"local", "5.1.2.3.1.1"}, {"routes", json::object()}};
+    for (const auto& [net_id, address] : routes)
+        table["routes"][net_id] = address;
+    write_file(routes_, table.dump());
+    std::vector<std::string> words{ZO_SERVER, "--extension", ZO_PRODUCT, "--config", config_,
+                                   "--plain", "--trace",     trace_,     "--dump",   dump_};
+    words.insert(words.end(), options.begin(), options.end());
+    process_ = std::make_unique<Process>(words, output_, std::vector<std::string>{"ZO_ROUTES=" + routes_.string()});
+}
+
+std::vector<json> Server::calls() const {
+    std::vector<json> calls;
+    std::istringstream lines(read_file(trace_));
+    for (std::string line; std::getline(lines, line);) {
+        const json call = json::parse(line, nullptr, false); // the last one may be half written
+        if (!call.is_discarded()) calls.push_back(call);
+    }
+    return calls;
+}
+
+std::vector<json> Server::calls(const std::string& name) const {
+    auto all = calls();
+    std::erase_if(all, [&](const json& call) {
+        const std::string what = call["call"];
+        return (what == "send_message" ? call["name"] : call["call"]) != name;
+    });
+    return all;
+}
+
+void Server::change_config(const json& config) {
+    write_file(config_, config.dump());
+    process_->signal(SIGHUP);
+}
+
+json Server::stop(bool by_itself) {
+    if (!by_itself) process_->signal(SIGTERM);
+    EXPECT_EQ(process_->wait(), 0) << output();
+    return json::parse(read_file(dump_));
+}
+
+} // namespace programs

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/// The real programs, started over the real link in a temporary folder. Each of them ends with its object.
+namespace programs {
+
+using nlohmann::json;
+
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// Polls until the condition holds; false when it did not in time.
+bool eventually(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(20));
+
+void write_file(const std::filesystem::path& file, const std::string& text);
+std::string read_file(const std::filesystem::path& file);
+/// A file of demo/ as JSON.
+json demo(const std::string& name);
+
+class Process {
+public:
+    Process(const std::vector<std::string>& words, const std::filesystem::path& output,
+            const std::vector<std::string>& environment = {});
+    ~Process();
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    void send(const std::string& line) const;
+    void signal(int number) const;
+    /// The exit status, or -1 for any other end.
+    int wait();
+
+private:
+    pid_t pid_ = -1;
+    int input_ = -1;
+};
+
+/// A simulated target with a state file: it can be killed and started again on its port.
+class Target {
+public:
+    Target(const TemporaryFolder& folder, const std::string& name, const json& scenario);
+    void kill();
+    void start();
+    /// Runs a verb that prints nothing; fails the test unless it is answered with ok.
+    void run(const std::string& verb);
+    /// The logger's own view: {"log": [...], "alarms": [...]}.
+    json list();
+    const std::string& address() const { return address_; }
+
+private:
+    std::string answer(const std::string& verb);
+
+    std::filesystem::path scenario_, state_, output_;
+    std::string address_; // host:port, empty until the first start
+    std::unique_ptr<Process> process_;
+    std::size_t read_ = 0; // bytes of the output that were looked at
+};
+
+/// The development server with the product, its trace and its final list.
+class Server {
+public:
+    /// Routes are pairs of net id and address.
+    Server(const TemporaryFolder& folder, const json& config,
+           const std::vector<std::pair<std::string, std::string>>& routes,
+           const std::vector<std::string>& options = {});
+
+    /// What the trace holds so far.
+    std::vector<json> calls() const;
+    /// The calls of that name: of the message for send_message, else of the call itself.
+    std::vector<json> calls(const std::string& name) const;
+    std::size_t count(const std::string& name) const { return calls(name).size(); }
+    bool waits_for(const std::string& name, std::size_t times = 1) const {
+        return eventually([&] { return count(name) >= times; });
+    }
+    void change_config(const json& config);
+    /// Ends it with SIGTERM (or lets it end by itself) and expects status 0; gives {"rows": [...], "listing": [...]}.
+    json stop(bool by_itself = false);
+    std::string output() const { return read_file(output_); }
+
+private:
+    std::filesystem::path config_, routes_, trace_, dump_, output_;
+    std::unique_ptr<Process> process_;
+};
+
+} // namespace programs
