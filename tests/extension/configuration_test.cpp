@@ -1,0 +1,320 @@
+#include "tests/extension/extension_fixture.h"
+
+#include "binding/error.h"
+#include "tests/fakes/callback_thread.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <limits>
+#include <stdexcept>
+#include <thread>
+
+using namespace ZoHmiSrv;
+using fakes::call_log;
+using fakes::FakeProxyLibrary;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+namespace {
+
+Value timespan(long nanoseconds) {
+    Value value;
+    value.set(Timespan(nanoseconds));
+    return value;
+}
+
+class Configuration : public ExtensionTest {
+protected:
+    static std::size_t created() { return FakeProxyLibrary::instance().plan->count("CreateInstance.Logger"); }
+    static fakes::LoggerPtr expect(const char* name) { return FakeProxyLibrary::instance().expect_logger(name); }
+    static std::size_t resets() { return call_log().count("host.reset_temporary_events"); }
+};
+
+TEST_F(Configuration, PathsAndEntriesThatAreNotForUsChangeNothing) {
+    const auto a = add_target("a");
+    start_without_ticks();
+    Value without_address = target_entry("x", true);
+    without_address.remove(without_address.find("ADDRESS"));
+    Value without_enabled = target_entry("x", true);
+    without_enabled.remove(without_enabled.find("ENABLED"));
+    Value vector = Value().set_type(ValueType::Vector) << target_entry("x", true);
+    set_entry("text", "5.1.1.1.1.1");
+    set_entry("vector", vector);
+    set_entry("without address", without_address);
+    set_entry("without enabled", without_enabled);
+    const auto before = created();
+
+    struct {
+        const char* path;
+        ErrorValue on_change, on_delete;
+    } const cases[] = {
+        {nullptr, HMI_SUCCESS, HMI_SUCCESS},
+        {"", HMI_SUCCESS, HMI_SUCCESS},
+        {"TARGET_SYSTEMS", HMI_SUCCESS, HMI_SUCCESS},
+        {"OTHER", HMI_SUCCESS, HMI_SUCCESS},
+        {"TARGET_SYSTEMS::a::ENABLED", HMI_SUCCESS, HMI_SUCCESS},
+        {"OTHER::a::ENABLED", HMI_SUCCESS, HMI_SUCCESS},
+        {"OTHER::a", HMI_E_INVALID_SYMBOL, HMI_E_INVALID_SYMBOL},
+        {"target_systems::a", HMI_E_INVALID_SYMBOL, HMI_E_INVALID_SYMBOL},
+        {"::a", HMI_E_INVALID_SYMBOL, HMI_E_INVALID_SYMBOL},
+        {"TARGET_SYSTEMS::missing", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
+        {"TARGET_SYSTEMS::text", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
+        {"TARGET_SYSTEMS::vector", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
+        {"TARGET_SYSTEMS::without address", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
+        {"TARGET_SYSTEMS::without enabled", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
+    };
+    for (const auto& [path, on_change, on_delete] : cases) {
+        SCOPED_TRACE(path ? path : "(null)");
+        EXPECT_EQ(extension->on_config_change(Context(), path).result(), on_change);
+        EXPECT_EQ(extension->on_config_delete(Context(), path).result(), on_delete);
+    }
+    EXPECT_EQ(created(), before);
+    EXPECT_EQ(resets(), 0u);
+    EXPECT_EQ(a->connected, VARIANT_TRUE);
+}
+
+TEST_F(Configuration, AReplacementRunsItsStepsInOrder) {
+    const auto old = add_target("a");
+    start_without_ticks();
+    // A Map does as well as a Struct.
+    set_entry("a", target_entry("5.8.8.8.1.1", true).set_type(ValueType::Map));
+    set_config("LIMIT_EVENT_COUNT", 7.0);
+    set_config("TIMEOUT", timespan(2'000'000'000));
+    const auto fresh = expect("fresh");
+    EXPECT_EQ(change("a"), HMI_SUCCESS);
+    EXPECT_THAT(take_calls(),
+                ElementsAre("host.get_config_value TARGET_SYSTEMS::a", "host.get_config_value LIMIT_EVENT_COUNT",
+                            "host.get_config_value TIMEOUT", "CreateInstance.Logger", "fresh.FindConnectionPoint",
+                            "fresh.Advise", "fresh.SetTimeout", "a.FindConnectionPoint", "a.Unadvise", "a.Disconnect",
+                            "a.FindConnectionPoint", "a.Unadvise", "host.get_config_value PRELOAD_TRANSLATIONS",
+                            "CreateInstance.ConnectionSettings", "SetPreloadTranslations", "fresh.ConnectWithSettings",
+                            "host.send_message TARGET_SYSTEM_CONNECTED a", "fresh.GetLoggedEvents",
+                            "fresh.GetActiveAlarms", "host.send_message GETLOGGEDEVENTS_GETACTIVEALARMS a",
+                            "host.send_message RESET_TEMPORARY_EVENTS", "host.reset_temporary_events"));
+    // The entry and the reset are the caller's affair, all else the extension's.
+    EXPECT_THAT(host.take_reads(), ElementsAre(Pair("TARGET_SYSTEMS::a", "caller"), Pair("LIMIT_EVENT_COUNT", "HMI"),
+                                               Pair("TIMEOUT", "HMI"), Pair("PRELOAD_TRANSLATIONS", "HMI")));
+    EXPECT_STREQ(host.context_of("reset_temporary_events").domain(), "caller");
+    EXPECT_STREQ(host.context_of("send_message").domain(), "HMI");
+    EXPECT_THAT(fresh->record().addresses, ElementsAre("5.8.8.8.1.1"));
+    EXPECT_THAT(fresh->record().timeouts, ElementsAre(2000u));
+    EXPECT_THAT(fresh->record().history_counts, ElementsAre(7u));
+    EXPECT_THAT(old->record().timeouts, ElementsAre(5000u));
+}
+
+TEST_F(Configuration, OnlyAnotherNetIdOrAnotherEnabledMakesANewTarget) {
+    const auto a = add_target("a", "0.0.0.0.1.1");
+    start_without_ticks();
+    struct {
+        const char* what;
+        const char* name;
+        const char* address;
+        bool enabled;
+        bool replaced;
+        bool connects;
+    } const steps[] = {
+        {"the same again", "a", "0.0.0.0.1.1", true, false, false},
+        {"another text of the same net id", "a", "5.1.2.3.1.1", true, false, false},
+        {"off", "a", "5.1.2.3.1.1", false, true, false},
+        {"still off", "a", "0.0.0.0.1.1", false, false, false},
+        {"on", "a", "5.1.2.3.1.1", true, true, true},
+        {"another address", "a", "5.1.2.3.1.10", true, true, true},
+        {"new, but like no target", "n", "", false, false, false},
+        {"new and off", "n", "5.1.1.1.1.1", false, true, false},
+        {"new without an address", "m", "", true, true, true},
+    };
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.what);
+        const auto before = created();
+        const auto fresh = expect("fresh");
+        set_entry(step.name, target_entry(step.address, step.enabled));
+        call_log().clear();
+        EXPECT_EQ(change(step.name), HMI_SUCCESS);
+        EXPECT_EQ(created() - before, step.replaced ? 1u : 0u);
+        EXPECT_EQ(resets(), step.replaced ? 1u : 0u);
+        EXPECT_EQ(fresh->connected == VARIANT_TRUE, step.connects);
+        FakeProxyLibrary::instance().next_loggers.clear();
+    }
+    EXPECT_EQ(a->sink(), nullptr);
+}
+
+TEST_F(Configuration, ANewTargetsCallbacksComeBehindTheReset) {
+    start_without_ticks();
+    const auto a = add_target("a");
+    const auto alarm = a->make_alarm();
+    fakes::CallbackThread callbacks;
+    std::size_t raised_before_reset = 99;
+    host.plan().run("send_message RESET_TEMPORARY_EVENTS", [&] { callbacks.post([&] { a->fire_raised(alarm); }); });
+    host.plan().run("reset_temporary_events", [&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        raised_before_reset = host.alarms().size();
+    });
+    EXPECT_EQ(change("a"), HMI_SUCCESS);
+    callbacks.drain();
+    EXPECT_EQ(raised_before_reset, 0u);
+    EXPECT_EQ(host.alarms().size(), 1u);
+}
+
+TEST_F(Configuration, ATargetThatCannotBeHadStaysInTheTable) {
+    start_without_ticks();
+    const auto a = add_target("a");
+    a->plan->answer("ConnectWithSettings", E_FAIL, 1);
+    EXPECT_EQ(change("a"), HMI_SUCCESS);
+    EXPECT_THAT(take_calls("host.send"), ElementsAre("host.send_message TARGET_SYSTEM_CONNECT_FAILED a",
+                                                     "host.send_message RESET_TEMPORARY_EVENTS"));
+    tick();
+    EXPECT_EQ(a->connected, VARIANT_TRUE);
+
+    FakeProxyLibrary::instance().plan->answer("CreateInstance.Logger", E_FAIL, 1);
+    set_entry("b", target_entry("5.2.2.2.1.1", true));
+    take_calls();
+    EXPECT_EQ(change("b"), HMI_SUCCESS);
+    EXPECT_THAT(take_calls("host.send"),
+                ElementsAre("host.send_message CAN_NOT_CREATE_PROXY b", "host.send_message RESET_TEMPORARY_EVENTS"));
+    EXPECT_EQ(extension->on_config_delete(Context(), "TARGET_SYSTEMS::b").result(), HMI_SUCCESS);
+    EXPECT_EQ(resets(), 1u); // it was there
+}
+
+TEST_F(Configuration, WhatConstructionAndConnectThrowGoesToTheServerAndLocksNothing) {
+    start_without_ticks();
+    const auto refused = add_target("a");
+    refused->plan->answer("SetTimeout", E_FAIL);
+    EXPECT_THROW(change("a"), ZoAtlCom::CAtlException);
+    EXPECT_EQ(listed().type(), ValueType::Null); // nothing in the table
+    EXPECT_EQ(refused->sink(), nullptr);
+
+    const auto a = expect("a");
+    host.plan().throw_error("get_config_value PRELOAD_TRANSLATIONS", "unreadable", 1);
+    EXPECT_THROW(change("a"), std::runtime_error);
+    EXPECT_EQ(resets(), 0u);
+    EXPECT_EQ(listed().type(), ValueType::Vector);
+    EXPECT_NE(a->sink(), nullptr);
+
+    const auto again = expect("a"); // the first one is still disabled, and so differs
+    EXPECT_EQ(change("a"), HMI_SUCCESS);
+    EXPECT_EQ(again->connected, VARIANT_TRUE);
+    EXPECT_EQ(a->sink(), nullptr);
+}
+
+TEST_F(Configuration, ADeletedTargetIsGoneBeforeTheReset) {
+    const auto a = add_target("a");
+    start_without_ticks();
+    EXPECT_EQ(extension->on_config_delete(context_of("caller"), "TARGET_SYSTEMS::a").result(), HMI_SUCCESS);
+    EXPECT_THAT(take_calls(),
+                ElementsAre("a.FindConnectionPoint", "a.Unadvise", "a.Disconnect", "a.FindConnectionPoint",
+                            "a.Unadvise", "host.send_message RESET_TEMPORARY_EVENTS", "host.reset_temporary_events"));
+    EXPECT_STREQ(host.context_of("reset_temporary_events").domain(), "caller");
+    EXPECT_EQ(extension->on_config_delete(Context(), "TARGET_SYSTEMS::a").result(), HMI_SUCCESS);
+    EXPECT_THAT(take_calls(), IsEmpty());
+    EXPECT_EQ(listed().type(), ValueType::Null);
+}
+
+TEST_F(Configuration, ChangesComeOneAfterTheOtherButNotInTheWayOfOthers) {
+    start_without_ticks();
+    const auto a = add_target("a");
+    add_target("b");
+    const auto block = a->plan->block("ConnectWithSettings");
+    std::thread first([this] { change("a"); });
+    ASSERT_TRUE(block->wait_until_entered());
+    std::thread second([this] { change("b"); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_EQ(created(), 2u); // of init and of the first change
+    EXPECT_EQ(listed().type(), ValueType::Vector);
+    block->release();
+    first.join();
+    second.join();
+    EXPECT_EQ(created(), 3u);
+}
+
+TEST_F(Configuration, NothingIsAppliedOnceTheExtensionStops) {
+    add_target("a");
+    const auto b = add_target("b");
+    set_entry("b", Value());
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    EXPECT_EQ(extension->on_shutdown(Context()), 0);
+    set_entry("b", target_entry("5.2.2.2.1.1", true));
+    call_log().clear();
+    EXPECT_EQ(change("b"), HMI_SUCCESS);
+    EXPECT_EQ(b->record().addresses.size(), 0u);
+    EXPECT_EQ(resets(), 0u);
+    EXPECT_EQ(listed().type(), ValueType::Null);
+}
+
+TEST_F(Configuration, LimitsOfAllKindsBecomeAnUnsignedCount) {
+    using Numbers = std::numeric_limits<double>;
+    const std::pair<Value, std::uint32_t> cases[] = {
+        {10.0, 10},
+        {10.9, 10},
+        {0.0, 0},
+        {-0.9, 0},
+        {-1.0, 4'294'967'295},
+        {1e300, 2'147'483'647},
+        {-1e300, 2'147'483'648},
+        {Numbers::infinity(), 2'147'483'647},
+        {Numbers::quiet_NaN(), 0},
+        {12, 12},
+        {Value(), 0},
+    };
+    for (const auto& [limit, expected] : cases) {
+        SCOPED_TRACE(limit.get_double());
+        const auto a = add_target("a");
+        set_config("LIMIT_EVENT_COUNT", limit);
+        EXPECT_EQ(init(), HMI_SUCCESS);
+        EXPECT_THAT(a->record().history_counts, ElementsAre(expected));
+        shut_down();
+    }
+}
+
+TEST_F(Configuration, TimeoutsReachTheProxyInMilliseconds) {
+    const std::pair<long, std::uint32_t> cases[] = {
+        {1'999'999, 1},
+        {-1, 0},
+        {std::numeric_limits<long>::min(), 0},
+        {std::numeric_limits<long>::max(), 4'294'967'295},
+    };
+    for (const auto& [nanoseconds, expected] : cases) {
+        SCOPED_TRACE(nanoseconds);
+        const auto a = add_target("a");
+        set_config("TIMEOUT", timespan(nanoseconds));
+        EXPECT_EQ(init(), HMI_SUCCESS);
+        EXPECT_THAT(a->record().timeouts, ElementsAre(expected));
+        shut_down();
+    }
+    // A later read is not checked: a number is taken as nanoseconds, and none is 0.
+    start_without_ticks();
+    int round = 0;
+    for (const auto& [timeout, expected] :
+         {std::pair(Value(3e9), 3000u), std::pair(Value("soon"), 0u), std::pair(Value(), 0u)}) {
+        set_config("TIMEOUT", timeout);
+        const auto b = expect("b");
+        set_entry("b", target_entry(std::to_string(++round).c_str(), true));
+        EXPECT_EQ(change("b"), HMI_SUCCESS);
+        EXPECT_THAT(b->record().timeouts, ElementsAre(expected));
+    }
+}
+
+TEST_F(Configuration, TheLocalNetIdIsFetchedUntilItIsKnownAndThenKept) {
+    const auto a = add_target("a", "0.0.0.0.1.1");
+    fakes::device_client().set_local_result(0x745);
+    start_without_ticks();
+    EXPECT_THAT(a->record().addresses, ElementsAre("127.0.0.1.1.1"));
+
+    fakes::device_client().set_local_result(0); // known now, and another target for that
+    const auto second = expect("a");
+    EXPECT_EQ(change("a"), HMI_SUCCESS);
+    EXPECT_THAT(second->record().addresses, ElementsAre("5.1.2.3.1.1"));
+
+    fakes::device_client().set_local({{5, 4, 4, 4, 1, 1}});
+    call_log().clear();
+    EXPECT_EQ(change("a"), HMI_SUCCESS);
+    EXPECT_THAT(call_log().texts_with_prefix("Fdx"), IsEmpty());
+    EXPECT_EQ(resets(), 0u);
+    const auto loopback = expect("l");
+    set_entry("l", target_entry("127.0.0.1.1.1", true));
+    EXPECT_EQ(change("l"), HMI_SUCCESS);
+    EXPECT_THAT(loopback->record().addresses, ElementsAre("127.0.0.1.1.1"));
+}
+
+} // namespace

@@ -1,0 +1,296 @@
+#include "tests/extension/extension_fixture.h"
+
+#include "tests/fakes/callback_thread.h"
+#include "tests/support/captured_syslog.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+using namespace ZoHmiSrv;
+using fakes::call_log;
+using fakes::FakeProxyLibrary;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+namespace {
+
+class LifeCycle : public ExtensionTest {
+protected:
+    // The system log got the line of a pool that was still running when it was destroyed.
+    bool destroyed_while_running() {
+        destroy();
+        const auto lines = take_syslog_lines();
+        EXPECT_LE(lines.size(), 1u);
+        for (const auto& line : lines)
+            EXPECT_EQ(line, std::pair(3, std::string("Unexpected shutdown of thread pool.")));
+        return !lines.empty();
+    }
+    // Once the extension is stopping, a change of configuration applies nothing.
+    bool applies_changes() {
+        set_entry("later", target_entry("5.8.8.8.1.1", false));
+        call_log().clear();
+        EXPECT_EQ(change("later"), HMI_SUCCESS);
+        return call_log().count("host.reset_temporary_events") == 1;
+    }
+    std::shared_ptr<fakes::CallPlan> library() { return FakeProxyLibrary::instance().plan; }
+};
+
+TEST_F(LifeCycle, ConstructionAsksTheHostNothing) {
+    make_extension();
+    EXPECT_THAT(take_calls(), IsEmpty());
+    EXPECT_STREQ(extension->extension_info().name(), "");
+}
+
+TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
+    const auto a = add_target("a", "0.0.0.0.1.1");
+    set_entry("b", target_entry("127.0.0.1.1.1", false));
+    FakeProxyLibrary::instance().expect_logger("b");
+    // Half an entry makes a target all the same, which stays disabled.
+    set_entry("c", Value().set_type(ValueType::Map));
+    config["TARGET_SYSTEMS"]["c"].insert("ADDRESS", "5.7.7.7.1.1");
+    set_config("PRELOAD_TRANSLATIONS", true);
+    FakeProxyLibrary::instance().expect_logger("c");
+
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    const auto calls = call_log().texts();
+    const Texts expected = {
+        "host.set_display_name Zorvane EventLogger",
+        "host.get_config_value",
+        "host.register_listener AlarmProvider",
+        "host.register_listener EventLocalization",
+        "host.register_listener Shutdown",
+        "host.register_listener Request",
+        "host.get_config_value TARGET_SYSTEMS",
+        "host.get_config_value LIMIT_EVENT_COUNT",
+        "FdxPortOpenEx() = 1",
+        "FdxGetLocalAddressEx(1)",
+        "FdxPortCloseEx(1)",
+        "CreateInstance.Logger",
+        "a.FindConnectionPoint",
+        "a.Advise",
+        "a.SetTimeout",
+        "host.get_config_value PRELOAD_TRANSLATIONS",
+        "CreateInstance.ConnectionSettings",
+        "SetPreloadTranslations",
+        "a.ConnectWithSettings",
+        "host.send_message TARGET_SYSTEM_CONNECTED a",
+        "a.GetLoggedEvents",
+        "a.GetActiveAlarms",
+        "host.send_message GETLOGGEDEVENTS_GETACTIVEALARMS a",
+        "CreateInstance.Logger",
+        "b.FindConnectionPoint",
+        "b.Advise",
+        "b.SetTimeout",
+        "CreateInstance.Logger",
+        "c.FindConnectionPoint",
+        "c.Advise",
+        "c.SetTimeout",
+        "host.register_config_listener",
+    };
+    EXPECT_THAT(calls, ElementsAreArray(expected));
+    EXPECT_THAT(a->record().addresses, ElementsAre("5.1.2.3.1.1"));
+    EXPECT_THAT(a->record().preloads, ElementsAre(VARIANT_TRUE));
+    for (const char* call : {"set_display_name", "get_config_value", "register_listener", "register_config_listener"})
+        EXPECT_STREQ(host.context_of(call).domain(), "HMI") << call;
+
+    const Value filter = host.config_filter();
+    ASSERT_EQ(filter.type(), ValueType::Vector);
+    ASSERT_EQ(filter.size(), 1u);
+    ASSERT_EQ(filter[0].type(), ValueType::Struct);
+    EXPECT_EQ(filter[0].size(), 2u);
+    EXPECT_EQ(filter[0]["flags"], Value(48));
+    EXPECT_EQ(filter[0]["paths"], Value().set_type(ValueType::Vector) << "TARGET_SYSTEMS::*");
+    // Each listener is registered as what it says it is.
+    EXPECT_EQ(host.alarm_provider(), extension.get());
+    EXPECT_EQ(host.localization_listener(), extension.get());
+    EXPECT_EQ(host.shutdown_listener(), extension.get());
+    EXPECT_EQ(host.request_listener(), extension.get());
+    EXPECT_EQ(host.config_listener(), extension.get());
+}
+
+TEST_F(LifeCycle, AServerWithTheLicenceInterfaceSeesTheSameInit) {
+    ReadingHost<fakes::FakeLicenseHost> with_license;
+    with_license.set_config(config);
+    make_extension(&with_license);
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    const auto calls = take_calls("host.");
+    shut_down();
+    make_extension();
+    call_log().clear();
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    EXPECT_EQ(take_calls("host."), calls);
+}
+
+struct Failure {
+    const char* what;
+    std::function<void(ExtensionTest&, fakes::FakeHost&)> arrange;
+    ErrorValue result;
+    bool threads_run;
+    bool stopping;
+    std::size_t listeners;
+    bool first_target_stays;
+};
+
+TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
+    using Host = fakes::FakeHost;
+    const auto host_throws = [](const char* call) {
+        return [call](ExtensionTest&, Host& server) { server.plan().throw_error(call, "no"); };
+    };
+    const auto timeout_is = [](const Value& value) {
+        return [value](ExtensionTest&, Host& server) {
+            Value changed = server.get_config_value(Context(), "");
+            changed.insert_or_update("TIMEOUT", value);
+            server.set_config(changed);
+        };
+    };
+    const auto second_logger_answers = [](HRESULT code) {
+        return [code](ExtensionTest&, Host&) {
+            FakeProxyLibrary::instance().plan->answer("CreateInstance.Logger", code, 2);
+        };
+    };
+    const Failure cases[] = {
+        {"no configuration", [](ExtensionTest&, Host& server) { server.set_config(Value()); }, HMI_E_INVALID_PARAMETER,
+         false, true, 0, false},
+        {"no TIMEOUT", timeout_is(Value()), HMI_E_INIT, true, false, 0, false},
+        {"TIMEOUT a number", timeout_is(5000.0), HMI_E_INIT, true, false, 0, false},
+        {"TIMEOUT a text", timeout_is("5000"), HMI_E_INIT, true, false, 0, false},
+        {"proxy refused", second_logger_answers(E_FAIL), HMI_E_INIT, false, false, 4, true},
+        {"proxy null", second_logger_answers(S_OK), HMI_E_INIT, false, false, 4, true},
+        {"targets unreadable", host_throws("get_config_value TARGET_SYSTEMS"), HMI_E_INIT, false, true, 0, false},
+        {"limit unreadable",
+         [](ExtensionTest&, Host& server) { server.plan().throw_foreign("get_config_value LIMIT_EVENT_COUNT"); },
+         HMI_E_INIT, false, true, 0, false},
+        {"target throws",
+         [](ExtensionTest&, Host&) { FakeProxyLibrary::instance().next_loggers[1]->has_timeout = false; }, HMI_E_INIT,
+         false, true, 0, false},
+        {"config listener refused", host_throws("register_config_listener"), HMI_E_INIT, false, true, 0, false},
+    };
+    for (const Failure& failure : cases) {
+        SCOPED_TRACE(failure.what);
+        const auto a = add_target("a");
+        add_target("b");
+        failure.arrange(*this, host);
+        call_log().clear();
+        EXPECT_EQ(init(), failure.result);
+        EXPECT_EQ(host.listener_count(), failure.listeners);
+        if (failure.stopping && failure.result == HMI_E_INIT) {
+            EXPECT_THAT(take_calls("host.unregister"),
+                        ElementsAre("host.unregister_listener AlarmProvider",
+                                    "host.unregister_listener EventLocalization", "host.unregister_listener Shutdown",
+                                    "host.unregister_listener Request"));
+        }
+        // A table with targets makes the list a Vector.
+        EXPECT_EQ(listed().type(), failure.first_target_stays ? ValueType::Vector : ValueType::Null);
+        EXPECT_EQ(a->connected == VARIANT_TRUE, failure.first_target_stays);
+        host.plan().clear();
+        library()->clear();
+        EXPECT_NE(applies_changes(), failure.stopping);
+        for (IZoHmiSrvListener* left : {static_cast<IZoHmiSrvListener*>(host.alarm_provider()),
+                                        static_cast<IZoHmiSrvListener*>(host.localization_listener()),
+                                        static_cast<IZoHmiSrvListener*>(host.shutdown_listener()),
+                                        static_cast<IZoHmiSrvListener*>(host.request_listener())})
+            host.unregister_listener(Context(), left);
+        EXPECT_EQ(destroyed_while_running(), failure.threads_run);
+        host.set_config(config);
+        FakeProxyLibrary::instance().reset();
+    }
+}
+
+TEST_F(LifeCycle, WhatAFirstConnectThrowsIsReportedAndTheNextTargetGoesOn) {
+    const char* const unknown = "An error occurred in the communication with the Zorvane EventLogger.";
+    for (const bool standard : {true, false}) {
+        SCOPED_TRACE(standard);
+        const auto a = add_target("a");
+        const auto b = add_target("b");
+        if (standard)
+            host.plan().throw_error("get_config_value PRELOAD_TRANSLATIONS", "unreadable", 1);
+        else
+            host.plan().throw_foreign("get_config_value PRELOAD_TRANSLATIONS", 1);
+        EXPECT_EQ(init(), HMI_SUCCESS);
+        const auto errors = host.messages("ZORVANE_EVENTLOGGER_ERROR");
+        ASSERT_EQ(errors.size(), 1u);
+        const Message error = errors[0];
+        EXPECT_STREQ(error.parameters()["0"].get_string(), "a");
+        EXPECT_STREQ(error.parameters()["2"].get_string(), standard ? "unreadable" : unknown);
+        EXPECT_EQ(a->record().addresses.size(), 0u);
+        EXPECT_EQ(b->connected, VARIANT_TRUE);
+        EXPECT_EQ(listed().type(), ValueType::Vector);
+        shut_down();
+        host.clear();
+        host.plan().clear();
+    }
+}
+
+TEST_F(LifeCycle, AnUnreachableTargetIsNoFailureAndTheTickTriesAgain) {
+    const auto a = add_target("a");
+    a->plan->answer("ConnectWithSettings", static_cast<HRESULT>(0x98110007), 1);
+    EXPECT_EQ(init(), HMI_SUCCESS);
+    EXPECT_THAT(take_calls("host.send_message"), ElementsAre("host.send_message TARGET_SYSTEM_CONNECT_FAILED a"));
+    EXPECT_TRUE(call_log().wait_for("host.reset_temporary_events"));
+    EXPECT_EQ(host.messages("TARGET_SYSTEM_CONNECTED").size(), 1u);
+}
+
+TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
+    const auto b = add_target("b");
+    const auto a = add_target("a");
+    std::swap(FakeProxyLibrary::instance().next_loggers[0], FakeProxyLibrary::instance().next_loggers[1]);
+    // A tick that hangs in the second target: the pool must be waited for before any target goes.
+    const auto block = b->plan->block("IsConnected", 1);
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    ASSERT_TRUE(block->wait_until_entered());
+    call_log().clear();
+    fakes::CallbackThread callbacks;
+    const auto alarm = a->make_alarm();
+    host.plan().run("unregister_listener AlarmProvider", [&] {
+        callbacks.post([&] { a->fire_raised(alarm); }); // stopping already: not forwarded
+        callbacks.drain();
+    });
+    auto ended = std::async(std::launch::async, [&] { return extension->on_shutdown(context_of("shutdown")); });
+    ASSERT_TRUE(call_log().wait_for("host.unregister_listener Config"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_THAT(take_calls(),
+                ElementsAre("host.unregister_listener AlarmProvider", "host.unregister_listener EventLocalization",
+                            "host.unregister_listener Shutdown", "host.unregister_listener Request",
+                            "host.unregister_listener Config"));
+    EXPECT_STREQ(host.context_of("unregister_listener").domain(), "shutdown");
+    block->release();
+    EXPECT_EQ(ended.get(), 0);
+    EXPECT_THAT(take_calls(), ElementsAre("a.FindConnectionPoint", "a.Unadvise", "a.Disconnect",
+                                          "a.FindConnectionPoint", "a.Unadvise", "b.FindConnectionPoint", "b.Unadvise",
+                                          "b.Disconnect", "b.FindConnectionPoint", "b.Unadvise"));
+    EXPECT_EQ(listed().type(), ValueType::Null);
+    EXPECT_FALSE(applies_changes());
+
+    EXPECT_EQ(extension->on_shutdown(Context()), 0); // harmless again
+    EXPECT_FALSE(destroyed_while_running());
+    EXPECT_TRUE(host.alarms().empty());
+}
+
+TEST_F(LifeCycle, DestructionWithoutShutdownStopsTheThreadsAndThenDisconnects) {
+    const auto b = add_target("b");
+    const auto a = add_target("a");
+    std::swap(FakeProxyLibrary::instance().next_loggers[0], FakeProxyLibrary::instance().next_loggers[1]);
+    // What a target reports on its way still goes out with the extension's domain.
+    a->plan->answer("Disconnect", E_FAIL);
+    make_extension();
+    const std::string domain(100, 'd');
+    ASSERT_EQ(extension->init(context_of(domain.c_str())).result(), HMI_SUCCESS);
+    call_log().clear();
+    EXPECT_TRUE(destroyed_while_running());
+    EXPECT_THAT(take_calls(), ElementsAre("a.FindConnectionPoint", "a.Unadvise", "a.Disconnect",
+                                          "host.send_message ZORVANE_EVENTLOGGER_ERROR a", "a.FindConnectionPoint",
+                                          "a.Unadvise", "b.FindConnectionPoint", "b.Unadvise", "b.Disconnect",
+                                          "b.FindConnectionPoint", "b.Unadvise"));
+    ASSERT_FALSE(host.messages().empty());
+    EXPECT_EQ(host.messages().back().message.domain(), domain);
+    EXPECT_EQ(host.messages().back().context.domain(), domain);
+    EXPECT_EQ(host.listener_count(), 5u);
+}
+
+} // namespace

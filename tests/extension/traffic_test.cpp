@@ -1,0 +1,80 @@
+#include "tests/extension/extension_fixture.h"
+
+#include "tests/fakes/callback_thread.h"
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+using namespace ZoHmiSrv;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Traffic = ExtensionTest;
+
+// Ticks with lost connections, callbacks, changes of configuration and listings, all at once.
+TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
+    const auto a = add_target("a");
+    const auto b = add_target("b");
+    set_config("LIMIT_EVENT_COUNT", 10.0);
+    for (int second = 1; second <= 8; ++second) {
+        a->history.push_back(a->make_logged_event({.raised = fakes::file_time(second)}));
+        b->history.push_back(b->make_logged_event({.raised = fakes::file_time(second)}));
+    }
+    start_without_ticks();
+    host.plan().run("reset_temporary_events", [this] { listed(); });
+
+    std::atomic<bool> stop = false;
+    std::atomic<unsigned> rounds[5] = {};
+    const auto until_stop = [&](std::size_t index, auto work) {
+        return std::thread([&stop, &rounds, index, work] {
+            while (!stop) {
+                work(rounds[index].load());
+                ++rounds[index];
+            }
+        });
+    };
+    const auto raise_and_clear = [](const fakes::LoggerPtr& logger) {
+        return [logger](unsigned round) {
+            const auto alarm = logger->make_alarm({.raised = fakes::file_time(100 + round), .unique_id = round});
+            logger->edit([&] { logger->active.assign(1, alarm); });
+            logger->fire_raised(alarm);
+            logger->edit([&] { logger->active.clear(); });
+            logger->fire_cleared(alarm, VARIANT_TRUE);
+            logger->fire_message(logger->make_message({.raised = fakes::file_time(100 + round)}));
+        };
+    };
+    std::thread threads[] = {
+        until_stop(0,
+                   [&](unsigned round) {
+                       (round % 2 ? a : b)->connected = VARIANT_FALSE;
+                       tick();
+                   }),
+        until_stop(1, raise_and_clear(a)),
+        until_stop(2, raise_and_clear(b)),
+        until_stop(3,
+                   [&](unsigned round) {
+                       set_entry("c", target_entry(round % 4 < 2 ? "5.3.3.3.1.1" : "5.3.3.3.1.2", round % 2 == 0));
+                       change("c");
+                       if (round % 5 == 0) extension->on_config_delete(Context(), "TARGET_SYSTEMS::c");
+                   }),
+        until_stop(4,
+                   [&](unsigned) {
+                       const Value events = listed();
+                       EXPECT_EQ(events.type(), ValueType::Vector);
+                   }),
+    };
+    std::this_thread::sleep_for(1s);
+    stop = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const auto& count : rounds)
+        EXPECT_GT(count, 2u);
+    tick(); // all is well again, whatever was in flight
+    EXPECT_EQ(a->connected, VARIANT_TRUE);
+    EXPECT_EQ(b->connected, VARIANT_TRUE);
+    EXPECT_EQ(host.messages("ZORVANE_EVENTLOGGER_ERROR").size(), 0u);
+}
+
+} // namespace
