@@ -12,9 +12,9 @@
 namespace {
 
 using namespace ZoHmiSrv;
+using fakes::file_time;
 using ZoHmiEventLogger::AlarmKey;
 using ZoHmiEventLogger::EventStore;
-using fakes::file_time;
 
 using Evictions = std::vector<std::pair<long, std::string>>; // key and name of each evicted event
 

@@ -1,0 +1,486 @@
+#include "tests/targets/target_fixture.h"
+
+#include "binding/error.h"
+#include "binding/event_sink.h"
+#include "extension/host/event_payload.h"
+
+namespace {
+
+using namespace ZoHmiSrv;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using ZoHmiEventLogger::ConnectionStatus;
+
+constexpr HRESULT not_supported = hresult(0x98110701);
+
+const Lines import_lines{"GetLoggedEvents", "GetActiveAlarms",
+                         R"(log_message GETLOGGEDEVENTS_GETACTIVEALARMS "T" 100.0 0 0 0)"};
+
+Lines operator+(Lines first, const Lines& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+std::string describe(const ConnectionStatus& status) {
+    return std::string(status.connected ? "connected" : "not connected") +
+           (status.has_error ? " " + std::to_string(status.error) : "");
+}
+
+class Construction : public TargetTest {};
+
+TEST_F(Construction, CreatesSubscribesAndSetsTheTimeout) {
+    make();
+    EXPECT_EQ(log(), (Lines{"CreateInstance.Logger", "FindConnectionPoint", "Advise", "SetTimeout"}));
+    EXPECT_TRUE(target->proxy_created());
+    EXPECT_TRUE(target->disabled());
+    EXPECT_EQ(target->net_id(), "5.1.2.3.1.1");
+    EXPECT_EQ(logger->record().timeouts, std::vector<std::uint32_t>{5000});
+    EXPECT_EQ(logger->record().advised, std::vector<std::uint32_t>{Access::event_cookie(*target)});
+    EXPECT_EQ(describe(target->connection_status()), "not connected 0");
+}
+
+TEST_F(Construction, ReportsAProxyThatCannotBeCreated) {
+    for (const auto& [code, text] :
+         {std::pair{E_FAIL, "0x80004005"}, {not_supported, "0x98110701"}, {S_OK, "0x00000000"}}) {
+        const auto answer = code;
+        library().plan->answer("CreateInstance.Logger", answer, 1);
+        make();
+        EXPECT_EQ(log(), (Lines{"CreateInstance.Logger",
+                                std::string("log_message CAN_NOT_CREATE_PROXY severity=3 \"T\" \"") + text + "\""}));
+        EXPECT_FALSE(target->proxy_created());
+        EXPECT_FALSE(connect());
+        EXPECT_FALSE(poll());
+        EXPECT_TRUE(target->disabled()); // it can never leave that
+        EXPECT_EQ(describe(target->connection_status()), "not connected 0");
+        EXPECT_EQ(log(), Lines{});
+        EXPECT_EQ(target->force_disconnect(), E_FAIL);
+        EXPECT_EQ(target->clear_logged_events(), E_FAIL);
+        target->disconnect();
+        release();
+        EXPECT_EQ(log(), (Lines{"log_exception T 0x80004003", "log_exception T 0x80004003"}));
+    }
+}
+
+TEST_F(Construction, IgnoresThatItCannotSubscribe) {
+    for (const char* call : {"FindConnectionPoint", "Advise", ""}) {
+        SCOPED_TRACE(call);
+        fresh_logger();
+        if (*call)
+            logger->plan->answer(call, E_FAIL, 1);
+        else
+            logger->has_connection_points = false;
+        make();
+        EXPECT_THAT(reports(), IsEmpty());
+        EXPECT_TRUE(target->proxy_created());
+        EXPECT_EQ(Access::event_cookie(*target), ZoAtlCom::not_advised);
+        EXPECT_TRUE(connect());
+        release();
+        log();
+    }
+}
+
+TEST_F(Construction, ConvertsTheTimeout) {
+    struct Case {
+        long nanoseconds;
+        std::uint32_t milliseconds;
+    };
+    for (const Case& row : {Case{1'999'999, 1}, Case{999'999, 0}, Case{-5'000'000, 0}, Case{0, 0},
+                            Case{4'294'967'295'000'000, 4294967295}, Case{4'294'967'296'000'000, 4294967295},
+                            Case{std::numeric_limits<long>::max(), 4294967295}}) {
+        fresh_logger();
+        make(1, Timespan(row.nanoseconds));
+        EXPECT_EQ(logger->record().timeouts, std::vector{row.milliseconds}) << row.nanoseconds;
+        release();
+    }
+}
+
+TEST_F(Construction, ThrowsWithoutATimeoutAndLeavesNoSubscription) {
+    for (const bool has_interface : {true, false}) {
+        fresh_logger();
+        logger->has_timeout = has_interface;
+        logger->plan->answer("SetTimeout", E_ACCESSDENIED);
+        try {
+            make();
+            ADD_FAILURE();
+        } catch (const ZoAtlCom::CAtlException& exception) {
+            EXPECT_EQ(exception.code(), has_interface ? E_ACCESSDENIED : E_NOINTERFACE);
+        }
+        EXPECT_EQ(logger->sink(), nullptr);
+        EXPECT_EQ(logger->record().unadvised, logger->record().advised);
+        EXPECT_THAT(reports(), IsEmpty());
+    }
+}
+
+class Connection : public TargetTest {
+protected:
+    std::string status() { return describe(target->connection_status()); }
+    void lose_link() { logger->connected = VARIANT_FALSE; }
+    void refuse(HRESULT code = E_FAIL) { logger->plan->answer("ConnectWithSettings", code); }
+};
+
+TEST_F(Connection, ConnectsAndImports) {
+    for (const bool preload : {true, false}) {
+        fresh_logger();
+        make();
+        log();
+        listener.preload = preload;
+        EXPECT_TRUE(connect());
+        EXPECT_EQ(log(), (Lines{"preload_translations", "CreateInstance.ConnectionSettings", "SetPreloadTranslations",
+                                "ConnectWithSettings", R"(log_message TARGET_SYSTEM_CONNECTED "T")"} +
+                          import_lines)); // and never asks IsConnected
+        EXPECT_FALSE(target->disabled());
+        EXPECT_EQ(logger->record().preloads, (std::vector<VARIANT_BOOL>{preload ? VARIANT_TRUE : VARIANT_FALSE}));
+        EXPECT_EQ(logger->record().addresses, (std::vector<std::string>{"5.1.2.3.1.1"}));
+        EXPECT_EQ(status(), "connected 0");
+        LockHolder holder;
+        EXPECT_TRUE(target->connect(holder)); // again: nothing to do
+        EXPECT_FALSE(holder);
+        EXPECT_EQ(log(), (Lines{"IsConnected", "IsConnected"}));
+        release();
+    }
+}
+
+TEST_F(Connection, HoldsTheLockForAFailureAndNotForTheSuccess) {
+    make();
+    int settings_alive = -1;
+    const auto look = [&](bool locked) {
+        return [&, locked] {
+            settings_alive = fakes::live_objects() - 1; // besides the logger
+            EXPECT_NE(Access::connection_mutex(*target).try_lock(), locked);
+            if (!locked) Access::connection_mutex(*target).unlock();
+        };
+    };
+    listener.plan().run("preload_translations", look(true));
+    listener.plan().run("log_message TARGET_SYSTEM_CONNECT_FAILED", look(true));
+    listener.plan().run("log_message TARGET_SYSTEM_CONNECTED", look(false));
+    logger->plan->answer("ConnectWithSettings", E_FAIL, 1);
+    EXPECT_FALSE(connect());
+    EXPECT_EQ(settings_alive, 1); // they go after the report
+    EXPECT_TRUE(connect());
+    EXPECT_EQ(settings_alive, 0);
+}
+
+TEST_F(Connection, FailuresOfConnecting) {
+    struct Case {
+        const char* about;
+        std::function<void(fakes::CallPlan& logger, fakes::CallPlan& library)> plan;
+        Lines after_settings; // what follows the read of the preload flag and the creation of the settings
+        std::string status;
+    };
+    const std::string failed = R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" ")";
+    const Case cases[] = {
+        {"no settings",
+         [](auto&, auto& plan) { plan.answer("CreateInstance.ConnectionSettings", E_ACCESSDENIED); },
+         {failed + "0x80070005\""},
+         "not connected -2147024891"},
+        {"null settings",
+         [](auto&, auto& plan) { plan.answer("CreateInstance.ConnectionSettings", S_OK); },
+         {failed + "0x80004003\""},
+         "not connected -2147467261"},
+        {"preload refused", // even with the code that elsewhere means an older logger
+         [](auto&, auto& plan) { plan.answer("SetPreloadTranslations", not_supported); },
+         {"SetPreloadTranslations", "log_exception T 0x98110701"},
+         "not connected 0"},
+        {"refused",
+         [](auto& plan, auto&) { plan.answer("ConnectWithSettings", hresult(0x98110745)); },
+         {"SetPreloadTranslations", "ConnectWithSettings", failed + "0x98110745\""},
+         "not connected -1743714491"},
+        {"the older way refused",
+         [](auto& plan, auto&) {
+             plan.answer("ConnectWithSettings", not_supported);
+             plan.answer("Connect", E_FAIL);
+         },
+         {"SetPreloadTranslations", "ConnectWithSettings", "Connect", failed + "0x80004005\""},
+         "not connected -2147467259"},
+        {"the older way not supported either", // tried once
+         [](auto& plan, auto&) {
+             plan.answer("ConnectWithSettings", not_supported);
+             plan.answer("Connect", not_supported);
+         },
+         {"SetPreloadTranslations", "ConnectWithSettings", "Connect", failed + "0x98110701\""},
+         "not connected -1743714559"},
+        {"another exception",
+         [](auto& plan, auto&) { plan.throw_error("ConnectWithSettings", "odd"); },
+         {"SetPreloadTranslations", "ConnectWithSettings", "log_exception T odd"},
+         "not connected 0"},
+        {"a foreign exception",
+         [](auto& plan, auto&) { plan.throw_foreign("ConnectWithSettings"); },
+         {"SetPreloadTranslations", "ConnectWithSettings", "log_unknown_exception T"},
+         "not connected 0"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.about);
+        fresh_logger();
+        make();
+        log();
+        row.plan(*logger->plan, *library().plan);
+        EXPECT_FALSE(connect());
+        EXPECT_EQ(log(), (Lines{"preload_translations", "CreateInstance.ConnectionSettings"} + row.after_settings));
+        EXPECT_FALSE(target->disabled());
+        EXPECT_EQ(status(), row.status);
+        logger->plan->clear();
+        library().plan->clear();
+        EXPECT_TRUE(poll()); // the next tick tries again
+        EXPECT_EQ(status(), "connected 0");
+        release();
+        log();
+    }
+}
+
+TEST_F(Connection, FallsBackToTheOlderWay) {
+    make();
+    log();
+    refuse(not_supported);
+    EXPECT_TRUE(connect());
+    EXPECT_EQ(log(), (Lines{"preload_translations", "CreateInstance.ConnectionSettings", "SetPreloadTranslations",
+                            "ConnectWithSettings", "Connect", R"(log_message TARGET_SYSTEM_CONNECTED "T")"} +
+                      import_lines));
+    EXPECT_EQ(logger->record().addresses, (std::vector<std::string>{"5.1.2.3.1.1", "5.1.2.3.1.1"}));
+}
+
+TEST_F(Connection, PositiveCodesAreSuccesses) {
+    make();
+    logger->connected = VARIANT_TRUE;
+    logger->plan->answer("ConnectWithSettings", S_FALSE);
+    EXPECT_TRUE(connect());
+    EXPECT_EQ(status(), "connected 0");
+}
+
+TEST_F(Connection, StaysDisabledWhenTheServerThrows) {
+    make();
+    log();
+    listener.plan().throw_error("preload_translations", "host", 1);
+    EXPECT_THROW(connect(), std::runtime_error);
+    EXPECT_TRUE(target->disabled());
+    EXPECT_FALSE(poll());
+    EXPECT_EQ(log(), (Lines{"preload_translations"})); // nothing else: it does not even ask for the connection
+    EXPECT_TRUE(Access::is_free(Access::connection_mutex(*target)));
+    EXPECT_TRUE(connect());
+}
+
+TEST_F(Connection, NobodyPollsADisabledTargetAlive) {
+    make();
+    log();
+    logger->connected = VARIANT_TRUE;
+    EXPECT_FALSE(poll());
+    EXPECT_FALSE(poll());
+    target->disconnect();
+    EXPECT_EQ(status(), "not connected 0");
+    EXPECT_TRUE(target->disabled());
+    EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(Connection, IsConnectedAtExactlyMinusOne) {
+    make_connected();
+    for (const VARIANT_BOOL flag : std::initializer_list<VARIANT_BOOL>{1, 0, 255}) {
+        logger->connected = flag;
+        EXPECT_FALSE(target->connection_status().connected) << flag;
+    }
+}
+
+// One report for a loss, however long it lasts; a failure each tick.
+TEST_F(Connection, TicksThroughALoss) {
+    logger->active = {alarm(1, 1)};
+    make_connected();
+    EXPECT_FALSE(poll());
+    EXPECT_EQ(log(), (Lines{"IsConnected", "IsConnected"}));
+
+    lose_link();
+    refuse(hresult(0x98110745));
+    Access::fill_caches(*target);
+    LockHolder holder;
+    EXPECT_TRUE(target->poll(holder));
+    EXPECT_FALSE(holder);
+    EXPECT_THAT(stored(), IsEmpty());
+    EXPECT_EQ(Access::cached(*target), (std::vector{0, 1, 0, 0, 0})); // texts do not depend on the connection
+    EXPECT_EQ(Access::saved_alarm_ids(*target).size(), 1U);
+    const Lines attempt{"IsConnected",
+                        "IsConnected",
+                        "preload_translations",
+                        "CreateInstance.ConnectionSettings",
+                        "SetPreloadTranslations",
+                        "ConnectWithSettings",
+                        R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" "0x98110745")",
+                        "IsConnected"};
+    EXPECT_EQ(log(), attempt);
+    for (int tick = 0; tick < 3; ++tick) {
+        EXPECT_FALSE(poll());
+        EXPECT_EQ(log(), attempt);
+        EXPECT_EQ(status(), "not connected -1743714491");
+        log();
+    }
+    logger->plan->clear();
+    EXPECT_TRUE(target->poll(holder));
+    EXPECT_TRUE(holder);
+    EXPECT_EQ(stored(), (Lines{"1@1s"})); // with the id from before
+    EXPECT_THAT(Access::saved_alarm_ids(*target), IsEmpty());
+    EXPECT_EQ(status(), "connected 0");
+    EXPECT_FALSE(poll());
+}
+
+TEST_F(Connection, ReconnectsWithinOneTick) {
+    logger->active = {alarm(1, 1), alarm(2, 2)};
+    make_connected();
+    lose_link();
+    logger->active = {logger->active[1], alarm(3, 3)};
+    EXPECT_TRUE(poll());
+    EXPECT_EQ(stored(), (Lines{"2@2s", "3@3s"}));
+    EXPECT_FALSE(poll());
+}
+
+TEST_F(Connection, FirstConnectFailsAndTheTickTriesAgain) {
+    make();
+    refuse();
+    EXPECT_FALSE(connect());
+    EXPECT_EQ(status(), "not connected -2147467259");
+    EXPECT_FALSE(poll()); // no reset: it was never connected
+    logger->plan->clear();
+    EXPECT_TRUE(poll());
+}
+
+// Whether it was connected is known from the end of the first tick on.
+TEST_F(Connection, LossBeforeTheFirstTickIsNotAChange) {
+    logger->active = {alarm(1, 1)};
+    make();
+    ASSERT_TRUE(connect());
+    lose_link();
+    refuse();
+    EXPECT_FALSE(poll());
+    EXPECT_EQ(stored(), (Lines{"1@1s"})); // the store stays full until the import that follows
+}
+
+TEST_F(Connection, LossSeenByAnotherQueryIsStillAChange) {
+    make_connected();
+    lose_link();
+    EXPECT_EQ(status(), "not connected 0"); // does not write down what it saw
+    refuse();
+    EXPECT_TRUE(poll());
+}
+
+TEST_F(Connection, AFailedImportIsNotRetriedWhileTheLinkHolds) {
+    make();
+    logger->plan->answer("GetLoggedEvents", E_FAIL);
+    EXPECT_FALSE(connect());
+    EXPECT_EQ(status(), "connected 0");
+    EXPECT_FALSE(poll());
+    EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 1U);
+    lose_link();
+    EXPECT_TRUE(poll()); // connects, but fails to import: reported since it was connected
+    EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 2U);
+    EXPECT_FALSE(poll());
+}
+
+TEST_F(Connection, ForceDisconnectDropsTheLinkAlone) {
+    logger->active = {alarm(1, 1)};
+    make_connected();
+    EXPECT_EQ(target->force_disconnect(), S_OK);
+    EXPECT_EQ(log(), (Lines{"Disconnect"}));
+    EXPECT_EQ(stored(), (Lines{"1@1s"}));
+    EXPECT_NE(logger->sink(), nullptr);
+    EXPECT_TRUE(poll());
+    EXPECT_EQ(status(), "connected 0");
+    log();
+    EXPECT_EQ(target->clear_logged_events(), S_OK);
+    EXPECT_EQ(log(), (Lines{"ClearLoggedEvents"}));
+    EXPECT_EQ(stored(), (Lines{"1@1s"}));
+
+    for (const auto& [call, operation] : {std::pair{"Disconnect", &TargetSystem::force_disconnect},
+                                          {"ClearLoggedEvents", &TargetSystem::clear_logged_events}}) {
+        logger->plan->answer(call, E_ACCESSDENIED, 1);
+        logger->plan->throw_error(call, "odd", 2);
+        logger->plan->throw_foreign(call, 3);
+        logger->plan->answer(call, 5, 4);
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ((target.get()->*operation)(), E_FAIL);
+        EXPECT_EQ((target.get()->*operation)(), 5);
+        EXPECT_EQ(reports(),
+                  (Lines{"log_exception T 0x80070005", "log_unknown_exception T", "log_unknown_exception T"}));
+    }
+}
+
+TEST_F(Connection, FailingStateQueryLeavesEveryOperation) {
+    make_connected();
+    logger->plan->answer("IsConnected", E_FAIL);
+    EXPECT_THROW(target->connection_status(), ZoAtlCom::CAtlException);
+    EXPECT_THROW(connect(), ZoAtlCom::CAtlException);
+    EXPECT_THROW(poll(), ZoAtlCom::CAtlException);
+    EXPECT_THAT(reports(), IsEmpty());
+    logger->plan->clear();
+    lose_link();
+    logger->plan->answer("IsConnected", E_FAIL, 2); // the one of connect, inside poll
+    EXPECT_THROW(poll(), ZoAtlCom::CAtlException);
+    EXPECT_TRUE(Access::is_free(Access::connection_mutex(*target)));
+}
+
+TEST_F(Connection, DisconnectEndsTheSubscription) {
+    logger->active = {alarm(1, 1)};
+    make_connected();
+    Access::fill_caches(*target);
+    const auto cookie = Access::event_cookie(*target);
+    logger->plan->answer("Disconnect", E_ACCESSDENIED, 1); // reported, and on
+    target->disconnect();
+    EXPECT_EQ(log(), (Lines{"FindConnectionPoint", "Unadvise", "Disconnect", "log_exception T 0x80070005"}));
+    EXPECT_EQ(logger->record().unadvised, std::vector{cookie});
+    EXPECT_EQ(Access::event_cookie(*target), ZoAtlCom::not_advised);
+    EXPECT_THAT(stored(), IsEmpty());
+    EXPECT_EQ(Access::cached(*target), (std::vector{0, 1, 0, 0, 0}));
+    lose_link();
+    EXPECT_TRUE(poll());
+    EXPECT_EQ(logger->sink(), nullptr); // nothing subscribes again
+}
+
+// What fails while the ids of live alarms are collected is reported, and everything is emptied all the same.
+TEST_F(Connection, ClearingThatFailsStillEmpties) {
+    logger->active = {alarm(1, 1)};
+    make_connected();
+    logger->plan->answer("Alarm.GetUniqueId", E_ACCESSDENIED);
+    lose_link();
+    refuse();
+    Access::fill_caches(*target);
+    EXPECT_TRUE(poll());
+    EXPECT_EQ(reports(),
+              (Lines{R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" "0x80004005")", "log_exception T 0x80070005"}));
+    EXPECT_THAT(stored(), IsEmpty());
+    EXPECT_EQ(Access::cached(*target), (std::vector{0, 1, 0, 0, 0}));
+    EXPECT_THAT(Access::saved_alarm_ids(*target), IsEmpty());
+    EXPECT_EQ(target->counters(), ZoHmiEventLogger::EventStore::Counters());
+
+    logger->plan->clear();
+    ASSERT_TRUE(poll());
+    log();
+    logger->active.push_back(alarm(1)); // two without an id cannot be told apart
+    logger->active.push_back(alarm(2));
+    logger->fire_raised(logger->active[1]);
+    logger->fire_raised(logger->active[2]);
+    log();
+    target->disconnect();
+    EXPECT_EQ(log(), (Lines{"FindConnectionPoint", "Unadvise", "Disconnect", "log_unknown_exception T"}));
+    EXPECT_THAT(stored(), IsEmpty());
+}
+
+TEST_F(Connection, OlderSavedIdsStay) {
+    logger->active = {alarm(1, 1)};
+    make_connected();
+    lose_link();
+    logger->plan->answer("GetActiveAlarms", E_FAIL);
+    poll(); // connected, but not imported: the id is saved now
+    logger->plan->clear();
+    logger->fire_raised(logger->active[0]); // takes the next id
+    EXPECT_EQ(stored(), (Lines{"2@1s"}));
+    lose_link();
+    EXPECT_TRUE(poll());
+    EXPECT_EQ(stored(), (Lines{"1@1s"}));
+}
+
+TEST_F(Connection, SavedIdsAreBounded) {
+    make_connected();
+    auto& saved = Access::saved_alarm_ids(*target);
+    for (std::uint32_t id = 0; id < 65'535; ++id)
+        saved[{id, 0}] = -1;
+    logger->fire_raised(alarm(1, 100'001));
+    logger->fire_raised(alarm(1, 100'002));
+    target->disconnect();
+    EXPECT_EQ(saved.size(), 65'536U);
+}
+
+} // namespace

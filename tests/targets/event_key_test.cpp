@@ -1,0 +1,93 @@
+#include "targets/event_key.h"
+
+#include "binding/error.h"
+#include "extension/host/timestamp.h"
+#include "tests/fakes/fake_events.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace ZoHmiEventLogger;
+using fakes::file_time;
+
+constexpr GUID some_class{0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
+
+TEST(EventKey, IsMadeOfTimeClassAndEventId) {
+    const fakes::AlarmPtr alarm = new fakes::FakeAlarm(
+        {.event_class = some_class, .event_id = 4294967295, .raised = file_time(2, 300), .unique_id = 9});
+    const EventKey key = EventKey::of<ZoEventLoggerFdxProxyLib::IZoAlarm>(*alarm);
+    EXPECT_EQ(key.id(), 9U);
+    EXPECT_EQ(key.text(), "2000000300{01234567-89AB-CDEF-0123-456789ABCDEF}4294967295");
+    const fakes::MessagePtr message = new fakes::FakeMessage({.raised = 0});
+    EXPECT_EQ(EventKey::of<ZoEventLoggerFdxProxyLib::IZoMessage>(*message),
+              EventKey({}, 0, GUID{}, 0)); // a time that is not set is 0
+    EXPECT_EQ(EventKey().text(), "");
+}
+
+TEST(EventKey, ComparesIdsWhereBothHaveOneAndTextsElse) {
+    const EventKey a1(1, 10, some_class, 5), b1(1, 20, some_class, 5), a2(2, 10, some_class, 5),
+        a({}, 10, some_class, 5), b({}, 20, some_class, 5);
+    EXPECT_TRUE(a1 == b1);
+    EXPECT_FALSE(a1 == a2); // not equal, although
+    EXPECT_TRUE(a1 == a);   // both equal
+    EXPECT_TRUE(a == a2);   // the same third key
+    EXPECT_FALSE(a == b);
+}
+
+TEST(EventKey, SetsAnswerLikeALinearSearch) {
+    std::mt19937 random(5);
+    const auto any_key = [&] {
+        std::optional<std::uint32_t> id;
+        if (random() % 3) id = random() % 6;
+        return EventKey(id, static_cast<std::int64_t>(random() % 4), GUID{}, random() % 2);
+    };
+    for (int round = 0; round < 3000; ++round) {
+        EventKeySet set;
+        std::vector<EventKey> list;
+        for (auto keys = random() % 5; keys > 0; --keys) {
+            list.push_back(any_key());
+            set.add(list.back());
+        }
+        for (int i = 0; i < 8; ++i) {
+            const EventKey key = any_key();
+            ASSERT_EQ(set.contains(key), std::find(list.begin(), list.end(), key) != list.end())
+                << "round " << round << ", text " << key.text();
+        }
+    }
+}
+
+TEST(AlarmKey, IsOrderedById) {
+    const AlarmKey none1{{}, 1}, none2{{}, 2}, first{1, 9}, first_later{1, 10}, second{2, 1};
+    EXPECT_TRUE(none1 < first);
+    EXPECT_FALSE(first < none1);
+    EXPECT_TRUE(first < first_later);
+    EXPECT_TRUE(first_later < second);
+    EXPECT_FALSE(second < first);
+    EXPECT_FALSE(first < first);
+    EXPECT_THROW((void)(none1 < none2), std::bad_optional_access);
+    EXPECT_THROW((void)(none1 < none1), std::bad_optional_access);
+}
+
+TEST(AlarmKey, EqualsByTimeAndIdOrNeitherId) {
+    EXPECT_TRUE((AlarmKey{{}, 1} == AlarmKey{{}, 1}));
+    EXPECT_FALSE((AlarmKey{{}, 1} == AlarmKey{{}, 2}));
+    EXPECT_FALSE((AlarmKey{{}, 1} == AlarmKey{0, 1}));
+    EXPECT_FALSE((AlarmKey{1, 1} == AlarmKey{2, 1}));
+    EXPECT_FALSE((AlarmKey{1, 1} == AlarmKey{1, 2}));
+}
+
+TEST(AlarmKey, FailsWithTheProxy) {
+    for (const char* call : {"Alarm.GetUniqueId", "Alarm.GetTimeRaised"}) {
+        const auto plan = std::make_shared<fakes::CallPlan>();
+        const fakes::AlarmPtr alarm = new fakes::FakeAlarm({.unique_id = 1}, plan);
+        plan->answer(call, E_ACCESSDENIED);
+        EXPECT_THROW(AlarmKey::of(*alarm), ZoAtlCom::CAtlException) << call;
+    }
+}
+
+} // namespace

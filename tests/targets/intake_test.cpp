@@ -1,0 +1,321 @@
+#include "tests/targets/target_fixture.h"
+
+#include "extension/host/event_payload.h"
+
+#include <new>
+#include <stdexcept>
+
+namespace {
+
+using namespace ZoHmiSrv;
+using testing::IsEmpty;
+
+class Intake : public TargetTest {
+protected:
+    // A live alarm 1, raised at 5 s, with the logger's id 70.
+    fakes::AlarmPtr raise_first(std::uint32_t limit = 100) {
+        make_connected(limit);
+        const auto first = alarm(5, 70);
+        EXPECT_EQ(logger->fire_raised(first), S_OK);
+        log();
+        return first;
+    }
+};
+
+TEST_F(Intake, MessageIsStoredAndHandedOn) {
+    make_connected();
+    const auto sent =
+        logger->make_message({.event_id = 8, .severity = 2, .raised = fakes::file_time(5), .source_name = "Press"});
+    EXPECT_EQ(logger->fire_message(sent), S_OK);
+    EXPECT_EQ(log(), (Lines{"on_message @5s"})); // no trace of it
+    EXPECT_EQ(stored(), (Lines{"message@5s"}));
+    EXPECT_EQ(*next_id, 1U); // takes no id
+    Value list;
+    target->list_events(list);
+    ASSERT_EQ(listener.messages().size(), 1U);
+    EXPECT_TRUE(listener.messages()[0] == std::as_const(list)[0].get_event().payload().get_message());
+    EXPECT_STREQ(std::as_const(list)[0].get_event().domain(), "dom");
+    EXPECT_STREQ(std::as_const(list)[0].get_event().name(), "ZOEVENTLOGGER_MESSAGE");
+}
+
+TEST_F(Intake, AlarmIsRaisedAndRaisedAgain) {
+    const auto first = raise_first();
+    EXPECT_EQ(stored(), (Lines{"1@5s"}));
+    logger->fire_raised(alarm(6));
+    EXPECT_EQ(log(), (Lines{R"(log_message NEW_ALARM_RAISED "T" 2 @6s)", "on_alarm_raised 2 @6s"}));
+    first->update([](auto& fields) {
+        fields.raised = fakes::file_time(9);
+        fields.severity = 4;
+    });
+    logger->fire_raised(first);
+    EXPECT_EQ(log(), (Lines{R"(log_message ACTIVE_ALARM_RAISED_AGAIN "T" 1 @9s)", "on_alarm_raised 1 @9s"}));
+    EXPECT_EQ(stored(), (Lines{"2@6s", "1@9s"}));
+    EXPECT_EQ(static_cast<int>(stored_alarm(1).severity()), 4);
+    EXPECT_TRUE(listener.alarms().back() == stored_alarm(1));
+    EXPECT_EQ(*next_id, 4U); // one id was wasted
+    EXPECT_EQ(target->counters().active_alarms, 2U);
+    EXPECT_EQ(target->counters().imported_events, 2U);
+}
+
+TEST_F(Intake, RaisedTimeThatMovesMeanwhileReportsWhatWasStored) {
+    const auto first = raise_first();
+    first->update([](auto& fields) { fields.raised = fakes::file_time(9); });
+    // Two reads convert it, one makes the key of the stored pointer, the fourth is to find it again.
+    logger->plan->run(
+        "Alarm.GetTimeRaised", [&] { first->update([](auto& f) { f.raised = fakes::file_time(10); }); }, 4);
+    logger->fire_raised(first);
+    EXPECT_EQ(log(), (Lines{R"(log_message ACTIVE_ALARM_RAISED_AGAIN "T" 1 @9s)", "on_alarm_raised 1 @9s"}));
+    EXPECT_EQ(stored(), (Lines{"1@9s"}));
+}
+
+TEST_F(Intake, ClearedAndConfirmedAlarms) {
+    struct Case {
+        bool clear; // else confirm
+        VARIANT_BOOL removed;
+        std::int64_t time;
+        Lines reports;
+        bool live;
+    };
+    const Case cases[] = {
+        {true,
+         VARIANT_TRUE,
+         fakes::file_time(8),
+         {R"(log_message KNOWN_ALARM_CLEARED "T" true 1 @5s @8s)", "on_alarm_changed 1 removed"},
+         false},
+        {true,
+         VARIANT_FALSE,
+         fakes::file_time(8),
+         {R"(log_message KNOWN_ALARM_CLEARED "T" false 1 @5s @8s)", "on_alarm_changed 1 kept"},
+         true},
+        {true, // only -1 is true
+         1,
+         fakes::file_time(8),
+         {R"(log_message KNOWN_ALARM_CLEARED "T" false 1 @5s @8s)", "on_alarm_changed 1 kept"},
+         true},
+        {true, // the present for a time that the logger does not tell
+         VARIANT_FALSE,
+         0,
+         {R"(log_message KNOWN_ALARM_CLEARED "T" false 1 @5s @now)", "on_alarm_changed 1 kept"},
+         true},
+        {false,
+         VARIANT_TRUE,
+         fakes::file_time(8),
+         {R"(log_message KNOWN_ALARM_CONFIRMED "T" true 1 @5s @8s)", "on_alarm_changed 1 removed"},
+         false},
+        {false, // but not for this one
+         VARIANT_FALSE,
+         0,
+         {R"(log_message KNOWN_ALARM_CONFIRMED "T" false 1 @5s @0)", "on_alarm_changed 1 kept"},
+         true},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.reports[0]);
+        fresh_logger();
+        *next_id = 1;
+        const auto first = raise_first();
+        first->update([&](auto& fields) {
+            (row.clear ? fields.cleared : fields.confirmed) = row.time;
+            fields.confirmation_state = 5; // none of those that are known
+            fields.severity = 4;           // what else changed is not taken over
+        });
+        EXPECT_EQ(row.clear ? logger->fire_cleared(first, row.removed) : logger->fire_confirmed(first, row.removed),
+                  S_OK);
+        EXPECT_EQ(log(), row.reports);
+        const Alarm alarm = stored_alarm(1);
+        EXPECT_TRUE(listener.alarms().back() == alarm);
+        const std::string time = fakes::describe(Value(row.clear ? alarm.time_cleared() : alarm.time_confirmed()));
+        EXPECT_TRUE(row.reports[0].ends_with(time)) << time;
+        EXPECT_EQ((row.clear ? alarm.time_confirmed() : alarm.time_cleared()), Timestamp());
+        EXPECT_EQ(static_cast<int>(alarm.confirmation_state()), 0);
+        EXPECT_EQ(static_cast<int>(alarm.severity()), 0);
+        EXPECT_EQ(target->counters().active_alarms, row.live ? 1U : 0U);
+        EXPECT_EQ(target->counters().not_live, row.live ? 0U : 1U);
+        release();
+    }
+}
+
+TEST_F(Intake, UnknownAlarmsAreOnlyTraced) {
+    const auto first = raise_first();
+    const auto other = logger->make_alarm({.raised = fakes::file_time(5), .cleared = fakes::file_time(7)});
+    EXPECT_EQ(logger->fire_cleared(other, VARIANT_TRUE), S_OK);
+    EXPECT_EQ(logger->fire_confirmed(other, 1), S_OK);
+    logger->fire_cleared(first, VARIANT_TRUE);
+    log();
+    logger->fire_cleared(first, VARIANT_TRUE); // it is history by now
+    EXPECT_EQ(log(), (Lines{R"(log_message UNKNOWN_ALARM_CLEARED "T" true @5s @0)"}));
+    logger->fire_confirmed(other, 1);
+    logger->fire_cleared(other, VARIANT_TRUE);
+    EXPECT_EQ(log(), (Lines{R"(log_message UNKNOWN_ALARM_CONFIRMED "T" false @5s @0)",
+                            R"(log_message UNKNOWN_ALARM_CLEARED "T" true @5s @7s)"}));
+    EXPECT_EQ(stored(), (Lines{"1@5s"}));
+    const auto moved = alarm(20, 71);
+    logger->fire_raised(moved);
+    moved->update([](auto& fields) { fields.raised = fakes::file_time(21); });
+    log();
+    logger->fire_confirmed(moved);
+    EXPECT_EQ(log(), (Lines{R"(log_message UNKNOWN_ALARM_CONFIRMED "T" false @21s @0)"}));
+}
+
+TEST_F(Intake, EvictedEventsAreForgottenBeforeAllElse) {
+    const auto first = raise_first(1);
+    const auto expect_forgotten = [this](const std::string& time, Lines rest) {
+        Lines lines{"log_message FORGET_EVENT \"T\" " + time, "forget_event " + time};
+        lines.insert(lines.end(), rest.begin(), rest.end());
+        EXPECT_EQ(log(), lines);
+    };
+    logger->fire_message(message(3)); // older than the alarm, which takes the one place
+    expect_forgotten("@3s", {"on_message @3s"});
+    logger->fire_message(message(6));
+    EXPECT_EQ(log(), (Lines{"on_message @6s"}));
+    logger->fire_raised(alarm(7, 71));
+    expect_forgotten("@6s", {R"(log_message NEW_ALARM_RAISED "T" 2 @7s)", "on_alarm_raised 2 @7s"});
+    EXPECT_TRUE(listener.forgotten().back().payload().type() == ValueType::Message);
+    logger->fire_cleared(first, VARIANT_TRUE); // evicts itself, and is still told as changed
+    expect_forgotten("@5s", {R"(log_message KNOWN_ALARM_CLEARED "T" true 1 @5s @now)", "on_alarm_changed 1 removed"});
+    EXPECT_EQ(listener.forgotten().back().payload().get_alarm().id(), 1);
+    EXPECT_EQ(stored(), (Lines{"2@7s"}));
+}
+
+TEST_F(Intake, HandlersThatFailStillTellWhatWasEvicted) {
+    const auto first = raise_first(2);
+    logger->fire_message(message(6));
+    logger->fire_message(message(7));
+    log();
+    first->update([](auto& fields) { fields.raised = fakes::file_time(9); });
+    logger->plan->answer("Alarm.GetTimeRaised", E_ACCESSDENIED, 4); // to find it again
+    EXPECT_EQ(logger->fire_raised(first), E_ACCESSDENIED);
+    EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @6s)", "forget_event @6s"}));
+    EXPECT_EQ(stored(), (Lines{"message@7s", "1@9s"}));
+}
+
+TEST_F(Intake, DatabaseChanges) {
+    raise_first();
+    for (const auto& [reason, text] :
+         {std::pair{0, "Undefined"}, {1, "ClearLoggedEvents"}, {2, "MaximumSizeReached"}, {3, "Deleted"}}) {
+        EXPECT_EQ(logger->fire_database_changed(reason), S_OK);
+        EXPECT_EQ(log(), (Lines{"Disconnect", std::string(R"(log_message DATABASE_CHANGED "T" ")") + text + "\""}));
+    }
+    for (const int reason : {4, -1})
+        EXPECT_EQ(logger->fire_database_changed(reason), S_OK);
+    EXPECT_THAT(log(), IsEmpty());
+    logger->plan->answer("Disconnect", E_FAIL, 1);
+    logger->plan->throw_foreign("Disconnect", 2);
+    logger->fire_database_changed(1);
+    logger->fire_database_changed(1);
+    const std::string trace = R"(log_message DATABASE_CHANGED "T" "ClearLoggedEvents")";
+    EXPECT_EQ(reports(), (Lines{"log_exception T 0x80004005", trace, "log_unknown_exception T", trace}));
+    EXPECT_EQ(stored(), (Lines{"1@5s"})); // the import that follows rebuilds the store
+}
+
+TEST_F(Intake, DuringShutdownCallbacksAreDropped) {
+    const auto first = raise_first();
+    *stopping = true;
+    for (const HRESULT code :
+         {logger->fire_message(message(6)), logger->fire_raised(alarm(7)), logger->fire_cleared(first, VARIANT_TRUE),
+          logger->fire_confirmed(first), logger->fire_database_changed(1)})
+        EXPECT_EQ(code, S_OK);
+    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_EQ(stored(), (Lines{"1@5s"}));
+    EXPECT_EQ(target->counters().active_alarms, 1U);
+}
+
+TEST_F(Intake, FailuresBecomeTheResultOfTheCallback) {
+    const auto first = raise_first();
+    logger->plan->answer("Alarm.GetSeverity", E_ACCESSDENIED);
+    EXPECT_EQ(logger->fire_raised(alarm(6)), E_ACCESSDENIED);
+    logger->plan->answer("Message.GetEventId", hresult(0x98110745));
+    EXPECT_EQ(logger->fire_message(message(6)), hresult(0x98110745));
+    logger->plan->answer("Alarm.GetTimeConfirmed", E_FAIL);
+    EXPECT_EQ(logger->fire_confirmed(alarm(6)), E_FAIL); // unknown, but its time is to be traced
+    EXPECT_THAT(log(), IsEmpty());
+    logger->plan->clear();
+    listener.plan().throw_error("on_alarm_changed", "host", 1);
+    listener.plan().run(
+        "on_alarm_changed", [] { throw std::bad_alloc(); }, 2);
+    EXPECT_EQ(logger->fire_confirmed(first), E_FAIL);
+    EXPECT_EQ(logger->fire_confirmed(first), E_OUTOFMEMORY);
+    EXPECT_EQ(logger->fire_confirmed(first), S_OK);
+    EXPECT_EQ(stored(), (Lines{"1@5s"}));
+    for (std::mutex* mutex : {&Access::callback_mutex(*target), &Access::event_mutex(*target)})
+        EXPECT_TRUE(Access::is_free(*mutex));
+}
+
+// Messages are converted before any event is locked out, alarms while all are; callbacks stay locked to the end.
+TEST_F(Intake, LocksOfTheHandlers) {
+    make_connected();
+    const auto free_now = [](std::mutex& mutex) {
+        const bool free = mutex.try_lock();
+        if (free) mutex.unlock();
+        return free;
+    };
+    int seen = 0;
+    const auto look = [&](bool events_free) {
+        return [&, events_free] {
+            ++seen;
+            EXPECT_EQ(free_now(Access::event_mutex(*target)), events_free);
+            EXPECT_FALSE(free_now(Access::callback_mutex(*target)));
+        };
+    };
+    logger->plan->run("Message.GetSeverity", look(true));
+    logger->plan->run("Alarm.GetSeverity", look(false));
+    logger->plan->run("Alarm.GetConfirmationState", look(false));
+    logger->plan->run("Disconnect", look(true));
+    for (const char* call : {"on_message", "on_alarm_raised", "on_alarm_changed", "log_message DATABASE_CHANGED"})
+        listener.plan().run(call, look(true));
+    const auto first = alarm(5, 70);
+    logger->fire_message(message(5));
+    logger->fire_raised(first);
+    logger->fire_cleared(first);
+    logger->fire_database_changed(1);
+    EXPECT_EQ(seen, 9);
+}
+
+TEST_F(Intake, Confirmation) {
+    const auto first = raise_first();
+    logger->plan->run("Confirm", [&] {
+        EXPECT_TRUE(Access::event_mutex(*target).try_lock());
+        Access::event_mutex(*target).unlock();
+        EXPECT_GE(first->references(), 3U); // the test, the store and the caller
+    });
+    logger->plan->answer("Confirm", 5, 2);
+    logger->plan->answer("Confirm", E_ACCESSDENIED, 3);
+    logger->plan->throw_error("Confirm", "odd", 4);
+    const Lines asked{R"(log_message CALL_CONFIRM "T" 1)", "Confirm"};
+    const auto expect = [&](HRESULT code, const char* report) {
+        EXPECT_EQ(target->confirm_alarm(with_id(1)), code);
+        Lines lines = asked;
+        if (*report) lines.emplace_back(report);
+        EXPECT_EQ(log(), lines);
+    };
+    expect(S_OK, "");
+    expect(5, ""); // what the logger answers
+    expect(E_FAIL, "log_exception T 0x80070005");
+    expect(E_FAIL, "log_unknown_exception T");
+    EXPECT_EQ(target->confirm_alarm(with_id(2)), E_FAIL);
+    logger->fire_cleared(first, VARIANT_TRUE);
+    log();
+    EXPECT_EQ(target->confirm_alarm(with_id(1)), E_FAIL); // history
+    EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(Intake, IdsWrapAround) {
+    *next_id = 0xFFFFFFFF;
+    make_connected();
+    logger->fire_raised(alarm(1, 1));
+    logger->fire_raised(alarm(2, 2));
+    EXPECT_EQ(stored(), (Lines{"-1@1s", "0@2s"}));
+    EXPECT_EQ(target->confirm_alarm(with_id(-1)), S_OK);
+}
+
+TEST_F(Intake, WithLimitZeroOnlyLiveAlarmsStay) {
+    const auto first = raise_first(0);
+    EXPECT_EQ(stored(), (Lines{"1@5s"}));
+    logger->fire_message(message(6));
+    logger->fire_cleared(first, VARIANT_TRUE);
+    EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @6s)", "forget_event @6s", "on_message @6s",
+                            R"(log_message FORGET_EVENT "T" @5s)", "forget_event @5s",
+                            R"(log_message KNOWN_ALARM_CLEARED "T" true 1 @5s @now)", "on_alarm_changed 1 removed"}));
+    EXPECT_THAT(stored(), IsEmpty());
+}
+
+} // namespace

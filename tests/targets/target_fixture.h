@@ -1,0 +1,184 @@
+#pragma once
+
+#include "extension/host/event.h"
+#include "extension/host/value.h"
+#include "targets/target_system.h"
+#include "tests/fakes/call_log.h"
+#include "tests/fakes/fake_listener.h"
+#include "tests/fakes/fake_proxy.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace ZoHmiEventLogger {
+
+// What tests look at that is nobody else's business.
+struct TargetSystemTestAccess {
+    // Free for this thread within a time in which any other thread lets go of it.
+    static bool is_free(std::mutex& mutex) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!mutex.try_lock()) {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        mutex.unlock();
+        return true;
+    }
+    static std::mutex& event_mutex(TargetSystem& target) { return target.event_mutex_; }
+    static std::mutex& callback_mutex(TargetSystem& target) { return *target.callback_mutex_; }
+    static std::mutex& connection_mutex(TargetSystem& target) { return target.connection_mutex_; }
+    static std::map<AlarmKey, int>& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
+    static std::uint32_t event_cookie(TargetSystem& target) { return target.event_cookie; }
+
+    static void fill_caches(TargetSystem& target) {
+        target.class_names_.store({}, "");
+        target.texts_.store({}, "");
+        target.cause_remedies_.store({}, {});
+        target.source_names_.store({}, "");
+        target.details_.store({}, {});
+    }
+    // Class names, texts, causes and remedies, source names, details: 1 where the answer is still there.
+    static std::vector<int> cached(TargetSystem& target) {
+        return {target.class_names_.find({}) ? 1 : 0, target.texts_.find({}) ? 1 : 0,
+                target.cause_remedies_.find({}) ? 1 : 0, target.source_names_.find({}) ? 1 : 0,
+                target.details_.find({}) ? 1 : 0};
+    }
+};
+
+} // namespace ZoHmiEventLogger
+
+using Access = ZoHmiEventLogger::TargetSystemTestAccess;
+using ZoHmiEventLogger::LockHolder;
+using ZoHmiEventLogger::TargetSystem;
+using Lines = std::vector<std::string>;
+
+// One target "T" over a fake logger. Every call of the listener finds the target's event mutex free.
+class TargetTest : public testing::Test {
+protected:
+    ~TargetTest() override {
+        logger->plan->clear(); // hooks may hang on what the test has lost by now
+        listener.plan().clear();
+        release();
+        logger = {};
+        EXPECT_EQ(library().reset(), 0) << "references to the proxy's objects are lost";
+    }
+
+    static fakes::FakeProxyLibrary& library() { return fakes::FakeProxyLibrary::instance(); }
+
+    std::shared_ptr<TargetSystem> make(std::uint32_t limit = 100,
+                                       ZoHmiSrv::Timespan timeout = ZoHmiSrv::Timespan(5'000'000'000L)) {
+        listener.set_probe([this](const std::string& line) {
+            if (!probed) return;
+            EXPECT_TRUE(Access::is_free(Access::event_mutex(*probed))) << "event mutex held in " << line;
+        });
+        target = std::shared_ptr<TargetSystem>(
+            new TargetSystem("dom", &listener, "T", "5.1.2.3.1.1", timeout, limit, stopping, next_id),
+            &TargetSystem::destroy);
+        probed = target.get();
+        return target;
+    }
+    // The logger of the next target.
+    void fresh_logger() {
+        library().next_loggers.clear();
+        logger = library().expect_logger();
+    }
+    void release() {
+        target.reset();
+        probed = nullptr;
+    }
+    // Connects and lets go of the callbacks.
+    bool connect() {
+        LockHolder holder;
+        return target->connect(holder);
+    }
+    bool poll() {
+        LockHolder holder;
+        return target->poll(holder);
+    }
+    void make_connected(std::uint32_t limit = 100) {
+        make(limit);
+        ASSERT_TRUE(connect());
+        poll();
+        log();
+    }
+
+    // What was logged since the last call.
+    static Lines log() {
+        Lines lines = fakes::call_log().texts();
+        fakes::call_log().clear();
+        return lines;
+    }
+    // The same, without the calls of the proxy.
+    static Lines reports() {
+        Lines lines;
+        for (std::string& line : log())
+            if (line.starts_with("log_") || line.starts_with("on_") || line.starts_with("forget_event"))
+                lines.push_back(std::move(line));
+        return lines;
+    }
+
+    // What the store holds, oldest first: "id@1s" for alarms, "message@1s", "empty" for neither.
+    Lines stored() {
+        ZoHmiSrv::Value list;
+        target->list_events(list);
+        Lines lines;
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const ZoHmiSrv::Event& event = std::as_const(list)[i].get_event();
+            const ZoHmiSrv::Value& payload = event.payload();
+            const std::string time = fakes::describe(ZoHmiSrv::Value(event.time_received()));
+            if (payload.type() == ZoHmiSrv::ValueType::Alarm)
+                lines.push_back(std::to_string(payload.get_alarm().id()) + time);
+            else
+                lines.push_back(payload.type() == ZoHmiSrv::ValueType::Message ? "message" + time : "empty");
+        }
+        return lines;
+    }
+    // The stored alarm of that id; an empty one when there is none.
+    ZoHmiSrv::Alarm stored_alarm(int id) {
+        ZoHmiSrv::Value list;
+        target->list_events(list);
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const ZoHmiSrv::Value& payload = std::as_const(list)[i].get_event().payload();
+            if (payload.type() == ZoHmiSrv::ValueType::Alarm && payload.get_alarm().id() == id)
+                return payload.get_alarm();
+        }
+        return {};
+    }
+
+    static ZoHmiSrv::Alarm with_id(int id) {
+        ZoHmiSrv::Alarm alarm;
+        alarm.set_id(id);
+        return alarm;
+    }
+
+    fakes::AlarmPtr alarm(std::int64_t seconds, std::optional<std::uint32_t> unique_id = {}) {
+        return logger->make_alarm({.raised = fakes::file_time(seconds), .unique_id = unique_id});
+    }
+    fakes::MessagePtr message(std::int64_t seconds, std::optional<std::uint32_t> unique_id = {}) {
+        return logger->make_message({.raised = fakes::file_time(seconds), .unique_id = unique_id});
+    }
+    // An entry of the log: an alarm (cleared a second later) or a message.
+    fakes::LoggedEventPtr logged(std::int32_t type, std::int64_t seconds, std::optional<std::uint32_t> unique_id = {}) {
+        return logger->make_logged_event({.type = type,
+                                          .raised = fakes::file_time(seconds),
+                                          .cleared = fakes::file_time(seconds + 1),
+                                          .unique_id = unique_id});
+    }
+
+    static constexpr std::int32_t is_message = ZoEventLoggerFdxProxyLib::EventTypeMessage;
+    static constexpr std::int32_t is_alarm = ZoEventLoggerFdxProxyLib::EventTypeAlarm;
+
+    fakes::FakeListener listener;
+    fakes::LoggerPtr logger = library().expect_logger();
+    const std::shared_ptr<std::atomic<bool>> stopping = std::make_shared<std::atomic<bool>>(false);
+    const std::shared_ptr<std::atomic<std::uint32_t>> next_id = std::make_shared<std::atomic<std::uint32_t>>(1);
+    std::shared_ptr<TargetSystem> target;
+    TargetSystem* probed = nullptr; // outlives `target` by its destructor
+};
