@@ -33,8 +33,8 @@ public:
     /// Throws std::runtime_error when the file cannot be read or parsed.
     explicit Configuration(std::filesystem::path file);
 
-    /// The value at a path of keys joined by "::", Null when there is none. The empty path, or
-    /// a null pointer, is the whole.
+    /// The value at a path of keys joined by "::", Null when there is none. The empty path, or a null
+    /// pointer, is the whole.
     [[nodiscard]] ZoHmiSrv::Value get(const char* path) const;
 
     /// Reads the file again and tells what changed below `TARGET_SYSTEMS`. Throws as the constructor does, and then

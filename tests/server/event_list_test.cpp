@@ -311,7 +311,7 @@ TEST(EventList, UnderManyThreadsAndResetsItEndsAsTheStoresAre) {
     std::vector<std::thread> threads;
     for (Store& store : stores) {
         threads.emplace_back([&] {
-            for (int i = 0; i < 3000; ++i)
+            for (int i = 0; i < 1000; ++i)
                 store.step();
             --running;
         });

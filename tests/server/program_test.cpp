@@ -103,8 +103,11 @@ TEST(Program, EndsByItselfAndTakesTheExtensionDownInOrder) {
     EXPECT_NE(server.out().find("interface version 22.0\n"), std::string::npos) << server.out();
     EXPECT_NE(server.out().find("raised #1 "), std::string::npos) << server.out();
     const auto json = nlohmann::json::parse(dump.read());
+    ASSERT_EQ(json["rows"].size(), 2u) << "told in init, and listed after it";
     EXPECT_EQ(json["rows"][0]["alarm"]["id"], 5);
-    EXPECT_EQ(json["listing"].size(), 0u);
+    EXPECT_EQ(json["rows"][0]["row"], 1);
+    EXPECT_EQ(json["rows"][1]["alarm"]["id"], 6);
+    EXPECT_EQ(json["listing"].size(), 2u);
 }
 
 TEST(Program, SignalsEndItWithSuccess) {

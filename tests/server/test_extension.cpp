@@ -1,5 +1,6 @@
 // A small extension for the tests of the server: it does what its configuration names.
 #include "extension/host/context.h"
+#include "extension/host/event.h"
 #include "extension/host/event_payload.h"
 #include "extension/host/host.h"
 #include "extension/host/listeners.h"
@@ -32,11 +33,7 @@ public:
         filter.insert("flags", 48);
         filter["paths"].set_type(ValueType::Vector) << Value("TARGET_SYSTEMS::*");
         host_->register_config_listener(context_, this, Value().set_type(ValueType::Vector) << filter);
-        Alarm alarm;
-        alarm.set_name("ALARM");
-        alarm.set_id(5);
-        alarm.set_time_raised(Timestamp(1000));
-        host_->notify_alarm(context_, AlarmNotification::Raised, alarm);
+        host_->notify_alarm(context_, AlarmNotification::Raised, alarm(5));
         log("READY", context.domain());
         return {};
     }
@@ -49,6 +46,12 @@ public:
     ErrorValue on_confirm_alarm(const Context&, Alarm&) override { return HMI_E_FAIL; }
     int on_get_events(const Context&, Value& events) override {
         events.set_type(ValueType::Vector);
+        // The second one is told to nobody: a server knows it from the listing alone.
+        for (const int id : {5, 6}) {
+            Event event;
+            event.payload().set(alarm(id));
+            events << Value(event);
+        }
         return 0;
     }
     ResultPair on_config_change(const Context&, const char* path) override {
@@ -61,6 +64,13 @@ public:
     }
 
 private:
+    static Alarm alarm(int id) {
+        Alarm alarm;
+        alarm.set_name("ALARM");
+        alarm.set_id(id);
+        alarm.set_time_raised(Timestamp(1000));
+        return alarm;
+    }
     void log(const char* name, const char* text) {
         Message message;
         message.set_name(name);
