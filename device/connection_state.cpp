@@ -25,8 +25,9 @@ std::string hex(int code) {
     return ZoHmiSrv::Algorithm::integer_to_hex(code, true, false, true);
 }
 
-std::string with_detail(const char* text, const std::string& detail) {
-    return std::string(text) + " (" + detail + ")";
+/// `text` ends in an opening parenthesis.
+std::string closed(const char* text, const std::string& detail) {
+    return text + detail + ")";
 }
 
 } // namespace
@@ -42,27 +43,27 @@ TranslatedState translate_state(nFdxState state) {
 TranslatedState connection_state_from_error(int code, const std::string& detail) {
     switch (code) {
     case FDX_TARGET_PORT_NOT_FOUND:
-        return {with_detail("Target Port Not Found", hex(code)), false};
+        return {closed("Target Port Not Found (", hex(code)), false};
     case FDX_TARGET_MACHINE_NOT_FOUND:
-        return {with_detail("Target Machine Not Found", hex(code)), false};
+        return {closed("Target Machine Not Found (", hex(code)), false};
     case FDX_PORT_DISABLED:
-        return {with_detail("Stop", hex(code)), false}; // a stopped target disables its port
+        return {closed("Stop (", hex(code)), false}; // a stopped target disables its port
     case FDX_HOST_UNREACHABLE:
-        return {with_detail("Host Unreachable", hex(code)), false};
+        return {closed("Host Unreachable (", hex(code)), false};
     case FDX_SERVICE_NOT_SUPPORTED:
     case FDX_INVALID_INDEX_GROUP:
     case FDX_SYMBOL_NOT_FOUND:
-        return {with_detail("No Symbol Information", hex(code)), false};
+        return {closed("No Symbol Information (", hex(code)), false};
     case FDX_SYNC_TIMEOUT:
-        return {with_detail("Timeout", hex(code)), false};
+        return {closed("Timeout (", hex(code)), false};
     // The target answers and can be used without symbols.
     case HMI_FDX_E_UPLOAD_DATA:
-        return {with_detail("No Symbol Information", detail.empty() ? hex(code) : detail), true};
+        return {closed("No Symbol Information (", detail.empty() ? hex(code) : detail), true};
     default:
         break;
     }
     if ((code & 0x100000) != 0) return {fdx_error_to_string_with_code(code), false};
-    return {with_detail("FDX Error", hex(code)), false};
+    return {closed("FDX Error (", hex(code)), false};
 }
 
 ExtensionResult unavailability_reason_to_error(const std::string& name, UnavailabilityReason reason,

@@ -86,7 +86,8 @@ struct PathErrors {
 /// text lives for ever.
 [[nodiscard]] ZO_EXPORT const char* native_fdx_error_to_string(int code);
 
-/// The name of any code, in either form. The text lives for ever.
+/// The name of any code, in either form: 0x701 and 0x98110701 are both "FDXERR_DEVICE_SRVNOTSUPP". The text lives for
+/// ever.
 [[nodiscard]] ZO_EXPORT const char* fdx_error_to_string(int code);
 
 /// The name and the number: "ERR_TARGETPORTNOTFOUND (0x06)".
