@@ -59,6 +59,7 @@ Member<T>* members_of(Block* run) noexcept {
 } // namespace Layout
 
 /// Walks the members of a Map or Struct in byte-wise order of their names. Any insertion or removal ends its validity.
+/// The end is the same for all of them.
 template <class T>
 class Iterator {
     using Held = std::remove_const_t<T>;
@@ -82,8 +83,8 @@ public:
     T* operator->() const noexcept { return &at_->value; }
 
     Iterator& operator++() noexcept {
-        if (++at_ == stop_ && run_->next != nullptr) {
-            *this = Iterator(run_->next, Layout::members_of<Held>(run_->next));
+        if (++at_ == stop_) {
+            *this = first_of(run_->next);
         }
         return *this;
     }
@@ -103,6 +104,10 @@ private:
 
     Iterator(Layout::Block* run, Layout::Member<Held>* at) noexcept
         : run_(run), at_(at), stop_(run == nullptr ? nullptr : Layout::members_of<Held>(run) + run->size) {}
+    /// At the first member of a run, or at the end.
+    static Iterator first_of(Layout::Block* run) noexcept {
+        return run == nullptr || run->size == 0 ? Iterator() : Iterator(run, Layout::members_of<Held>(run));
+    }
 
     Layout::Block* run_ = nullptr;
     Layout::Member<Held>* at_ = nullptr;

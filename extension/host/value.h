@@ -115,9 +115,9 @@ public:
     ConstIterator<Value> find(const char* name) const noexcept;
     Iterator<Value> find(const char* name) noexcept;
     ConstIterator<Value> begin() const noexcept;
-    ConstIterator<Value> end() const noexcept;
+    ConstIterator<Value> end() const noexcept { return {}; }
     Iterator<Value> begin() noexcept;
-    Iterator<Value> end() noexcept;
+    Iterator<Value> end() noexcept { return {}; }
 
     /// Inserts a member; a member of that name stays as it is. Gives the member of that name in both cases.
     Iterator<Value> insert(const char* name, const Value& value);

@@ -11,9 +11,9 @@ namespace ZoHmiSrv::Layout {
 /// What follows the head of a block: `size` bytes, Values, members, or one object.
 enum BlockKind : std::uint64_t { Bytes, Elements, Members, EventBox, MessageBox, AlarmBox };
 
-/// A block with room for `capacity` things of `element` bytes; nothing in use. Throws `std::bad_alloc`, also for a size
-/// that no memory has.
-Block* allocate(BlockKind kind, std::size_t capacity, std::size_t element);
+/// A block with room for `capacity` things of `element` bytes and `extra` bytes more; nothing in use. Throws
+/// `std::bad_alloc`, also for a size that no memory has.
+Block* allocate(BlockKind kind, std::size_t capacity, std::size_t element, std::size_t extra = 0);
 
 /// Gives back the memory alone.
 void deallocate(Block* block) noexcept;

@@ -23,7 +23,7 @@ MemberName MemberNames::make(const NameKey& key) {
     if (!key.is_long()) {
         // From the words: the text may lie in a Value that has moved since.
         for (std::size_t i = 0; i < key.words.size(); ++i) {
-            const std::uint64_t word = NameKey::big_endian(reinterpret_cast<const char*>(&key.words[i]));
+            const std::uint64_t word = big_endian(reinterpret_cast<const char*>(&key.words[i]));
             std::memcpy(name.bytes_ + 8 * i, &word, sizeof word);
         }
         return name;
@@ -56,6 +56,10 @@ void MemberNames::release(const MemberName& name) noexcept {
 int MemberNames::compare(const MemberName& left, const MemberName& right) noexcept {
     return std::memcmp(left.bytes_, right.bytes_, sizeof left.bytes_) == 0 ? 0
                                                                            : std::strcmp(left.c_str(), right.c_str());
+}
+
+int MemberNames::compare_texts(const MemberName& name, const NameKey& key) noexcept {
+    return std::strcmp(name.c_str(), key.text);
 }
 
 } // namespace ZoHmiSrv::Layout

@@ -1,4 +1,5 @@
 // The members of a Map or Struct: one sorted run, or beyond `run_limit` members a chain of runs with an index.
+#include "platform/server_api/member_search.h"
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
@@ -16,35 +17,13 @@ namespace {
 
 constexpr std::size_t first_capacity = 4;
 
-/// The first member that is not before the key.
-std::size_t lower_bound(Block* run, const NameKey& key, bool& found) noexcept {
+/// Where in a run a name is or belongs.
+std::size_t lower_bound(Block* run, const NameKey& key) noexcept {
     const MapMember* members = members_of(run);
-    std::size_t from = 0;
-    std::size_t count = run->size;
-    found = false;
-    while (count > 0) {
-        const std::size_t half = count / 2;
-        const int order = MemberNames::compare(members[from + half].name, key);
-        if (order == 0) {
-            found = true;
-            return from + half;
-        }
-        if (order < 0) {
-            from += half + 1;
-            count -= half + 1;
-        } else {
-            count = half;
-        }
-    }
-    return from;
-}
-
-/// The last run that begins at or before the key, else the first.
-std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
-    const auto after = std::partition_point(index.runs.begin() + 1, index.runs.end(), [&](Block* run) {
-        return MemberNames::compare(members_of(run)[0].name, key) <= 0;
+    const MapMember* at = std::partition_point(members, members + run->size, [&](const MapMember& member) {
+        return MemberNames::compare(member.name, key) < 0;
     });
-    return static_cast<std::size_t>(after - index.runs.begin()) - 1;
+    return static_cast<std::size_t>(at - members);
 }
 
 void move_members(MapMember* to, const MapMember* from, std::size_t count) noexcept {
@@ -58,6 +37,13 @@ Block* last_run(const Value& map) noexcept {
 
 } // namespace
 
+std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
+    const auto after = std::partition_point(index.runs.begin() + 1, index.runs.end(), [&](Block* run) {
+        return MemberNames::compare(members_of(run)[0].name, key) <= 0;
+    });
+    return static_cast<std::size_t>(after - index.runs.begin()) - 1;
+}
+
 std::size_t ValueAccess::member_count(const Value& map) noexcept {
     if (!is_map(map) || !map.on_heap_) {
         return 0;
@@ -65,19 +51,30 @@ std::size_t ValueAccess::member_count(const Value& map) noexcept {
     return index(map) == nullptr ? block(map)->size : index(map)->total;
 }
 
-ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noexcept {
+Block* ValueAccess::allocate_run(std::size_t capacity) {
+    Block* run = Layout::allocate(Layout::Members, capacity, sizeof(MapMember) + 1, tag_padding);
+    std::memset(tags_of(run), 0, capacity + tag_padding);
+    return run;
+}
+
+ValueAccess::Place ValueAccess::find(const Value& map, const NameKey& key) noexcept {
     Place place;
     if (!is_map(map) || !map.on_heap_) {
         return place;
     }
-    const MemberIndex* runs = index(map);
-    place.ordinal = runs == nullptr ? 0 : run_for(*runs, key);
-    place.run = runs == nullptr ? block(map) : runs->runs[place.ordinal];
-    place.at = lower_bound(place.run, key, place.found);
+    if (const MemberIndex* runs = index(map); runs != nullptr) {
+        place.ordinal = run_for(*runs, key);
+        place.run = runs->runs[place.ordinal];
+    } else {
+        place.run = block(map);
+    }
+    const MapMember* member = find_in_run(place.run, key);
+    place.found = member != nullptr;
+    place.at = place.found ? static_cast<std::size_t>(member - members_of(place.run)) : 0;
     return place;
 }
 
-ValueAccess::Place ValueAccess::locate_for_insert(const Value& map, const NameKey& key) noexcept {
+ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noexcept {
     if (Block* run = last_run(map); run != nullptr && run->size > 0) {
         const int order = MemberNames::compare(members_of(run)[run->size - 1].name, key);
         if (order <= 0) {
@@ -86,16 +83,21 @@ ValueAccess::Place ValueAccess::locate_for_insert(const Value& map, const NameKe
                          order == 0};
         }
     }
-    return locate(map, key);
+    Place place = find(map, key);
+    if (!place.found && place.run != nullptr) {
+        place.at = lower_bound(place.run, key);
+    }
+    return place;
 }
 
 /// Moves the run at `place` into a block with more room.
 void ValueAccess::grow_run(Value& map, Place& place, std::size_t capacity) {
-    Block* bigger = Layout::allocate(Layout::Members, capacity, sizeof(MapMember));
+    Block* bigger = allocate_run(capacity);
     Block* old = place.run;
     bigger->next = old->next;
     bigger->size = old->size;
     move_members(members_of(bigger), members_of(old), old->size);
+    std::memcpy(tags_of(bigger), tags_of(old), old->size);
     if (MemberIndex* runs = index(map); runs != nullptr) {
         runs->runs[place.ordinal] = bigger;
         if (place.ordinal > 0) {
@@ -124,12 +126,13 @@ void ValueAccess::split_run(Value& map, Place& place) {
     if (runs->runs.size() == runs->runs.capacity()) {
         runs->runs.reserve(2 * runs->runs.size());
     }
-    Block* upper = Layout::allocate(Layout::Members, run_limit, sizeof(MapMember));
+    Block* upper = allocate_run(run_limit);
     // Nothing fails from here on.
     const bool at_end = place.run->next == nullptr && place.at == place.run->size;
     const std::size_t keep = at_end ? place.run->size : place.run->size / 2;
     upper->size = place.run->size - keep;
     move_members(members_of(upper), members_of(place.run) + keep, upper->size);
+    std::memcpy(tags_of(upper), tags_of(place.run) + keep, upper->size);
     place.run->size = keep;
     upper->next = place.run->next;
     place.run->next = upper;
@@ -148,7 +151,7 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
     const MemberName name = MemberNames::make(key);
     try {
         if (place.run == nullptr) {
-            attach(map, map.type_, Layout::allocate(Layout::Members, first_capacity, sizeof(MapMember)));
+            attach(map, map.type_, allocate_run(first_capacity));
             place.run = block(map);
         } else if (place.run->size == place.run->capacity) {
             if (place.run->capacity < run_limit) {
@@ -163,6 +166,9 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
     }
     MapMember* at = members_of(place.run) + place.at;
     move_members(at + 1, at, place.run->size - place.at);
+    unsigned char* tag = tags_of(place.run) + place.at;
+    std::memmove(tag + 1, tag, place.run->size - place.at);
+    *tag = key.tag();
     ++place.run->size;
     if (MemberIndex* runs = index(map); runs != nullptr) {
         ++runs->total;
@@ -178,16 +184,14 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
     const Value dropped = std::move(at->value);
     MemberNames::release(at->name);
     move_members(at, at + 1, run->size - place.at - 1);
+    std::memmove(tags_of(run) + place.at, tags_of(run) + place.at + 1, run->size - place.at - 1);
     --run->size;
     MemberIndex* runs = index(map);
     if (runs != nullptr) {
         --runs->total;
     }
     if (run->size > 0) {
-        if (place.at == run->size && run->next != nullptr) {
-            return Iterator<Value>(run->next, members_of(run->next));
-        }
-        return Iterator<Value>(run, at);
+        return place.at == run->size ? first_of(run->next) : Iterator<Value>(run, at);
     }
     if (runs == nullptr) {
         Layout::deallocate(run);
@@ -205,34 +209,23 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
         delete runs;
         replace_index(map, nullptr);
     }
-    return next == nullptr ? end(map) : Iterator<Value>(next, members_of(next));
+    return first_of(next);
 }
 
 void ValueAccess::reserve_members(Value& map, std::size_t count) {
     const std::size_t capacity = std::min(count, run_limit);
     if (!map.on_heap_) {
         if (capacity > 0) {
-            attach(map, map.type_, Layout::allocate(Layout::Members, capacity, sizeof(MapMember)));
+            attach(map, map.type_, allocate_run(capacity));
         }
     } else if (index(map) == nullptr && block(map)->capacity < capacity) {
-        Place place{block(map), 0, 0, false};
+        Place place{.run = block(map)};
         grow_run(map, place, capacity);
     }
 }
 
 Iterator<Value> ValueAccess::begin(const Value& map) noexcept {
-    if (!is_map(map) || !map.on_heap_) {
-        return {};
-    }
-    return Iterator<Value>(block(map), members_of(block(map)));
-}
-
-Iterator<Value> ValueAccess::end(const Value& map) noexcept {
-    if (!is_map(map) || !map.on_heap_) {
-        return {};
-    }
-    Block* run = last_run(map);
-    return Iterator<Value>(run, members_of(run) + run->size);
+    return is_map(map) ? first_of(block(map)) : Iterator<Value>();
 }
 
 } // namespace ZoHmiSrv

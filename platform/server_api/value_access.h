@@ -16,6 +16,12 @@ using MapMember = Layout::Member<Value>;
 inline MapMember* members_of(Block* run) noexcept {
     return Layout::members_of<Value>(run);
 }
+/// Behind the room for its members, a run has a tag for each of them, see `NameKey::tag`: a look-up compares eight at a
+/// time, and reads up to `tag_padding` bytes too far.
+inline constexpr std::size_t tag_padding = 7;
+inline unsigned char* tags_of(Block* run) noexcept {
+    return reinterpret_cast<unsigned char*>(members_of(run) + run->capacity);
+}
 inline Value* elements_of(Block* block) noexcept {
     return reinterpret_cast<Value*>(block + 1);
 }
@@ -62,9 +68,11 @@ struct ValueAccess {
 
     /// @name Members
     static std::size_t member_count(const Value& map) noexcept;
+    static Block* allocate_run(std::size_t capacity);
+    /// The member, or not `found`.
+    static Place find(const Value& map, const NameKey& key) noexcept;
+    /// The member, or where one of that name belongs; quick for a name that belongs at the end.
     static Place locate(const Value& map, const NameKey& key) noexcept;
-    /// As `locate`, quick for a name that belongs at the end.
-    static Place locate_for_insert(const Value& map, const NameKey& key) noexcept;
     /// Puts a member where `locate` said it belongs. Strong: a failed allocation changes nothing.
     static Value& emplace(Value& map, Place& place, const NameKey& key, Value& value);
     static Iterator<Value> erase(Value& map, Place place) noexcept;
@@ -72,8 +80,8 @@ struct ValueAccess {
     static Iterator<Value> iterator(const Place& place) noexcept {
         return Iterator<Value>(place.run, members_of(place.run) + place.at);
     }
+    static Iterator<Value> first_of(Block* run) noexcept { return Iterator<Value>::first_of(run); }
     static Iterator<Value> begin(const Value& map) noexcept;
-    static Iterator<Value> end(const Value& map) noexcept;
     static Block* run_of(Iterator<Value> position) noexcept { return position.run_; }
     static MapMember* member_at(Iterator<Value> position) noexcept { return position.at_; }
 

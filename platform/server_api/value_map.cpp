@@ -1,4 +1,5 @@
 // The operations of a Value as a Map or Struct.
+#include "platform/server_api/member_search.h"
 #include "platform/server_api/value_access.h"
 
 #include <string>
@@ -25,13 +26,13 @@ auto as_map(Value& value, const char* name, Operation operation) {
 } // namespace
 
 const Value& Value::operator[](const char* name) const noexcept {
-    const ValueAccess::Place place = ValueAccess::locate(*this, NameKey(name));
-    return place.found ? members_of(place.run)[place.at].value : ValueAccess::null_value();
+    const Value* member = find_member(*this, NameKey(name));
+    return member != nullptr ? *member : ValueAccess::null_value();
 }
 
 Value& Value::operator[](const char* name) {
     return *as_map(*this, name, [&](const NameKey& key) {
-        ValueAccess::Place place = ValueAccess::locate_for_insert(*this, key);
+        ValueAccess::Place place = ValueAccess::locate(*this, key);
         if (place.found) {
             return &members_of(place.run)[place.at].value;
         }
@@ -41,26 +42,20 @@ Value& Value::operator[](const char* name) {
 }
 
 ConstIterator<Value> Value::find(const char* name) const noexcept {
-    const ValueAccess::Place place = ValueAccess::locate(*this, NameKey(name));
-    return place.found ? ValueAccess::iterator(place) : ValueAccess::end(*this);
+    const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
+    return place.found ? ValueAccess::iterator(place) : end();
 }
 
 Iterator<Value> Value::find(const char* name) noexcept {
-    const ValueAccess::Place place = ValueAccess::locate(*this, NameKey(name));
-    return place.found ? ValueAccess::iterator(place) : ValueAccess::end(*this);
+    const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
+    return place.found ? ValueAccess::iterator(place) : end();
 }
 
 ConstIterator<Value> Value::begin() const noexcept {
     return ValueAccess::begin(*this);
 }
-ConstIterator<Value> Value::end() const noexcept {
-    return ValueAccess::end(*this);
-}
 Iterator<Value> Value::begin() noexcept {
     return ValueAccess::begin(*this);
-}
-Iterator<Value> Value::end() noexcept {
-    return ValueAccess::end(*this);
 }
 
 Iterator<Value> Value::insert(const char* name, const Value& value) {
@@ -72,7 +67,7 @@ Iterator<Value> Value::insert(const char* name, Value&& value) {
         return insert(name, Value(*this));
     }
     return as_map(*this, name, [&](const NameKey& key) {
-        ValueAccess::Place place = ValueAccess::locate_for_insert(*this, key);
+        ValueAccess::Place place = ValueAccess::locate(*this, key);
         if (!place.found) {
             Value taken = std::move(value); // it may be a member, which the insertion moves
             ValueAccess::emplace(*this, place, key, taken);
@@ -94,7 +89,7 @@ Iterator<Value> Value::insert_or_update(const char* name, Value&& value) {
         return insert_or_update(name, Value(*this));
     }
     return as_map(*this, name, [&](const NameKey& key) {
-        ValueAccess::Place place = ValueAccess::locate_for_insert(*this, key);
+        ValueAccess::Place place = ValueAccess::locate(*this, key);
         Value taken = std::move(value); // it may be a member, which the insertion moves
         if (place.found) {
             members_of(place.run)[place.at].value.swap(taken);
@@ -110,15 +105,14 @@ Iterator<Value> Value::insert_or_update(const char* name, const char* text) {
 }
 
 Iterator<Value> Value::remove(Iterator<Value> position) noexcept {
-    const Iterator<Value> last = end();
-    if (position == last) {
-        return last;
+    if (position == end()) {
+        return end();
     }
     ValueAccess::Place place;
     place.run = ValueAccess::run_of(position);
     place.at = static_cast<std::size_t>(ValueAccess::member_at(position) - members_of(place.run));
     if (ValueAccess::index(*this) != nullptr) {
-        place = ValueAccess::locate(*this, NameKey(position.name()));
+        place = ValueAccess::find(*this, NameKey(position.name()));
     }
     return ValueAccess::erase(*this, place);
 }

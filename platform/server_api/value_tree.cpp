@@ -99,7 +99,7 @@ private:
         }
         Block* last = nullptr;
         for (Block* source = ValueAccess::block(from); source != nullptr; source = source->next) {
-            Block* run = Layout::allocate(Layout::Members, source->size, sizeof(MapMember));
+            Block* run = ValueAccess::allocate_run(source->size);
             if (last == nullptr) {
                 ValueAccess::attach(to, from.type(), run, index.release());
             } else {
@@ -109,6 +109,7 @@ private:
             if (MemberIndex* copied = ValueAccess::index(to)) {
                 copied->runs.push_back(run);
             }
+            std::memcpy(tags_of(run), tags_of(source), source->size);
             for (std::size_t i = 0; i < source->size; ++i) {
                 const MapMember& member = members_of(source)[i];
                 MapMember* slot = members_of(run) + i;
