@@ -45,7 +45,8 @@ Threading::~Threading() {
             syslog(LOG_ERR, "Unexpected shutdown of thread pool.");
             impl_->stop(5000, InterruptMode::join);
         }
-    } catch (...) { // NOLINT(bugprone-empty-catch): a destructor lets nothing out
+        impl_->wait(); // for a stop on another thread
+    } catch (...) {    // NOLINT(bugprone-empty-catch): a destructor lets nothing out
     }
     impl_->release_context();
 }
@@ -83,7 +84,8 @@ void Threading::unregister_timer(unsigned long id) {
 }
 
 bool Threading::stop(long timeout_ms, InterruptMode mode, bool /*unused*/) {
-    return impl_->stop(timeout_ms, mode);
+    const auto impl = impl_; // whoever waits for the end may destroy this object before the call below returns
+    return impl->stop(timeout_ms, mode);
 }
 
 bool Threading::stopped() const {

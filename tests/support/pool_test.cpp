@@ -231,24 +231,51 @@ TEST(Stop, WaitsLeftInTheQueueDieWithThePool) {
 }
 
 TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {
-    std::optional<Threading> pool(std::in_place, 2);
     TimerRecorder recorder;
     std::atomic<bool> late = false;
     std::atomic<std::chrono::nanoseconds> took{};
+    Gate returned;
+    std::optional<Threading> pool(std::in_place, 2);
+    Threading* const running = &*pool;
     pool->start_new_timer(hour_ms, recorder.callback());
-    pool->post([&] {
+    pool->post([&, running] {
         const auto start = Clock::now();
-        late = pool->stop(100, InterruptMode::join, false);
+        late = running->stop(100, InterruptMode::join, false);
         took = Clock::now() - start;
+        returned.open();
     });
+    // The other thread has called back by now. The pool may go although its last thread is still leaving `stop`.
     pool->wait();
-    // The other thread has called back; the pool may go although its last thread is still inside `stop`.
+    pool.reset();
     EXPECT_EQ(recorder.errors(), Errors{TimerError::cancelled});
-    while (took.load() == std::chrono::nanoseconds())
-        std::this_thread::sleep_for(1ms);
+    ASSERT_TRUE(returned.wait());
     EXPECT_TRUE(late);
     EXPECT_GE(took.load(), 100ms);
     EXPECT_LT(took.load(), 15s);
+}
+
+TEST(Stop, TheDestructorWaitsForAStopOnAnotherThread) {
+    Gate entered;
+    Gate leave;
+    std::optional<Threading> pool(std::in_place, 1);
+    Threading* const running = &*pool;
+    pool->post([&] {
+        entered.open();
+        leave.wait();
+    });
+    ASSERT_TRUE(entered.wait());
+    std::thread stopper([running] { EXPECT_FALSE(running->stop(ample_ms, InterruptMode::join, false)); });
+    while (!pool->stopped())
+        std::this_thread::yield();
+    std::thread opener([&] {
+        std::this_thread::sleep_for(30ms);
+        leave.open();
+    });
+    take_syslog_lines();
+    pool.reset();
+    EXPECT_TRUE(take_syslog_lines().empty());
+    stopper.join();
+    opener.join();
 }
 
 TEST(Stop, APoolMayEndOnItsOwnThread) {
