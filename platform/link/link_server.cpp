@@ -35,6 +35,7 @@ struct LinkServer::Impl : std::enable_shared_from_this<Impl> {
 
     void listen(const std::string& host, std::uint16_t wanted_port);
     void accept();
+    void add(tcp::socket socket);
     void run();
 
     const std::shared_ptr<boost::asio::io_context> io;
@@ -74,26 +75,31 @@ void LinkServer::Impl::accept() {
             });
             return;
         }
-        {
-            const std::lock_guard lock(mutex);
-            if (sessions.size() < max_sessions) {
-                const std::uint64_t number = ++last_number;
-                const auto ended = [weak = weak_from_this()](const std::shared_ptr<Session>& session) {
-                    const auto self = weak.lock();
-                    if (!self) return;
-                    {
-                        const std::lock_guard relock(self->mutex);
-                        self->sessions.erase(session->number());
-                    }
-                    if (self->events.closed) self->events.closed(session);
-                };
-                auto session = std::make_shared<Session>(io, std::move(socket), number, events.request, ended);
-                sessions.emplace(number, session);
-                session->start();
-            }
+        try {
+            add(std::move(socket));
+        } catch (...) {
+            // Without memory for it the client is turned away; the next one may fare better.
         }
         accept();
     });
+}
+
+void LinkServer::Impl::add(tcp::socket socket) {
+    const std::lock_guard lock(mutex);
+    if (sessions.size() >= max_sessions) return;
+    const std::uint64_t number = ++last_number;
+    const auto ended = [weak = weak_from_this()](const std::shared_ptr<Session>& session) {
+        const auto self = weak.lock();
+        if (!self) return;
+        {
+            const std::lock_guard relock(self->mutex);
+            self->sessions.erase(session->number());
+        }
+        if (self->events.closed) self->events.closed(session);
+    };
+    auto session = std::make_shared<Session>(io, std::move(socket), number, events.request, ended);
+    sessions.emplace(number, session);
+    session->start();
 }
 
 void LinkServer::Impl::run() {

@@ -70,8 +70,12 @@ void Session::read() {
                             [self = shared_from_this()](const error_code& error, std::size_t size) {
                                 self->reading_ = false;
                                 if (error) return self->end();
-                                self->frames_.append({self->chunk_.data(), size});
-                                self->process();
+                                try {
+                                    self->frames_.append({self->chunk_.data(), size});
+                                    self->process();
+                                } catch (...) {
+                                    self->end(); // no memory for its frame
+                                }
                             });
 }
 
