@@ -272,15 +272,15 @@ TEST_F(Intake, LocksOfTheHandlers) {
 
 TEST_F(Intake, Confirmation) {
     const auto first = raise_first();
-    logger->plan->run("Confirm", [&] {
+    logger->plan->run("Alarm.Confirm", [&] {
         EXPECT_TRUE(Access::event_mutex(*target).try_lock());
         Access::event_mutex(*target).unlock();
         EXPECT_GE(first->references(), 3U); // the test, the store and the caller
     });
-    logger->plan->answer("Confirm", 5, 2);
-    logger->plan->answer("Confirm", E_ACCESSDENIED, 3);
-    logger->plan->throw_error("Confirm", "odd", 4);
-    const Lines asked{R"(log_message CALL_CONFIRM "T" 1)", "Confirm"};
+    logger->plan->answer("Alarm.Confirm", 5, 2);
+    logger->plan->answer("Alarm.Confirm", E_ACCESSDENIED, 3);
+    logger->plan->throw_error("Alarm.Confirm", "odd", 4);
+    const Lines asked{R"(log_message CALL_CONFIRM "T" 1)", "Alarm.Confirm"};
     const auto expect = [&](HRESULT code, const char* report) {
         EXPECT_EQ(target->confirm_alarm(with_id(1)), code);
         Lines lines = asked;

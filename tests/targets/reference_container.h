@@ -131,18 +131,18 @@ public:
         prune(limit);
     }
 
-    std::vector<Event> list() {
+    std::vector<const Event*> list() {
         counters.imported_events = counters.active_alarms + counters.not_live;
         counters.imported_messages = counters.cached_messages;
         counters.imported_invalid_alarms = counters.cached_invalid_alarms;
         return events();
     }
 
-    std::vector<Event> events() const {
-        std::vector<Event> events;
+    std::vector<const Event*> events() const {
+        std::vector<const Event*> events;
         for (const auto& [key, entries] : buckets)
             for (const Entry& entry : entries)
-                events.push_back(entry.event);
+                events.push_back(&entry.event);
         return events;
     }
 

@@ -117,11 +117,12 @@ protected:
     }
     // The same, without the calls of the proxy.
     static Lines reports() {
-        Lines lines;
-        for (std::string& line : log())
-            if (line.starts_with("log_") || line.starts_with("on_") || line.starts_with("forget_event"))
-                lines.push_back(std::move(line));
+        Lines lines = log();
+        std::erase_if(lines, [](const std::string& line) { return !is_report(line); });
         return lines;
+    }
+    static bool is_report(const std::string& line) {
+        return line.starts_with("log_") || line.starts_with("on_") || line.starts_with("forget_event");
     }
 
     // What the store holds, oldest first: "id@1s" for alarms, "message@1s", "empty" for neither.

@@ -1,0 +1,163 @@
+#include "tests/targets/target_fixture.h"
+
+#include "extension/host/event_payload.h"
+#include "tests/fakes/callback_thread.h"
+
+#include <algorithm>
+#include <atomic>
+#include <random>
+
+namespace {
+
+using namespace ZoHmiSrv;
+
+class Concurrency : public TargetTest {
+protected:
+    static bool passes_soon(const std::function<bool()>& condition) {
+        for (int i = 0; i < 5000 && !condition(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return condition();
+    }
+};
+
+TEST_F(Concurrency, CallbacksWaitUntilTheLockHolderIsReleased) {
+    logger->active = {alarm(1, 1)};
+    make();
+    log();
+    fakes::CallbackThread callbacks;
+    const auto block = logger->plan->block("LoggedEvents.GetCount"); // behind the fetching
+    LockHolder holder;
+    std::thread tick([&] {
+        EXPECT_TRUE(target->connect(holder));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_EQ(target->confirm_alarm(with_id(1)), S_OK); // others go on meanwhile
+        fakes::call_log().add("released");
+        holder.reset();
+    });
+    ASSERT_TRUE(block->wait_until_entered());
+    callbacks.post([this] { logger->fire_message(message(2)); });
+    callbacks.post([this] { logger->fire_raised(alarm(3, 3)); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    block->release();
+    tick.join();
+    callbacks.drain();
+    const Lines lines = log();
+    const auto released = std::find(lines.begin(), lines.end(), "released");
+    EXPECT_EQ(Lines(released, lines.end()),
+              (Lines{"released", "on_message @2s", R"(log_message NEW_ALARM_RAISED "T" 2 @3s)",
+                     "on_alarm_raised 2 @3s"})); // live, and not before
+}
+
+TEST_F(Concurrency, TheSecondOfTwoImportsWaitsForTheFirstToBeReleased) {
+    logger->active = {alarm(1, 1)};
+    make();
+    listener.set_probe({}); // the one import holds the event mutex while the other reports
+    const auto block = logger->plan->block("GetActiveAlarms", 1);
+    LockHolder first, second;
+    std::atomic<bool> second_done = false;
+    std::thread one([&] { EXPECT_TRUE(target->connect(first)); });
+    ASSERT_TRUE(block->wait_until_entered());
+    logger->connected = VARIANT_FALSE; // lost meanwhile, so another thread connects anew
+    std::thread two([&] {
+        EXPECT_TRUE(target->connect(second));
+        second_done = true;
+        second.reset();
+    });
+    EXPECT_TRUE(fakes::call_log().wait_for("ConnectWithSettings", 2));
+    block->release();
+    one.join();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(second_done);
+    EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 1U);
+    first.reset();
+    two.join();
+    EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 2U);
+    EXPECT_EQ(stored(), (Lines{"1@1s"}));
+}
+
+// Alarms come and go, the link is lost again and again, and the server asks all the while.
+TEST_F(Concurrency, StormOfCallbacksDuringImports) {
+    constexpr std::uint32_t limit = 50;
+    make(limit);
+    std::atomic<bool> storming = true, asking = true;
+    std::atomic<int> handled = 0;
+    std::thread weather([&] {
+        std::mt19937 random(3);
+        std::vector<fakes::AlarmPtr> up;
+        std::int64_t second = 0;
+        std::uint32_t unique_id = 0;
+        while (storming) {
+            const auto kind = random() % 4;
+            if (kind == 0) {
+                logger->fire_message(message(++second, ++unique_id));
+            } else if (up.size() < 10 && kind < 3) {
+                up.push_back(alarm(++second, ++unique_id));
+                logger->edit([&] { logger->active.push_back(up.back()); });
+                logger->fire_raised(up.back());
+            } else if (!up.empty()) {
+                const auto position = up.begin() + static_cast<std::ptrdiff_t>(random() % up.size());
+                const fakes::AlarmPtr gone = *position;
+                logger->fire_confirmed(gone);
+                logger->edit([&] {
+                    std::erase(logger->active, gone);
+                    logger->history.push_back(logger->make_logged_event(gone->fields()));
+                });
+                logger->fire_cleared(gone, VARIANT_TRUE);
+                up.erase(position);
+            }
+            ++handled;
+        }
+    });
+    std::thread server([&] {
+        while (asking) {
+            Value list;
+            target->list_events(list);
+            for (std::size_t i = 0; i < list.size(); ++i) {
+                const Value& payload = std::as_const(list)[i].get_event().payload();
+                if (payload.type() == ValueType::Alarm) target->confirm_alarm(payload.get_alarm());
+            }
+            const auto counters = target->counters();
+            EXPECT_EQ(counters.cached_alarms + counters.cached_messages, counters.active_alarms + counters.not_live);
+            target->connection_status();
+        }
+    });
+    ASSERT_TRUE(connect());
+    const std::thread::id here = std::this_thread::get_id();
+    for (int round = 0; round < 60; ++round) {
+        const int before = handled;
+        EXPECT_TRUE(passes_soon([&] { return handled > before + 3; }));
+        fakes::call_log().clear();
+        EXPECT_EQ(target->force_disconnect(), S_OK);
+        LockHolder holder;
+        ASSERT_TRUE(target->poll(holder));
+        fakes::call_log().add("released");
+        holder.reset();
+        // From the summary of the import to the release nobody but the server is heard.
+        const auto calls = fakes::call_log().calls();
+        auto call = std::find_if(calls.begin(), calls.end(), [](const fakes::Call& each) {
+            return each.text.starts_with("log_message GETLOGGEDEVENTS");
+        });
+        for (; call != calls.end() && call->text != "released"; ++call)
+            EXPECT_TRUE(call->thread == here || call->text.find("onfirm") != std::string::npos ||
+                        call->text.find("CONFIRM") != std::string::npos || call->text == "IsConnected")
+                << call->text;
+    }
+    storming = false;
+    weather.join();
+    asking = false;
+    server.join();
+
+    // What the store follows is what a fresh import brings.
+    logger->connected = VARIANT_FALSE;
+    ASSERT_TRUE(poll());
+    const Lines lines = stored();
+    EXPECT_EQ(target->counters().active_alarms, logger->active.size());
+    EXPECT_LE(lines.size(), limit + logger->active.size());
+    for (const fakes::AlarmPtr& active : logger->active) {
+        const std::string time = fakes::describe(Value(Timestamp::from_file_time(active->fields().raised)));
+        EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [&](const auto& line) { return line.ends_with(time); }), 1)
+            << time;
+    }
+}
+
+} // namespace
