@@ -79,11 +79,7 @@ void ThreadingImpl::add_thread() {
     auto node = entry.extract(entry.begin());
     group_.push_back(thread);
     try {
-        // The thread takes the context out of its function object, which lives as long as anyone holds the thread.
-        *thread = boost::thread([context = io_context_]() mutable {
-            const auto owned = std::move(context);
-            run_until_done(*owned);
-        });
+        *thread = boost::thread([context = io_context_] { run_until_done(*context); });
     } catch (...) {
         group_.pop_back();
         throw;

@@ -33,18 +33,22 @@ using Clock = std::chrono::steady_clock;
 TEST(Pool, ThreadsAddedLaterRunBesideTheFirst) {
     for (const unsigned long first : {0ul, 1ul, 2ul}) {
         SCOPED_TRACE(first);
+        Gate all_inside;
         Threading pool(first);
         pool.add_threads(3 - first);
-        // Three functions that wait for one another need three threads.
+        // Three functions that wait for one another need three threads. The first one posts the others, which must not
+        // be kept for its own thread.
         std::atomic<int> inside = 0;
-        Gate all_inside;
         std::atomic<int> met = 0;
-        for (int i = 0; i < 3; ++i) {
-            pool.post([&] {
-                if (++inside == 3) all_inside.open();
-                if (all_inside.wait()) ++met;
-            });
-        }
+        const auto meet = [&] {
+            if (++inside == 3) all_inside.open();
+            if (all_inside.wait()) ++met;
+        };
+        pool.post([&] {
+            pool.post(meet);
+            pool.post(meet);
+            meet();
+        });
         EXPECT_TRUE(all_inside.wait());
         EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
         EXPECT_EQ(met, 3);
