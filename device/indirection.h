@@ -1,0 +1,27 @@
+#pragma once
+
+#include "support/export.h"
+
+#include <string>
+
+/// The prefixes "REFERENCE TO " and "POINTER TO " of a type name. [any thread]
+namespace ZoHmiFdx {
+
+struct AnalyzeIndirectionTypeNamesResult {
+    std::string dereference_operators; ///< in the order of the prefixes: "^" for a pointer, "`" for a reference
+    bool target_found = false;
+    std::string remainder;
+};
+
+/// The name begins with one of the prefixes.
+[[nodiscard]] ZO_EXPORT bool is_indirection_strict(const std::string& name);
+
+/// The operators that lead from a type to its target: strips prefixes until the rest begins with the target's name, or
+/// no prefix is left. A name that is its own target loses one prefix only, and the rest is the remainder, which stays
+/// empty in all other cases.
+[[nodiscard]] ZO_EXPORT AnalyzeIndirectionTypeNamesResult analyze_indirection_type_names(const std::string& name,
+                                                                                         const std::string& target);
+/// The operators of that result.
+[[nodiscard]] ZO_EXPORT std::string infer_dereference_operators(const std::string& name, const std::string& target);
+
+} // namespace ZoHmiFdx
