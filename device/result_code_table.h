@@ -13,6 +13,8 @@ struct ResultCodeRow {
 };
 
 /// The codes of the router, of devices and of the device client, in ascending order.
+// The formatter would put the two halves of a name on lines of their own.
+// clang-format off
 inline constexpr ResultCodeRow native_code_table[] = {
     {0x1, "ERR_INTERNAL"},
     {0x2, "ERR_NORTIME"},
@@ -60,155 +62,82 @@ inline constexpr ResultCodeRow native_code_table[] = {
     {0x50C, "ROUTERERR_FRAGMENTTIMEOUT"},
     {0x50D, "ROUTERERR_TOBEREMOVED"},
     {0x50E, "ROUTERERR_INVALIDPARM"},
-    {0x700, "FDXERR_DEVICE_"
-            "ERROR"},
-    {0x701, "FDXERR_DEVICE_"
-            "SRVNOTSUPP"},
-    {0x702, "FDXERR_DEVICE_"
-            "INVALIDGRP"},
-    {0x703, "FDXERR_DEVICE_"
-            "INVALIDOFFSET"},
-    {0x704, "FDXERR_DEVICE_"
-            "INVALIDACCESS"},
-    {0x705, "FDXERR_DEVICE_"
-            "INVALIDSIZE"},
-    {0x706, "FDXERR_DEVICE_"
-            "INVALIDDATA"},
-    {0x707, "FDXERR_DEVICE_"
-            "NOTREADY"},
-    {0x708, "FDXERR_DEVICE_"
-            "BUSY"},
-    {0x709, "FDXERR_DEVICE_"
-            "INVALIDCONTEXT"},
-    {0x70A, "FDXERR_DEVICE_"
-            "NOMEMORY"},
-    {0x70B, "FDXERR_DEVICE_"
-            "INVALIDPARM"},
-    {0x70C, "FDXERR_DEVICE_"
-            "NOTFOUND"},
-    {0x70D, "FDXERR_DEVICE_"
-            "SYNTAX"},
-    {0x70E, "FDXERR_DEVICE_"
-            "INCOMPATIBLE"},
-    {0x70F, "FDXERR_DEVICE_"
-            "EXISTS"},
-    {0x710, "FDXERR_DEVICE_"
-            "SYMBOLNOTFOUND"},
-    {0x711, "FDXERR_DEVICE_"
-            "SYMBOLVERSIONINVALID"},
-    {0x712, "FDXERR_DEVICE_"
-            "INVALIDSTATE"},
-    {0x713, "FDXERR_DEVICE_"
-            "TRANSMODENOTSUPP"},
-    {0x714, "FDXERR_DEVICE_"
-            "NOTIFYHNDINVALID"},
-    {0x715, "FDXERR_DEVICE_"
-            "CLIENTUNKNOWN"},
-    {0x716, "FDXERR_DEVICE_"
-            "NOMOREHDLS"},
-    {0x717, "FDXERR_DEVICE_"
-            "INVALIDWATCHSIZE"},
-    {0x718, "FDXERR_DEVICE_"
-            "NOTINIT"},
-    {0x719, "FDXERR_DEVICE_"
-            "TIMEOUT"},
-    {0x71A, "FDXERR_DEVICE_"
-            "NOINTERFACE"},
-    {0x71B, "FDXERR_DEVICE_"
-            "INVALIDINTERFACE"},
-    {0x71C, "FDXERR_DEVICE_"
-            "INVALIDCLSID"},
-    {0x71D, "FDXERR_DEVICE_"
-            "INVALIDOBJID"},
-    {0x71E, "FDXERR_DEVICE_"
-            "PENDING"},
-    {0x71F, "FDXERR_DEVICE_"
-            "ABORTED"},
-    {0x720, "FDXERR_DEVICE_"
-            "WARNING"},
-    {0x721, "FDXERR_DEVICE_"
-            "INVALIDARRAYIDX"},
-    {0x722, "FDXERR_DEVICE_"
-            "SYMBOLNOTACTIVE"},
-    {0x723, "FDXERR_DEVICE_"
-            "ACCESSDENIED"},
-    {0x724, "FDXERR_DEVICE_"
-            "LICENSENOTFOUND"},
-    {0x725, "FDXERR_DEVICE_"
-            "LICENSEEXPIRED"},
-    {0x726, "FDXERR_DEVICE_"
-            "LICENSEEXCEEDED"},
-    {0x727, "FDXERR_DEVICE_"
-            "LICENSEINVALID"},
-    {0x728, "FDXERR_DEVICE_"
-            "LICENSESYSTEMID"},
-    {0x729, "FDXERR_DEVICE_"
-            "LICENSENOTIMELIMIT"},
-    {0x72A, "FDXERR_DEVICE_"
-            "LICENSEFUTUREISSUE"},
-    {0x72B, "FDXERR_DEVICE_"
-            "LICENSETIMETOLONG"},
-    {0x72C, "FDXERR_DEVICE_"
-            "EXCEPTION"},
-    {0x72D, "FDXERR_DEVICE_"
-            "LICENSEDUPLICATED"},
-    {0x72E, "FDXERR_DEVICE_"
-            "SIGNATUREINVALID"},
-    {0x72F, "FDXERR_DEVICE_"
-            "CERTIFICATEINVALID"},
-    {0x730, "FDXERR_DEVICE_"
-            "LICENSEOEMNOTFOUND"},
-    {0x731, "FDXERR_DEVICE_"
-            "LICENSERESTRICTED"},
-    {0x732, "FDXERR_DEVICE_"
-            "LICENSEDEMODENIED"},
-    {0x733, "FDXERR_DEVICE_"
-            "INVALIDFNCID"},
-    {0x734, "FDXERR_DEVICE_"
-            "OUTOFRANGE"},
-    {0x735, "FDXERR_DEVICE_"
-            "INVALIDALIGNMENT"},
-    {0x736, "FDXERR_DEVICE_"
-            "LICENSEPLATFORM"},
-    {0x737, "FDXERR_DEVICE_"
-            "FORWARD_PL"},
-    {0x738, "FDXERR_DEVICE_"
-            "FORWARD_DL"},
-    {0x739, "FDXERR_DEVICE_"
-            "FORWARD_RT"},
-    {0x740, "FDXERR_CLIENT_"
-            "ERROR"},
-    {0x741, "FDXERR_CLIENT_"
-            "INVALIDPARM"},
-    {0x742, "FDXERR_CLIENT_"
-            "LISTEMPTY"},
-    {0x743, "FDXERR_CLIENT_"
-            "VARUSED"},
-    {0x744, "FDXERR_CLIENT_"
-            "DUPLINVOKEID"},
-    {0x745, "FDXERR_CLIENT_"
-            "SYNCTIMEOUT"},
-    {0x746, "FDXERR_CLIENT_"
-            "W32ERROR"},
-    {0x747, "FDXERR_CLIENT_"
-            "TIMEOUTINVALID"},
-    {0x748, "FDXERR_CLIENT_"
-            "PORTNOTOPEN"},
-    {0x749, "FDXERR_CLIENT_"
-            "NONRXADDR"},
-    {0x750, "FDXERR_CLIENT_"
-            "SYNCINTERNAL"},
-    {0x751, "FDXERR_CLIENT_"
-            "ADDHASH"},
-    {0x752, "FDXERR_CLIENT_"
-            "REMOVEHASH"},
-    {0x753, "FDXERR_CLIENT_"
-            "NOMORESYM"},
-    {0x754, "FDXERR_CLIENT_"
-            "SYNCRESINVALID"},
-    {0x755, "FDXERR_CLIENT_"
-            "SYNCPORTLOCKED"},
+    {0x700, "FDXERR_DEVICE_" "ERROR"},
+    {0x701, "FDXERR_DEVICE_" "SRVNOTSUPP"},
+    {0x702, "FDXERR_DEVICE_" "INVALIDGRP"},
+    {0x703, "FDXERR_DEVICE_" "INVALIDOFFSET"},
+    {0x704, "FDXERR_DEVICE_" "INVALIDACCESS"},
+    {0x705, "FDXERR_DEVICE_" "INVALIDSIZE"},
+    {0x706, "FDXERR_DEVICE_" "INVALIDDATA"},
+    {0x707, "FDXERR_DEVICE_" "NOTREADY"},
+    {0x708, "FDXERR_DEVICE_" "BUSY"},
+    {0x709, "FDXERR_DEVICE_" "INVALIDCONTEXT"},
+    {0x70A, "FDXERR_DEVICE_" "NOMEMORY"},
+    {0x70B, "FDXERR_DEVICE_" "INVALIDPARM"},
+    {0x70C, "FDXERR_DEVICE_" "NOTFOUND"},
+    {0x70D, "FDXERR_DEVICE_" "SYNTAX"},
+    {0x70E, "FDXERR_DEVICE_" "INCOMPATIBLE"},
+    {0x70F, "FDXERR_DEVICE_" "EXISTS"},
+    {0x710, "FDXERR_DEVICE_" "SYMBOLNOTFOUND"},
+    {0x711, "FDXERR_DEVICE_" "SYMBOLVERSIONINVALID"},
+    {0x712, "FDXERR_DEVICE_" "INVALIDSTATE"},
+    {0x713, "FDXERR_DEVICE_" "TRANSMODENOTSUPP"},
+    {0x714, "FDXERR_DEVICE_" "NOTIFYHNDINVALID"},
+    {0x715, "FDXERR_DEVICE_" "CLIENTUNKNOWN"},
+    {0x716, "FDXERR_DEVICE_" "NOMOREHDLS"},
+    {0x717, "FDXERR_DEVICE_" "INVALIDWATCHSIZE"},
+    {0x718, "FDXERR_DEVICE_" "NOTINIT"},
+    {0x719, "FDXERR_DEVICE_" "TIMEOUT"},
+    {0x71A, "FDXERR_DEVICE_" "NOINTERFACE"},
+    {0x71B, "FDXERR_DEVICE_" "INVALIDINTERFACE"},
+    {0x71C, "FDXERR_DEVICE_" "INVALIDCLSID"},
+    {0x71D, "FDXERR_DEVICE_" "INVALIDOBJID"},
+    {0x71E, "FDXERR_DEVICE_" "PENDING"},
+    {0x71F, "FDXERR_DEVICE_" "ABORTED"},
+    {0x720, "FDXERR_DEVICE_" "WARNING"},
+    {0x721, "FDXERR_DEVICE_" "INVALIDARRAYIDX"},
+    {0x722, "FDXERR_DEVICE_" "SYMBOLNOTACTIVE"},
+    {0x723, "FDXERR_DEVICE_" "ACCESSDENIED"},
+    {0x724, "FDXERR_DEVICE_" "LICENSENOTFOUND"},
+    {0x725, "FDXERR_DEVICE_" "LICENSEEXPIRED"},
+    {0x726, "FDXERR_DEVICE_" "LICENSEEXCEEDED"},
+    {0x727, "FDXERR_DEVICE_" "LICENSEINVALID"},
+    {0x728, "FDXERR_DEVICE_" "LICENSESYSTEMID"},
+    {0x729, "FDXERR_DEVICE_" "LICENSENOTIMELIMIT"},
+    {0x72A, "FDXERR_DEVICE_" "LICENSEFUTUREISSUE"},
+    {0x72B, "FDXERR_DEVICE_" "LICENSETIMETOLONG"},
+    {0x72C, "FDXERR_DEVICE_" "EXCEPTION"},
+    {0x72D, "FDXERR_DEVICE_" "LICENSEDUPLICATED"},
+    {0x72E, "FDXERR_DEVICE_" "SIGNATUREINVALID"},
+    {0x72F, "FDXERR_DEVICE_" "CERTIFICATEINVALID"},
+    {0x730, "FDXERR_DEVICE_" "LICENSEOEMNOTFOUND"},
+    {0x731, "FDXERR_DEVICE_" "LICENSERESTRICTED"},
+    {0x732, "FDXERR_DEVICE_" "LICENSEDEMODENIED"},
+    {0x733, "FDXERR_DEVICE_" "INVALIDFNCID"},
+    {0x734, "FDXERR_DEVICE_" "OUTOFRANGE"},
+    {0x735, "FDXERR_DEVICE_" "INVALIDALIGNMENT"},
+    {0x736, "FDXERR_DEVICE_" "LICENSEPLATFORM"},
+    {0x737, "FDXERR_DEVICE_" "FORWARD_PL"},
+    {0x738, "FDXERR_DEVICE_" "FORWARD_DL"},
+    {0x739, "FDXERR_DEVICE_" "FORWARD_RT"},
+    {0x740, "FDXERR_CLIENT_" "ERROR"},
+    {0x741, "FDXERR_CLIENT_" "INVALIDPARM"},
+    {0x742, "FDXERR_CLIENT_" "LISTEMPTY"},
+    {0x743, "FDXERR_CLIENT_" "VARUSED"},
+    {0x744, "FDXERR_CLIENT_" "DUPLINVOKEID"},
+    {0x745, "FDXERR_CLIENT_" "SYNCTIMEOUT"},
+    {0x746, "FDXERR_CLIENT_" "W32ERROR"},
+    {0x747, "FDXERR_CLIENT_" "TIMEOUTINVALID"},
+    {0x748, "FDXERR_CLIENT_" "PORTNOTOPEN"},
+    {0x749, "FDXERR_CLIENT_" "NONRXADDR"},
+    {0x750, "FDXERR_CLIENT_" "SYNCINTERNAL"},
+    {0x751, "FDXERR_CLIENT_" "ADDHASH"},
+    {0x752, "FDXERR_CLIENT_" "REMOVEHASH"},
+    {0x753, "FDXERR_CLIENT_" "NOMORESYM"},
+    {0x754, "FDXERR_CLIENT_" "SYNCRESINVALID"},
+    {0x755, "FDXERR_CLIENT_" "SYNCPORTLOCKED"},
 };
+// clang-format on
 
 /// The codes of this library, in ascending order; success, which is not among them, is "HMI_FDX_SUCCESS".
 inline constexpr ResultCodeRow library_code_table[] = {
