@@ -206,7 +206,8 @@ protected:
 
 TEST_F(HostSlots, Host) {
     void* object = static_cast<IZoHmiSrvExtHost*>(&host);
-    for (const std::size_t slot : {0, 1, 3, 4, 6, 7, 9, 11, 15}) {
+    constexpr std::size_t reserved[] = {0, 1, 3, 4, 6, 7, 9, 11, 15};
+    for (const std::size_t slot : reserved) {
         call_slot<void>(object, slot);
         expect_last(std::to_string(slot));
     }

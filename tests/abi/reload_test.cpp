@@ -1,0 +1,159 @@
+// A server that loads and unloads the product again and again, with the stand-ins of the platform's libraries.
+#include "extension/host/context.h"
+#include "extension/host/event.h"
+#include "extension/host/event_payload.h"
+#include "extension/host/host.h"
+#include "extension/host/listeners.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <malloc.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+using namespace ZoHmiSrv;
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool sanitized = true;
+#elif defined(__has_feature)
+constexpr bool sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool sanitized = false;
+#endif
+
+class Host : public IZoHmiSrvExtHost {
+public:
+    void send_message(const Context&, Message, bool) override {}
+    void execute_command(const Context&, Command&) override {}
+    void register_listener(const Context&, IZoHmiSrvListener* listener) override {
+        if (listener->type() == ListenerType::Shutdown)
+            shutdown_listener = static_cast<IZoHmiSrvShutdownListener*>(listener);
+    }
+    void register_config_listener(const Context&, IZoHmiSrvConfigListener*, Value) override {}
+    void unregister_listener(const Context&, IZoHmiSrvListener*) override {}
+    void notify_alarm(const Context&, AlarmNotification, const Alarm&) override {}
+    void forget_event(const Context&, const Event&) override {}
+    Value get_config_value(const Context&, const char* path) override { return *path ? config[path] : config; }
+    void reset_temporary_events(const Context&) override {}
+    void set_display_name(const Context&, const char*) override {}
+
+    Value config;
+    IZoHmiSrvShutdownListener* shutdown_listener = nullptr;
+};
+
+std::size_t entries(const char* folder) {
+    const std::filesystem::directory_iterator begin(folder);
+    return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
+}
+
+bool is_mapped(const std::string& name) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);)
+        if (line.ends_with("/" + name)) return true;
+    return false;
+}
+
+struct Use {
+    std::size_t threads = 0;
+    std::size_t descriptors = 0;
+    std::size_t heap = 0; // bytes
+};
+
+// Threads that have been joined or ended by themselves can stay visible for a moment.
+Use measure() {
+    Use use;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    do {
+        use.threads = entries("/proc/self/task");
+        if (use.threads == 1) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    } while (std::chrono::steady_clock::now() < deadline);
+    use.descriptors = entries("/proc/self/fd");
+    const auto heap = mallinfo2();
+    use.heap = heap.uordblks + heap.hblkhd;
+    return use;
+}
+
+void load_and_unload(Host& host) {
+    void* const library = dlopen(ZO_PRODUCT, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    using Entry = int (*)(IZoHmiSrvExtHost*, IZoHmiSrvExt**, double*);
+    const auto entry = reinterpret_cast<Entry>(dlsym(library, "ext_interface"));
+    ASSERT_NE(entry, nullptr);
+    IZoHmiSrvExt* extension = nullptr;
+    double version = 0.0;
+    EXPECT_EQ(entry(&host, &extension, &version), 0);
+    EXPECT_EQ(version, 22.0);
+    ASSERT_NE(extension, nullptr);
+    const Context context;
+    EXPECT_EQ(extension->init(context).result(), HMI_SUCCESS);
+    EXPECT_EQ(host.shutdown_listener->on_shutdown(context), 0);
+    delete extension;
+    EXPECT_EQ(dlclose(library), 0);
+}
+
+class Reload : public testing::TestWithParam<const char*> {};
+
+TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
+    Host host;
+    host.config.set_type(ValueType::Struct);
+    host.config.insert("TIMEOUT", Timespan(1'000'000'000));
+    host.config.insert("LIMIT_EVENT_COUNT", 10.0);
+    Value targets;
+    targets.set_type(ValueType::Map);
+    if (GetParam() != std::string("empty")) {
+        Value entry;
+        entry.set_type(ValueType::Struct);
+        entry.insert("ADDRESS", "5.9.9.9.1.1");
+        entry.insert("ENABLED", GetParam() == std::string("unreachable"));
+        targets.insert("one", entry);
+    }
+    host.config.insert("TARGET_SYSTEMS", targets);
+    // Nobody listens at the port of that net id.
+    const auto routes = std::filesystem::path(testing::TempDir()) / ("reload_routes_" + std::to_string(getpid()));
+    std::ofstream(routes) << R"({"local":"5.1.2.3.1.1","routes":{"5.9.9.9.1.1":"127.0.0.1:1"}})";
+    setenv("ZO_ROUTES", routes.c_str(), 1);
+
+    constexpr int rounds = 50;
+    Use early;
+    Use late;
+    int mapped = 0;
+    for (int round = 1; round <= rounds; ++round) {
+        ASSERT_NO_FATAL_FAILURE(load_and_unload(host)) << round;
+        if (is_mapped("libZoHmiEventLogger.so")) ++mapped;
+        if (round == 10) early = measure();
+        if (round == rounds) late = measure();
+    }
+    std::filesystem::remove(routes);
+    EXPECT_LE(late.threads, early.threads);
+    EXPECT_LE(late.descriptors, early.descriptors);
+    if (sanitized) GTEST_SKIP() << "sanitizers keep libraries mapped and count memory in their own way";
+    EXPECT_EQ(mapped, 0);
+    // Sizes are rounded up differently from round to round, but the smallest piece of memory takes 32 bytes.
+    EXPECT_LT(late.heap, early.heap + 32 * (rounds - 10) / 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Targets, Reload, testing::Values("empty", "disabled", "unreachable"),
+                         [](const auto& instance) { return std::string(instance.param); });
+
+} // namespace
+
+// The memory that a thread keeps for its own next allocations counts as in use, and hides what really is.
+int main(int argc, char** argv) {
+    if (!sanitized && !std::getenv("GLIBC_TUNABLES")) {
+        setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
+        execv("/proc/self/exe", argv);
+    }
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
