@@ -3,9 +3,13 @@
 #include "support/export.h"
 
 #include <string>
+#include <string_view>
 
 /// The prefixes "REFERENCE TO " and "POINTER TO " of a type name. [any thread]
 namespace ZoHmiFdx {
+
+inline constexpr std::string_view pointer_prefix = "POINTER TO ";
+inline constexpr std::string_view reference_prefix = "REFERENCE TO ";
 
 struct AnalyzeIndirectionTypeNamesResult {
     std::string dereference_operators; ///< in the order of the prefixes: "^" for a pointer, "`" for a reference
