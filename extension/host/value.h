@@ -87,7 +87,8 @@ public:
     Value& set_type(ValueType type);
     /// Converts the content to another type; what cannot be converted becomes an empty value of that type.
     /// Text to a number reads the whole text; a number becomes its shortest text; text and Binary turn into each other
-    /// by base64 with padding (invalid text gives no bytes); times are nanoseconds, in texts ISO 8601.
+    /// by base64 with padding (invalid text gives no bytes). As numbers, times are nanoseconds; as text, a DateTime is
+    /// ISO 8601 in UTC and a TimeSpan the number.
     Value& convert(ValueType type);
 
     bool isset() const noexcept { return type_ != ValueType::Null; }

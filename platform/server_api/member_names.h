@@ -83,13 +83,14 @@ struct MemberNames {
     }
     static int compare(const MemberName& left, const MemberName& right) noexcept;
 
-    /// Quicker than `compare`. A short key never has the words of a long name, whose last byte is not zero.
+    /// Quicker than `compare`.
     static bool equal(const MemberName& name, const NameKey& key) noexcept {
-        if (key.is_long()) [[unlikely]] {
-            return compare_texts(name, key) == 0;
-        }
-        return ((big_endian(name.bytes_) ^ key.words[0]) | (big_endian(name.bytes_ + 8) ^ key.words[1]) |
-                (big_endian(name.bytes_ + 16) ^ key.words[2])) == 0;
+        return key.is_long() ? compare_texts(name, key) == 0 : equal(name, key.words);
+    }
+    /// The same for the words of a short key, which a long name never has: its last byte is not zero.
+    static bool equal(const MemberName& name, const std::array<std::uint64_t, 3>& words) noexcept {
+        return ((big_endian(name.bytes_) ^ words[0]) | (big_endian(name.bytes_ + 8) ^ words[1]) |
+                (big_endian(name.bytes_ + 16) ^ words[2])) == 0;
     }
 
 private:

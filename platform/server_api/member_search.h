@@ -7,14 +7,13 @@
 
 namespace ZoHmiSrv {
 
-/// The place of the last run that begins at or before the key, else of the first.
-std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept;
-
-/// The member of that name in a run, or null: compares the tags of eight members at a time, and the names where the
-/// tags are the same.
-inline MapMember* find_in_run(Block* run, const NameKey& key) noexcept {
+/// The member of a name in a run, or null: compares the tags of eight members at a time, and the names where the tags
+/// are the same.
+template <class Equal>
+MapMember* search_run(Block* run, std::uint8_t tag, Equal equal) noexcept {
     constexpr std::uint64_t ones = 0x0101010101010101U;
-    const std::uint64_t pattern = ones * key.tag();
+    const std::uint64_t pattern = ones * tag;
+    MapMember* members = members_of(run);
     const char* tags = reinterpret_cast<const char*>(tags_of(run));
     for (std::size_t first = 0; first < run->size; first += 8) {
         const std::uint64_t difference = Layout::little_endian(tags + first) ^ pattern;
@@ -23,23 +22,35 @@ inline MapMember* find_in_run(Block* run, const NameKey& key) noexcept {
         std::uint64_t same = (difference - ones) & ~difference & (ones << 7);
         for (; same != 0; same &= same - 1) {
             const std::size_t at = first + static_cast<std::size_t>(__builtin_ctzll(same)) / 8;
-            if (at < run->size && Layout::MemberNames::equal(members_of(run)[at].name, key)) {
-                return members_of(run) + at;
+            if (at < run->size && equal(members[at].name)) {
+                return members + at;
             }
         }
     }
     return nullptr;
 }
 
-/// The Value of that name in a Map or Struct, or null.
-inline Value* find_member(const Value& map, const NameKey& key) noexcept {
+/// A member and the run that it lies in, or two nulls.
+struct FoundMember {
+    Block* run = nullptr;
+    MapMember* member = nullptr;
+};
+
+/// The member of that name in a Map or Struct. By far the most look-ups are those of a short name in a single run,
+/// which this does with the name in registers.
+inline FoundMember find_member(const Value& map, const char* name) noexcept {
     if (!ValueAccess::is_map(map) || !ValueAccess::on_heap(map)) {
-        return nullptr;
+        return {};
     }
-    const MemberIndex* index = ValueAccess::index(map);
-    Block* run = index == nullptr ? ValueAccess::block(map) : index->runs[run_for(*index, key)];
-    MapMember* member = find_in_run(run, key);
-    return member == nullptr ? nullptr : &member->value;
+    const NameKey key(name);
+    if (ValueAccess::index(map) != nullptr || key.is_long()) [[unlikely]] {
+        const ValueAccess::Place place = ValueAccess::find(map, name);
+        return place.found ? FoundMember{place.run, members_of(place.run) + place.at} : FoundMember{};
+    }
+    Block* run = ValueAccess::block(map);
+    return {run, search_run(run, key.tag(), [words = key.words](const Layout::MemberName& candidate) {
+                return Layout::MemberNames::equal(candidate, words);
+            })};
 }
 
 } // namespace ZoHmiSrv

@@ -26,6 +26,29 @@ std::size_t lower_bound(Block* run, const NameKey& key) noexcept {
     return static_cast<std::size_t>(at - members);
 }
 
+/// The place of the last run that begins at or before the key, else of the first.
+std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
+    const auto after = std::partition_point(index.runs.begin() + 1, index.runs.end(), [&](Block* run) {
+        return MemberNames::compare(members_of(run)[0].name, key) <= 0;
+    });
+    return static_cast<std::size_t>(after - index.runs.begin()) - 1;
+}
+
+/// The member, or the run that one of that name belongs to.
+ValueAccess::Place search(Block* block, const MemberIndex* index, const NameKey& key) noexcept {
+    ValueAccess::Place place;
+    if (block == nullptr) {
+        return place;
+    }
+    place.ordinal = index == nullptr ? 0 : run_for(*index, key);
+    place.run = index == nullptr ? block : index->runs[place.ordinal];
+    const MapMember* member =
+        search_run(place.run, key.tag(), [&](const MemberName& name) { return MemberNames::equal(name, key); });
+    place.found = member != nullptr;
+    place.at = place.found ? static_cast<std::size_t>(member - members_of(place.run)) : 0;
+    return place;
+}
+
 void move_members(MapMember* to, const MapMember* from, std::size_t count) noexcept {
     std::memmove(static_cast<void*>(to), from, count * sizeof *to);
 }
@@ -36,13 +59,6 @@ Block* last_run(const Value& map) noexcept {
 }
 
 } // namespace
-
-std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
-    const auto after = std::partition_point(index.runs.begin() + 1, index.runs.end(), [&](Block* run) {
-        return MemberNames::compare(members_of(run)[0].name, key) <= 0;
-    });
-    return static_cast<std::size_t>(after - index.runs.begin()) - 1;
-}
 
 std::size_t ValueAccess::member_count(const Value& map) noexcept {
     if (!is_map(map) || !map.on_heap_) {
@@ -57,21 +73,8 @@ Block* ValueAccess::allocate_run(std::size_t capacity) {
     return run;
 }
 
-ValueAccess::Place ValueAccess::find(const Value& map, const NameKey& key) noexcept {
-    Place place;
-    if (!is_map(map) || !map.on_heap_) {
-        return place;
-    }
-    if (const MemberIndex* runs = index(map); runs != nullptr) {
-        place.ordinal = run_for(*runs, key);
-        place.run = runs->runs[place.ordinal];
-    } else {
-        place.run = block(map);
-    }
-    const MapMember* member = find_in_run(place.run, key);
-    place.found = member != nullptr;
-    place.at = place.found ? static_cast<std::size_t>(member - members_of(place.run)) : 0;
-    return place;
+ValueAccess::Place ValueAccess::find(const Value& map, const char* name) noexcept {
+    return is_map(map) ? search(block(map), index(map), NameKey(name)) : Place();
 }
 
 ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noexcept {
@@ -79,11 +82,11 @@ ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noe
         const int order = MemberNames::compare(members_of(run)[run->size - 1].name, key);
         if (order <= 0) {
             const MemberIndex* runs = index(map);
-            return Place{run, order == 0 ? run->size - 1 : run->size, runs == nullptr ? 0 : runs->runs.size() - 1,
-                         order == 0};
+            return {run, order == 0 ? run->size - 1 : run->size, runs == nullptr ? 0 : runs->runs.size() - 1,
+                    order == 0};
         }
     }
-    Place place = find(map, key);
+    Place place = search(block(map), index(map), key);
     if (!place.found && place.run != nullptr) {
         place.at = lower_bound(place.run, key);
     }

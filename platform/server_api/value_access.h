@@ -70,16 +70,14 @@ struct ValueAccess {
     static std::size_t member_count(const Value& map) noexcept;
     static Block* allocate_run(std::size_t capacity);
     /// The member, or not `found`.
-    static Place find(const Value& map, const NameKey& key) noexcept;
+    static Place find(const Value& map, const char* name) noexcept;
     /// The member, or where one of that name belongs; quick for a name that belongs at the end.
     static Place locate(const Value& map, const NameKey& key) noexcept;
     /// Puts a member where `locate` said it belongs. Strong: a failed allocation changes nothing.
     static Value& emplace(Value& map, Place& place, const NameKey& key, Value& value);
     static Iterator<Value> erase(Value& map, Place place) noexcept;
     static void reserve_members(Value& map, std::size_t count);
-    static Iterator<Value> iterator(const Place& place) noexcept {
-        return Iterator<Value>(place.run, members_of(place.run) + place.at);
-    }
+    static Iterator<Value> iterator(Block* run, MapMember* member) noexcept { return Iterator<Value>(run, member); }
     static Iterator<Value> first_of(Block* run) noexcept { return Iterator<Value>::first_of(run); }
     static Iterator<Value> begin(const Value& map) noexcept;
     static Block* run_of(Iterator<Value> position) noexcept { return position.run_; }

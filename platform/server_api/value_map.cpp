@@ -26,8 +26,8 @@ auto as_map(Value& value, const char* name, Operation operation) {
 } // namespace
 
 const Value& Value::operator[](const char* name) const noexcept {
-    const Value* member = find_member(*this, NameKey(name));
-    return member != nullptr ? *member : ValueAccess::null_value();
+    const FoundMember found = find_member(*this, name);
+    return found.member != nullptr ? found.member->value : ValueAccess::null_value();
 }
 
 Value& Value::operator[](const char* name) {
@@ -42,13 +42,13 @@ Value& Value::operator[](const char* name) {
 }
 
 ConstIterator<Value> Value::find(const char* name) const noexcept {
-    const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
-    return place.found ? ValueAccess::iterator(place) : end();
+    const FoundMember found = find_member(*this, name);
+    return found.member != nullptr ? ValueAccess::iterator(found.run, found.member) : end();
 }
 
 Iterator<Value> Value::find(const char* name) noexcept {
-    const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
-    return place.found ? ValueAccess::iterator(place) : end();
+    const FoundMember found = find_member(*this, name);
+    return found.member != nullptr ? ValueAccess::iterator(found.run, found.member) : end();
 }
 
 ConstIterator<Value> Value::begin() const noexcept {
@@ -72,7 +72,7 @@ Iterator<Value> Value::insert(const char* name, Value&& value) {
             Value taken = std::move(value); // it may be a member, which the insertion moves
             ValueAccess::emplace(*this, place, key, taken);
         }
-        return ValueAccess::iterator(place);
+        return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
     });
 }
 
@@ -96,7 +96,7 @@ Iterator<Value> Value::insert_or_update(const char* name, Value&& value) {
         } else {
             ValueAccess::emplace(*this, place, key, taken);
         }
-        return ValueAccess::iterator(place);
+        return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
     });
 }
 
@@ -112,7 +112,7 @@ Iterator<Value> Value::remove(Iterator<Value> position) noexcept {
     place.run = ValueAccess::run_of(position);
     place.at = static_cast<std::size_t>(ValueAccess::member_at(position) - members_of(place.run));
     if (ValueAccess::index(*this) != nullptr) {
-        place = ValueAccess::find(*this, NameKey(position.name()));
+        place = ValueAccess::find(*this, position.name());
     }
     return ValueAccess::erase(*this, place);
 }

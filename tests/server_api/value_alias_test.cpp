@@ -5,6 +5,8 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
+#include <vector>
 
 using namespace ZoHmiSrv;
 using values::show;
@@ -121,4 +123,25 @@ TEST(ValueAlias, EventsInsideThemselves) {
     message.parameters()["m"].get_message().set_name("inside");
     message = message.parameters()["m"].get_message();
     EXPECT_STREQ(message.name(), "inside");
+}
+
+TEST(ValueAlias, CopiesLiveOnThreadsOfTheirOwn) {
+    Value original = sample_map();
+    original["a name that has to lie outside of its member"] = long_text;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        // The long name is the one thing that copies share.
+        threads.emplace_back([copy = original, expected = show(original)]() mutable {
+            for (int round = 0; round < 500; ++round) {
+                Value next = copy;
+                copy = next;
+                next["a"] = round;
+                ASSERT_EQ(show(copy), expected);
+            }
+        });
+    }
+    original = Value();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }

@@ -1,6 +1,8 @@
 #include "tests/server_api/values.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <map>
 #include <random>
 #include <string>
@@ -131,6 +133,20 @@ TEST(ValueMap, LargeMapsInEveryOrderOfInsertion) {
         }
         expect_same(map, model);
         Value moved = std::move(map);
+        expect_same(moved, model);
+
+        // Whole runs go, from the middle on and then from the end.
+        const auto middle = model.find("name101000");
+        const auto stop = model.find("name104000");
+        for (auto it = moved.find("name101000"); it.name() != stop->first;) {
+            it = moved.remove(it);
+        }
+        model.erase(middle, stop);
+        expect_same(moved, model);
+        while (model.size() > 10) {
+            ASSERT_TRUE(moved.remove(moved.find(model.rbegin()->first.c_str())) == moved.end());
+            model.erase(std::prev(model.end()));
+        }
         expect_same(moved, model);
     }
 }

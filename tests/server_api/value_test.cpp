@@ -119,7 +119,8 @@ TEST(Value, SizeAndEmpty) {
 }
 
 TEST(Value, TextsAndBytesOfEveryLengthSurviveCopyAndMove) {
-    for (const std::size_t length : {0, 1, 7, 14, 15, 16, 17, 100, 70000}) {
+    constexpr std::size_t lengths[] = {0, 1, 7, 14, 15, 16, 17, 100, 70000};
+    for (const std::size_t length : lengths) {
         std::string text;
         for (std::size_t i = 0; i < length; ++i) {
             text += static_cast<char>('a' + i % 26);
