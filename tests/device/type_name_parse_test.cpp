@@ -1,0 +1,434 @@
+#include "device/type_name.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <utility>
+
+using namespace std::string_literals;
+using namespace ZoHmiFdx;
+using ZoHmiSrv::ValueType;
+
+namespace {
+
+constexpr auto untouched_type = FdxDataType(0xABCD);
+constexpr auto untouched_value = ValueType::Event;
+
+struct Parsed {
+    int result = 0;
+    FdxDataType type = untouched_type;
+    ValueType value = untouched_value;
+
+    friend bool operator==(const Parsed&, const Parsed&) = default;
+    friend std::ostream& operator<<(std::ostream& stream, const Parsed& parsed) {
+        return stream << std::hex << parsed.result << " type 0x" << unsigned(parsed.type) << " value type "
+                      << value_type_to_string(parsed.value);
+    }
+};
+
+constexpr Parsed unknown = {};
+constexpr Parsed refused = {FDXERR_DEVICE_INVALIDDATA};
+
+Parsed parse(int size, const char* name, const char* base_name = nullptr) {
+    Parsed parsed;
+    parsed.result = parse_fdx_type_string(size, name, &parsed.value, &parsed.type, base_name);
+    return parsed;
+}
+
+TEST(TypeName, Parse) {
+    constexpr Parsed int16 = {0, FdxDataType::Int16, ValueType::Int};
+    constexpr Parsed uint16 = {0, FdxDataType::UInt16, ValueType::Int};
+    constexpr Parsed int32 = {0, FdxDataType::Int32, ValueType::Int};
+    constexpr Parsed uint32 = {0, FdxDataType::UInt32, ValueType::Double};
+    constexpr Parsed int64 = {0, FdxDataType::Int64, ValueType::Int64};
+    constexpr Parsed uint64 = {0, FdxDataType::UInt64, ValueType::UInt64};
+    constexpr Parsed int8 = {0, FdxDataType::Int8, ValueType::Int};
+    constexpr Parsed uint8 = {0, FdxDataType::UInt8, ValueType::Int};
+    constexpr Parsed boolean = {0, FdxDataType::Bit, ValueType::Bool};
+    constexpr Parsed string = {0, FdxDataType::String, ValueType::String};
+    constexpr Parsed wide_string = {0, FdxDataType::WString, ValueType::String};
+    struct Case {
+        int size;
+        const char* name;
+        Parsed expected;
+        const char* base_name = nullptr;
+    };
+    const Case cases[] = {
+        {-1, nullptr, refused, "INT"},
+        {-1, "", unknown},
+        {-1, "", int16, "INT"},
+        {4, "", refused, "INT"},
+        {-1, "", unknown, ""},
+        {-1, "FB_Axis", unknown, "INT"}, // the base name counts for an empty name alone
+        // Sizes.
+        {-1, "DINT", int32},
+        {4, "DINT", int32},
+        {2, "DINT", refused},
+        {0, "DINT", refused},
+        {-2, "DINT", refused},
+        {4 + 256, "DINT", refused},
+        {1, "BIT", boolean},
+        {4, "BIT", refused},
+        {4, "BOOL", boolean},
+        {-7, "BOOL", boolean},
+        {4, "BOOL (VAR_IN_OUT)", boolean},
+        {0, "STRING(80)", string},
+        {1000, "WSTRING", wide_string},
+        {5, "UINT40", {0, FdxDataType::UInt40, ValueType::UInt64}},
+        // The size picks the type.
+        {2, "XINT", int16},
+        {4, "XINT", int32},
+        {8, "XINT", int64},
+        {2, "XWORD", uint16},
+        {4, "XWORD", uint32},
+        {8, "XWORD", uint64},
+        {8, "UXINT", uint64},
+        {-1, "XINT", refused},
+        {-1, "UXINT", refused},
+        {1, "XWORD", refused},
+        {2 + 256, "XINT", refused},
+        {4, "XINT(0..7)", int32},
+        {2, "POINTER TO INT", uint16},
+        {4, "REFERENCE TO INT", uint32},
+        {8, "POINTER TO INT", uint64},
+        {8, "POINTER TO ", uint64},
+        {-1, "POINTER TO INT", refused},
+        {3, "REFERENCE TO INT", refused},
+        {8, "POINTER TO", unknown},
+        {8, "REFERENCE  TO INT", unknown},
+        {8, " POINTER TO INT", unknown},
+        // What may follow a name.
+        {-1, "INT(0..7)", int16},
+        {-1, "INT(", int16},
+        {-1, "INT (0..7)", unknown},
+        {-1, "DINT[4]", unknown},
+        {-1, "INT[", unknown},
+        {-1, "INT ", unknown},
+        {-1, "INTX", unknown},
+        {-1, "IN", unknown},
+        {-1, "STRING[80]", string},
+        {-1, "STRING[", string},
+        {-1, "WSTRING[80]", wide_string},
+        {-1, "WSTRING(80)", wide_string},
+        {-1, "STRINGS", unknown},
+        {-1, "SINT[80]", unknown},
+        {-1, "TIME", {0, FdxDataType::Time, ValueType::TimeSpan}},
+        {-1, "TIME(", unknown},
+        {-1, "BIT(0..1)", unknown},
+        {-1, "BOOL(0..1)", unknown},
+        {-1, "BOOL (VAR_IN_OUT", unknown},
+        {-1, "BOOL (VAR_IN_OUT)x", unknown},
+        {-1, "BOOL (VAR_INPUT)", unknown},
+        {-1, "BOOL ", unknown},
+        {-1, "LDATE_AND_TIME", {0, FdxDataType::LDateAndTime, ValueType::DateTime}},
+        {-1, "LDATE_AND_TIME_OF_DAY", unknown},
+        {-1, "int", unknown},
+        {-1, "\xC4\x42", unknown},
+        {-1, "@", unknown},
+        {-1, "[", unknown},
+        // Bits: the field of eight is unsigned, the shorter ones are not.
+        {-1, "BIT8", uint8},
+        {-1, "BIT8(0..1)", uint8},
+        {-1, "BIT2", int8},
+        {1, "BIT7", int8},
+        {2, "BIT7", refused},
+        {-1, "BIT1", unknown},
+        {-1, "BIT9", unknown},
+        {-1, "BIT25", unknown},
+        {-1, "BIT2(0..1)", unknown},
+        // An alias of a Boolean.
+        {-1, "BYTE", boolean, "BOOL"},
+        {1, "BIT8", boolean, "BOOL(0..1)"},
+        {2, "BYTE", refused, "BOOL"},
+        {-1, "BYTE", uint8, "BOOL (VAR_IN_OUT)"},
+        {-1, "BYTE", uint8, "BOOL[1]"},
+        {-1, "BYTE", uint8, "BOOLEAN"},
+        {-1, "BYTE", uint8, "BIT"},
+        {-1, "BYTE", uint8, ""},
+        {-1, "USINT", uint8, "BOOL"},
+        {-1, "UINT8", uint8, "BOOL"},
+        {-1, "BIT2", int8, "BOOL"},
+        {-1, "", boolean, "BOOL"},
+        {-1, "", uint8, "BYTE"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(parse(c.size, c.name, c.base_name), c.expected)
+            << c.size << " " << (c.name ? c.name : "null") << " base " << (c.base_name ? c.base_name : "null");
+    }
+}
+
+TEST(TypeName, ParseKeepsVectorAndTakesNullOutputs) {
+    auto value = ValueType::Vector;
+    auto type = untouched_type;
+    EXPECT_EQ(parse_fdx_type_string(-1, "INT", &value, &type, nullptr), 0);
+    EXPECT_EQ(value, ValueType::Vector);
+    EXPECT_EQ(type, FdxDataType::Int16);
+
+    type = untouched_type;
+    EXPECT_EQ(parse_fdx_type_string(-1, "LREAL", nullptr, &type, nullptr), 0);
+    EXPECT_EQ(type, FdxDataType::LReal);
+    value = untouched_value;
+    EXPECT_EQ(parse_fdx_type_string(-1, "LREAL", &value, nullptr, nullptr), 0);
+    EXPECT_EQ(value, ValueType::Double);
+    EXPECT_EQ(parse_fdx_type_string(4, "LREAL", nullptr, nullptr, nullptr), FDXERR_DEVICE_INVALIDDATA);
+}
+
+/// All names of elementary types, and the prefixes of indirections.
+constexpr std::string_view type_names[] = {
+    "BIT",
+    "BOOL",
+    "BOOL (VAR_IN_OUT)",
+    "BIT8",
+    "BYTE",
+    "BIT2",
+    "BIT3",
+    "BIT4",
+    "BIT5",
+    "BIT6",
+    "BIT7",
+    "DWORD",
+    "DINT",
+    "DOUBLE",
+    "DATE_AND_TIME",
+    "DATE",
+    "DT",
+    "ENUM",
+    "FLOAT",
+    "HRESULT",
+    "INT16",
+    "INT",
+    "INT32",
+    "INT8",
+    "INT24",
+    "INT40",
+    "INT48",
+    "INT56",
+    "INT64",
+    "LREAL",
+    "LTIME",
+    "LWORD",
+    "LINT",
+    "LDATE_AND_TIME",
+    "LDATE",
+    "LDT",
+    "LTIME_OF_DAY",
+    "LTOD",
+    "STRING",
+    "SINT",
+    "TIME",
+    "TIME_OF_DAY",
+    "TOD",
+    "UINT16",
+    "UINT",
+    "UINT32",
+    "UDINT",
+    "UINT8",
+    "USINT",
+    "ULINT",
+    "UINT64",
+    "UINT24",
+    "UINT40",
+    "UINT48",
+    "UINT56",
+    "UXINT",
+    "WORD",
+    "WSTRING",
+    "XINT",
+    "XWORD",
+    "REAL",
+    "REAL32",
+    "REAL64",
+    "POINTER TO ",
+    "REFERENCE TO ",
+};
+
+/// FNV-1a.
+void add_to_checksum(std::uint64_t& checksum, std::string_view text) {
+    for (const char character : text) {
+        checksum = (checksum ^ static_cast<unsigned char>(character)) * 0x100000001B3;
+    }
+}
+constexpr std::uint64_t empty_checksum = 0xCBF29CE484222325;
+
+std::string line(const std::string& first, std::initializer_list<unsigned> numbers) {
+    std::string text = first;
+    for (const unsigned number : numbers)
+        text += (text.empty() ? "" : " ") + std::to_string(number);
+    return text + "\n";
+}
+
+// Every name, with what may follow it, with several base names and all sizes. The sum was computed by another program
+// from the list of rows alone, comparing character by character.
+TEST(TypeName, ParseAllRows) {
+    std::uint64_t checksum = empty_checksum;
+    int names = 0, known = 0, wrong_size = 0;
+    for (const std::string_view name : type_names) {
+        ++names;
+        for (const char* suffix : {"", "(0..7)", "[4]", " ", "(", "[", "8", "_TIME"}) {
+            const std::string text = std::string(name) + suffix;
+            for (const char* base_name : {static_cast<const char*>(nullptr), "BOOL", "BOOL(1)", "BYTE"}) {
+                for (int size = -1; size < 10; ++size) {
+                    auto value = ValueType::Null;
+                    auto type = FdxDataType::Void;
+                    const int result = parse_fdx_type_string(size, text.c_str(), &value, &type, base_name);
+                    known += type != FdxDataType::Void;
+                    wrong_size += result == FDXERR_DEVICE_INVALIDDATA;
+                    add_to_checksum(checksum, line("", {unsigned(result), unsigned(type), unsigned(value)}));
+                }
+            }
+        }
+    }
+    EXPECT_EQ(names, 65);
+    EXPECT_EQ(known, 1892);
+    EXPECT_EQ(wrong_size, 5588);
+    EXPECT_EQ(checksum, 0xD22DB22C18018DCDU);
+}
+
+TEST(DataType, AllRows) {
+    std::uint64_t checksum = empty_checksum;
+    int named = 0, fundamental = 0, with_value = 0, with_subrange = 0;
+    for (unsigned number = 0; number < 0x200; ++number) {
+        const auto type = FdxDataType(number);
+        const std::string name = default_itemname(type);
+        const auto size = unsigned(calculate_size(type));
+        const auto value = equivalent_hmi_datatype(type);
+        EXPECT_EQ(is_fundamental_type(type), size != 0) << number;
+        named += !name.empty();
+        fundamental += is_fundamental_type(type);
+        with_value += value != ValueType::Null;
+        with_subrange += fdx_type_can_have_subrange(type);
+        add_to_checksum(checksum, line(name + ":", {size, unsigned(value), fdx_type_can_have_subrange(type)}));
+    }
+    EXPECT_EQ(named, 24);
+    EXPECT_EQ(fundamental, 23);
+    EXPECT_EQ(with_value, 26);
+    EXPECT_EQ(with_subrange, 15);
+    EXPECT_EQ(checksum, 0x86BF52E12575585BU);
+
+    EXPECT_EQ(default_itemname(FdxDataType::Real80), "REAL80"); // a name, but no fixed size
+    EXPECT_FALSE(is_fundamental_type(FdxDataType::Real80));
+    EXPECT_FALSE(fdx_type_can_have_subrange(FdxDataType::Int56)); // the one integer that cannot
+    EXPECT_TRUE(fdx_type_can_have_subrange(FdxDataType::UInt56));
+    EXPECT_EQ(equivalent_hmi_datatype(FdxDataType(0xFFFFFFFF)), ValueType::Null);
+}
+
+TEST(TypeName, AmendComposite) {
+    struct Case {
+        int size;
+        const char* name;
+        unsigned type;
+        unsigned expected;
+    };
+    const Case cases[] = {
+        {8, "LTIME", 0x41, 0x10B}, {4, "LTIME", 0x41, 0x41},   {4, "LTIME", 3, 3},  {8, "POINTER TO INT", 0x41, 0x15},
+        {4, "TIME", 0x41, 0x109},  {8, "ST_Pump", 0x41, 0x41}, {8, "", 0x41, 0x41}, {8, nullptr, 0x41, 0x41},
+        {8, nullptr, 77, 77},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(amend_fdx_datatype(c.size, c.name, c.type), c.expected) << (c.name ? c.name : "null") << c.size;
+    }
+}
+
+TEST(TypeName, KnownGeneralItemNames) {
+    int known = 0;
+    for (const std::string_view name : type_names)
+        known += is_known_general_itemname(std::string(name));
+    EXPECT_EQ(known, 54);
+    for (const char* name : {"BITARR8", "OZOID", "REAL80", "STRING(80)", "BIT", "WORD", "LTIME_OF_DAY", "UINT56"}) {
+        EXPECT_TRUE(is_known_general_itemname(name)) << name;
+    }
+    for (const auto& name : {""s, "INT48"s, "UINT48"s, "ENUM"s, "XINT"s, "XWORD"s, "UXINT"s, "WSTRING"s, "STRING"s,
+                             "STRING(81)"s, "BOOL (VAR_IN_OUT)"s, "BIT1"s, "bool"s, "INT "s, "INT\0"s}) {
+        EXPECT_FALSE(is_known_general_itemname(name)) << name;
+    }
+}
+
+TEST(TypeName, Flags) {
+    EXPECT_EQ(flags_from_datatype_name("REFERENCE TO INT"), 2U);
+    EXPECT_EQ(flags_from_datatype_name("POINTER TO REFERENCE TO INT"), 4U);
+    for (const char* name : {"", "INT", "POINTER TO", "REFERENCE TO", "pointer to INT", " POINTER TO INT"}) {
+        EXPECT_EQ(flags_from_datatype_name(name), 1U) << name;
+    }
+
+    for (const char* name : {"__get", "__getSpeed", "__getter"})
+        EXPECT_EQ(flags_from_method_name(name), 3) << name;
+    for (const char* name : {"__set", "__setSpeed"})
+        EXPECT_EQ(flags_from_method_name(name), 5) << name;
+    for (const char* name : {"", "__ge", "__Get", "get", "_get_x", "x__get"}) {
+        EXPECT_EQ(flags_from_method_name(name), 0) << name;
+    }
+}
+
+TEST(TypeName, BitFieldsHaveNoDirectAccess) {
+    for (const char* name : {"BIT2", "BIT5", "BIT7"})
+        EXPECT_FALSE(is_direct_access_supported_for_type(name)) << name;
+    for (const char* name : {"", "BIT", "BIT1", "BIT8", "BIT25", "BIT2 ", "XIT2", "bit2"}) {
+        EXPECT_TRUE(is_direct_access_supported_for_type(name)) << name;
+    }
+}
+
+TEST(TypeName, StringSize) {
+    struct Case {
+        std::string name;
+        std::optional<unsigned> narrow;
+    };
+    const Case cases[] = {
+        {"STRING(80)", 81},
+        {"WSTRING(80)", 81},
+        {"STRING[80]", 81},
+        {"STRING( 7)", 8},
+        {"STRING(+7)", 8},
+        {"STRING(x)", 1},
+        {"STRING(", 1},
+        {"STRING[5] STRING(9)", 10}, // the parenthesis is looked for first
+        {"POINTER TO STRING(9)", 10},
+        {"STRING(0)", 1},
+        {"STRING(-1)", 0},
+        {"STRING(-5)", 4294967292},
+        {"STRING(4294967295)", 0},
+        {"STRING(99999999999999999999999)", 0}, // the greatest long, its low bits, plus one
+        {"STRING", std::nullopt},
+        {"STRING80", std::nullopt},
+        {"string(80)", std::nullopt},
+        {"RING(80)", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(parse_size_from_string_typename(c.name, FdxDataType::String), c.narrow) << c.name;
+        const auto wide = c.narrow ? std::optional(*c.narrow * 2) : std::nullopt;
+        EXPECT_EQ(parse_size_from_string_typename(c.name, FdxDataType::WString), wide) << c.name;
+    }
+    EXPECT_EQ(parse_size_from_string_typename("WSTRING(80)", FdxDataType::WString), 162U);
+    EXPECT_EQ(parse_size_from_string_typename("WSTRING(80)", FdxDataType::Int16), 81U);
+}
+
+TEST(DataType, SmallTests) {
+    for (const auto& [type, size] :
+         {std::pair{FdxDataType::UInt16, 2}, {FdxDataType::UInt32, 4}, {FdxDataType::UInt64, 8}}) {
+        for (std::size_t other = 0; other < 10; ++other) {
+            EXPECT_EQ(is_potential_memory_address(type, other), other == std::size_t(size)) << size << other;
+        }
+    }
+    EXPECT_FALSE(is_potential_memory_address(FdxDataType::Int64, 8));
+    EXPECT_FALSE(is_potential_memory_address(FdxDataType::UInt8, 1));
+
+    EXPECT_TRUE(is_safe_integer(9007199254740991) && is_safe_integer(-9007199254740991) && is_safe_integer(0));
+    EXPECT_FALSE(is_safe_integer(9007199254740992) || is_safe_integer(-9007199254740992) ||
+                 is_safe_integer(std::numeric_limits<long>::min()));
+
+    EXPECT_EQ(size_in_full_bytes(0, 9), 9U);
+    EXPECT_EQ(size_in_full_bytes(~0x20U, 9), 9U);
+    EXPECT_EQ(size_in_full_bytes(0x20, 0), 0U);
+    EXPECT_EQ(size_in_full_bytes(0x20, 1), 1U);
+    EXPECT_EQ(size_in_full_bytes(0xFF, 8), 1U);
+    EXPECT_EQ(size_in_full_bytes(0x20, 9), 2U);
+    EXPECT_EQ(size_in_full_bytes(0x20, 0xFFFFFFFF), 0x20000000U);
+}
+
+} // namespace
