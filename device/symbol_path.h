@@ -40,8 +40,8 @@ public:
 class ZO_EXPORT UniqueFdxPath : public UniqueFdxPathBase<UniqueFdxPath> {
 public:
     UniqueFdxPath() = default;
-    /// The name in a device's entry, converted to UTF-8 and cut at a zero inside it. Empty for null, and when the name
-    /// does not fit into the length that the entry gives itself: that many bytes must be readable, and 30 in any case.
+    /// The name in a device's entry, converted to UTF-8 and cut at a zero inside it. All the bytes that the entry says
+    /// it has must be readable. Empty for null and for a name that does not fit into them.
     UniqueFdxPath(const FdxSymbolEntry* entry, int code_page);
     /// The same for an entry of which only `available` bytes are at hand.
     UniqueFdxPath(const FdxSymbolEntry* entry, int code_page, std::size_t available);

@@ -1,0 +1,336 @@
+#include "device/const_symbol_path.h"
+#include "device/symbol_path.h"
+#include "tests/device/path_text.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+using namespace ZoHmiFdx;
+using paths::path;
+using Popped = std::pair<std::string, char>;
+
+namespace {
+
+constexpr std::size_t npos = std::string::npos;
+
+TEST(PathGrammar, Questions) {
+    const struct {
+        std::string_view text;
+        std::size_t depth = 0;
+        std::size_t full_depth = 0;
+        std::size_t operators = 0;
+        std::string_view operators_text = "";
+        std::string_view last_part = "";
+        /// g: global, m: ends in a method, a: is an array access, i: includes one
+        std::string_view traits = "";
+    } rows[] = {
+        {""},
+        {"MAIN"},
+        {".g", 1, 1, 0, "", "g", "g"},
+        {".g.x", 2, 2, 0, "", "x", "g"},
+        {".", 1, 1, 0, "", "", "g"},
+        {"a#m", 1, 1, 0, "", "m", "m"},
+        {"a#m.r", 2, 2, 0, "", "r", ""},
+        {"#m", 1, 1, 0, "", "m", "m"},
+        {"a.b^^", 1, 1, 2, "^^", "b^^", ""},
+        {"r`", 0, 0, 1, "`", "", ""},
+        {"a.b`^`", 1, 1, 3, "`^`", "b`^`", ""},
+        {"a^.b", 1, 1, 0, "", "b", ""},
+        // Nothing but operators: counted, but not given as text.
+        {"^^", 0, 0, 2, "", "", ""},
+        {"a[1]", 0, 1, 0, "", "", "ai"},
+        {"a[1]^", 0, 1, 1, "^", "", "ai"},
+        {"a[1].b", 1, 2, 0, "", "b", "i"},
+        {"a[1].", 1, 2, 0, "", "", "ai"},
+        {"a[1]`.#^", 2, 3, 1, "^", "^", "aim"},
+        {"a[1,2][3].b", 1, 4, 0, "", "b", "i"},
+        {"a.b[1,2]^", 1, 3, 1, "^", "b[1,2]^", "ai"},
+        {"a]", 0, 0, 0, "", "", "a"},
+        {"a[1", 0, 1, 0, "", "", "i"},
+        // A group's text is not looked into: this separator counts.
+        {"a[1.5]", 1, 2, 0, "", "5]", "ai"},
+        {"^.#`", 2, 2, 1, "`", "`", "m"},
+        {".#", 2, 2, 0, "", "", "gm"},
+        {"\xC3\xA4.\xE2\x82\xAC", 1, 1, 0, "", "\xE2\x82\xAC", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        const auto p = path<UnqualifiedFdxPath>(row.text);
+        EXPECT_EQ(p.depth(), row.depth);
+        EXPECT_EQ(p.full_depth(), row.full_depth);
+        EXPECT_EQ(p.dereference_count(), row.operators);
+        EXPECT_EQ(p.dereference_operators(), row.operators_text);
+        EXPECT_EQ(p.last_part(), row.last_part);
+        std::string traits;
+        if (p.is_global()) traits += 'g';
+        if (p.is_array_access()) traits += 'a';
+        if (p.includes_array_access()) traits += 'i';
+        if (p.last_part_is_method()) traits += 'm';
+        EXPECT_EQ(traits, row.traits);
+        EXPECT_EQ(path_part_is_array_access(p.str(), '.'), row.traits.find('a') != npos);
+    }
+}
+
+TEST(PathGrammar, Pops) {
+    const struct {
+        std::string_view text;
+        Popped part;
+        std::string_view left;
+        Popped level;
+        std::string_view level_left;
+    } rows[] = {
+        {"", {"", '\0'}, "", {"", '\0'}, ""},
+        // The first part stays.
+        {"MAIN", {"", '\0'}, "MAIN", {"", '\0'}, "MAIN"},
+        {".g.x", {"x", '.'}, ".g", {"x", '.'}, ".g"},
+        {".g", {"g", '.'}, "", {"g", '.'}, ""},
+        {"a#m", {"m", '#'}, "a", {"m", '#'}, "a"},
+        {"a.b#m.r", {"r", '.'}, "a.b#m", {"r", '.'}, "a.b#m"},
+        {"a.b[1]^", {"b[1]^", '.'}, "a", {"1]^", '['}, "a.b"},
+        {"a.b[1,2]", {"b[1,2]", '.'}, "a", {"1,2]", '['}, "a.b"},
+        {"a[1][2]", {"", '\0'}, "a[1][2]", {"1][2]", '['}, "a"},
+        {"a[1,2][3,4]^", {"", '\0'}, "a[1,2][3,4]^", {"1,2][3,4]^", '['}, "a"},
+        // A method right behind indices goes with them; behind an operator it does not.
+        {"a[1]#m", {"m", '#'}, "a[1]", {"1]#m", '['}, "a"},
+        {"a[1]^#m", {"m", '#'}, "a[1]^", {"m", '#'}, "a[1]^"},
+        {"a[1]^[2]", {"", '\0'}, "a[1]^[2]", {"2]", '['}, "a[1]^"},
+        {"a[1].b", {"b", '.'}, "a[1]", {"b", '.'}, "a[1]"},
+        {"a[1]..b", {"b", '.'}, "a[1].", {"b", '.'}, "a[1]."},
+        // At the start any mark is taken.
+        {",1]", {"", '\0'}, ",1]", {"1]", ','}, ""},
+        {"#m", {"m", '#'}, "", {"m", '#'}, ""},
+        {"[1]", {"", '\0'}, "[1]", {"1]", '['}, ""},
+        {"][1]", {"", '\0'}, "][1]", {"", '\0'}, "][1]"},
+        {"a,b", {"", '\0'}, "a,b", {"", '\0'}, "a,b"},
+        {"a.b,c", {"b,c", '.'}, "a", {"b,c", '.'}, "a"},
+        {"a.", {"", '.'}, "a", {"", '.'}, "a"},
+        {"a[", {"", '\0'}, "a[", {"", '['}, "a"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        auto p = path<UniqueFdxPath>(row.text);
+        EXPECT_EQ(p.pop_back(), row.part);
+        EXPECT_EQ(p.str(), row.left);
+        p = path<UniqueFdxPath>(row.text);
+        EXPECT_EQ(p.pop_back_restrained(), row.level);
+        EXPECT_EQ(p.str(), row.level_left);
+    }
+}
+
+TEST(PathGrammar, Pushes) {
+    const struct {
+        std::string_view text;
+        char separator;
+        const char* part;
+        std::string_view result;
+    } rows[] = {
+        {"", '.', "MAIN", "MAIN"},
+        {"MAIN", '.', "a", "MAIN.a"},
+        {"a", '#', "m", "a#m"},
+        {"a", '[', "1,2]", "a[1,2]"},
+        {"a[1]", '[', "2][3]", "a[1][2][3]"},
+        {"a", '\0', "b", "a.b"},
+        {"a", ',', "b", "a.b"},
+        {"a", '.', "", "a."},
+        {"", '.', "", ""},
+        // A popped global part comes back without its "."
+        {"", '.', "g", "g"},
+    };
+    for (const auto& row : rows) {
+        auto p = path<LookupFdxPath>(row.text);
+        p.push_back(row.separator, row.part);
+        EXPECT_EQ(p.str(), row.result);
+    }
+    auto p = path<NativeFdxPath>("a");
+    p.push_back_indices("[7]");
+    p.push_back_method("m");
+    p.push_back_subitem("r");
+    p.append_dereference_operators(0);
+    p.append_dereference_operators(3);
+    EXPECT_EQ(p.str(), "a[7]#m.r^^^");
+    EXPECT_THROW(p.append_dereference_operators(std::numeric_limits<std::size_t>::max()), std::length_error);
+    EXPECT_EQ(p.str(), "a[7]#m.r^^^");
+}
+
+TEST(PathGrammar, MethodsAndIndicesNeedAParent) {
+    const struct {
+        char separator;
+        const char* message;
+    } rows[] = {{'#', "method has no parent"}, {'[', "indices have no parent"}};
+    for (const auto& row : rows) {
+        UniqueFdxPath p;
+        try {
+            p.push_back(row.separator, "x]");
+            ADD_FAILURE() << row.message;
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), row.message);
+        }
+        EXPECT_TRUE(p.empty());
+    }
+}
+
+TEST(PathGrammar, Cuts) {
+    const struct {
+        std::string_view text;
+        std::string_view marks; ///< of the last part
+        std::string_view operators;
+    } rows[] = {
+        {"", "", ""},
+        {"a.b", "", ""},
+        {"a.b[1][2]^", "[1][2]^", "^"},
+        {"a[1].b", "", ""},
+        {"a[1]", "[1]", ""},
+        {"a[1]#m`", "`", "`"},
+        {"p^^", "^^", "^^"},
+        {"p^[1]`", "^[1]`", "`"},
+        // A text of nothing but operators keeps them, a last part of nothing else does not.
+        {"^`", "^`", ""},
+        {"a.^`", "^`", "^`"},
+        {"a.b]", "", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        auto p = path<SanitizedUniqueFdxPath>(row.text);
+        EXPECT_EQ(p.remove_indices_and_dereference_operators(), row.marks);
+        EXPECT_EQ(p.str(), row.text.substr(0, row.text.size() - row.marks.size()));
+        p.append_indices_and_dereference_operators(std::string(row.marks));
+        EXPECT_EQ(p.str(), row.text);
+        EXPECT_EQ(p.trim_dereference_operators(), row.operators);
+        EXPECT_EQ(p.str(), row.text.substr(0, row.text.size() - row.operators.size()));
+    }
+}
+
+TEST(PathGrammar, Shrinks) {
+    for (const std::size_t n : {std::size_t(0), std::size_t(3), std::size_t(5), std::size_t(6), npos}) {
+        SCOPED_TRACE(n);
+        auto p = path<UniqueFdxPath>("abc.d");
+        EXPECT_EQ(p.shrink(n), n < 5 ? std::string("abc.d").substr(n) : "");
+        EXPECT_EQ(p.str(), std::string("abc.d").substr(0, n));
+        auto q = path<UniqueFdxPath>("something longer that goes away");
+        q.shrink_from(path<UniqueFdxPath>("abc.d"), n);
+        EXPECT_EQ(q, p);
+    }
+}
+
+TEST(PathGrammar, TakesItselfAsAnArgument) {
+    const std::string long_text = "MAIN.a_name_that_is_not_kept_inline";
+    auto p = path<LookupFdxPath>(long_text);
+    p.shrink_from(p, npos);
+    EXPECT_EQ(p.str(), long_text);
+    p.replace_start(p, p);
+    EXPECT_EQ(p.str(), long_text);
+    p.push_back_subitem(p.str());
+    EXPECT_EQ(p.str(), long_text + "." + long_text);
+    p.shrink_from(p, long_text.size());
+    p.push_back_method(p.str());
+    EXPECT_EQ(p.str(), long_text + "#" + long_text);
+    p.shrink_from(p, long_text.size());
+    p.append_indices_and_dereference_operators(p.str());
+    EXPECT_EQ(p.str(), long_text + long_text);
+    p.replace_start(path<LookupFdxPath>(long_text), p);
+    EXPECT_EQ(p.str(), long_text + long_text + long_text);
+    p.replace_start(p, LookupFdxPath());
+    EXPECT_TRUE(p.empty());
+}
+
+TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
+    const struct {
+        const char* part;
+        std::vector<std::int64_t> indices;
+    } rows[] = {
+        {"", {}},
+        {"1]", {1}},
+        {"1,2]", {1, 2}},
+        {"1][2]", {1, 2}},
+        {"1,2][3]^", {1, 2, 3}},
+        {"-1,+2]", {-1, 2}},
+        {"1,2,3,4,5]", {1, 2, 3, 4, 5}},
+        {"x]", {}},
+        {"]", {}},
+        {"1,]", {1}},
+        {"1,", {1}},
+        {"1][", {1}},
+        {"1", {}},
+        {"1,2", {1}},
+        {"1]#m", {1}},
+        {"1]x[2]", {1, 2}},
+        {"1],2]", {1, 2}},
+        {"[1]", {}},
+        {"1[2]", {}},
+        {"1, 2]", {1}},
+        {"0x10]", {}},
+        {"9223372036854775807,-9223372036854775808]",
+         {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()}},
+        {"1,9223372036854775808,3]", {1}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(parse_indices_from_path_part(row.part, '['), row.indices) << row.part;
+    }
+}
+
+TEST(PathParts, DereferenceOperators) {
+    EXPECT_EQ(find_first_dereference_operator(""), npos);
+    EXPECT_EQ(find_first_dereference_operator("a[1]"), npos);
+    EXPECT_EQ(find_first_dereference_operator("a`^"), 1U);
+    EXPECT_EQ(find_first_dereference_operator("^`"), 0U);
+    assert_no_dereference_operators("a[1].b");
+    EXPECT_DEBUG_DEATH(assert_no_dereference_operators("a`"), "");
+}
+
+TEST(ConstSymbolPath, Parts) {
+    const struct {
+        const char* text;
+        std::vector<std::string> parts;
+        const char* mapping;
+    } rows[] = {
+        {"", {}, ""},
+        {"a", {"a"}, "a"},
+        {"a::b", {"a", "b"}, "a.b"},
+        {"a::", {"a", ""}, "a."},
+        {"::a", {"", "a"}, ".a"},
+        {"a:b", {"a:b"}, "a:b"},
+        {"a:::b", {"a", ":b"}, "a.:b"},
+        {"a.b::c", {"a.b", "c"}, "a.b.c"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        ConstSymbolPath p{std::string(row.text)};
+        EXPECT_EQ(p.to_mapping_name(), row.mapping);
+        EXPECT_EQ(p.num_parts(), row.parts.size());
+        EXPECT_EQ(p.parts(), row.parts);
+        EXPECT_EQ(&p.parts(), &p.parts());
+        EXPECT_THROW(p.at(row.parts.size()), std::out_of_range);
+        EXPECT_STREQ(p.c_str(), row.text);
+        p.sanity_check();
+    }
+}
+
+TEST(ConstSymbolPath, JoinsAndCompares) {
+    const std::string same = "same";
+    EXPECT_EQ(ConstSymbolPath(same, same).str(), "same::same");
+    EXPECT_EQ(ConstSymbolPath("a", "", "c").str(), "a::::c");
+    ConstSymbolPath p("a", "b", "c", "d::e");
+    EXPECT_EQ(p.str(), "a::b::c::d::e");
+    EXPECT_EQ(p.num_parts(), 5U);
+    EXPECT_EQ(p.at(4), "e");
+    EXPECT_TRUE(p.starts_with("a"));
+    EXPECT_TRUE(p.starts_with("a", "b", "c", "d"));
+    EXPECT_FALSE(p.starts_with("b"));
+    EXPECT_FALSE(p.starts_with("A"));
+    EXPECT_FALSE(p.starts_with("a", "b", "c", "d::e"));
+    EXPECT_FALSE(p.starts_with("a", "b", "c", ""));
+    ConstSymbolPath pair("a", "b");
+    EXPECT_TRUE(pair.starts_with("a", "b"));
+    EXPECT_FALSE(pair.starts_with("a", "b", ""));
+    ConstSymbolPath open{std::string("a::")};
+    EXPECT_TRUE(open.starts_with("a", nullptr));
+    EXPECT_FALSE(ConstSymbolPath(std::string()).starts_with(""));
+}
+
+} // namespace

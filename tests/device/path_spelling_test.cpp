@@ -1,0 +1,282 @@
+#include "device/symbol_entry.h"
+#include "device/symbol_path.h"
+#include "extension/host/command.h"
+#include "tests/device/path_text.h"
+#include "tests/server_api/allocations.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <unordered_map>
+#include <vector>
+
+using namespace ZoHmiFdx;
+using namespace std::string_view_literals;
+using paths::path;
+
+namespace {
+
+// No spelling becomes another one unnoticed.
+static_assert(!std::is_convertible_v<std::string, UnqualifiedFdxPath>);
+static_assert(!std::is_constructible_v<UniqueFdxPath, std::string>);
+static_assert(!std::is_constructible_v<UniqueFdxPath, UnqualifiedFdxPath>);
+static_assert(!std::is_constructible_v<NativeFdxPath, UniqueFdxPath>);
+static_assert(!std::is_constructible_v<SanitizedUniqueFdxPath, UniqueFdxPath>);
+static_assert(!std::is_constructible_v<LookupFdxPath, SanitizedUniqueFdxPath>);
+static_assert(!std::is_invocable_v<std::equal_to<>, const UniqueFdxPath&, const NativeFdxPath&>);
+
+TEST(PathSpellings, Conversions) {
+    const struct {
+        std::string_view unique;
+        std::string_view native;
+        std::string_view sanitized;
+        std::string_view lookup;
+        bool contaminated = false;
+    } rows[] = {
+        {"", "", "", ""},
+        {"MAIN.arr[2,3].p^.r`.v", "MAIN.arr[2,3].p^.r.v", "MAIN.arr[].p^.r`.v", "MAIN.arr.p.r.v", true},
+        {"a[1][2,3]#m", "a[1][2,3]#m", "a[][]#m", "a#m", true},
+        {"a.b", "a.b", "a.b", "a.b"},
+        {"a[].b", "a[].b", "a[].b", "a.b", true},
+        // What is never closed stays with all that follows it.
+        {"a[1].b[2", "a[1].b[2", "a[].b[2", "a.b2", true},
+        {"a[2", "a[2", "a[2", "a2"},
+        {"a[1][", "a[1][", "a[][", "a", true},
+        {"a[", "a[", "a[", "a"},
+        // The first closing bracket ends a group; a closing one alone is no group.
+        {"a[b[1]c]d", "a[b[1]c]d", "a[]c]d", "acd", true},
+        {"a]b[1]", "a]b[1]", "a]b[]", "ab", true},
+        {"a][", "a][", "a][", "a"},
+        {"a[`^.]b", "a[^.]b", "a[]b", "ab", true},
+        {"`^`", "^", "`^`", ""},
+        {"[1]", "[1]", "[]", "", true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.unique);
+        const auto unique = path<UniqueFdxPath>(row.unique);
+        EXPECT_EQ(to_native(unique).str(), row.native);
+        EXPECT_EQ(sanitized_path_if_contaminated(unique), row.contaminated ? row.sanitized : "");
+        EXPECT_EQ(sanitize(unique).str(), row.sanitized);
+        EXPECT_EQ(simplify(sanitize(unique)).str(), row.lookup);
+        EXPECT_EQ(to_lookup(unique).str(), row.lookup);
+    }
+}
+
+/// Empties group by group in place.
+std::string sanitized_step_by_step(std::string text) {
+    std::size_t from = 0;
+    for (;;) {
+        const std::size_t open = text.find('[', from);
+        if (open == std::string::npos || open + 1 == text.size()) return text;
+        const std::size_t close = text.find(']', open + 1);
+        if (close == std::string::npos) return text;
+        text.erase(open + 1, close - open - 1);
+        from = open + 1;
+    }
+}
+
+/// Calls `check` for each text of up to `length` characters of the alphabet.
+template <typename Check>
+void for_each_text(std::string_view alphabet, std::size_t length, const Check& check) {
+    std::string text;
+    const auto extend = [&](const auto& self) -> void {
+        check(text);
+        if (text.size() == length || testing::Test::HasFailure()) return;
+        for (const char c : alphabet) {
+            text += c;
+            self(self);
+            text.pop_back();
+        }
+    };
+    extend(extend);
+}
+
+TEST(PathSpellings, OnePassIsTheTwoSteps) {
+    std::size_t texts = 0;
+    for_each_text("a.#[],^`", 6, [&](const std::string& text) {
+        ++texts;
+        const auto unique = path<UniqueFdxPath>(text);
+        const SanitizedUniqueFdxPath sanitized = sanitize(unique);
+        ASSERT_EQ(sanitized.str(), sanitized_step_by_step(text)) << text;
+        ASSERT_EQ(to_lookup(unique), simplify(sanitized)) << text;
+    });
+    EXPECT_EQ(texts, 299'593U);
+}
+
+TEST(PathSpellings, PoppedPartsGoBack) {
+    std::size_t round_trips = 0;
+    const auto check = [&](const std::string& text, auto pop) {
+        auto p = path<UniqueFdxPath>(text);
+        const auto [part, separator] = (p.*pop)();
+        if (separator == '\0') {
+            ASSERT_EQ(p.str(), text);
+        } else if (!p.empty()) {
+            p.push_back(separator, part);
+            ASSERT_EQ(p.str(), text);
+            ++round_trips;
+        }
+    };
+    for_each_text("a.#[],^", 5, [&](const std::string& text) {
+        check(text, &UniqueFdxPath::pop_back);
+        check(text, &UniqueFdxPath::pop_back_restrained);
+    });
+    EXPECT_GT(round_trips, 10'000U);
+}
+
+TEST(PathSpellings, AllocateAtMostOnce) {
+    std::string many_groups = "MAIN";
+    for (int i = 0; i < 1000; ++i) {
+        many_groups += ".some_array[" + std::to_string(i) + "]^`";
+    }
+    const std::string plain = "MAIN.a_name_that_is_not_kept_inline.value";
+    for (const std::string& text : {std::string("a[1].p^"), plain, plain + "[1,2].p^.r`", many_groups}) {
+        SCOPED_TRACE(text.substr(0, 60));
+        const auto unique = path<UniqueFdxPath>(text);
+        const std::size_t start = allocations::count();
+        const SanitizedUniqueFdxPath sanitized = sanitize(unique);
+        const std::size_t at_sanitized = allocations::count();
+        const LookupFdxPath simplified = simplify(sanitized);
+        const std::size_t at_simplified = allocations::count();
+        const LookupFdxPath fused = to_lookup(unique);
+        const std::size_t at_fused = allocations::count();
+        const NativeFdxPath native = to_native(unique);
+        const std::size_t at_native = allocations::count();
+        const std::size_t answers = unique.depth() + unique.full_depth() + unique.dereference_count() +
+                                    std::size_t(unique.is_global() || unique.is_array_access() ||
+                                                unique.includes_array_access() || unique.last_part_is_method());
+        const std::size_t at_end = allocations::count();
+        EXPECT_GT(answers, 0U);
+        EXPECT_LE(at_sanitized - start, 1U);
+        EXPECT_LE(at_simplified - at_sanitized, 1U);
+        EXPECT_LE(at_fused - at_simplified, 1U);
+        EXPECT_LE(at_native - at_fused, 1U);
+        EXPECT_EQ(at_end - at_native, 0U);
+        EXPECT_EQ(fused, simplified);
+    }
+    const auto unique = path<UniqueFdxPath>(plain);
+    const std::size_t start = allocations::count();
+    EXPECT_EQ(sanitized_path_if_contaminated(unique), "");
+    EXPECT_EQ(allocations::count(), start);
+}
+
+TEST(PathSpellings, ReplacesAPrefixOfText) {
+    const struct {
+        std::string_view text;
+        std::string_view from;
+        std::string_view to;
+        std::string_view result;
+    } rows[] = {
+        {"MAIN.ab", "MAIN.a", "X", "Xb"},
+        {"MAIN.a", "MAIN.a", "X", "X"},
+        {"MAIN.a", "MAIN.ab", "X", "MAIN.a"},
+        {"MAIN.a", "main", "X", "MAIN.a"},
+        {"a", "", "X.", "X.a"},
+        {"", "", "X", "X"},
+        {"", "a", "X", ""},
+        {"a.b", "a", "", ".b"},
+        {"a.a.a", "a", "a.a", "a.a.a.a"},
+    };
+    for (const auto& row : rows) {
+        const auto text = path<LookupFdxPath>(row.text);
+        const auto from = path<LookupFdxPath>(row.from);
+        const auto to = path<LookupFdxPath>(row.to);
+        EXPECT_EQ(text.replace_start_copy(from, to).str(), row.result);
+        EXPECT_EQ(text.str(), row.text);
+        auto changed = text;
+        changed.replace_start(from, to);
+        EXPECT_EQ(changed.str(), row.result);
+    }
+}
+
+TEST(PathSpellings, UnqualifiedIsTakenForUniqueWithoutIndices) {
+    EXPECT_FALSE(unsafe_to_unique(UnqualifiedFdxPath("a[1]")));
+    EXPECT_FALSE(unsafe_to_unique(UnqualifiedFdxPath("a[")));
+    EXPECT_EQ(unsafe_to_unique(UnqualifiedFdxPath("a.b^]"))->str(), "a.b^]");
+    EXPECT_EQ(unsafe_to_unique(UnqualifiedFdxPath(""))->str(), "");
+
+    ZoHmiSrv::Command command("name");
+    command.set_mapping("MAIN.x[1]");
+    EXPECT_EQ(UnqualifiedFdxPath(command).str(), "MAIN.x[1]");
+}
+
+TEST(PathSpellings, AreKeysThatATextFinds) {
+    std::unordered_map<UniqueFdxPath, int, FdxPathHash, FdxPathEqual> table;
+    std::set<UniqueFdxPath, FdxPathLess> set;
+    const std::string_view texts[] = {"b", "a", "\xC3\xA4", "a.b", "MAIN.a_name_that_is_not_kept_inline"};
+    for (const std::string_view text : texts) {
+        table[path<UniqueFdxPath>(text)] = int(text.size());
+        set.insert(path<UniqueFdxPath>(text));
+    }
+    const std::size_t start = allocations::count();
+    for (const std::string_view text : texts) {
+        ASSERT_NE(table.find(text), table.end());
+        EXPECT_EQ(table.find(text)->second, int(text.size()));
+        EXPECT_TRUE(set.contains(text));
+    }
+    EXPECT_FALSE(table.contains("MAIN"sv));
+    EXPECT_FALSE(set.contains("MAIN"sv));
+    EXPECT_EQ(allocations::count(), start);
+    // Bytes are ordered as unsigned numbers, with the functors as with the operators.
+    std::vector<UniqueFdxPath> in_order(set.begin(), set.end());
+    EXPECT_EQ(in_order.back().str(), "\xC3\xA4");
+    EXPECT_TRUE(std::is_sorted(in_order.begin(), in_order.end()));
+}
+
+TEST(PathOfAnEntry, IsTheNameThatFitsIntoIt) {
+    constexpr int windows1252 = 1252;
+    constexpr int utf8 = 65001;
+    const struct {
+        std::string_view behind_head;
+        std::uint32_t entry_length;
+        std::uint16_t name_length;
+        std::string_view result;
+        int code_page = windows1252;
+        std::size_t available = std::string_view::npos; ///< for all
+    } rows[] = {
+        {"MAIN.x\0INT\0\0"sv, 42, 6, "MAIN.x"},
+        {"MAIN.x\0"sv, 37, 6, "MAIN.x"},
+        {"\0"sv, 31, 0, ""},
+        {"M\xE4rz\0"sv, 35, 4, "M\xC3\xA4rz"},
+        {"M\xC3\xA4rz\0"sv, 36, 5, "M\xC3\xA4rz", utf8},
+        {"MA\0IN\0"sv, 36, 5, "MA"},
+        // The entry ends before the name does, or its head does not fit.
+        {"MAIN.x\0"sv, 36, 6, ""},
+        {"MAIN.x\0"sv, 37, 7, ""},
+        {"MAIN.x\0"sv, 37, 65535, ""},
+        {"MAIN.x\0"sv, 0, 6, ""},
+        {"MAIN.x\0"sv, 29, 0, ""},
+        // The entry is cut, whatever length it gives itself.
+        {"MAIN.x"sv, 37, 6, ""},
+        {"MAIN.x"sv, 4'294'967'295, 6, ""},
+        {"MAIN.x\0"sv, 4'294'967'295, 6, "MAIN.x"},
+        {"MAIN.x\0"sv, 37, 6, "", windows1252, 36},
+        {"MAIN.x\0"sv, 37, 6, "", windows1252, 29},
+        {"MAIN.x\0"sv, 37, 6, "", windows1252, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.result << " of " << row.entry_length << ", " << row.name_length);
+        FdxSymbolEntry head{};
+        head.entry_length = row.entry_length;
+        head.name_length = row.name_length;
+        // In memory of just that size, and at an odd address, as entries follow each other.
+        const std::size_t size = sizeof head + row.behind_head.size();
+        const auto memory = std::make_unique<char[]>(1 + size);
+        std::memcpy(memory.get() + 1, &head, sizeof head);
+        std::memcpy(memory.get() + 1 + sizeof head, row.behind_head.data(), row.behind_head.size());
+        const auto* entry = reinterpret_cast<const FdxSymbolEntry*>(memory.get() + 1);
+        EXPECT_EQ(UniqueFdxPath(entry, row.code_page, std::min(size, row.available)).str(), row.result);
+        if (row.entry_length <= size && row.available > size) {
+            EXPECT_EQ(UniqueFdxPath(entry, row.code_page).str(), row.result);
+        }
+    }
+    EXPECT_TRUE(UniqueFdxPath(nullptr, windows1252).empty());
+}
+
+} // namespace
