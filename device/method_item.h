@@ -17,6 +17,9 @@ enum class MethodFlags : std::uint8_t {
     Setter = 4,
 };
 
+[[nodiscard]] constexpr MethodFlags operator|(MethodFlags left, MethodFlags right) noexcept {
+    return MethodFlags(std::uint8_t(left) | std::uint8_t(right));
+}
 [[nodiscard]] constexpr MethodFlags operator&(MethodFlags left, MethodFlags right) noexcept {
     return MethodFlags(std::uint8_t(left) & std::uint8_t(right));
 }

@@ -1,7 +1,9 @@
 #include "device/type_name.h"
 
 #include "device/data_type_table.h"
+#include "device/datatype_flags.h"
 #include "device/indirection.h"
+#include "device/method_item.h"
 #include "device/type_name_table.h"
 
 #include <algorithm>
@@ -176,13 +178,14 @@ bool is_known_general_itemname(const std::string& name) {
 }
 
 std::uint32_t flags_from_datatype_name(const std::string& name) {
-    if (name.starts_with(reference_prefix)) return 2;
-    return name.starts_with(pointer_prefix) ? 4 : 1;
+    if (name.starts_with(reference_prefix)) return std::uint32_t(DatatypeFlags::Reference);
+    return std::uint32_t(name.starts_with(pointer_prefix) ? DatatypeFlags::Pointer : DatatypeFlags::PlainType);
 }
 
-std::uint8_t flags_from_method_name(const std::string& name) {
-    if (name.starts_with("__get")) return 3;
-    return name.starts_with("__set") ? 5 : 0;
+MethodFlags flags_from_method_name(const std::string& name) {
+    if (name.starts_with("__get")) return MethodFlags::OfProperty | MethodFlags::Getter;
+    if (name.starts_with("__set")) return MethodFlags::OfProperty | MethodFlags::Setter;
+    return MethodFlags::None;
 }
 
 bool is_direct_access_supported_for_type(const std::string& name) {

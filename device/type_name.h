@@ -11,6 +11,8 @@
 /// the device as they are, so every function takes any text. [any thread]
 namespace ZoHmiFdx {
 
+enum class MethodFlags : std::uint8_t;
+
 /// The code of a device's reply that does not fit its type.
 inline constexpr int FDXERR_DEVICE_INVALIDDATA = 0x706;
 
@@ -32,10 +34,10 @@ inline constexpr int FDXERR_DEVICE_INVALIDDATA = 0x706;
 /// `parse_fdx_type_string` knows: of the strings only "STRING(80)" is in it.
 [[nodiscard]] ZO_EXPORT bool is_known_general_itemname(const std::string& name);
 
-/// Flags of a type description: 2 for a reference, 4 for a pointer, 1 for a plain type.
+/// The first of the flags of a type description: 2 for a reference, 4 for a pointer, 1 for a plain type.
 [[nodiscard]] ZO_EXPORT std::uint32_t flags_from_datatype_name(const std::string& name);
 /// Flags of a method: 3 for the getter of a property ("__get..."), 5 for a setter ("__set..."), 0 for others.
-[[nodiscard]] ZO_EXPORT std::uint8_t flags_from_method_name(const std::string& name);
+[[nodiscard]] ZO_EXPORT MethodFlags flags_from_method_name(const std::string& name);
 
 /// False for the bit fields "BIT2" to "BIT7".
 [[nodiscard]] ZO_EXPORT bool is_direct_access_supported_for_type(const std::string& name);

@@ -65,7 +65,7 @@ void replace_last_parentheses(std::string& text, std::size_t begin) {
 
 class Escaper {
 public:
-    explicit Escaper(std::string_view name) : name_(name) { result_.reserve(name.size() + 16); }
+    explicit Escaper(std::string_view name) : name_(name) { result_.reserve(name.size()); }
 
     std::string run() {
         while (at_ < name_.size()) {

@@ -357,11 +357,11 @@ TEST(TypeName, Flags) {
     }
 
     for (const char* name : {"__get", "__getSpeed", "__getter"})
-        EXPECT_EQ(flags_from_method_name(name), 3) << name;
+        EXPECT_EQ(unsigned(flags_from_method_name(name)), 3U) << name;
     for (const char* name : {"__set", "__setSpeed"})
-        EXPECT_EQ(flags_from_method_name(name), 5) << name;
+        EXPECT_EQ(unsigned(flags_from_method_name(name)), 5U) << name;
     for (const char* name : {"", "__ge", "__Get", "get", "_get_x", "x__get"}) {
-        EXPECT_EQ(flags_from_method_name(name), 0) << name;
+        EXPECT_EQ(unsigned(flags_from_method_name(name)), 0U) << name;
     }
 }
 
