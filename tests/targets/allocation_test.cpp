@@ -19,7 +19,7 @@ TEST_F(Allocations, AnyOfAConnectMayFail) {
         logger->history = {logged(is_alarm, 1, 10), logged(is_message, 2, 11)};
         logger->active = {alarm(3, 12)};
         logger->plan->run(
-            "GetActiveAlarms", [this] { logger->fire_raised(alarm(4, 13)); }, 1);
+            "GetActiveAlarms", [this] { std::thread([this] { logger->fire_raised(alarm(4, 13)); }).join(); }, 1);
         make(3);
         bool connected = false;
         allocations::fail_after(nth);

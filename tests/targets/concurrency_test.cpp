@@ -48,28 +48,23 @@ TEST_F(Concurrency, CallbacksWaitUntilTheLockHolderIsReleased) {
                      "on_alarm_raised 2 @3s"})); // live, and not before
 }
 
-TEST_F(Concurrency, TheSecondOfTwoImportsWaitsForTheFirstToBeReleased) {
+TEST_F(Concurrency, OneImportAtATime) {
     logger->active = {alarm(1, 1)};
     make();
     listener.set_probe({}); // the one import holds the event mutex while the other reports
     const auto block = logger->plan->block("GetActiveAlarms", 1);
-    LockHolder first, second;
-    std::atomic<bool> second_done = false;
-    std::thread one([&] { EXPECT_TRUE(target->connect(first)); });
+    const auto holding = listener.plan().block("log_message GETLOGGEDEVENTS_GETACTIVEALARMS", 1);
+    std::thread one([this] { EXPECT_TRUE(connect()); });
     ASSERT_TRUE(block->wait_until_entered());
     logger->connected = VARIANT_FALSE; // lost meanwhile, so another thread connects anew
-    std::thread two([&] {
-        EXPECT_TRUE(target->connect(second));
-        second_done = true;
-        second.reset();
-    });
+    std::thread two([this] { EXPECT_TRUE(connect()); });
     EXPECT_TRUE(fakes::call_log().wait_for("ConnectWithSettings", 2));
     block->release();
-    one.join();
+    ASSERT_TRUE(holding->wait_until_entered());
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_FALSE(second_done);
     EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 1U);
-    first.reset();
+    holding->release();
+    one.join();
     two.join();
     EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 2U);
     EXPECT_EQ(stored(), (Lines{"1@1s"}));

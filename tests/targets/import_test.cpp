@@ -11,9 +11,10 @@ using testing::IsEmpty;
 
 class Import : public TargetTest {
 protected:
-    // Connects; what the callback fires comes while the logger's lists are being fetched.
+    // Connects; the callbacks that `fire` sends come on their own thread while the logger's lists are being fetched.
     bool connect_while(const std::function<void()>& fire) {
-        logger->plan->run("GetActiveAlarms", fire, 1);
+        logger->plan->run(
+            "GetActiveAlarms", [&] { std::thread(fire).join(); }, 1);
         log();
         const bool connected = connect();
         after_connected = lines = log();
