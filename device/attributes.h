@@ -94,15 +94,19 @@ public:
     [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
     [[nodiscard]] AttributesFlags flags() const noexcept { return flags_; }
 
-private:
+    /// No entry, or one too far behind for its position to be kept.
     static constexpr std::uint16_t none = 0xFFFF;
+    /// Positions in `entries`, or `none`.
+    [[nodiscard]] std::uint16_t lower_border_index() const noexcept { return lower_border_index_; }
+    [[nodiscard]] std::uint16_t upper_border_index() const noexcept { return upper_border_index_; }
+    [[nodiscard]] std::uint16_t encoding_index() const noexcept { return encoding_index_; }
 
+private:
     [[nodiscard]] bool has_entry(const std::string& key) const noexcept;
     [[nodiscard]] std::optional<std::reference_wrapper<const std::string>> value_at(std::uint16_t index) const noexcept;
 
     std::vector<Entry> entries_;
     AttributesFlags flags_ = AttributesFlags::None;
-    /// Positions of entries, `none` where there is none or where it lies too far behind.
     std::uint16_t lower_border_index_ = none;
     std::uint16_t upper_border_index_ = none;
     std::uint16_t encoding_index_ = none;

@@ -61,7 +61,7 @@ public:
     [[nodiscard]] bool has_out_or_inout_parameters() const noexcept;
 
     /// Identifies the method in generated names, whatever the order of its parameters is: inputs come first, then
-    /// outputs, then both ways, each by name: "METHOD-RETURNING-INT-PARAMETERS-a-INT--b-OUT-BOOL--c-IN_OUT-REAL".
+    /// outputs, then both ways, each group sorted: "METHOD-RETURNING-INT-PARAMETERS-a-INT--b-OUT-BOOL--c-IN_OUT-REAL".
     /// Without parameters and return type "METHOD-VOID".
     [[nodiscard]] std::string signature() const;
 
