@@ -2,10 +2,9 @@
 
 #include "device/data_type.h"
 
-#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <iterator>
 #include <string_view>
 
 namespace ZoHmiFdx {
@@ -17,7 +16,7 @@ struct DataTypeRow {
     ZoHmiSrv::ValueType hmi_type;
 };
 
-/// In ascending order of the types. UInt32 becomes a Double because the server's Int has 32 bits with a sign.
+/// UInt32 becomes a Double because the server's Int has 32 bits with a sign.
 inline constexpr DataTypeRow data_type_table[] = {
     {FdxDataType::Int16, "INT16", 2, ZoHmiSrv::ValueType::Int},
     {FdxDataType::Int32, "INT32", 4, ZoHmiSrv::ValueType::Int},
@@ -47,16 +46,31 @@ inline constexpr DataTypeRow data_type_table[] = {
     {FdxDataType::LTime, "LTIME", 8, ZoHmiSrv::ValueType::TimeSpan},
     {FdxDataType::LDateAndTime, "LDATE_AND_TIME", 8, ZoHmiSrv::ValueType::DateTime},
 };
-static_assert(std::ranges::adjacent_find(data_type_table, std::ranges::greater_equal(), &DataTypeRow::type) ==
-                  std::end(data_type_table),
-              "searched by the type");
 
-/// The row of any other number.
+/// What any other number counts as.
 inline constexpr DataTypeRow no_data_type = {FdxDataType::Void, "", 0, ZoHmiSrv::ValueType::Null};
 
+/// The types lie in two dense ranges; this joins them. Other numbers may share a position with a type.
+constexpr std::size_t data_type_position(FdxDataType type) {
+    constexpr std::uint32_t codes = std::uint32_t(FdxDataType::Composite) + 1;
+    constexpr auto first_name = std::uint32_t(FdxDataType::Int24);
+    const auto number = std::uint32_t(type);
+    return number < first_name ? number : std::size_t(number) - first_name + codes;
+}
+
+inline constexpr auto data_type_rows_by_position = [] {
+    std::array<const DataTypeRow*, data_type_position(FdxDataType::LDateAndTime) + 1> result;
+    result.fill(&no_data_type);
+    for (const DataTypeRow& row : data_type_table)
+        result[data_type_position(row.type)] = &row;
+    return result;
+}();
+
 constexpr const DataTypeRow& find_data_type(FdxDataType type) {
-    const auto* row = std::ranges::lower_bound(data_type_table, type, {}, &DataTypeRow::type);
-    return row != std::end(data_type_table) && row->type == type ? *row : no_data_type;
+    const std::size_t position = data_type_position(type);
+    if (position >= data_type_rows_by_position.size()) return no_data_type;
+    const DataTypeRow& row = *data_type_rows_by_position[position];
+    return row.type == type ? row : no_data_type;
 }
 
 } // namespace ZoHmiFdx

@@ -17,27 +17,42 @@ namespace ZoHmiFdx {
 
 namespace {
 
-/// A name up to its first bracket, its end included, packed for comparing. At most one row has a given stem, so that
-/// the stem finds the row, and what follows it in the text decides whether the row matches.
-struct Stem {
-    static constexpr std::size_t capacity = 16;
+/// What a character of a type name means for its stem.
+enum class Character : std::uint8_t { Foreign, Stem, End };
 
-    std::uint64_t low = 0;
-    std::uint64_t high = 0;
-    std::size_t length = 0; ///< `capacity` for every stem that does not fit
+constexpr auto characters = [] {
+    std::array<Character, 256> result{};
+    for (const TypeNameRow& row : type_name_table) {
+        for (const char character : row.name)
+            result[static_cast<unsigned char>(character)] = Character::Stem;
+    }
+    for (const char character : {'\0', '(', '['})
+        result[static_cast<unsigned char>(character)] = Character::End;
+    return result;
+}();
+
+/// A name up to its first bracket or its end, packed for comparing. At most one row has a given stem, so that the stem
+/// finds the row, and what follows it in the text decides whether the row matches.
+struct Stem {
+    std::uint64_t words[2] = {};
+    std::size_t length = 0; ///< 0 for an empty stem, and for one that is no row's: a foreign character, or too long
 
     friend constexpr bool operator==(const Stem&, const Stem&) = default;
 };
 
-/// Looks at no more of the text than it packs; the text ends with a NUL.
+/// Looks at no more of the text than is needed; the text ends with a NUL.
 constexpr Stem stem_of(const char* name) {
     Stem stem;
-    while (stem.length < Stem::capacity) {
-        const char next = name[stem.length];
-        if (next == '\0' || next == '(' || next == '[') break;
-        const std::uint64_t bits = std::uint64_t(static_cast<unsigned char>(next)) << (stem.length % 8 * 8);
-        (stem.length < 8 ? stem.low : stem.high) |= bits;
-        ++stem.length;
+    std::size_t length = 0;
+    for (std::uint64_t& word : stem.words) {
+        for (unsigned shift = 0; shift < 64; shift += 8, ++length) {
+            const auto next = static_cast<unsigned char>(name[length]);
+            if (characters[next] != Character::Stem) {
+                if (characters[next] == Character::End) stem.length = length;
+                return stem;
+            }
+            word |= std::uint64_t(next) << shift;
+        }
     }
     return stem;
 }
@@ -49,27 +64,20 @@ constexpr auto stems = [] {
     return result;
 }();
 
-constexpr bool are_stems_unique() {
-    for (auto stem = stems.begin(); stem != stems.end(); ++stem) {
-        if (stem->length == Stem::capacity || std::find(stem + 1, stems.end(), *stem) != stems.end()) return false;
-    }
-    return true;
+/// A hash that is different for all stems of the table. The multiplier was found by trying; the next change of the
+/// table may need another one.
+constexpr std::size_t slot_of(const Stem& stem) {
+    return (stem.words[0] * 0x4534D94E4649DEA5) >> 56;
 }
-static_assert(are_stems_unique());
+constexpr std::uint8_t free_slot = 0xFF;
 
-/// The rows of one first letter.
-struct Group {
-    std::uint8_t begin = 0;
-    std::uint8_t end = 0;
-};
-
-constexpr auto groups = [] {
-    std::array<Group, 'Z' - 'A' + 1> result;
-    for (std::size_t i = 0; i < std::size(type_name_table); ++i) {
-        Group& group = result[std::size_t(type_name_table[i].name.front() - 'A')];
-        if (group.end == 0) group.begin = static_cast<std::uint8_t>(i);
-        if (group.end != 0 && group.end != i) throw "the rows of a letter are apart";
-        group.end = static_cast<std::uint8_t>(i + 1);
+constexpr auto rows_by_slot = [] {
+    std::array<std::uint8_t, 256> result;
+    result.fill(free_slot);
+    for (std::size_t i = 0; i < stems.size(); ++i) {
+        std::uint8_t& row = result[slot_of(stems[i])];
+        if (stems[i].length == 0 || row != free_slot) throw "a name is too long, or two share a slot";
+        row = static_cast<std::uint8_t>(i);
     }
     return result;
 }();
@@ -81,23 +89,23 @@ constexpr bool is_string(FdxDataType type) {
 /// `name` begins with the row's stem.
 bool matches(const TypeNameRow& row, const char* name, std::size_t stem_length) {
     const char* rest = name + stem_length;
-    if (row.match == TypeNameMatch::Exact) return std::strcmp(rest, row.name.data() + stem_length) == 0;
+    if (row.match == TypeNameMatch::Exact) {
+        const char* rest_of_row = row.name.data() + stem_length; // nothing, for most rows
+        return *rest == *rest_of_row && (*rest == '\0' || std::strcmp(rest, rest_of_row) == 0);
+    }
     return *rest == '\0' || *rest == '(' || (*rest == '[' && is_string(row.type));
 }
 
 /// Null for a name without a row.
 const TypeNameRow* find_row(const char* name) {
-    const auto letter = static_cast<std::size_t>(static_cast<unsigned char>(*name)) - 'A';
-    if (letter >= groups.size() || groups[letter].end == 0) return nullptr;
     const Stem stem = stem_of(name);
-    for (std::size_t i = groups[letter].begin; i != groups[letter].end; ++i) {
-        if (stems[i] == stem) return matches(type_name_table[i], name, stem.length) ? &type_name_table[i] : nullptr;
-    }
-    return nullptr;
+    const std::size_t i = rows_by_slot[slot_of(stem)];
+    if (i == free_slot || stems[i] != stem || !matches(type_name_table[i], name, stem.length)) return nullptr;
+    return &type_name_table[i];
 }
 
 bool starts_with(const char* text, std::string_view prefix) {
-    return std::strncmp(text, prefix.data(), prefix.size()) == 0;
+    return *text == prefix.front() && std::strncmp(text, prefix.data(), prefix.size()) == 0;
 }
 
 bool is_indirection(const char* name) {
@@ -198,8 +206,8 @@ std::optional<unsigned> parse_size_from_string_typename(const std::string& name,
     if (mark == std::string::npos) mark = name.find("STRING[");
     if (mark == std::string::npos) return std::nullopt;
     // Unsigned, since the number may be the greatest one of its type already.
-    const unsigned characters = unsigned(std::strtol(name.c_str() + mark + mark_length, nullptr, 10)) + 1;
-    return type == FdxDataType::WString ? characters * 2 : characters;
+    const unsigned length = unsigned(std::strtol(name.c_str() + mark + mark_length, nullptr, 10)) + 1;
+    return type == FdxDataType::WString ? length * 2 : length;
 }
 
 } // namespace ZoHmiFdx
