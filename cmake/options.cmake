@@ -26,6 +26,11 @@ else()
   add_link_options(-Wl,-z,defs)
 endif()
 
+# The fuzzer follows what an input reaches in all code, not only in its own target.
+if(ZO_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # zo_floor(NAME SOURCES... ): a static library of one product folder.
 function(zo_floor name)
   add_library(${name} STATIC ${ARGN})
