@@ -1,4 +1,7 @@
+#include "device/dialect.h"
+#include "device/indirection.h"
 #include "device/type_name.h"
+#include "tests/server_api/allocations.h"
 
 #include <gtest/gtest.h>
 
@@ -288,6 +291,27 @@ TEST(TypeName, ParseAllRows) {
     EXPECT_EQ(known, 1892);
     EXPECT_EQ(wrong_size, 5588);
     EXPECT_EQ(checksum, 0xD22DB22C18018DCDU);
+}
+
+TEST(TypeName, QuestionsAllocateNothing) {
+    const std::string texts[] = {"INT", "LDATE_AND_TIME", "STRING(80)",
+                                 "POINTER TO ARRAY [1..3] OF REFERENCE TO ST_Pump",
+                                 "ns.ST_ConfigurationOfAnAxis ReadOnly ShowRecursively"};
+    const std::size_t before = allocations::count();
+    unsigned yes = 0;
+    for (const std::string& text : texts) {
+        yes += parse(-1, text.c_str(), "BOOL").result == 0;
+        yes += amend_fdx_datatype(8, text.c_str(), 0x41) == 0x41;
+        yes += is_known_general_itemname(text);
+        yes += is_direct_access_supported_for_type(text);
+        yes += is_indirection_strict(text);
+        yes += has_dialect_suffix(text);
+        yes += has_readonly_dialect_suffix(text);
+        yes += empty_or_only_dialect_suffix(text);
+        yes += parse_size_from_string_typename(text, FdxDataType::String).has_value();
+    }
+    EXPECT_EQ(allocations::count(), before);
+    EXPECT_EQ(yes, 18U);
 }
 
 TEST(DataType, AllRows) {
