@@ -143,7 +143,7 @@ TEST(TargetLayout, TheSinkComesFirstAndTheDestructorsLast) {
     EXPECT_EQ(out, object);
     EXPECT_EQ(call_slot<std::uint32_t>(object, 1), 1u);
     EXPECT_EQ(call_slot<std::uint32_t>(object, 2), 1u);
-    for (const std::size_t slot : {3, 4, 5, 7})
+    for (const std::size_t slot : {3u, 4u, 5u, 7u})
         EXPECT_EQ(call_slot<HRESULT>(object, slot, nullptr, nullptr, nullptr, nullptr, nullptr), E_NOTIMPL) << slot;
     const GUID none{};
     EXPECT_EQ(call_slot<HRESULT>(object, 6, -1, &none, 0u, std::uint16_t{1}, nullptr, nullptr, nullptr, nullptr), S_OK);
