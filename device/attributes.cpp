@@ -48,7 +48,7 @@ AttributesFlags Attributes::flags_by_key(const std::string& key) noexcept {
 
 bool Attributes::has(const std::string& key) const noexcept {
     const AttributesFlags key_flags = flags_by_key(key);
-    // The flags cover all entries, and more: those of dropped entries are there too.
+    // The flags cover all entries, but several keys share one.
     return (key_flags == AttributesFlags::None || has(key_flags)) && has_entry(key);
 }
 

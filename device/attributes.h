@@ -82,9 +82,8 @@ public:
     /// A Map of texts with the attributes that the state does not keep back. Of equal keys the last one counts.
     [[nodiscard]] ZoHmiSrv::Value public_attributes_as_value(const State& state) const;
 
-    /// Appends the entries of another list whose keys are not here yet. The flags of all of them are taken over, also
-    /// of those that were left out, so a flag does not mean that its entry is here. The index of the encoding is not
-    /// taken over.
+    /// Appends the entries of another list whose keys are not here yet. The flags of all of them are taken over: `Utf8`
+    /// also from an encoding that was left out. The index of the encoding is not taken over.
     void merge(const Attributes& other);
     /// Appends all entries; borders and encoding of the other list count from now on, where it has them.
     void merge_keep_duplicates(const Attributes& other);

@@ -1,0 +1,349 @@
+#include "device/attributes.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace ZoHmiFdx;
+using ZoHmiSrv::ValueType;
+using Entries = std::vector<Attributes::Entry>;
+
+namespace {
+
+Attributes list(const Entries& entries) {
+    Attributes attributes;
+    for (const auto& [key, value] : entries) {
+        attributes.add(key, value);
+    }
+    return attributes;
+}
+
+unsigned bits(AttributesFlags flags) {
+    return unsigned(flags);
+}
+
+std::optional<std::string> text(const std::optional<std::reference_wrapper<const std::string>>& value) {
+    return value ? std::optional<std::string>(value->get()) : std::nullopt;
+}
+
+TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
+    const struct {
+        std::string key;
+        unsigned flags;
+    } cases[] = {
+        {"ZoHmiSymbol.Show", 1},
+        {"ZoHmiSymbol.ShowRecursively", 2},
+        {"ZoHmiSymbol.Hide", 4},
+        {"ZoHmiSymbol.ReadOnly", 8},
+        {"ZoHmiSymbol.BLOB", 16},
+        {"LowerBorder", 64},
+        {"UpperBorder", 128},
+        {"ZoSwapWord", 256},
+        {"ZoSwapDWord", 512},
+        {"ZoEncoding", 1024},
+        {"ZoHmiSymbol.AddSymbol", 4096},
+        {"ZoHmiSymbol.AddSymbol.UserGroups", 4096},
+        {"ZoHmiSymbol.AddSymbol.UserGroups.Read", 4096},
+        {"ZoHmiSymbol.AddSymbol.Hidden", 4096},
+        {"", 0},
+        {"ZoHmiSymbol", 0},
+        {"ZoHmiSymbol.", 0},
+        {"ZoHmiSymbol.Blob", 0},
+        {"zoHmiSymbol.Show", 0},
+        {" ZoHmiSymbol.Show", 0},
+        {"ZoHmiSymbol.Show ", 0},
+        {std::string("LowerBorder\0", 12), 0},
+        {"ZoHmiSymbol.AddSymbol.UserGroups.Write", 0},
+        {"ZoSwapQWord", 0},
+        {"UTF-8", 0},
+        {"Unit", 0},
+    };
+    for (const auto& [key, flags] : cases) {
+        SCOPED_TRACE(key);
+        Attributes attributes;
+        EXPECT_FALSE(attributes.has(key));
+        EXPECT_EQ(bits(attributes.add(key, "x")), flags);
+        EXPECT_EQ(bits(attributes.flags()), flags);
+        EXPECT_TRUE(attributes.has(key));
+        EXPECT_EQ(attributes.entries(), (Entries{{key, "x"}}));
+    }
+}
+
+TEST(AttributesAdd, MarksUtf8ByTheExactValue) {
+    const struct {
+        std::string value;
+        unsigned flags;
+    } cases[] = {{"UTF-8", 0xC00}, {"utf-8", 0x400}, {"UTF8", 0x400}, {"UTF-8 ", 0x400}, {"ASCII", 0x400}, {"", 0x400}};
+    for (const auto& [value, flags] : cases) {
+        SCOPED_TRACE(value);
+        Attributes attributes;
+        EXPECT_EQ(bits(attributes.add("ZoEncoding", value)), 0x400u); // the key's flags, never the value's
+        EXPECT_EQ(bits(attributes.flags()), flags);
+        EXPECT_EQ(attributes.has(AttributesFlags::Utf8), flags == 0xC00);
+        EXPECT_TRUE(attributes.has(AttributesFlags::Encoding | AttributesFlags::Utf8)); // any of them will do
+    }
+    EXPECT_EQ(bits(list({{"Encoding", "UTF-8"}}).flags()), 0u);
+}
+
+TEST(AttributesAdd, PointsAtTheLatestOfRepeatedKeys) {
+    const Attributes none;
+    EXPECT_EQ(text(none.value_of_lower_border()), std::nullopt);
+    EXPECT_EQ(text(none.value_of_upper_border()), std::nullopt);
+    EXPECT_EQ(none.encoding_index(), 0xFFFF);
+
+    const Attributes attributes = list({{"LowerBorder", "1"},
+                                        {"ZoEncoding", "UTF-8"},
+                                        {"UpperBorder", "2"},
+                                        {"LowerBorder", "3"},
+                                        {"ZoEncoding", "ASCII"}});
+    EXPECT_EQ(text(attributes.value_of_lower_border()), "3");
+    EXPECT_EQ(text(attributes.value_of_upper_border()), "2");
+    EXPECT_EQ(attributes.encoding_index(), 4);
+    EXPECT_EQ(attributes.size(), 5u);
+    EXPECT_TRUE(attributes.has(AttributesFlags::Utf8)); // once set, it stays
+}
+
+TEST(AttributesMerge, TellsOwnFromOthers) {
+    const struct {
+        const char* what;
+        Entries own, others;
+        Entries merged;
+        std::optional<std::string> lower, upper;
+        std::uint16_t encoding;
+    } cases[] = {
+        {"the list merged into wins",
+         {{"a", "1"}, {"UpperBorder", "2"}},
+         {{"UpperBorder", "9"}, {"b", "8"}, {"a", "7"}},
+         {{"a", "1"}, {"UpperBorder", "2"}, {"b", "8"}},
+         std::nullopt,
+         "2",
+         0xFFFF},
+        {"borders that come in are found",
+         {{"a", ""}},
+         {{"LowerBorder", "1"}, {"b", ""}, {"UpperBorder", "2"}},
+         {{"a", ""}, {"LowerBorder", "1"}, {"b", ""}, {"UpperBorder", "2"}},
+         "1",
+         "2",
+         0xFFFF},
+        {"own duplicates stay, others are dropped",
+         {{"a", "1"}, {"a", "2"}},
+         {{"b", "3"}, {"b", "4"}, {"a", "5"}},
+         {{"a", "1"}, {"a", "2"}, {"b", "3"}},
+         std::nullopt,
+         std::nullopt,
+         0xFFFF},
+        {"the latest of two borders is dropped, and the first is not pointed at",
+         {},
+         {{"LowerBorder", "1"}, {"LowerBorder", "2"}},
+         {{"LowerBorder", "1"}},
+         std::nullopt,
+         std::nullopt,
+         0xFFFF},
+        {"the encoding that comes in is not pointed at",
+         {},
+         {{"ZoEncoding", "UTF-8"}},
+         {{"ZoEncoding", "UTF-8"}},
+         std::nullopt,
+         std::nullopt,
+         0xFFFF},
+        {"the own encoding stays",
+         {{"a", ""}, {"ZoEncoding", "ASCII"}},
+         {{"ZoEncoding", "UTF-8"}},
+         {{"a", ""}, {"ZoEncoding", "ASCII"}},
+         std::nullopt,
+         std::nullopt,
+         1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Attributes attributes = list(c.own);
+        attributes.merge(list(c.others));
+        EXPECT_EQ(attributes.entries(), c.merged);
+        EXPECT_EQ(text(attributes.value_of_lower_border()), c.lower);
+        EXPECT_EQ(text(attributes.value_of_upper_border()), c.upper);
+        EXPECT_EQ(attributes.encoding_index(), c.encoding);
+        // Those of dropped entries are there too.
+        EXPECT_EQ(attributes.flags(), list(c.own).flags() | list(c.others).flags());
+    }
+}
+
+TEST(AttributesMerge, KeepsDuplicatesAndShiftsTheOthersIndices) {
+    Attributes attributes = list({{"a", "1"}, {"UpperBorder", "2"}, {"ZoEncoding", "ASCII"}});
+    attributes.merge_keep_duplicates(list({{"LowerBorder", "3"}, {"a", "4"}, {"ZoEncoding", "UTF-8"}}));
+    EXPECT_EQ(attributes.entries(), (Entries{{"a", "1"},
+                                             {"UpperBorder", "2"},
+                                             {"ZoEncoding", "ASCII"},
+                                             {"LowerBorder", "3"},
+                                             {"a", "4"},
+                                             {"ZoEncoding", "UTF-8"}}));
+    EXPECT_EQ(attributes.lower_border_index(), 3);
+    EXPECT_EQ(attributes.upper_border_index(), 1); // the other list has none
+    EXPECT_EQ(attributes.encoding_index(), 5);
+    EXPECT_EQ(bits(attributes.flags()), 0xC00u + 64 + 128);
+}
+
+TEST(AttributesMerge, FreeFunctionsMergeTheFirstIntoTheSecond) {
+    const Attributes first = list({{"UpperBorder", "1"}, {"x", "1"}});
+    const Attributes second = list({{"UpperBorder", "2"}, {"y", "2"}});
+    EXPECT_EQ(merge_attributes(first, second).entries(), (Entries{{"UpperBorder", "2"}, {"y", "2"}, {"x", "1"}}));
+    EXPECT_EQ(text(merge_attributes(first, second).value_of_upper_border()), "2");
+    const Attributes both = merge_attributes_keep_duplicates(first, second);
+    EXPECT_EQ(both.entries(), (Entries{{"UpperBorder", "2"}, {"y", "2"}, {"UpperBorder", "1"}, {"x", "1"}}));
+    EXPECT_EQ(text(both.value_of_upper_border()), "1");
+}
+
+TEST(AttributesMerge, TakesTheListItself) {
+    const Entries entries = {{"a", "1"}, {"LowerBorder", "2"}, {"a", "3"}};
+    Attributes attributes = list(entries);
+    attributes.merge(attributes);
+    EXPECT_EQ(attributes.entries(), entries);
+    attributes.merge_keep_duplicates(attributes);
+    EXPECT_EQ(attributes.entries(),
+              (Entries{{"a", "1"}, {"LowerBorder", "2"}, {"a", "3"}, {"a", "1"}, {"LowerBorder", "2"}, {"a", "3"}}));
+    EXPECT_EQ(attributes.lower_border_index(), 4);
+}
+
+/// A list as it is told: each entry of the other against each that is there.
+struct PlainList {
+    Entries entries;
+    AttributesFlags flags{};
+    std::size_t lower = 0xFFFF, upper = 0xFFFF;
+
+    explicit PlainList(const Attributes& from)
+        : entries(from.entries()), flags(from.flags()), lower(from.lower_border_index()),
+          upper(from.upper_border_index()) {}
+
+    void merge(const PlainList& other) {
+        for (std::size_t i = 0; i < other.entries.size(); ++i) {
+            bool known = false;
+            for (const auto& [key, value] : entries) {
+                known = known || key == other.entries[i].first;
+            }
+            if (known) continue;
+            entries.push_back(other.entries[i]);
+            if (i == other.lower) lower = entries.size() - 1;
+            if (i == other.upper) upper = entries.size() - 1;
+        }
+        flags = flags | other.flags;
+    }
+};
+
+TEST(AttributesMerge, AgreesWithThePlainWalkAtEverySize) {
+    std::mt19937 random(4711);
+    const auto below = [&random](std::size_t limit) { return random() % limit; };
+    const auto random_list = [&](std::size_t longest) {
+        Attributes attributes;
+        const std::size_t size = below(longest + 1);
+        const std::size_t names = 1 + below(2 * longest + 1);
+        for (std::size_t i = 0; i < size; ++i) {
+            const std::size_t name = below(names);
+            const std::string key = name == 0   ? "LowerBorder"
+                                    : name == 1 ? "UpperBorder"
+                                    : name == 2 ? "ZoEncoding"
+                                                : "attribute with a name of some length " + std::to_string(name);
+            attributes.add(key, std::to_string(random()));
+        }
+        return attributes;
+    };
+    for (int round = 0; round < 2000; ++round) {
+        const std::size_t longest = 1 + below(40);
+        Attributes merged = random_list(longest);
+        const Attributes other = random_list(longest);
+        PlainList plain(merged);
+        plain.merge(PlainList(other));
+        const std::uint16_t encoding = merged.encoding_index();
+        merged.merge(other);
+        ASSERT_EQ(merged.entries(), plain.entries) << round;
+        ASSERT_EQ(merged.flags(), plain.flags) << round;
+        ASSERT_EQ(merged.lower_border_index(), plain.lower) << round;
+        ASSERT_EQ(merged.upper_border_index(), plain.upper) << round;
+        ASSERT_EQ(merged.encoding_index(), encoding) << round;
+    }
+}
+
+TEST(AttributesMerge, EntriesTooFarBehindAreNotPointedAt) {
+    Attributes attributes;
+    for (int i = 0; i < 65534; ++i) {
+        attributes.add("", "");
+    }
+    Attributes merged = attributes;
+    attributes.add("LowerBorder", "last that fits"); // position 65534
+    EXPECT_EQ(text(attributes.value_of_lower_border()), "last that fits");
+    attributes.add("UpperBorder", "at the mark for none");
+    EXPECT_EQ(text(attributes.value_of_upper_border()), std::nullopt);
+    attributes.add("UpperBorder", "wrapped to 0");
+    attributes.add("LowerBorder", "wrapped to 1");
+    EXPECT_EQ(text(attributes.value_of_upper_border()), std::nullopt);
+    EXPECT_EQ(text(attributes.value_of_lower_border()), "last that fits");
+
+    Attributes appended = merged;
+    const Attributes borders = list({{"x", ""}, {"y", ""}, {"UpperBorder", "u"}, {"LowerBorder", "l"}});
+    merged.merge(borders);
+    EXPECT_EQ(text(merged.value_of_upper_border()), std::nullopt);
+    EXPECT_EQ(merged.size(), 65538u);
+    appended.merge_keep_duplicates(borders);
+    EXPECT_EQ(text(appended.value_of_upper_border()), std::nullopt);
+    EXPECT_EQ(text(appended.value_of_lower_border()), std::nullopt);
+    EXPECT_TRUE(appended.has("LowerBorder"));
+}
+
+TEST(Attributes, KeysThatShareAFlagAreToldApart) {
+    const Attributes attributes = list({{"ZoHmiSymbol.AddSymbol", ""}});
+    EXPECT_TRUE(attributes.has(AttributesFlags::AddSymbol));
+    EXPECT_TRUE(attributes.has("ZoHmiSymbol.AddSymbol"));
+    EXPECT_FALSE(attributes.has("ZoHmiSymbol.AddSymbol.Hidden"));
+}
+
+TEST(Attributes, AddSymbolKeys) {
+    const struct {
+        const char* what;
+        Entries entries;
+        bool add, hidden;
+        std::map<std::string, int> groups;
+    } cases[] = {
+        {"nothing", {{"ZoHmiSymbol.Show", ""}}, false, false, {}},
+        {"the value does not matter", {{"ZoHmiSymbol.AddSymbol", "false"}}, true, false, {}},
+        {"hidden alone does not add", {{"ZoHmiSymbol.AddSymbol.Hidden", ""}}, false, true, {}},
+        {"groups alone do not add", {{"ZoHmiSymbol.AddSymbol.UserGroups", "a"}}, false, false, {{"a", 1}}},
+        {"both kinds of access",
+         {{"ZoHmiSymbol.AddSymbol.UserGroups.Read", "b,a"}, {"ZoHmiSymbol.AddSymbol.UserGroups", "a,c"}},
+         false,
+         false,
+         {{"a", 3}, {"b", 2}, {"c", 1}}},
+        {"names as they stand, but no empty ones",
+         {{"ZoHmiSymbol.AddSymbol", ""}, {"ZoHmiSymbol.AddSymbol.UserGroups", ",a, b,,a b,"}},
+         true,
+         false,
+         {{"a", 1}, {" b", 1}, {"a b", 1}}},
+        {"repeated keys add up",
+         {{"ZoHmiSymbol.AddSymbol.UserGroups", "a"},
+          {"ZoHmiSymbol.AddSymbol.UserGroups", "b"},
+          {"ZoHmiSymbol.AddSymbol.UserGroups", ""}},
+         false,
+         false,
+         {{"a", 1}, {"b", 1}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const AddSymbolAttributeInfo info = list(c.entries).analyze_add_symbol_attribute();
+        EXPECT_EQ(info.add, c.add);
+        EXPECT_EQ(info.hidden, c.hidden);
+        EXPECT_EQ(info.user_groups, c.groups);
+    }
+}
+
+TEST(Attributes, ActualTypeIsBinaryForABlobOnEitherSide) {
+    const Attributes blob = list({{"ZoHmiSymbol.BLOB", ""}});
+    const Attributes other = list({{"ZoHmiSymbol.Show", "ZoHmiSymbol.BLOB"}});
+    EXPECT_EQ(get_actual_hmi_datatype(ValueType::Int, other, blob), ValueType::Binary);
+    EXPECT_EQ(get_actual_hmi_datatype(ValueType::Vector, blob, other), ValueType::Binary);
+    EXPECT_EQ(get_actual_hmi_datatype(ValueType::Int, other, other), ValueType::Int);
+}
+
+} // namespace

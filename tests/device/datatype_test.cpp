@@ -1,0 +1,421 @@
+#include "device/datatype.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace ZoHmiFdx;
+using ZoHmiSrv::ValueType;
+
+namespace {
+
+using Change = std::function<void(DatatypeDescription&)>;
+
+SubItem member(const std::string& name) {
+    return {name, "INT", 0, 2, "", {}};
+}
+
+Attributes attribute(const std::string& key) {
+    Attributes attributes;
+    attributes.add(key, "");
+    return attributes;
+}
+
+DatatypeDescription structure() {
+    DatatypeDescription description;
+    description.item_name = "ST_Pump";
+    description.type_name = "ST_Pump";
+    description.hmi_type = ValueType::Struct;
+    description.fdx_type = FdxDataType::Composite;
+    description.size = 8;
+    description.subitems = {member("speed"), member("mode")};
+    return description;
+}
+
+DatatypeDescription basic(ValueType hmi_type, FdxDataType fdx_type, const std::string& name) {
+    DatatypeDescription description;
+    description.hmi_type = hmi_type;
+    description.fdx_type = fdx_type;
+    description.item_name = name;
+    return description;
+}
+
+DatatypeDescription array(std::int32_t size, std::uint64_t elements, const std::string& name, FdxDataType fdx_type) {
+    DatatypeDescription description;
+    description.hmi_type = ValueType::Vector;
+    description.fdx_type = fdx_type;
+    description.size = size;
+    description.array_info = ArrayInfo({{0, elements}}, name);
+    return description;
+}
+
+DatatypeDescription flagged(std::uint32_t flags, DatatypeDescription description = {}) {
+    description.flags = flags;
+    return description;
+}
+
+DatatypeDescription enumeration(std::int32_t size, std::size_t items) {
+    DatatypeDescription description;
+    description.size = size;
+    description.enum_items.resize(items);
+    return description;
+}
+
+TEST(Datatype, DeducedFlags) {
+    const DatatypeDescription fresh;
+    EXPECT_EQ(fresh.flags, 8u);
+    EXPECT_EQ(std::uint32_t(fresh.fdx_type), 0u);
+    EXPECT_EQ(Datatype().flags(), 8u);
+
+    const auto with = [](DatatypeDescription description, const Change& change) {
+        change(description);
+        return description;
+    };
+    constexpr std::uint32_t dialects = 1u << 24, incomplete = 1u << 25;
+    const struct {
+        const char* what;
+        DatatypeDescription description;
+        std::uint32_t deduced;
+    } cases[] = {
+        {"enumeration of 4 bytes", enumeration(4, 1), 1u << 18},
+        {"enumeration of 7 bytes", enumeration(7, 2), 1u << 18},
+        {"enumeration of 8 bytes", enumeration(8, 1), 0},
+        {"4 bytes without enumerators", enumeration(4, 0), 0},
+        {"plain", flagged(1 << 0), 0},
+        {"reference", flagged(1 << 1), 0b111u << 19},
+        {"pointer", flagged(1 << 2), 0b011u << 19},
+        {"reference by alias", flagged(1 << 5), 0b101u << 19},
+        {"indirection by alias", flagged(1 << 6), 0b001u << 19},
+        {"alias of a structure", flagged(1 << 7), 1u << 22},
+        {"alias of an enumeration", flagged(1 << 4), 1u << 23},
+        {"alias of an alias", flagged(1 << 14), 1u << 27},
+        {"alias of an indirection", flagged(1 << 15), 1u << 28},
+        {"alias of a basic type", flagged(1 << 17), 1u << 29},
+        {"flags of the device alone", flagged(1u << 8 | 1u << 9 | 1u << 16), 0},
+        {"stale deductions", flagged(0x7FFC'0000), 0},
+        {"parsed", with({}, [](auto& d) { d.parsed = 2; }), 1u << 26},
+
+        {"BIT", basic(ValueType::Bool, FdxDataType::Bit, "BIT"), 1u << 30},
+        {"BOOL", basic(ValueType::Bool, FdxDataType::Bit, "BOOL"), 0},
+        {"BIT in a dialect", basic(ValueType::Bool, FdxDataType::Bit, "BIT ReadOnly"), 0},
+        {"BIT of another class", basic(ValueType::Int, FdxDataType::UInt8, "BIT"), 0},
+        {"an array called BIT", basic(ValueType::Vector, FdxDataType::Bit, "BIT"), 0},
+
+        {"structure with members", structure(), dialects | incomplete},
+        {"structure without members", with(structure(), [](auto& d) { d.subitems.clear(); }), 0},
+        {"map with members", with(structure(), [](auto& d) { d.hmi_type = ValueType::Map; }), dialects | incomplete},
+        {"composite code alone", with(structure(), [](auto& d) { d.hmi_type = ValueType::Int; }),
+         dialects | incomplete},
+        {"members of something else",
+         with(structure(),
+              [](auto& d) {
+                  d.hmi_type = ValueType::Int;
+                  d.fdx_type = FdxDataType::Int16;
+              }),
+         dialects},
+        {"pointer to a structure", flagged(1 << 2, structure()), 0b011u << 19 | dialects},
+        {"reference to a structure by alias", flagged(1 << 5, structure()), 0b101u << 19 | dialects},
+        {"indirection by alias with members", flagged(1 << 6, structure()), 0b001u << 19 | dialects},
+
+        {"array of INT", array(6, 3, "INT", FdxDataType::Int16), dialects},
+        {"array of a wrong size", array(12, 3, "INT", FdxDataType::Int16), 0},
+        {"array of XINT of 4 bytes", array(12, 3, "XINT", FdxDataType::Int32), dialects},
+        {"array of STRING", array(243, 3, "STRING(80)", FdxDataType::String), dialects | incomplete},
+        {"array of structures", array(24, 3, "ST_Pump", FdxDataType::Composite), incomplete},
+        {"array of structures with members of its own",
+         with(array(24, 3, "ST_Pump", FdxDataType::Composite), [](auto& d) { d.subitems = {member("x")}; }),
+         dialects | incomplete},
+        {"array of pointers", flagged(1 << 6, array(24, 3, "POINTER TO INT", FdxDataType::UInt64)),
+         0b001u << 19 | dialects},
+        {"array without elements", array(0, 0, "INT", FdxDataType::Int16), 0},
+        {"array without elements of any size", array(0, 0, "BOOL", FdxDataType::Bit), dialects},
+        {"array of unknown size", array(-1, 1, "INT", FdxDataType::Int16), dialects},
+        {"array of negative size", array(-6, 3, "INT", FdxDataType::Int16), 0},
+        {"array of more elements than bytes",
+         array(6, std::numeric_limits<std::uint64_t>::max(), "INT", FdxDataType::Int16), 0},
+    };
+    for (const auto& [what, description, deduced] : cases) {
+        SCOPED_TRACE(what);
+        const Datatype type(description);
+        EXPECT_EQ(type.flags() & ~0x3FFFFu, deduced) << std::hex << type.flags();
+        EXPECT_EQ(type.flags() & 0x3FFFFu, description.flags & 0x3FFFFu);
+    }
+}
+
+TEST(Datatype, AccessorsReadTheirBits) {
+    using Accessor = bool (Datatype::*)() const noexcept;
+    const struct {
+        Accessor accessor;
+        Change change;
+    } cases[] = {
+        {&Datatype::is_enum_and_fits_in_int32, [](auto& d) { d.enum_items.resize(1); }},
+        {&Datatype::is_indirection, [](auto& d) { d.flags = 1 << 6; }},
+        {&Datatype::is_indirection_strict, [](auto& d) { d.flags = 1 << 2; }},
+        {&Datatype::is_reference, [](auto& d) { d.flags = 1 << 5; }},
+        {&Datatype::is_struct_alias, [](auto& d) { d.flags = 1 << 7; }},
+        {&Datatype::is_enum_alias, [](auto& d) { d.flags = 1 << 4; }},
+        {&Datatype::can_have_dialects, [](auto& d) { d.subitems = {member("a")}; }},
+        {&Datatype::is_incomplete_write_possible, [](auto& d) { d = structure(); }},
+        {&Datatype::parsed, [](auto& d) { d.parsed = 1; }},
+        {&Datatype::is_alias_of_alias, [](auto& d) { d.flags = 1 << 14; }},
+        {&Datatype::is_alias_indirection, [](auto& d) { d.flags = 1 << 15; }},
+        {&Datatype::is_basic_alias, [](auto& d) { d.flags = 1 << 17; }},
+        {&Datatype::bits_may_be_packed, [](auto& d) { d = basic(ValueType::Bool, FdxDataType::Bit, "BIT"); }},
+    };
+    std::size_t row = 0;
+    for (const auto& [accessor, change] : cases) {
+        SCOPED_TRACE(row++);
+        EXPECT_FALSE((Datatype().*accessor)());
+        DatatypeDescription description;
+        change(description);
+        EXPECT_TRUE((Datatype(description).*accessor)());
+    }
+
+    const auto of = [](std::uint32_t flags) { return Datatype(flagged(flags)); };
+    for (const std::uint32_t bit : {4u, 7u, 17u}) {
+        EXPECT_TRUE(of(1u << bit).is_alias()) << bit;
+    }
+    for (const std::uint32_t bit : {1u, 2u, 5u, 6u, 14u, 15u}) {
+        EXPECT_FALSE(of(1u << bit).is_alias()) << bit;
+    }
+    EXPECT_TRUE(of(1 << 5).is_array_of_indirections());
+    EXPECT_TRUE(of(1 << 6).is_array_of_indirections());
+    EXPECT_FALSE(of(1 << 6 | 1 << 2).is_array_of_indirections());
+    EXPECT_FALSE(of(1 << 6 | 1 << 15).is_array_of_indirections());
+    EXPECT_FALSE(of(1 << 15).is_array_of_indirections());
+    EXPECT_FALSE(of(1 << 7).is_array_of_indirections());
+}
+
+TEST(Datatype, DescriptionGivesBackWhatItWasMadeOf) {
+    DatatypeDescription description = structure();
+    description.size = 4;
+    description.type_name = "ST_Base";
+    description.property_items = {PropertyItem("p", "INT", 1, 2, "c", attribute("x"))};
+    description.method_items = {MethodItem("m", "INT", "c", MethodFlags::Getter)};
+    description.enum_items = {{"e", -5}};
+    description.attributes = attribute("ZoSwapWord");
+    description.array_info = ArrayInfo({{-1, 3}}, "ST_Pump");
+    description.parsed = 7;
+    description.flags = 1u << 9 | 1u << 30;
+
+    const Datatype type(description);
+    DatatypeDescription back = type.description();
+    EXPECT_EQ(back.parsed, 1u);
+    EXPECT_EQ(back.flags, 1u << 9);
+    EXPECT_EQ(back.size, 4);
+    EXPECT_EQ(back.item_name, "ST_Pump");
+    EXPECT_EQ(back.type_name, "ST_Base");
+    EXPECT_EQ(back.hmi_type, ValueType::Struct);
+    EXPECT_EQ(back.fdx_type, FdxDataType::Composite);
+    EXPECT_EQ(back.array_info.max_index(0), 1);
+    EXPECT_EQ(back.subitems.at(1).name(), "mode");
+    EXPECT_EQ(back.property_items.at(0).comment(), "c");
+    EXPECT_EQ(back.method_items.at(0).flags(), MethodFlags::Getter);
+    EXPECT_EQ(back.enum_items.at(0).value, -5);
+    EXPECT_TRUE(back.attributes.has(AttributesFlags::SwapWord));
+    EXPECT_EQ(Datatype(back).flags(), type.flags());
+
+    // What was deduced from the old contents does not outlast them.
+    ASSERT_TRUE(type.is_enum_and_fits_in_int32());
+    back.size = 8;
+    back.enum_items.clear();
+    back.subitems.clear();
+    back.parsed = 0;
+    EXPECT_EQ(Datatype(back).flags(), 1u << 9);
+}
+
+TEST(Datatype, SanityCheck) {
+    const auto array_of_int = [] { return array(6, 3, "INT", FdxDataType::Int16); };
+    const auto number = [] { return basic(ValueType::Int, FdxDataType::Int16, "INT"); };
+    const PropertyItem property("p", "INT", 0, 0, "", {});
+    const Change add_member = [](auto& d) { d.subitems = {member("a")}; };
+    const Change add_property = [&](auto& d) { d.property_items = {property}; };
+    const Change add_method = [](auto& d) { d.method_items.resize(1); };
+    const Change add_enumerator = [](auto& d) { d.enum_items.resize(1); };
+    const Change add_dimension = [](auto& d) { d.array_info = ArrayInfo({{0, 1}}, ""); };
+    const Change add_empty_dimension = [](auto& d) { d.array_info = ArrayInfo({{0, 0}}, ""); };
+    const Change name_elements = [](auto& d) { d.array_info.set_element_type_name("INT"); };
+    const Change nothing = [](auto&) {};
+    const struct {
+        const char* what;
+        DatatypeDescription description;
+        Change change;
+        bool sane;
+    } cases[] = {
+        {"fresh", {}, nothing, true},
+        {"no size", {}, [](auto& d) { d.size = -1; }, false},
+        {"array", array_of_int(), nothing, true},
+        {"array without dimensions", array_of_int(), [](auto& d) { d.array_info = {}; }, true},
+        {"array with enumerators", array_of_int(), add_enumerator, false},
+        {"array with members", array_of_int(), add_member, false},
+        {"array with properties", array_of_int(), add_property, false},
+        {"array with methods", array_of_int(), add_method, false},
+        {"structure", structure(), nothing, true},
+        {"structure with methods", structure(), add_method, true},
+        {"structure with enumerators", structure(), add_enumerator, false},
+        {"structure with dimensions", structure(), add_dimension, false},
+        {"structure with a dimension of nothing", structure(), add_empty_dimension, true},
+        {"structure with elements", structure(), name_elements, false},
+        {"map with elements", structure(),
+         [](auto& d) {
+             d.hmi_type = ValueType::Map;
+             d.array_info.set_element_type_name("INT");
+         },
+         false},
+        {"structure of any class", structure(), [](auto& d) { d.fdx_type = FdxDataType::Int16; }, true},
+        {"number", number(), nothing, true},
+        {"number as text", number(), [](auto& d) { d.hmi_type = ValueType::String; }, false},
+        {"number as nothing", number(), [](auto& d) { d.hmi_type = ValueType::Null; }, false},
+        {"anything of no known class", number(),
+         [](auto& d) {
+             d.hmi_type = ValueType::String;
+             d.fdx_type = FdxDataType::Composite;
+         },
+         true},
+        {"number with enumerators", number(), add_enumerator, true},
+        {"number with dimensions", number(), add_dimension, false},
+        {"number with elements", number(), name_elements, false},
+        {"number with members", number(), add_member, false},
+        {"number with properties", number(), add_property, false},
+        {"number with methods", number(), add_method, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        DatatypeDescription description = c.description;
+        c.change(description);
+        EXPECT_EQ(Datatype(description).sanity_check(), c.sane);
+    }
+}
+
+TEST(Datatype, FindsMembersAsTheWalkInDeclaredOrderDoes) {
+    std::mt19937 random(99);
+    const auto name = [&random] {
+        static constexpr char letters[] = {'a', 'b', 'B', '\xE4', '.', '\0'};
+        std::string text(random() % 4, ' ');
+        for (char& letter : text) {
+            letter = letters[random() % std::size(letters)];
+        }
+        return text;
+    };
+    std::size_t hits = 0;
+    for (int round = 0; round < 300; ++round) {
+        DatatypeDescription description;
+        for (std::size_t count = random() % 60; count > 0; --count) {
+            description.subitems.push_back(member(name()));
+        }
+        const Datatype type(description);
+
+        const auto& order = type.subitem_indices_sorted_by_name();
+        ASSERT_EQ(order.size(), type.count_subitems());
+        for (std::size_t i = 1; i < order.size(); ++i) {
+            const std::string& left = type.subitems()[order[i - 1]].name();
+            const std::string& right = type.subitems()[order[i]].name();
+            ASSERT_TRUE(left < right || (left == right && order[i - 1] < order[i]));
+        }
+        for (int question = 0; question < 50; ++question) {
+            const std::string wanted = name();
+            const auto& items = type.subitems();
+            const auto walked =
+                std::find_if(items.begin(), items.end(), [&](const SubItem& item) { return item.name() == wanted; });
+            ASSERT_EQ(type.find_subitem(wanted), walked);
+            hits += walked != items.end();
+        }
+    }
+    EXPECT_GT(hits, 1000u); // the names are few enough to be found
+}
+
+TEST(Datatype, FindCutsTheNameAtItsOperators) {
+    DatatypeDescription description;
+    description.subitems = {member("b"), member("a"), member("b"), member("")};
+    for (const char* name : {"p", "q", "p"}) {
+        description.property_items.emplace_back(name, "INT", 0, 0, "", Attributes());
+        description.method_items.emplace_back(name, "", "", MethodFlags::None);
+    }
+    const Datatype type(description);
+    const struct {
+        std::string name;
+        std::ptrdiff_t position; // 4 is the end
+    } cases[] = {{"a", 1}, {"a^", 1}, {"a`^", 1}, {"a^.x", 1}, {"b", 0},  {"b`", 0},
+                 {"A", 4}, {"a ", 4}, {"a[", 4},  {"", 3},     {"^a", 3}, {"c", 4}};
+    for (const auto& [name, position] : cases) {
+        EXPECT_EQ(type.find_subitem(name) - type.subitems().begin(), position) << name;
+    }
+    EXPECT_EQ(type.find_property("p^") - type.property_items().begin(), 0);
+    EXPECT_EQ(type.find_property("q`x") - type.property_items().begin(), 1);
+    EXPECT_EQ(type.find_property("b"), type.property_items().end());
+    EXPECT_EQ(type.find_method("q^") - type.method_items().begin(), 1);
+    EXPECT_EQ(type.find_method("P"), type.method_items().end());
+}
+
+TEST(Datatype, ByteOrder) {
+    const Attributes none, word = attribute("ZoSwapWord"), dword = attribute("ZoSwapDWord");
+    const struct {
+        FdxDataType type;
+        const Attributes& own;
+        const Attributes& given;
+        bool reversed;
+    } cases[] = {{FdxDataType::UInt16, none, none, false},   {FdxDataType::UInt16, word, none, true},
+                 {FdxDataType::UInt16, none, word, true},    {FdxDataType::UInt16, dword, dword, false},
+                 {FdxDataType::UInt32, dword, none, true},   {FdxDataType::UInt32, none, dword, true},
+                 {FdxDataType::UInt32, word, word, false},   {FdxDataType::Int16, word, word, false},
+                 {FdxDataType::Int32, dword, dword, false},  {FdxDataType::UInt64, dword, word, false},
+                 {FdxDataType::Composite, word, word, false}};
+    std::size_t row = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(row++);
+        DatatypeDescription description;
+        description.fdx_type = c.type;
+        description.attributes = c.own;
+        EXPECT_EQ(Datatype(description).is_byte_order_reversed(c.given), c.reversed);
+    }
+}
+
+TEST(ArrayInfo, TotalsAndBounds) {
+    constexpr std::uint64_t huge = std::numeric_limits<std::uint64_t>::max();
+    constexpr std::int64_t max = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
+    const struct {
+        std::vector<ArrayInfo::Dimension> dimensions;
+        std::uint64_t total;
+        std::vector<std::int64_t> max_indices;
+    } cases[] = {
+        {{}, 0, {}},
+        {{{-1, 3}}, 3, {1}},
+        {{{1, 3}, {0, 2}, {-5, 4}}, 24, {3, 1, -2}},
+        {{{7, 0}, {0, 5}}, 0, {6, 4}},
+        {{{lowest, 0}}, 0, {std::int64_t(lowest) - 1}},
+        {{{0, 1ull << 32}, {0, 1ull << 32}}, huge, {0xFFFFFFFF, 0xFFFFFFFF}}, // 2^64 would wrap to 0
+        {{{0, huge}, {1, 2}, {0, 0}}, 0, {max, 2, -1}},
+        {{{lowest, huge}}, huge, {max}},
+        {{{lowest, 1ull << 63}}, 1ull << 63, {max + lowest}},
+        {{{-1, (1ull << 63) + 1}}, (1ull << 63) + 1, {max}}, // the last that fits
+        {{{2, 1ull << 63}}, 1ull << 63, {max}},
+    };
+    for (const auto& c : cases) {
+        const ArrayInfo info(c.dimensions, "INT");
+        SCOPED_TRACE(testing::PrintToString(c.max_indices));
+        EXPECT_EQ(info.total_nr_of_elements(), c.total);
+        ASSERT_EQ(info.dimensions(), c.max_indices.size());
+        for (std::size_t i = 0; i < c.max_indices.size(); ++i) {
+            EXPECT_EQ(info.max_index(i), c.max_indices[i]);
+        }
+        EXPECT_THROW((void)info.max_index(info.dimensions()), std::out_of_range);
+    }
+
+    ArrayInfo grown;
+    grown.add_dimension(0, 2);
+    grown.add_dimension(0, 3);
+    EXPECT_EQ(grown.total_nr_of_elements(), 0u);
+    EXPECT_EQ(grown.calculate_total_nr_of_elements(), 6u);
+    grown.recalculate_total_nr_of_elements();
+    EXPECT_EQ(grown.total_nr_of_elements(), 6u);
+}
+
+} // namespace
