@@ -2,7 +2,9 @@
 // it a second name, which serves as base name and as target.
 
 #include "device/data_type.h"
+#include "device/datatype_description.h"
 #include "device/dialect.h"
+#include "device/fix_type_description.h"
 #include "device/indirection.h"
 #include "device/type_name.h"
 #include "device/type_name_escape.h"
@@ -70,6 +72,23 @@ void escape(const std::string& name) {
     require(escaped == name || name.find_first_of(" <>()[]") != std::string::npos);
 }
 
+void repair(const std::string& name) {
+    DatatypeDescription description;
+    description.fdx_type = FdxDataType::Int32;
+    description.flags = flags_from_datatype_name(name);
+    description.item_name = name;
+    description.type_name = name;
+    fix_type_description(description);
+    require(description.attributes.size() == 0 || description.attributes.size() == 2);
+    // Each repair of an indirection to itself shortens the name, so repeating it ends.
+    for (std::size_t last = name.size() + 1; description.type_name.size() < last;) {
+        last = description.type_name.size();
+        description.item_name = description.type_name;
+        fix_type_description(description);
+        require(description.type_name.size() <= last);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -85,5 +104,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     analyze(name, name);
     change_dialect(name);
     escape(name);
+    repair(name);
     return 0;
 }
