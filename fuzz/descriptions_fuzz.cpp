@@ -1,0 +1,208 @@
+// Type descriptions as a device may send them. The input is text, a field a line: the field's letter, and its parts,
+// separated by '|':
+//
+//     n NAME                   own name                      t NAME                  name of the base or target
+//     z SIZE | h HMI_TYPE | x FDX_TYPE | f FLAGS | r PARSED  the numbers
+//     d LOWER|ELEMENTS         a dimension                   e NAME                  name of the elements
+//     s NAME|TYPE|OFFSET|SIZE  a member                      p NAME|TYPE|MARKS       a property
+//     m NAME|TYPE              a method                      a NAME|TYPE|FLAGS       a parameter of the last method
+//     i NAME|VALUE             an enumerator
+//     k KEY|VALUE              an attribute of the type      K KEY|VALUE             one of a symbol
+
+#include "device/build_type.h"
+#include "device/code_page.h"
+#include "device/datatype.h"
+#include "device/fix_type_description.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+using namespace ZoHmiFdx;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition) __builtin_trap();
+}
+
+template <typename T>
+T number(std::string_view text) {
+    T value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+struct Input {
+    DatatypeDescription type;
+    Attributes symbol;
+
+    void read(std::string_view line) {
+        if (line.size() < 2) return;
+        std::array<std::string, 4> parts;
+        std::string_view rest = line.substr(2);
+        for (std::string& part : parts) {
+            const std::size_t end = std::min(rest.find('|'), rest.size());
+            part = rest.substr(0, end);
+            rest.remove_prefix(std::min(end + 1, rest.size()));
+        }
+        const auto& [first, second, third, fourth] = parts;
+        switch (line[0]) {
+        case 'n':
+            type.item_name = first;
+            break;
+        case 't':
+            type.type_name = first;
+            break;
+        case 'z':
+            type.size = number<std::int32_t>(first);
+            break;
+        case 'h':
+            type.hmi_type = ZoHmiSrv::ValueType(number<std::uint16_t>(first));
+            break;
+        case 'x':
+            type.fdx_type = FdxDataType(number<std::uint32_t>(first));
+            break;
+        case 'f':
+            type.flags = number<std::uint32_t>(first);
+            break;
+        case 'r':
+            type.parsed = number<std::uint32_t>(first);
+            break;
+        case 'd':
+            type.array_info.add_dimension(number<std::int32_t>(first), number<std::uint64_t>(second));
+            type.array_info.recalculate_total_nr_of_elements();
+            break;
+        case 'e':
+            type.array_info.set_element_type_name(first);
+            break;
+        case 's':
+            type.subitems.emplace_back(first, second, number<int>(third), number<int>(fourth), "", symbol);
+            break;
+        case 'p':
+            type.property_items.emplace_back(first, second, 0, 0, "", symbol);
+            type.property_items.back().set_prefixed_getter_method_exists((number<unsigned>(third) & 1) != 0);
+            type.property_items.back().set_prefixed_setter_method_exists((number<unsigned>(third) & 2) != 0);
+            break;
+        case 'm':
+            type.method_items.emplace_back(first, second, "", MethodFlags::None);
+            break;
+        case 'a':
+            if (!type.method_items.empty()) {
+                type.method_items.back().add_parameter({first, second, "", number<unsigned>(third), 0});
+            }
+            break;
+        case 'i':
+            type.enum_items.push_back({first, number<std::int64_t>(second)});
+            break;
+        case 'k':
+            type.attributes.add(first, second);
+            break;
+        case 'K':
+            symbol.add(first, second);
+            break;
+        default:
+            break;
+        }
+    }
+};
+
+void check(const Attributes& attributes) {
+    const auto& entries = attributes.entries();
+    for (const auto& [key, value] : entries) {
+        const AttributesFlags flags = Attributes::flags_by_key(key);
+        require(attributes.has(key));
+        require((attributes.flags() & flags) == flags);
+    }
+    const auto lower = attributes.value_of_lower_border();
+    const auto upper = attributes.value_of_upper_border();
+    require(!lower || entries[attributes.lower_border_index()].first == "LowerBorder");
+    require(!upper || entries[attributes.upper_border_index()].first == "UpperBorder");
+    const AddSymbolAttributeInfo info = attributes.analyze_add_symbol_attribute();
+    require(attributes.has(AttributesFlags::AddSymbol) || !(info.add || info.hidden || !info.user_groups.empty()));
+}
+
+void merge(const Attributes& first, const Attributes& second) {
+    const Attributes all = merge_attributes_keep_duplicates(first, second);
+    require(all.size() == first.size() + second.size());
+    check(all);
+    const Attributes merged = merge_attributes(first, second);
+    require(merged.size() <= all.size());
+    require(std::equal(second.entries().begin(), second.entries().end(), merged.entries().begin()));
+    require(std::all_of(first.entries().begin(), first.entries().end(),
+                        [&](const auto& entry) { return merged.has(entry.first); }));
+    require(merged.flags() == all.flags());
+    check(merged);
+    require(merge_attributes(merged, merged).entries() == merged.entries());
+}
+
+void find(const Datatype& type, const std::string& name) {
+    const std::string wanted = name.substr(0, name.find_first_of("^`"));
+    const auto& items = type.subitems();
+    const auto walked =
+        std::find_if(items.begin(), items.end(), [&](const SubItem& item) { return item.name() == wanted; });
+    require(type.find_subitem(name) == walked);
+}
+
+void use(const Datatype& type, const Attributes& symbol) {
+    find(type, type.item_name());
+    find(type, type.type_name() + "^");
+    for (const SubItem& item : type.subitems()) {
+        find(type, item.name());
+    }
+    for (const PropertyItem& item : type.property_items()) {
+        require(item.signature().starts_with("PROPERTY-"));
+        (void)type.find_property(item.name());
+    }
+    for (const MethodItem& item : type.method_items()) {
+        require(item.signature().starts_with("METHOD-"));
+        (void)type.find_method(item.name());
+    }
+    for (std::size_t i = 0; i < type.array_info().dimensions(); ++i) {
+        require(type.array_info().max_index(i) >= std::int64_t(type.array_info().dimension(i).lower_bound) - 1);
+    }
+    (void)type.sanity_check();
+    (void)type.is_byte_order_reversed(symbol);
+    require(!type.is_indirection_strict() || type.is_indirection());
+    require(!type.is_array_of_indirections() || type.is_indirection());
+    require(!type.is_indirection() || !type.is_incomplete_write_possible());
+    require(Datatype(type.description()).flags() == type.flags());
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    Input input;
+    std::string_view text(reinterpret_cast<const char*>(data), size);
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        input.read(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+
+    check(input.type.attributes);
+    merge(input.type.attributes, input.symbol);
+    use(Datatype(input.type), input.symbol);
+
+    const std::size_t attributes = input.type.attributes.size();
+    fix_type_description(input.type);
+    require(input.type.attributes.size() == attributes || input.type.attributes.has(AttributesFlags::LowerBorder));
+    use(Datatype(input.type), input.symbol);
+
+    const Datatype built = build_type(input.type.item_name);
+    require(built.sanity_check());
+    require(built.item_name() == input.type.item_name);
+    use(built, input.symbol);
+
+    // Only the bytes to which the code page gives no character are lost on the way there and back.
+    std::string text_name = input.type.item_name;
+    const std::string back = utf8_to_codepage(to_utf8(text_name, code_page_windows1252), code_page_windows1252);
+    std::erase_if(text_name,
+                  [](char c) { return std::string_view("\x81\x8D\x8F\x90\x9D").find(c) != std::string::npos; });
+    require(back == text_name);
+    return 0;
+}
