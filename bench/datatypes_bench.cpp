@@ -1,0 +1,224 @@
+// Making the 100,000 datatypes of a very large controller program from their descriptions, against the bare copies; and
+// finding their members, against the walk in declared order and a hash table for each type. "allocations" is the number
+// for one type or one question, on average.
+
+#include "device/datatype.h"
+#include "tests/server_api/allocations.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+using namespace ZoHmiFdx;
+using ZoHmiSrv::ValueType;
+
+namespace {
+
+using Descriptions = std::vector<DatatypeDescription>;
+
+DatatypeDescription structure(std::mt19937& random, const std::string& name) {
+    const char* words[] = {"axis",    "fbDrive", "stStatus",       "arrPumps", "nState", "aRecipeSteps",
+                           "pConfig", "bReady",  "stTemperatures", "x",        "y",      "lastErrorText"};
+    const char* types[] = {"BOOL", "INT", "LREAL", "STRING(80)", "ST_Status", "ARRAY [1..10] OF REAL"};
+    DatatypeDescription description;
+    description.item_name = description.type_name = name;
+    description.hmi_type = ValueType::Struct;
+    description.fdx_type = FdxDataType::Composite;
+    Attributes shown;
+    shown.add("ZoHmiSymbol.Show", "");
+    shown.add("unit", "mm");
+    const auto count = int(2 + random() % 24);
+    for (int i = 0; i < count; ++i) {
+        description.subitems.emplace_back(std::string(words[random() % std::size(words)]) + std::to_string(i),
+                                          types[random() % std::size(types)], i * 8, 8, "",
+                                          random() % 4 == 0 ? shown : Attributes());
+    }
+    description.size = count * 8;
+    return description;
+}
+
+/// Of ten types four are structures and three arrays; the others are enumerations, pointers and strings.
+Descriptions make_descriptions() {
+    std::mt19937 random(100'000);
+    Descriptions list;
+    for (int i = 0; i < 100'000; ++i) {
+        const std::string number = std::to_string(i);
+        DatatypeDescription description;
+        switch (random() % 10) {
+        case 0:
+        case 1:
+        case 2:
+        case 3:
+            description = structure(random, "ST_Part" + number);
+            break;
+        case 4:
+        case 5:
+        case 6:
+            description.item_name = "ARRAY [0.." + number + "] OF LREAL";
+            description.type_name = "LREAL";
+            description.hmi_type = ValueType::Vector;
+            description.fdx_type = FdxDataType::LReal;
+            description.size = (i + 1) * 8;
+            description.array_info = ArrayInfo({{0, std::uint64_t(i) + 1}}, "LREAL");
+            break;
+        case 7:
+            description.item_name = "E_Mode" + number;
+            description.type_name = "INT";
+            description.hmi_type = ValueType::Int;
+            description.fdx_type = FdxDataType::Int16;
+            description.size = 2;
+            description.enum_items = {{"off", 0}, {"manual", 1}, {"automatic", 2}, {"fault", -1}};
+            break;
+        case 8:
+            description.item_name = "POINTER TO ST_Part" + number;
+            description.type_name = "ST_Part" + number;
+            description.flags = 4;
+            description.size = 8;
+            description.fdx_type = FdxDataType::Composite;
+            break;
+        default:
+            description.item_name = description.type_name = "STRING(" + number + ")";
+            description.hmi_type = ValueType::String;
+            description.fdx_type = FdxDataType::String;
+            description.size = i + 1;
+        }
+        list.push_back(std::move(description));
+    }
+    return list;
+}
+
+const Descriptions& descriptions() {
+    static const Descriptions list = make_descriptions();
+    return list;
+}
+
+void count(benchmark::State& state, std::size_t items, std::size_t allocated) {
+    const auto all = state.iterations() * std::int64_t(items);
+    state.counters["allocations"] = double(allocated) / double(all);
+    state.SetItemsProcessed(all);
+}
+
+/// Making one thing of each description; `taken` gives the list to make them of.
+template <typename Taken, typename Make>
+void build(benchmark::State& state, Taken taken, Make make) {
+    std::size_t allocated = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        {
+            auto&& list = taken();
+            std::vector<decltype(make(list[0]))> made;
+            made.reserve(list.size());
+            const std::size_t before = allocations::count();
+            state.ResumeTiming();
+            for (auto& description : list) {
+                made.push_back(make(description));
+            }
+            benchmark::DoNotOptimize(made.data());
+            state.PauseTiming();
+            allocated += allocations::count() - before;
+        }
+        state.ResumeTiming();
+    }
+    count(state, descriptions().size(), allocated);
+}
+
+void build_moved(benchmark::State& state) {
+    build(
+        state, [] { return Descriptions(descriptions()); },
+        [](DatatypeDescription& description) { return std::make_shared<const Datatype>(std::move(description)); });
+}
+
+void build_copied(benchmark::State& state) {
+    build(
+        state, []() -> const Descriptions& { return descriptions(); },
+        [](const DatatypeDescription& description) { return std::make_shared<const Datatype>(description); });
+}
+
+void build_bare_copy(benchmark::State& state) {
+    build(
+        state, []() -> const Descriptions& { return descriptions(); },
+        [](const DatatypeDescription& description) {
+            return std::make_shared<const DatatypeDescription>(description);
+        });
+}
+
+struct Members {
+    Datatype type;
+    std::unordered_map<std::string, std::size_t> by_name;
+    std::vector<std::string> questions;
+};
+
+const std::vector<Members>& members() {
+    static const auto list = [] {
+        std::mt19937 random(7);
+        std::vector<Members> types;
+        for (int i = 0; i < 1000; ++i) {
+            Members made{Datatype(structure(random, "ST_Part")), {}, {}};
+            for (const SubItem& item : made.type.subitems()) {
+                made.by_name.emplace(item.name(), made.by_name.size());
+                made.questions.push_back(item.name());
+            }
+            std::shuffle(made.questions.begin(), made.questions.end(), random);
+            types.push_back(std::move(made));
+        }
+        return types;
+    }();
+    return list;
+}
+
+template <typename Find>
+void find(benchmark::State& state, Find find_in) {
+    std::size_t asked = 0;
+    for (const Members& of : members()) {
+        asked += of.questions.size();
+    }
+    const std::size_t before = allocations::count();
+    std::size_t sum = 0;
+    for (auto _ : state) {
+        for (const Members& of : members()) {
+            for (const std::string& name : of.questions) {
+                sum += find_in(of, name);
+            }
+        }
+        benchmark::DoNotOptimize(sum);
+    }
+    count(state, asked, allocations::count() - before);
+}
+
+void find_sorted(benchmark::State& state) {
+    find(state, [](const Members& of, const std::string& name) {
+        return std::size_t(of.type.find_subitem(name) - of.type.subitems().begin());
+    });
+}
+
+void find_walk(benchmark::State& state) {
+    find(state, [](const Members& of, const std::string& name) {
+        const auto& items = of.type.subitems();
+        const std::string cut = name.substr(0, name.find_first_of("^`"));
+        const auto same = [&](const SubItem& item) { return item.name() == cut; };
+        return std::size_t(std::find_if(items.begin(), items.end(), same) - items.begin());
+    });
+}
+
+void find_hash_table(benchmark::State& state) {
+    find(state, [](const Members& of, const std::string& name) {
+        return of.by_name.find(name.substr(0, name.find_first_of("^`")))->second;
+    });
+}
+
+BENCHMARK(build_moved)->Name("build/moved")->Unit(benchmark::kMillisecond);
+BENCHMARK(build_copied)->Name("build/copied")->Unit(benchmark::kMillisecond);
+BENCHMARK(build_bare_copy)->Name("build/bare_copy")->Unit(benchmark::kMillisecond);
+BENCHMARK(find_sorted)->Name("find/this");
+BENCHMARK(find_walk)->Name("find/walk");
+BENCHMARK(find_hash_table)->Name("find/hash_table");
+
+} // namespace
