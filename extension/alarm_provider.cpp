@@ -1,9 +1,10 @@
 #include "extension/zo_hmi_event_logger.h"
 
-#include "extension/host/command.h"
 #include "extension/host/event_payload.h"
 #include "extension/host/value.h"
 #include "targets/target_system.h"
+
+#include <utility>
 
 namespace ZoHmiEventLogger {
 
@@ -15,17 +16,10 @@ int ZoHmiEventLogger::on_get_events(const Context&, Value& events) {
     return 0;
 }
 
-ErrorValue ZoHmiEventLogger::on_confirm_alarm(const Context&, Alarm&) {
-    return HMI_E_FAIL;
-}
-
-ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char*, EventPayload&, String&) {
-    return HMI_E_FAIL;
-}
-
-void ZoHmiEventLogger::on_request(const Context&, CommandGroup& commands) {
-    for (auto command = commands.begin_vector(); command != commands.end_vector(); ++command)
-        command->set_extension_result(HMI_E_FAIL);
+ErrorValue ZoHmiEventLogger::on_confirm_alarm(const Context&, Alarm& alarm) {
+    const auto target = targets_.find(std::as_const(alarm).parameters()["targetName"].get_string());
+    if (!target) return HMI_E_ENTRY_NOT_FOUND;
+    return failed(target->confirm_alarm(alarm)) ? HMI_E_FAIL : HMI_SUCCESS;
 }
 
 } // namespace ZoHmiEventLogger

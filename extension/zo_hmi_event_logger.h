@@ -16,6 +16,7 @@
 #include <vector>
 
 namespace ZoHmiSrv {
+class Command;
 class IZoHmiSrvExtHost;
 class ILicenseHost;
 class Timespan;
@@ -42,7 +43,8 @@ public:
     /// Assumes that `on_shutdown` ran; unregisters nothing.
     ~ZoHmiEventLogger() override;
 
-    /// Not supported yet: HMI_E_FAIL. [server thread]
+    /// Confirms a live alarm at the logger of the target that its parameters name; the change itself comes back as a
+    /// callback. HMI_E_ENTRY_NOT_FOUND without such a target, HMI_E_FAIL when the logger refuses. [server thread]
     ZoHmiSrv::ErrorValue on_confirm_alarm(const ZoHmiSrv::Context& context, ZoHmiSrv::Alarm& alarm) override;
     /// Appends the events of all targets, target after target in the order of their names. [server thread]
     int on_get_events(const ZoHmiSrv::Context& context, ZoHmiSrv::Value& events) override;
@@ -53,13 +55,15 @@ public:
     ZoHmiSrv::ResultPair init(const ZoHmiSrv::Context& context) override;
     /// Waits up to 5 s for each worker, and for calls of the proxy that hang. [server thread]
     int on_shutdown(const ZoHmiSrv::Context& context) override;
-    /// Not supported yet: HMI_E_FAIL. [server thread]
+    /// The event's text in the language of a locale, and its class name, source name, causes and details among its
+    /// parameters. All or nothing: with any other result than success neither is changed. [server thread]
     ZoHmiSrv::ErrorValue on_localize_event(const ZoHmiSrv::Context& context, const char* locale,
                                            ZoHmiSrv::EventPayload& event, ZoHmiSrv::String& text) override;
     /// Both act on paths of two parts, "TARGET_SYSTEMS::name", and ignore shorter and longer ones. [server thread]
     ZoHmiSrv::ResultPair on_config_delete(const ZoHmiSrv::Context& context, const char* path) override;
     ZoHmiSrv::ResultPair on_config_change(const ZoHmiSrv::Context& context, const char* path) override;
-    /// Not supported yet: every command gets HMI_E_FAIL. [server thread]
+    /// Runs "Diagnostics", "ForceReconnect", "ListEnabledTargetSystems" and "ClearLoggedEvents"; the outcome stands in
+    /// each command. Throws when "Diagnostics" cannot query the state of a connection. [server thread]
     void on_request(const ZoHmiSrv::Context& context, ZoHmiSrv::CommandGroup& commands) override;
 
     // ILoggingFunctions
@@ -89,6 +93,19 @@ private:
     void unregister_listeners(const ZoHmiSrv::Context& context);
     void stop_threads();
     void send_error(const std::string& target_name, const char* text);
+
+    // commands.cpp
+    struct Handler {
+        const char* mapping;
+        ZoHmiSrv::ErrorValue (ZoHmiEventLogger::*run)(ZoHmiSrv::Command&);
+    };
+    static const Handler handlers[];
+    void run(ZoHmiSrv::Command& command);
+    ZoHmiSrv::ErrorValue diagnostics(ZoHmiSrv::Command& command);
+    ZoHmiSrv::ErrorValue force_reconnect(ZoHmiSrv::Command& command);
+    ZoHmiSrv::ErrorValue list_enabled_target_systems(ZoHmiSrv::Command& command);
+    ZoHmiSrv::ErrorValue clear_logged_events(ZoHmiSrv::Command& command);
+    ZoHmiSrv::Value diagnose(TargetSystem& target);
 
     // configuration.cpp
     std::vector<TargetConfig> read_target_configs();

@@ -6,6 +6,7 @@
 #include "targets/event_key.h"
 #include "targets/limited_event_container.h"
 #include "targets/localization_cache.h"
+#include "targets/localization_keys.h"
 #include "targets/recorded_callback.h"
 
 #include <atomic>
@@ -67,6 +68,7 @@ protected:
     std::map<AlarmKey, int> saved_alarm_ids_; // [event mutex] ids of live alarms from before a lost connection
     std::vector<ZoHmiSrv::Event> evicted_;    // [event mutex] still to be told to the listener
 
+    // Answers of the logger; each cache has its own lock. All but the texts go with the connection.
     LocalizationCache<ClassNameKey, std::string> class_names_;
     LocalizationCache<TextKey, std::string> texts_;
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "binding/event_sink.h"
+#include "extension/host/value.h"
 #include "targets/target_system_base.h"
 
 #include <string>
-#include <vector>
 
 namespace ZoHmiEventLogger {
 
@@ -17,9 +17,9 @@ protected:
     using TargetSystemBase::TargetSystemBase;
     ~TargetSystemPlatformSpecific() = default;
 
-    LocalizationCache<EventKindKey, std::vector<CauseRemedy>> cause_remedies_;
+    LocalizationCache<EventKindKey, ZoHmiSrv::Value> cause_remedies_; // as they stand in an event: a Vector
     LocalizationCache<SourceNameKey, std::string> source_names_;
-    LocalizationCache<EventKindKey, std::vector<Detail>> details_;
+    LocalizationCache<EventKindKey, ZoHmiSrv::Value> details_; // a Struct
 };
 
 } // namespace ZoHmiEventLogger

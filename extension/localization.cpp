@@ -1,0 +1,77 @@
+#include "extension/zo_hmi_event_logger.h"
+
+#include "extension/host/event_payload.h"
+#include "extension/host/value.h"
+#include "targets/event_reference.h"
+#include "targets/locale_id.h"
+#include "targets/target_system.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace ZoHmiEventLogger {
+
+using namespace ZoHmiSrv;
+
+namespace {
+
+// What an event shows in place of a text when its target has been deleted since.
+constexpr char target_not_found[] = "TARGET_NOT_FOUND";
+
+// All that is fetched for one event.
+struct Localization {
+    std::shared_ptr<const std::string> text;
+    std::shared_ptr<const std::string> class_name;
+    std::shared_ptr<const std::string> source_name;
+    std::shared_ptr<const Value> causes;  // a Vector
+    std::shared_ptr<const Value> details; // a Struct
+};
+
+// The first failure ends it.
+ErrorValue fetch(TargetSystem& target, const EventReference& event, Localization& fetched) {
+    if (const ErrorValue result = target.localize_text(event, fetched.text)) return result;
+    if (const ErrorValue result = target.localize_class_name(event, fetched.class_name)) return result;
+    if (const ErrorValue result = target.localize_source_name(event, fetched.source_name)) return result;
+    if (const ErrorValue result = target.list_causes_and_remedies(event, fetched.causes)) return result;
+    return target.list_details(event, fetched.details);
+}
+
+const char* text_or_empty(const std::shared_ptr<const std::string>& text) {
+    return text ? text->c_str() : "";
+}
+
+} // namespace
+
+ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* locale, EventPayload& event, String& text) {
+    const std::int32_t language = locale_to_lcid(locale ? locale : "");
+    if (language == 0) return HMI_E_UNEXPECTED;
+    if (event.type() != ValueType::Message && event.type() != ValueType::Alarm) return HMI_E_INVALID_TYPE;
+
+    // All or nothing: the event is only read until every answer is there.
+    Value& parameters = event.parameters();
+    const Value& target_name = std::as_const(parameters)["targetName"];
+    const auto target = target_name.isset() ? targets_.find(target_name.get_string()) : nullptr;
+    if (!target) {
+        const std::string stand_in = target_name.isset() ? target_not_found : event.name();
+        text.set_name(stand_in.c_str());
+        parameters.insert_or_update("eventClassName", stand_in.c_str());
+        return HMI_SUCCESS;
+    }
+
+    EventReference reference(parameters, event.type(), language);
+    Localization fetched;
+    if (const ErrorValue result = fetch(*target, reference, fetched)) return result;
+
+    text.set_name(text_or_empty(fetched.text));
+    parameters.insert_or_update("eventClassName", text_or_empty(fetched.class_name));
+    if (reference.converted_types) parameters.insert_or_update("types", std::move(*reference.converted_types));
+    if (reference.converted_data) parameters.insert_or_update("data", std::move(*reference.converted_data));
+    if (fetched.source_name) parameters.insert_or_update("localizedSourceName", fetched.source_name->c_str());
+    if (fetched.causes && !fetched.causes->empty()) parameters.insert_or_update("causeRemedy", *fetched.causes);
+    if (fetched.details && !fetched.details->empty()) parameters.insert_or_update("details", *fetched.details);
+    return HMI_SUCCESS;
+}
+
+} // namespace ZoHmiEventLogger

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "extension/host/value_type.h"
+#include "support/guid.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace ZoHmiEventLogger {
+
+/// Mixes the hashes of a key's parts.
+class KeyHash {
+public:
+    KeyHash& add(std::uint64_t part) {
+        // The multiplier of FNV-1a for 64 bits, and a shift that brings the high bits down.
+        state_ = (state_ ^ part) * 0x100000001B3u;
+        state_ ^= state_ >> 29;
+        return *this;
+    }
+    KeyHash& add(const GUID& guid) {
+        struct Halves {
+            std::uint64_t low, high;
+        };
+        const auto halves = std::bit_cast<Halves>(guid);
+        return add(halves.low).add(halves.high);
+    }
+    KeyHash& add(const std::string& text) { return add(std::hash<std::string>()(text)); }
+    std::size_t value() const { return state_; }
+
+private:
+    std::uint64_t state_ = 0xCBF29CE484222325u;
+};
+
+/// What an answer depends on; the language is a locale id.
+struct ClassNameKey {
+    GUID event_class;
+    std::int32_t language;
+
+    bool operator==(const ClassNameKey&) const = default;
+    std::size_t hash() const { return KeyHash().add(event_class).add(static_cast<std::uint32_t>(language)).value(); }
+};
+
+struct SourceNameKey {
+    GUID event_class;
+    std::string source_name;
+    std::int32_t language;
+
+    bool operator==(const SourceNameKey&) const = default;
+    std::size_t hash() const {
+        return KeyHash().add(event_class).add(source_name).add(static_cast<std::uint32_t>(language)).value();
+    }
+};
+
+/// For causes, remedies and details, which do not depend on the arguments.
+struct EventKindKey {
+    GUID event_class;
+    std::uint32_t event_id;
+    std::int32_t language;
+
+    bool operator==(const EventKindKey&) const = default;
+    std::size_t hash() const {
+        return KeyHash().add(event_class).add(event_id).add(static_cast<std::uint32_t>(language)).value();
+    }
+};
+
+struct TextKey {
+    std::uint32_t event_id;
+    std::string argument_data;
+    GUID event_class;
+    ZoHmiSrv::ValueType payload_type;
+    std::int32_t language;
+
+    bool operator==(const TextKey&) const = default;
+    std::size_t hash() const {
+        return KeyHash()
+            .add(event_class)
+            .add(event_id)
+            .add(argument_data)
+            .add(static_cast<std::uint64_t>(payload_type))
+            .add(static_cast<std::uint32_t>(language))
+            .value();
+    }
+};
+
+} // namespace ZoHmiEventLogger

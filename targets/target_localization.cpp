@@ -1,0 +1,180 @@
+#include "targets/target_system.h"
+
+#include "extension/host/result.h"
+#include "extension/host/value.h"
+#include "targets/ask.h"
+#include "targets/event_reference.h"
+#include "targets/logging_functions.h"
+
+#include <mutex>
+#include <utility>
+
+namespace ZoHmiEventLogger {
+
+using namespace ZoEventLoggerFdxProxyLib;
+using ZoAtlCom::CComPtr;
+using ZoAtlCom::CountedString;
+using ZoAtlCom::throw_if_failed;
+using ZoHmiSrv::ErrorValue;
+using ZoHmiSrv::Value;
+using ZoHmiSrv::ValueType;
+
+namespace {
+
+constexpr auto always = [] { return true; };
+
+// One record of a list: its id, and a Struct of the two texts that it has besides.
+struct Record {
+    std::string id;
+    Value texts;
+};
+
+template <class Item>
+Record record_of(Item& item, HRESULT (Item::*first)(char**), const char* first_name, HRESULT (Item::*second)(char**),
+                 const char* second_name) {
+    Record record{ask_text(item, &Item::GetId), Value()};
+    record.texts.set_type(ValueType::Struct);
+    record.texts.insert(first_name, ask_text(item, first).c_str());
+    record.texts.insert(second_name, ask_text(item, second).c_str());
+    return record;
+}
+
+template <class Item, class Take>
+void for_each_item(IZoCollection<Item>* collection, Take&& take) {
+    if (!collection) throw ZoAtlCom::CAtlException(E_POINTER);
+    const auto count = ask(*collection, &IZoCollection<Item>::GetCount);
+    for (std::int32_t index = 0; index < count; ++index) {
+        const auto item = item_at<Item>(*collection, index);
+        if (!item) throw ZoAtlCom::CAtlException(E_POINTER);
+        take(*item);
+    }
+}
+
+Value causes_and_remedies_of(IZoCauseRemedyCollection* collection) {
+    Value list;
+    list.set_type(ValueType::Vector);
+    for_each_item<IZoCauseRemedy>(collection, [&list](IZoCauseRemedy& item) {
+        Record record = record_of(item, &IZoCauseRemedy::GetCause, "cause", &IZoCauseRemedy::GetRemedy, "remedy");
+        record.texts.insert("id", record.id.c_str());
+        list << std::move(record.texts);
+    });
+    return list;
+}
+
+// An id that comes twice: the last one wins.
+Value details_of(IZoDetailCollection* collection) {
+    Value list;
+    list.set_type(ValueType::Struct);
+    for_each_item<IZoDetail>(collection, [&list](IZoDetail& item) {
+        Record record = record_of(item, &IZoDetail::GetText, "text", &IZoDetail::GetComment, "comment");
+        list.insert_or_update(record.id.c_str(), std::move(record.texts));
+    });
+    return list;
+}
+
+} // namespace
+
+// The frame of the five questions. An answer in the cache is given even while the target is away. `question` gives null
+// when the logger lacks the interface, which is a success and not kept. No lock is held across a question, so two
+// threads that miss both ask.
+template <class Key, class Answer, class Question, class Keep>
+ErrorValue TargetSystem::ask_logger(LocalizationCache<Key, Answer>& cache, const Key& key,
+                                    std::shared_ptr<const Answer>& answer, Question&& question, Keep&& keep) {
+    answer = cache.find(key);
+    if (answer) return ZoHmiSrv::HMI_SUCCESS;
+    const ZoHmiSrv::ResultPair asked = ask_connected([&] { answer = question(); });
+    if (asked.result() != ZoHmiSrv::HMI_SUCCESS) return asked.result();
+    if (answer && keep()) cache.store(key, answer);
+    return ZoHmiSrv::HMI_SUCCESS;
+}
+
+template <class Question>
+ZoHmiSrv::ResultPair TargetSystem::ask_connected(Question&& question) {
+    try {
+        {
+            const std::lock_guard lock(connection_mutex_);
+            if (disabled_) return {ZoHmiSrv::HMI_E_CONNECT, "Connection disabled."};
+            if (!query_state().connected) return {ZoHmiSrv::HMI_E_CONNECT, "Not connected."};
+        }
+        question();
+        return {};
+    } catch (const std::exception& exception) {
+        listener_->log_exception(name_, exception);
+    } catch (...) {
+        listener_->log_unknown_exception(name_);
+    }
+    return {ZoHmiSrv::HMI_E_UNEXPECTED, "An exception was raised."};
+}
+
+ErrorValue TargetSystem::localize_text(const EventReference& event, std::shared_ptr<const std::string>& text) {
+    if (!event.event_class || !event.event_id || !event.has_arguments) return ZoHmiSrv::HMI_SUCCESS;
+    const TextKey key{*event.event_id, event.argument_data, *event.event_class, event.payload_type, event.language};
+    return ask_logger(
+        texts_, key, text,
+        [&] {
+            CountedString answer;
+            throw_if_failed(proxy_->GetText(*event.event_class, *event.event_id, event.language, &event.arguments,
+                                            reinterpret_cast<const std::uint8_t*>(event.block.data()), answer.put()));
+            return std::make_shared<const std::string>(answer.str());
+        },
+        // With preloaded translations the logger answers from its own memory.
+        [&] { return !listener_->preload_translations(); });
+}
+
+ErrorValue TargetSystem::localize_class_name(const EventReference& event, std::shared_ptr<const std::string>& name) {
+    if (!event.event_class) return ZoHmiSrv::HMI_SUCCESS;
+    return ask_logger(
+        class_names_, ClassNameKey{*event.event_class, event.language}, name,
+        [&]() -> std::shared_ptr<const std::string> {
+            const auto logger = query<IZoEventLoggerClassName>(*proxy_);
+            if (!logger) return nullptr;
+            CountedString answer;
+            throw_if_failed(logger->GetEventClassName(*event.event_class, event.language, answer.put()));
+            return std::make_shared<const std::string>(answer.str());
+        },
+        always);
+}
+
+ErrorValue TargetSystem::localize_source_name(const EventReference& event, std::shared_ptr<const std::string>& name) {
+    if (!event.source_name || !event.source_class) return ZoHmiSrv::HMI_SUCCESS;
+    return ask_logger(
+        source_names_, SourceNameKey{*event.source_class, *event.source_name, event.language}, name,
+        [&]() -> std::shared_ptr<const std::string> {
+            const auto logger = query<IZoEventLoggerSourceName>(*proxy_);
+            if (!logger) return nullptr;
+            CountedString answer;
+            throw_if_failed(logger->GetSourceNameText(event.language, *event.source_class, event.source_name->c_str(),
+                                                      answer.put()));
+            return std::make_shared<const std::string>(answer.str());
+        },
+        always);
+}
+
+// Causes with remedies, and details: a list for a kind of event, from a logger that has the newer interface.
+template <class Logger, class Collection>
+ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey, Value>& cache,
+                                  HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
+                                  Value (*read)(Collection*), std::shared_ptr<const Value>& list) {
+    if (!event.event_class || !event.event_id) return ZoHmiSrv::HMI_SUCCESS;
+    return ask_logger(
+        cache, EventKindKey{*event.event_class, *event.event_id, event.language}, list,
+        [&]() -> std::shared_ptr<const Value> {
+            const auto logger = query<Logger>(*proxy_);
+            if (!logger) return nullptr;
+            CComPtr<Collection> collection;
+            throw_if_failed(
+                (logger.get()->*get)(*event.event_class, *event.event_id, event.language, collection.put()));
+            return std::make_shared<const Value>(read(collection.get()));
+        },
+        always);
+}
+
+ErrorValue TargetSystem::list_causes_and_remedies(const EventReference& event, std::shared_ptr<const Value>& list) {
+    return list_for(event, cause_remedies_, &IZoEventLogger4::GetCausesAndRemedies, &causes_and_remedies_of, list);
+}
+
+ErrorValue TargetSystem::list_details(const EventReference& event, std::shared_ptr<const Value>& list) {
+    return list_for(event, details_, &IZoEventLogger5::GetDetails, &details_of, list);
+}
+
+} // namespace ZoHmiEventLogger
