@@ -1,6 +1,5 @@
 #include "targets/conversion.h"
 
-#include "binding/error.h"
 #include "extension/host/event.h"
 #include "extension/host/value.h"
 #include "tests/fakes/call_log.h"
@@ -271,23 +270,6 @@ TEST(Conversion, AsksTheProxyInTheToldOrder) {
                   convert_message(message, proxy.get(), "", "");
               }),
               "GetTimeRaised GetSeverity " + identity + "GetJsonAttribute GetArguments GetArgumentData ");
-}
-
-TEST(Conversion, ThrowsWithTheCodeOfAnyFailingCall) {
-    for (const char* call : {"GetSeverity", "GetEventClass", "GetEventId", "HasSourceField", "GetSourceId",
-                             "GetSourceName", "GetSourceGuid", "GetJsonAttribute", "GetTimeRaised", "GetTimeCleared",
-                             "GetConfirmationState", "GetTimeConfirmed", "GetArguments", "GetArgumentData"}) {
-        const auto plan = std::make_shared<fakes::CallPlan>();
-        plan->answer(std::string("Alarm.") + call, E_ACCESSDENIED);
-        const fakes::AlarmPtr alarm = new fakes::FakeAlarm(full, plan);
-        Event event;
-        try {
-            convert_alarm(event, alarm.get(), "dom", "T", 1, false);
-            ADD_FAILURE() << call;
-        } catch (const ZoAtlCom::CAtlException& exception) {
-            EXPECT_EQ(exception.code(), E_ACCESSDENIED) << call;
-        }
-    }
 }
 
 } // namespace

@@ -37,12 +37,16 @@ struct TargetSystemTestAccess {
     static std::map<AlarmKey, int>& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
     static std::uint32_t event_cookie(TargetSystem& target) { return target.event_cookie; }
 
+    template <class Key, class Answer>
+    static void fill(LocalizationCache<Key, Answer>& cache) {
+        cache.store({}, std::make_shared<const Answer>());
+    }
     static void fill_caches(TargetSystem& target) {
-        target.class_names_.store({}, "");
-        target.texts_.store({}, "");
-        target.cause_remedies_.store({}, {});
-        target.source_names_.store({}, "");
-        target.details_.store({}, {});
+        fill(target.class_names_);
+        fill(target.texts_);
+        fill(target.cause_remedies_);
+        fill(target.source_names_);
+        fill(target.details_);
     }
     // Class names, texts, causes and remedies, source names, details: 1 where the answer is still there.
     static std::vector<int> cached(TargetSystem& target) {
