@@ -1,6 +1,6 @@
 // Making the 100,000 datatypes of a very large controller program from their descriptions, against the bare copies; and
-// finding their members, against the walk in declared order and a hash table for each type. "allocations" is the number
-// for one type or one question, on average.
+// finding the members of usual and of large structures, against the walk in declared order and a hash table for each
+// type. "allocations" is the number for one type or one question, on average.
 
 #include "device/datatype.h"
 #include "tests/server_api/allocations.h"
@@ -24,7 +24,7 @@ namespace {
 
 using Descriptions = std::vector<DatatypeDescription>;
 
-DatatypeDescription structure(std::mt19937& random, const std::string& name) {
+DatatypeDescription structure(std::mt19937& random, const std::string& name, unsigned most_members = 25) {
     const char* words[] = {"axis",    "fbDrive", "stStatus",       "arrPumps", "nState", "aRecipeSteps",
                            "pConfig", "bReady",  "stTemperatures", "x",        "y",      "lastErrorText"};
     const char* types[] = {"BOOL", "INT", "LREAL", "STRING(80)", "ST_Status", "ARRAY [1..10] OF REAL"};
@@ -35,7 +35,7 @@ DatatypeDescription structure(std::mt19937& random, const std::string& name) {
     Attributes shown;
     shown.add("ZoHmiSymbol.Show", "");
     shown.add("unit", "mm");
-    const auto count = int(2 + random() % 24);
+    const auto count = int(2 + random() % (most_members - 1));
     for (int i = 0; i < count; ++i) {
         description.subitems.emplace_back(std::string(words[random() % std::size(words)]) + std::to_string(i),
                                           types[random() % std::size(types)], i * 8, 8, "",
@@ -156,34 +156,41 @@ struct Members {
     std::vector<std::string> questions;
 };
 
-const std::vector<Members>& members() {
-    static const auto list = [] {
-        std::mt19937 random(7);
-        std::vector<Members> types;
-        for (int i = 0; i < 1000; ++i) {
-            Members made{Datatype(structure(random, "ST_Part")), {}, {}};
-            for (const SubItem& item : made.type.subitems()) {
-                made.by_name.emplace(item.name(), made.by_name.size());
-                made.questions.push_back(item.name());
-            }
-            std::shuffle(made.questions.begin(), made.questions.end(), random);
-            types.push_back(std::move(made));
+std::vector<Members> make_members(std::size_t types, unsigned most_members) {
+    std::mt19937 random(7);
+    std::vector<Members> list;
+    while (list.size() < types) {
+        Members made{Datatype(structure(random, "ST_Part", most_members)), {}, {}};
+        for (const SubItem& item : made.type.subitems()) {
+            made.by_name.emplace(item.name(), made.by_name.size());
+            made.questions.push_back(item.name());
         }
-        return types;
-    }();
+        std::shuffle(made.questions.begin(), made.questions.end(), random);
+        list.push_back(std::move(made));
+    }
+    return list;
+}
+
+const std::vector<Members>& usual() {
+    static const auto list = make_members(1000, 25);
+    return list;
+}
+
+const std::vector<Members>& large() {
+    static const auto list = make_members(20, 1500);
     return list;
 }
 
 template <typename Find>
-void find(benchmark::State& state, Find find_in) {
+void find(benchmark::State& state, const std::vector<Members>& members, Find find_in) {
     std::size_t asked = 0;
-    for (const Members& of : members()) {
+    for (const Members& of : members) {
         asked += of.questions.size();
     }
     const std::size_t before = allocations::count();
     std::size_t sum = 0;
     for (auto _ : state) {
-        for (const Members& of : members()) {
+        for (const Members& of : members) {
             for (const std::string& name : of.questions) {
                 sum += find_in(of, name);
             }
@@ -193,32 +200,31 @@ void find(benchmark::State& state, Find find_in) {
     count(state, asked, allocations::count() - before);
 }
 
-void find_sorted(benchmark::State& state) {
-    find(state, [](const Members& of, const std::string& name) {
-        return std::size_t(of.type.find_subitem(name) - of.type.subitems().begin());
-    });
+std::size_t find_subitem(const Members& of, const std::string& name) {
+    return std::size_t(of.type.find_subitem(name) - of.type.subitems().begin());
 }
 
-void find_walk(benchmark::State& state) {
-    find(state, [](const Members& of, const std::string& name) {
-        const auto& items = of.type.subitems();
-        const std::string cut = name.substr(0, name.find_first_of("^`"));
-        const auto same = [&](const SubItem& item) { return item.name() == cut; };
-        return std::size_t(std::find_if(items.begin(), items.end(), same) - items.begin());
-    });
+std::size_t walk(const Members& of, const std::string& name) {
+    const auto& items = of.type.subitems();
+    const std::string cut = name.substr(0, name.find_first_of("^`"));
+    const auto same = [&](const SubItem& item) { return item.name() == cut; };
+    return std::size_t(std::find_if(items.begin(), items.end(), same) - items.begin());
 }
 
-void find_hash_table(benchmark::State& state) {
-    find(state, [](const Members& of, const std::string& name) {
-        return of.by_name.find(name.substr(0, name.find_first_of("^`")))->second;
-    });
+std::size_t ask_hash_table(const Members& of, const std::string& name) {
+    return of.by_name.find(name.substr(0, name.find_first_of("^`")))->second;
 }
 
 BENCHMARK(build_moved)->Name("build/moved")->Unit(benchmark::kMillisecond);
 BENCHMARK(build_copied)->Name("build/copied")->Unit(benchmark::kMillisecond);
 BENCHMARK(build_bare_copy)->Name("build/bare_copy")->Unit(benchmark::kMillisecond);
-BENCHMARK(find_sorted)->Name("find/this");
-BENCHMARK(find_walk)->Name("find/walk");
-BENCHMARK(find_hash_table)->Name("find/hash_table");
+
+#define COMPARE(members)                                                                                               \
+    BENCHMARK_CAPTURE(find, find_subitem, members(), find_subitem)->Name("find_" #members "/this");                    \
+    BENCHMARK_CAPTURE(find, walk, members(), walk)->Name("find_" #members "/walk");                                    \
+    BENCHMARK_CAPTURE(find, hash_table, members(), ask_hash_table)->Name("find_" #members "/hash_table")
+
+COMPARE(usual);
+COMPARE(large);
 
 } // namespace

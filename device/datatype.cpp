@@ -19,6 +19,9 @@ constexpr std::uint32_t indirection_strict_flags = DatatypeFlags::Reference | Da
 constexpr std::uint32_t indirection_flags =
     indirection_strict_flags | DatatypeFlags::ReferenceByAlias | DatatypeFlags::IndirectionByAlias;
 
+/// Up to here the walk over the members themselves is quicker than jumps by the sorted indices.
+constexpr std::size_t few_subitems = 16;
+
 bool is_structure(ValueType type) {
     return type == ValueType::Map || type == ValueType::Struct;
 }
@@ -162,6 +165,9 @@ bool Datatype::sanity_check() const noexcept {
 }
 
 Datatype::SubItems::const_iterator Datatype::find_subitem(const std::string& name) const noexcept {
+    if (subitems_.size() <= few_subitems) {
+        return find_by_name(subitems_, name);
+    }
     const std::string_view wanted = without_operators(name);
     const auto found =
         std::lower_bound(subitem_indices_sorted_by_name_.begin(), subitem_indices_sorted_by_name_.end(), wanted,
