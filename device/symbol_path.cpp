@@ -154,7 +154,7 @@ std::vector<std::int64_t> parse_indices_from_path_part(const std::string& part, 
         if (indices.empty()) indices.reserve(4);
         indices.push_back(*index);
         const std::size_t next = text.find_first_of(",[", end);
-        if (next == npos || next + 1 == text.size()) break;
+        if (next == npos) break;
         from = next + 1;
     }
     return indices;
