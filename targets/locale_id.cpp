@@ -3,6 +3,7 @@
 #include "targets/locale_table.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <string_view>
 
@@ -25,14 +26,17 @@ constexpr OldTag old_tags[] = {
     {"sr-BA", "sr-Latn-BA"}, {"sr-SP", "sr-Latn-ME"}, {"uz-UZ", "uz-Latn-UZ"},
 };
 
-constexpr const LocaleRow* find(std::string_view tag) {
+constexpr std::size_t rows = std::size(locale_table);
+
+// The index of a tag's row, or `rows`.
+constexpr std::size_t find(std::string_view tag) {
     const LocaleRow* const row =
         std::lower_bound(std::begin(locale_table), std::end(locale_table), LocaleRow{tag, 0}, in_order);
-    return row != std::end(locale_table) && row->tag == tag ? row : nullptr;
+    return row != std::end(locale_table) && row->tag == tag ? static_cast<std::size_t>(row - locale_table) : rows;
 }
 
-constexpr std::string_view fallback = "en";
-static_assert(find(fallback));
+constexpr std::size_t fallback = find("en");
+static_assert(fallback != rows);
 
 } // namespace
 
@@ -40,8 +44,8 @@ std::int32_t locale_to_lcid(const std::string& tag) {
     std::string_view used = tag;
     for (const OldTag& old : old_tags)
         if (old.given == tag) used = old.used;
-    const LocaleRow* const row = find(used);
-    return (row ? row : find(fallback))->id;
+    const std::size_t row = find(used);
+    return locale_table[row != rows ? row : fallback].id;
 }
 
 } // namespace ZoHmiEventLogger
