@@ -275,8 +275,8 @@ TEST(AttributesMerge, EntriesTooFarBehindAreNotPointedAt) {
     Attributes merged = attributes;
     attributes.add("LowerBorder", "last that fits"); // position 65534
     EXPECT_EQ(text(attributes.value_of_lower_border()), "last that fits");
-    attributes.add("UpperBorder", "at the mark for none");
-    EXPECT_EQ(text(attributes.value_of_upper_border()), std::nullopt);
+    attributes.add("LowerBorder", "at the mark for none");
+    EXPECT_EQ(text(attributes.value_of_lower_border()), "last that fits");
     attributes.add("UpperBorder", "wrapped to 0");
     attributes.add("LowerBorder", "wrapped to 1");
     EXPECT_EQ(text(attributes.value_of_upper_border()), std::nullopt);

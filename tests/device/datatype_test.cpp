@@ -140,6 +140,8 @@ TEST(Datatype, DeducedFlags) {
         {"array of negative size", array(-6, 3, "INT", FdxDataType::Int16), 0},
         {"array of more elements than bytes",
          array(6, std::numeric_limits<std::uint64_t>::max(), "INT", FdxDataType::Int16), 0},
+        {"array of negative size and elements",
+         array(-2, std::numeric_limits<std::uint64_t>::max(), "INT", FdxDataType::Int16), 0},
     };
     for (const auto& [what, description, deduced] : cases) {
         SCOPED_TRACE(what);
@@ -396,7 +398,7 @@ TEST(ArrayInfo, TotalsAndBounds) {
         {{{lowest, huge}}, huge, {max}},
         {{{lowest, 1ull << 63}}, 1ull << 63, {max + lowest}},
         {{{-1, (1ull << 63) + 1}}, (1ull << 63) + 1, {max}}, // the last that fits
-        {{{2, 1ull << 63}}, 1ull << 63, {max}},
+        {{{1, 1ull << 63}}, 1ull << 63, {max}},              // one more
     };
     for (const auto& c : cases) {
         const ArrayInfo info(c.dimensions, "INT");
