@@ -104,16 +104,18 @@ TEST(ExtensionLayout, ItsOwnOperationsFollowTheReportingOnes) {
     const char* const path = "TARGET_SYSTEMS::x";
     EventPayload* const payload = &message;
     call_log().clear();
-    EXPECT_EQ(call_slot<ErrorValue>(extension, 10, &context, &alarm), HMI_E_FAIL);
+    EXPECT_EQ(call_slot<ErrorValue>(extension, 10, &context, &alarm), HMI_E_ENTRY_NOT_FOUND);
     EXPECT_EQ(call_slot<int>(extension, 11, &context, &value), 0);
     EXPECT_EQ(value, Value(5)); // an empty table leaves it alone
     EXPECT_STREQ(call_slot<String>(extension, 12).name(), "");
     EXPECT_TRUE(call_log().texts().empty());
-    EXPECT_EQ(call_slot<ErrorValue>(extension, 15, &context, "en", payload, &text), HMI_E_FAIL);
+    message.set_name("without a target");
+    EXPECT_EQ(call_slot<ErrorValue>(extension, 15, &context, "en", payload, &text), HMI_SUCCESS);
+    EXPECT_STREQ(text.name(), "without a target");
     EXPECT_EQ(call_slot<ResultPair>(extension, 16, &context, path).result(), HMI_SUCCESS);
     EXPECT_EQ(call_slot<ResultPair>(extension, 17, &context, path).result(), HMI_E_INVALID_PARAMETER);
     call_slot<void>(extension, 18, &context, &commands);
-    EXPECT_EQ(commands[0].extension_result(), static_cast<unsigned>(HMI_E_FAIL));
+    EXPECT_EQ(commands[0].extension_result(), static_cast<unsigned>(HMI_E_INVALID_SYMBOL));
     EXPECT_EQ(call_slot<ResultPair>(extension, 13, &context).result(), HMI_E_INVALID_PARAMETER);
     EXPECT_EQ(call_log().count("host.set_display_name Zorvane EventLogger"), 1u);
     call_log().clear();

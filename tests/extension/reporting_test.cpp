@@ -93,21 +93,6 @@ TEST_F(Reporting, ThePreloadSettingIsReadAfreshEachTime) {
     EXPECT_STREQ(host.context_of("get_config_value").domain(), "HMI");
 }
 
-TEST_F(Reporting, CallsThatAreNotSupportedYetFail) {
-    Alarm alarm;
-    Message message;
-    String text("untouched");
-    EXPECT_EQ(extension->on_confirm_alarm(Context(), alarm), HMI_E_FAIL);
-    EXPECT_EQ(extension->on_localize_event(Context(), "en-US", message, text), HMI_E_FAIL);
-    EXPECT_STREQ(text.name(), "untouched");
-    CommandGroup commands;
-    commands.add(Command("one"));
-    commands.add(Command("two"));
-    extension->on_request(Context(), commands);
-    EXPECT_EQ(commands[0].extension_result(), static_cast<unsigned>(HMI_E_FAIL));
-    EXPECT_EQ(commands[1].extension_result(), static_cast<unsigned>(HMI_E_FAIL));
-}
-
 class Listing : public ExtensionTest {};
 
 TEST_F(Listing, WithoutTargetsTheValueIsLeftAlone) {
