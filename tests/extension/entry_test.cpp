@@ -3,50 +3,13 @@
 #include "extension/zo_hmi_event_logger.h"
 #include "tests/fakes/call_log.h"
 #include "tests/fakes/fake_host.h"
+#include "tests/server_api/allocations.h"
 #include "tests/support/captured_syslog.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <new>
-
-namespace {
-
-// Memory that runs out: the next allocations of this thread succeed, the one after them fails.
-thread_local long allocations_left = -1; // negative: no end
-
-void* allocate(std::size_t size) {
-    if (allocations_left == 0) {
-        allocations_left = -1;
-        throw std::bad_alloc();
-    }
-    if (allocations_left > 0) --allocations_left;
-    void* memory = std::malloc(size ? size : 1);
-    if (!memory) throw std::bad_alloc();
-    return memory;
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -83,15 +46,14 @@ TEST(ExtInterface, HandsOutTheExtensionAndItsVersionEvenWithoutAHost) {
 
 TEST(ExtInterface, StoresNothingWhenTheExtensionCannotBeMade) {
     fakes::FakeHost host;
-    long failures = 0;
+    std::size_t failures = 0;
     for (bool failed = true; failed; ++failures) {
-        ASSERT_LT(failures, 1000);
+        ASSERT_LT(failures, 1000u);
         IZoHmiSrvExt* out = untouched;
         double version = -1.0;
-        allocations_left = failures;
+        allocations::fail_after(failures);
         EXPECT_EQ(ext_interface(&host, &out, &version), 0);
-        failed = allocations_left < 0;
-        allocations_left = -1;
+        failed = allocations::stop_failing();
         if (!failed) {
             delete out;
             break;
@@ -99,7 +61,7 @@ TEST(ExtInterface, StoresNothingWhenTheExtensionCannotBeMade) {
         EXPECT_EQ(out, untouched) << failures;
         EXPECT_EQ(version, -1.0) << failures;
     }
-    EXPECT_GT(failures, 5);
+    EXPECT_GT(failures, 5u);
     take_syslog_lines();
 }
 
