@@ -14,7 +14,7 @@ using namespace ZoHmiSrv;
 class Concurrency : public TargetTest {
 protected:
     static bool passes_soon(const std::function<bool()>& condition) {
-        for (int i = 0; i < 5000 && !condition(); ++i)
+        for (int i = 0; i < 30'000 && !condition(); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return condition();
     }

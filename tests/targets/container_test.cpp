@@ -49,7 +49,7 @@ struct Store {
     EventStore store;
 };
 
-TEST(Container, EvictsWhatRanksBehindTheLimitInTheToldOrder) {
+TEST(Container, EvictsWhatRanksBehindTheLimitInOrder) {
     struct Case {
         const char* about;
         unsigned limit;

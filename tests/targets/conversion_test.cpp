@@ -235,7 +235,7 @@ TEST(Conversion, ArgumentBlocksOfAllKinds) {
     }
 }
 
-TEST(Conversion, AsksTheProxyInTheToldOrder) {
+TEST(Conversion, AsksTheProxyInOneOrder) {
     const auto calls = [](const auto& convert) {
         fakes::call_log().clear();
         const auto plan = std::make_shared<fakes::CallPlan>();
