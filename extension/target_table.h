@@ -41,7 +41,7 @@ public:
     void clear();
 
 private:
-    mutable std::mutex mutex_;
+    mutable std::mutex mutex_; // targets_mutex in the picture of the locks
     std::map<std::string, std::shared_ptr<TargetSystem>> targets_;
 };
 

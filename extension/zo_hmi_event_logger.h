@@ -116,13 +116,13 @@ private:
                                                 const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit);
 
     std::mutex local_net_id_mutex_;
-    std::string local_net_id_; // [local net id mutex]
-    std::mutex config_mutex_;
+    std::string local_net_id_; // [local_net_id_mutex]
+    std::mutex config_mutex_;  // config_mutex: one configuration callback at a time
     // Shared with the targets, one of which may outlive the extension on a thread that still uses it.
     const std::shared_ptr<std::atomic<bool>> stopping_ = std::make_shared<std::atomic<bool>>(false);
     const std::shared_ptr<std::atomic<std::uint32_t>> next_event_id_ = std::make_shared<std::atomic<std::uint32_t>>(1);
     ZoHmiSrv::IZoHmiSrvExtHost* const host_;
-    ZoHmiSrv::ILicenseHost* const license_host_; // null when the host has none
+    ZoHmiSrv::ILicenseHost* const license_host_; // license_host: null when the host has none
     ZoHmiSrv::Context context_;                  // set by init, constant from then on
     // Behind all that a target uses while it disconnects and reports.
     TargetTable targets_;

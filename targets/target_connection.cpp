@@ -233,7 +233,7 @@ void TargetSystem::report_current_exception() {
     }
 }
 
-// Called with the event mutex held.
+// Called with the event mutex held. It is what clear_state of an import does, too.
 void TargetSystem::clear_events() {
     save_alarm_ids();
     empty_store();

@@ -53,22 +53,23 @@ protected:
     ILoggingFunctions* const listener_;
     const std::uint32_t event_limit_;
     bool proxy_created_ = false;
-    std::optional<ConnectionStatus> status_; // [connection mutex]
+    std::optional<ConnectionStatus> status_; // [connection_mutex]
 
     std::mutex import_mutex_;
     // Shared with the lock holder, which may outlive the target.
     const std::shared_ptr<std::mutex> callback_mutex_ = std::make_shared<std::mutex>();
-    bool recording_ = false;                                       // [callback mutex]
-    std::deque<std::shared_ptr<const RecordedCallback>> recorded_; // [callback mutex]
+    bool recording_ = false;                                       // [callback_mutex]
+    std::deque<std::shared_ptr<const RecordedCallback>> recorded_; // [callback_mutex]
 
     std::mutex connection_mutex_;
 
     std::mutex event_mutex_;
-    EventStore events_;                       // [event mutex]
-    std::map<AlarmKey, int> saved_alarm_ids_; // [event mutex] ids of live alarms from before a lost connection
-    std::vector<ZoHmiSrv::Event> evicted_;    // [event mutex] still to be told to the listener
+    EventStore events_;                       // [event_mutex]
+    std::map<AlarmKey, int> saved_alarm_ids_; // [event_mutex] ids of live alarms from before a lost connection
+    std::vector<ZoHmiSrv::Event> evicted_;    // [event_mutex] still to be told to the listener
 
-    // Answers of the logger; each cache has its own lock. All but the texts go with the connection.
+    // Answers of the logger: class_names with class_name_mutex and texts with text_mutex inside. All but the texts go
+    // with the connection.
     LocalizationCache<ClassNameKey, std::string> class_names_;
     LocalizationCache<TextKey, std::string> texts_;
 
