@@ -2,6 +2,7 @@
 
 #include "tests/fakes/callback_thread.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -65,7 +66,12 @@ TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
                        EXPECT_EQ(events.type(), ValueType::Vector);
                    }),
     };
-    std::this_thread::sleep_for(1s);
+    // At least a second, and on a loaded machine until everybody had a turn.
+    const auto deadline = std::chrono::steady_clock::now() + 60s;
+    do
+        std::this_thread::sleep_for(1s);
+    while (std::ranges::any_of(rounds, [](const auto& count) { return count <= 2; }) &&
+           std::chrono::steady_clock::now() < deadline);
     stop = true;
     for (std::thread& thread : threads)
         thread.join();
