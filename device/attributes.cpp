@@ -119,7 +119,7 @@ void Attributes::merge(const Attributes& other) {
         }
         const std::size_t index = entries_.size();
         entries_.push_back(entry);
-        if (index < none) {
+        if (index < none && position < none) { // a position beyond would equal the mark of an index that is not set
             if (position == other.lower_border_index_) {
                 lower_border_index_ = static_cast<std::uint16_t>(index);
             } else if (position == other.upper_border_index_) {

@@ -346,4 +346,20 @@ TEST(Attributes, ActualTypeIsBinaryForABlobOnEitherSide) {
     EXPECT_EQ(get_actual_hmi_datatype(ValueType::Int, other, other), ValueType::Int);
 }
 
+// Indices are 16 bits wide, and the last number means "not set": an entry at that position is no border.
+TEST(Attributes, AnEntryAtThePositionOfTheMarkIsNoBorder) {
+    for (const bool has_lower : {false, true}) {
+        Attributes other;
+        other.add(has_lower ? "LowerBorder" : "same", "1");
+        other.add("same", "2");
+        other.add("same", "3"); // dropped, so that what follows moves up
+        for (int entry = 3; entry <= 0xFFFF; ++entry)
+            other.add("k" + std::to_string(entry), "x");
+        Attributes merged;
+        merged.merge(other);
+        EXPECT_EQ(merged.value_of_lower_border().has_value(), has_lower);
+        EXPECT_FALSE(merged.value_of_upper_border().has_value());
+    }
+}
+
 } // namespace
