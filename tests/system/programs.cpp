@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -87,8 +88,7 @@ Process::~Process() {
     close(input_);
 }
 
-void Process::send(const std::string& line) const {
-    const std::string text = line + "\n";
+void Process::send(const std::string& text) const {
     EXPECT_EQ(write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
@@ -103,17 +103,19 @@ int Process::wait() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-Target::Target(const TemporaryFolder& folder, const std::string& name, const json& scenario)
-    : scenario_(folder / (name + ".json")), state_(folder / (name + ".state")), output_(folder / (name + ".out")) {
+Target::Target(const TemporaryFolder& folder, const std::string& name, const json& scenario, bool with_state)
+    : scenario_(folder / (name + ".json")), output_(folder / (name + ".out")) {
+    if (with_state) state_ = folder / (name + ".state");
     write_file(scenario_, scenario.dump());
     start();
 }
 
 void Target::start() {
     const std::string port = address_.empty() ? "0" : address_.substr(address_.rfind(':') + 1);
-    process_ = std::make_unique<Process>(
-        std::vector<std::string>{ZO_TARGET, "--scenario", scenario_, "--port", port, "--state", state_}, output_);
-    read_ = 0;
+    std::vector<std::string> words{ZO_TARGET, "--scenario", scenario_, "--port", port};
+    if (!state_.empty()) words.insert(words.end(), {"--state", state_});
+    process_ = std::make_unique<Process>(words, output_);
+    read_ = sent_ = 0;
     std::string line;
     const bool listening = eventually([&] {
         line = read_file(output_);
@@ -130,7 +132,8 @@ void Target::kill() {
 }
 
 std::string Target::answer(const std::string& verb) {
-    process_->send(verb);
+    settle();
+    process_->send(verb + "\n");
     std::string text;
     const bool answered = eventually([&] {
         text = read_file(output_).substr(read_);
@@ -139,6 +142,25 @@ std::string Target::answer(const std::string& verb) {
     EXPECT_TRUE(answered && !text.starts_with("error ")) << verb << ": " << text;
     read_ += text.size();
     return text;
+}
+
+void Target::send(const std::string& verbs) {
+    process_->send(verbs);
+    sent_ += static_cast<std::size_t>(std::count(verbs.begin(), verbs.end(), '\n'));
+}
+
+void Target::settle() {
+    if (sent_ == 0) return;
+    std::string answers;
+    const bool answered = eventually([&] {
+        answers = read_file(output_).substr(read_);
+        return static_cast<std::size_t>(std::count(answers.begin(), answers.end(), '\n')) >= sent_;
+    });
+    EXPECT_TRUE(answered);
+    const std::size_t error = answers.find("error");
+    EXPECT_EQ(error, std::string::npos) << answers.substr(error, 200);
+    read_ += answers.size();
+    sent_ = 0;
 }
 
 void Target::run(const std::string& verb) {

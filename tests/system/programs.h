@@ -42,8 +42,9 @@ public:
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    void send(const std::string& line) const;
+    void send(const std::string& text) const;
     void signal(int number) const;
+    pid_t id() const { return pid_; }
     /// The exit status, or -1 for any other end.
     int wait();
 
@@ -52,14 +53,19 @@ private:
     int input_ = -1;
 };
 
-/// A simulated target with a state file: it can be killed and started again on its port.
+/// A simulated target. With a state file it can be killed and started again on its port.
 class Target {
 public:
-    Target(const TemporaryFolder& folder, const std::string& name, const json& scenario);
+    Target(const TemporaryFolder& folder, const std::string& name, const json& scenario, bool with_state = true);
     void kill();
     void start();
     /// Runs a verb that prints nothing; fails the test unless it is answered with ok.
     void run(const std::string& verb);
+    /// Sends verbs that print nothing, each with its line feed, without waiting for their answers.
+    void send(const std::string& verbs);
+    /// Waits until what was sent is answered; fails the test when an answer is not ok.
+    void settle();
+    void signal(int number) const { process_->signal(number); }
     /// The logger's own view: {"log": [...], "alarms": [...]}.
     json list();
     const std::string& address() const { return address_; }
@@ -71,6 +77,7 @@ private:
     std::string address_; // host:port, empty until the first start
     std::unique_ptr<Process> process_;
     std::size_t read_ = 0; // bytes of the output that were looked at
+    std::size_t sent_ = 0; // verbs without an answer so far
 };
 
 /// The development server with the product, its trace and its final list.
@@ -93,6 +100,7 @@ public:
     /// Ends it with SIGTERM (or lets it end by itself) and expects status 0; gives {"rows": [...], "listing": [...]}.
     json stop(bool by_itself = false);
     std::string output() const { return read_file(output_); }
+    pid_t process_id() const { return process_->id(); }
 
 private:
     std::filesystem::path config_, routes_, trace_, dump_, output_;

@@ -1,0 +1,314 @@
+// A steady load for a long time, with the real programs: nothing is lost, and nothing grows.
+#include "tests/system/programs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <sys/stat.h>
+#include <thread>
+
+namespace {
+
+using namespace programs;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t limit = 1000;
+constexpr auto beat = 20ms;
+constexpr std::uint64_t events_each_beat = 10; // of each target: 500 a second
+constexpr std::uint64_t alarm_each = 20;       // one in so many events is an alarm
+constexpr std::uint64_t alarms = 10;
+constexpr std::uint64_t alarms_live = 5;
+
+std::chrono::seconds duration() {
+    const char* seconds = std::getenv("ZO_SOAK_SECONDS");
+    return std::chrono::seconds(seconds ? std::atoll(seconds) : 8);
+}
+
+json scenario() {
+    json events = {{"100",
+                    {{"kind", "message"},
+                     {"text", "Part {part} done"},
+                     {"arguments", json::array({{{"name", "part"}, {"type", "text"}, {"value", "P-1"}}})}}}};
+    for (std::uint64_t alarm = 1; alarm <= alarms; ++alarm)
+        events[std::to_string(alarm)] = {
+            {"kind", "alarm"},
+            {"severity", 3},
+            {"text", "Pump at {pressure:1} bar"},
+            {"arguments", json::array({{{"name", "pressure"}, {"type", "double"}, {"value", 1.5}}})}};
+    return {{"languages", {{"en-US", 1033}}},
+            {"default_language", "en-US"},
+            {"max_log", 1000000},
+            {"classes",
+             {{"line",
+               {{"guid", "3b0c5a10-6f2e-4c57-9a41-5d0be2f7b0ff"}, {"name", "Line"}, {"events", std::move(events)}}}}}};
+}
+
+/// The verbs of one event of the stream. Its number travels along as its JSON attribute.
+std::string verbs_of(std::uint64_t number) {
+    const std::string attribute = " json=" + std::to_string(number) + "\n";
+    if (number % alarm_each != 0) return "message line 100" + attribute;
+    const std::uint64_t alarm = number / alarm_each;
+    std::string verbs = "raise line " + std::to_string(alarm % alarms + 1) + attribute;
+    if (alarm > alarms_live)
+        verbs += "reset line " + std::to_string((alarm + alarms - alarms_live) % alarms + 1) + "\n";
+    return verbs;
+}
+
+/// What the server was told of one target's stream.
+struct Heard {
+    std::vector<bool> known; // by number: told live, or forgotten after an import had brought it
+    std::uint64_t last_live = 0;
+    std::uint64_t live = 0;
+    std::uint64_t out_of_order = 0;
+
+    void add(std::uint64_t number) {
+        if (number >= known.size()) known.resize(std::max<std::size_t>(number + 1, known.size() * 2));
+        known[number] = true;
+    }
+};
+
+std::uint64_t number_of(const json& parameters) {
+    const std::string text = parameters.value("jsonAttribute", "");
+    std::uint64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+/// Reads the server's trace out of a pipe as it is written, since a file of it would fill a disk.
+class Listener {
+public:
+    explicit Listener(const std::filesystem::path& pipe) : thread_([this, pipe] { listen(pipe); }) {}
+    ~Listener() { join(); }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    /// Returns when the server has ended.
+    void join() {
+        if (thread_.joinable()) thread_.join();
+    }
+    Heard heard(const std::string& target) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = heard_.find(target);
+        return found != heard_.end() ? found->second : Heard{};
+    }
+    std::uint64_t last_live(const std::string& target) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = heard_.find(target);
+        return found != heard_.end() ? found->second.last_live : 0;
+    }
+    std::uint64_t count(const std::string& name) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = counts_.find(name);
+        return found != counts_.end() ? found->second : 0;
+    }
+    std::string errors() const {
+        const std::lock_guard lock(mutex_);
+        return errors_;
+    }
+
+private:
+    void listen(const std::filesystem::path& pipe) {
+        std::ifstream in(pipe);
+        for (std::string line; std::getline(in, line);) {
+            const json call = json::parse(line, nullptr, false);
+            const std::lock_guard lock(mutex_);
+            if (call.is_discarded())
+                errors_ += "no JSON: " + line + "\n";
+            else
+                take(call);
+        }
+    }
+
+    void take(const json& call) {
+        const std::string kind = call["call"];
+        const std::string name = call.value("name", "");
+        ++counts_[kind == "send_message" ? name : kind];
+        if (name == "ZORVANE_EVENTLOGGER_ERROR" || name == "TARGET_SYSTEM_CONNECT_FAILED")
+            errors_ += call.dump() + "\n";
+        const bool message = kind == "send_message" && call["is_event"] == true;
+        const bool raised = kind == "notify_alarm" && call["mode"] == 0;
+        if (!message && !raised && kind != "forget_event") return;
+        const json& parameters = call.contains("alarm") ? call["alarm"]["parameters"] : call["parameters"];
+        Heard& heard = heard_[parameters["targetName"]];
+        const std::uint64_t number = number_of(parameters);
+        heard.add(number);
+        if (kind == "forget_event") {
+            if (call.contains("alarm") && call["alarm"]["timeCleared"] == 0)
+                errors_ += "an active alarm is forgotten: " + call.dump() + "\n";
+            return;
+        }
+        ++heard.live;
+        if (number <= heard.last_live) ++heard.out_of_order;
+        heard.last_live = std::max(heard.last_live, number);
+    }
+
+    mutable std::mutex mutex_;
+    std::map<std::string, Heard> heard_;
+    std::map<std::string, std::uint64_t> counts_;
+    std::string errors_;
+    std::thread thread_; // last
+};
+
+struct Resources {
+    double memory = 0; // KiB resident
+    double heap = 0;   // of that, anonymous
+    std::ptrdiff_t files = 0;
+    std::ptrdiff_t threads = 0;
+};
+
+Resources resources_of(pid_t process) {
+    const std::filesystem::path proc = "/proc/" + std::to_string(process);
+    const auto entries = [](const std::filesystem::path& folder) {
+        return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+    };
+    Resources now{0, 0, entries(proc / "fd"), entries(proc / "task")};
+    std::ifstream status(proc / "status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmRSS:")) now.memory = std::atof(line.c_str() + 6);
+        if (line.starts_with("RssAnon:")) now.heap = std::atof(line.c_str() + 8);
+    }
+    return now;
+}
+
+/// The mean memory of a stretch of time; files and threads as they were last, when the link was at rest.
+class Stretch {
+public:
+    void add(const Resources& sample) {
+        sum_.memory += sample.memory;
+        sum_.heap += sample.heap;
+        sum_.files = sample.files;
+        sum_.threads = sample.threads;
+        ++samples_;
+    }
+    Resources take() {
+        Resources mean = sum_;
+        mean.memory /= samples_;
+        mean.heap /= samples_;
+        *this = Stretch();
+        return mean;
+    }
+
+private:
+    Resources sum_;
+    int samples_ = 0;
+};
+
+TEST(Load, NothingIsLostAndNothingGrows) {
+    const auto length = duration();
+    const auto round = std::clamp<std::chrono::seconds>(length / 2, 4s, 60s); // between two losses of the links
+    const TemporaryFolder folder;
+    std::array<std::string, 2> names{"One", "Two"};
+    std::array<std::string, 2> net_ids{"5.12.82.40.1.1", "5.12.82.41.1.1"};
+    std::array<Target, 2> targets{Target(folder, names[0], scenario(), false),
+                                  Target(folder, names[1], scenario(), false)};
+    json config = demo("config.json");
+    config["TIMEOUT"] = 10000; // a slow machine is no fault
+    config["LIMIT_EVENT_COUNT"] = limit;
+    config["TARGET_SYSTEMS"] = {{names[0], {{"ADDRESS", net_ids[0]}, {"ENABLED", true}}},
+                                {names[1], {{"ADDRESS", net_ids[1]}, {"ENABLED", true}}}};
+    // The trace goes through a pipe, and nobody reads the lines of the output.
+    ASSERT_EQ(mkfifo((folder / "trace.jsonl").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/null", folder / "server.out");
+    Listener listener(folder / "trace.jsonl");
+    Server server(folder, config, {{net_ids[0], targets[0].address()}, {net_ids[1], targets[1].address()}});
+    ASSERT_TRUE(eventually([&] { return listener.count("GETLOGGEDEVENTS_GETACTIVEALARMS") >= 2; }));
+
+    const auto start = Clock::now();
+    auto next_beat = start;
+    auto next_sample = start;
+    auto next_round = start + round;
+    Stretch stretch;
+    std::vector<Resources> rounds;
+    std::uint64_t sent = 0;
+    std::uint64_t drops = 0;
+    while (Clock::now() < start + length) {
+        std::string verbs;
+        for (std::uint64_t i = 0; i < events_each_beat; ++i)
+            verbs += verbs_of(++sent);
+        for (Target& target : targets)
+            target.send(verbs);
+        next_beat += beat;
+        std::this_thread::sleep_until(next_beat);
+        const auto now = Clock::now();
+        if (now >= next_sample) {
+            stretch.add(resources_of(server.process_id()));
+            next_sample += 1s;
+        }
+        if (now < next_round) continue;
+        next_round += round;
+        rounds.push_back(stretch.take());
+        std::printf("%4lld s: %.0f KiB resident, %.0f KiB of it heap, %td descriptors, %td threads; %llu events, "
+                    "%llu resets\n",
+                    static_cast<long long>(std::chrono::duration_cast<std::chrono::seconds>(now - start).count()),
+                    rounds.back().memory, rounds.back().heap, rounds.back().files, rounds.back().threads,
+                    static_cast<unsigned long long>(2 * sent),
+                    static_cast<unsigned long long>(listener.count("reset_temporary_events")));
+        std::fflush(stdout);
+        ++drops;
+        for (Target& target : targets)
+            target.send("drop\n");
+    }
+    for (Target& target : targets)
+        target.settle();
+    std::this_thread::sleep_for(2s); // a reconnect at the end
+    for (Target& target : targets)
+        target.send(verbs_of(sent + 1));
+    ++sent;
+    for (const std::string& name : names)
+        EXPECT_TRUE(eventually([&] { return listener.last_live(name) == sent; })) << name;
+    const Resources last = resources_of(server.process_id());
+    const json final = server.stop();
+    listener.join();
+
+    EXPECT_EQ(listener.errors(), "");
+    EXPECT_GE(listener.count("reset_temporary_events"), drops);
+    std::map<std::string, std::vector<std::uint64_t>> listed;
+    for (const char* list : {"listing", "rows"}) {
+        SCOPED_TRACE(list);
+        listed.clear();
+        for (const json& event : final[list]) {
+            const json& parameters = (event.contains("alarm") ? event["alarm"] : event["message"])["parameters"];
+            listed[parameters["targetName"]].push_back(number_of(parameters));
+        }
+        for (const std::string& name : names) {
+            std::sort(listed[name].begin(), listed[name].end());
+            std::vector<std::uint64_t> newest;
+            for (std::uint64_t number = sent > limit ? sent - limit + 1 : 1; number <= sent; ++number)
+                newest.push_back(number);
+            EXPECT_EQ(listed[name], newest) << name;
+        }
+    }
+    for (const std::string& name : names) {
+        Heard heard = listener.heard(name);
+        EXPECT_EQ(heard.out_of_order, 0u) << name;
+        EXPECT_EQ(heard.last_live, sent) << name;
+        for (const std::uint64_t number : listed[name])
+            heard.add(number);
+        std::vector<std::uint64_t> lost;
+        for (std::uint64_t number = 1; number <= sent; ++number)
+            if (!heard.known[number]) lost.push_back(number);
+        EXPECT_TRUE(lost.empty()) << name << " lost " << lost.size() << ", first " << lost.front();
+        std::printf("%s: %llu events, %llu told live, %llu by imports, %zu lost\n", name.c_str(),
+                    static_cast<unsigned long long>(sent), static_cast<unsigned long long>(heard.live),
+                    static_cast<unsigned long long>(sent - heard.live), lost.size());
+    }
+
+    // Memory settles within five minutes, files and threads with the first connect.
+    ASSERT_FALSE(rounds.empty());
+    EXPECT_LE(last.files, rounds.front().files);
+    EXPECT_LE(last.threads, rounds.front().threads);
+    if (rounds.size() < 10) return;
+    std::printf("memory in the last round / in the fifth: %.4f\n", rounds.back().memory / rounds[4].memory);
+    EXPECT_LE(rounds.back().memory, rounds[4].memory * 1.02);
+}
+
+} // namespace
