@@ -1,11 +1,15 @@
-// Runs the benchmarks of a program and tells each one's time as a multiple of the first in its family. The family of
-// "sanitize/in_place" is "sanitize"; names without a "/" are all of one family.
+// Runs the benchmarks of a program and tells ratios of their times. Names are FAMILY/WAY or FAMILY/WAY/SIZE, and
+// numbers of threads count as sizes. Each way is told as a multiple of the way "this" (where there is none, of the
+// first) in the same family and size, and each size as a multiple of the first size of the same way. Names without a
+// "/" are all ways of one family.
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -18,30 +22,52 @@ public:
             // Of repetitions the median counts, a single run for itself.
             const bool counts =
                 run.repetitions > 1 ? run.aggregate_name == "median" : run.run_type == Run::RT_Iteration;
-            if (counts && !run.error_occurred) times_.push_back({run.run_name.str(), run.GetAdjustedCPUTime()});
+            if (!counts || run.error_occurred) continue;
+            const double time = run.run_name.time_type.empty() ? run.GetAdjustedCPUTime() : run.GetAdjustedRealTime();
+            // Interleaved runs come in any order; these numbers tell that of their registration.
+            times_.emplace(std::pair(run.family_index, run.per_family_instance_index), make_time(run.run_name, time));
         }
     }
 
     void Finalize() override {
-        std::map<std::string, Time> first;
-        for (const Time& time : times_) {
-            const std::size_t slash = time.name.find('/');
-            const std::string family = slash == std::string::npos ? std::string() : time.name.substr(0, slash);
-            const auto [found, is_first] = first.emplace(family, time);
-            if (!is_first && found->second.cpu > 0) {
-                std::printf("%s: %.2f times the time of %s\n", time.name.c_str(), time.cpu / found->second.cpu,
-                            found->second.name.c_str());
-            }
+        std::map<std::string, const Time*> bases, smallest;
+        for (const auto& [order, time] : times_) {
+            const auto [base, is_first] = bases.emplace(time.family + "/" + time.size, &time);
+            if (!is_first && time.way == "this") base->second = &time;
+        }
+        for (const auto& [order, time] : times_) {
+            print(time, *bases.at(time.family + "/" + time.size));
+            if (!time.size.empty()) print(time, *smallest.emplace(time.family + "/" + time.way, &time).first->second);
         }
         ConsoleReporter::Finalize();
     }
 
 private:
     struct Time {
-        std::string name;
-        double cpu; ///< for one iteration
+        std::string name, family, way, size;
+        double one; ///< iteration
     };
-    std::vector<Time> times_;
+
+    static Time make_time(const benchmark::BenchmarkName& name, double one) {
+        const std::string& function = name.function_name;
+        const std::size_t slash = function.find('/');
+        Time time{function, {}, function, name.args, one};
+        if (slash != std::string::npos) {
+            time.family = function.substr(0, slash);
+            time.way = function.substr(slash + 1);
+        }
+        for (const std::string* part : {&name.args, &name.threads})
+            if (!part->empty()) time.name += "/" + *part;
+        if (time.size.empty()) time.size = name.threads;
+        return time;
+    }
+
+    static void print(const Time& time, const Time& base) {
+        if (&time == &base || base.one <= 0) return;
+        std::printf("%s: %.2f times the time of %s\n", time.name.c_str(), time.one / base.one, base.name.c_str());
+    }
+
+    std::map<std::pair<std::int64_t, std::int64_t>, Time> times_;
 };
 
 } // namespace

@@ -1,62 +1,14 @@
 #pragma once
 
-#include "extension/host/export.h"
+#include "extension/host/value_layout.h"
 
-#include <bit>
 #include <cstddef>
-#include <cstdint>
 #include <iterator>
 #include <type_traits>
 
 namespace ZoHmiSrv {
 
 class Value;
-
-/// The memory that values are made of: private to the library, shown here so that walking it costs no calls.
-namespace Layout {
-
-/// Heads every block on the heap. Blocks of one Map are chained in name order through `next`.
-struct Block {
-    Block* next;
-    std::size_t size;     ///< elements in use
-    std::size_t capacity; ///< elements that fit
-    std::uint64_t kind;
-};
-
-/// A name of a Map's member. Up to 23 bytes lie here, padded with zeros, so that three words compare as the bytes do;
-/// of a longer one the first eight bytes lie here, and the whole in a counted block that copies share.
-class ZOHMISRV_API MemberName {
-public:
-    static constexpr std::size_t inline_limit = 23;
-
-    const char* c_str() const noexcept { return is_shared() ? shared() : bytes_; }
-    bool is_shared() const noexcept { return bytes_[inline_limit] != 0; }
-
-private:
-    friend struct MemberNames;
-
-    const char* shared() const noexcept { return std::bit_cast<Tail>(*this).text; }
-    struct Tail {
-        char head[8];
-        const char* text;
-        char rest[8];
-    };
-
-    alignas(8) char bytes_[inline_limit + 1] = {};
-};
-
-template <class T>
-struct Member {
-    MemberName name;
-    T value;
-};
-
-template <class T>
-Member<T>* members_of(Block* run) noexcept {
-    return reinterpret_cast<Member<T>*>(run + 1);
-}
-
-} // namespace Layout
 
 /// Walks the members of a Map or Struct in byte-wise order of their names. Any insertion or removal ends its validity.
 /// The end is the same for all of them.

@@ -1,32 +1,32 @@
 #pragma once
 
-#include "extension/host/export.h"
-
-#include <string>
+#include "extension/host/value_layout.h"
 
 namespace ZoHmiSrv {
 
-/// A holder of one UTF-8 text; a null pointer counts as "".
+/// A holder of one UTF-8 text; a null pointer counts as "". Copies never allocate: a longer text is shared.
 class ZOHMISRV_API String {
 public:
-    String() noexcept;
+    String() noexcept {}
     String(const char* text); // NOLINT(google-explicit-constructor): a text is a String
-    String(const String&);
-    String(String&&) noexcept;
-    String& operator=(const String&);
-    String& operator=(String&&) noexcept;
+    String(const String& other) noexcept;
+    String(String&& other) noexcept : text_(other.text_) { other.text_ = {}; }
+    String& operator=(const String& other) noexcept;
+    String& operator=(String&& other) noexcept;
     ~String();
 
     const char* name() const noexcept { return text_.c_str(); }
     void set_name(const char* text);
-    bool empty() const noexcept { return text_.empty(); }
+    bool empty() const noexcept { return *name() == '\0'; }
 
     /// Byte-wise.
-    friend bool operator==(const String& left, const String& right) noexcept { return left.text_ == right.text_; }
-    friend bool operator<(const String& left, const String& right) noexcept { return left.text_ < right.text_; }
+    friend bool operator==(const String& left, const String& right) noexcept { return compare(left, right) == 0; }
+    friend bool operator<(const String& left, const String& right) noexcept { return compare(left, right) < 0; }
 
 private:
-    std::string text_;
+    static int compare(const String& left, const String& right) noexcept;
+
+    Layout::MemberName text_;
 };
 
 } // namespace ZoHmiSrv

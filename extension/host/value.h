@@ -108,16 +108,25 @@ public:
     /// @{
 
     /// The member, or one shared Null.
-    const Value& operator[](const char* name) const noexcept;
+    [[gnu::always_inline]] const Value& operator[](const char* name) const noexcept {
+        const Found found = look_up(name);
+        return found.member != nullptr ? found.member->value : shared_null();
+    }
     /// The member, inserted as Null where there is none. A Null becomes a Map, and so does any other type, which loses
     /// its content.
     Value& operator[](const char* name);
 
-    ConstIterator<Value> find(const char* name) const noexcept;
-    Iterator<Value> find(const char* name) noexcept;
-    ConstIterator<Value> begin() const noexcept;
+    [[gnu::always_inline]] ConstIterator<Value> find(const char* name) const noexcept {
+        const Found found = look_up(name);
+        return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
+    }
+    [[gnu::always_inline]] Iterator<Value> find(const char* name) noexcept {
+        const Found found = look_up(name);
+        return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
+    }
+    ConstIterator<Value> begin() const noexcept { return first_member(); }
     ConstIterator<Value> end() const noexcept { return {}; }
-    Iterator<Value> begin() noexcept;
+    Iterator<Value> begin() noexcept { return first_member(); }
     Iterator<Value> end() noexcept { return {}; }
 
     /// Inserts a member; a member of that name stays as it is. Gives the member of that name in both cases.
@@ -153,7 +162,9 @@ public:
     requires OneOf<T, bool, int, double, Timestamp> Value& operator<<(T scalar) { return *this << Value(scalar); }
 
     /// The element, or one shared Null when the index is out of range.
-    const Value& operator[](unsigned long index) const noexcept;
+    const Value& operator[](unsigned long index) const noexcept {
+        return index < element_count() ? elements()[index] : shared_null();
+    }
     /// The element; a Vector that is too short is filled up with Nulls, so the index must be one that somebody checked.
     Value& operator[](unsigned long index);
     template <ValueIndex T>
@@ -175,10 +186,12 @@ public:
     VectorIterator<Value> find(T index) noexcept {
         return find(static_cast<unsigned long>(index));
     }
-    ConstVectorIterator<Value> begin_vector() const noexcept;
-    ConstVectorIterator<Value> end_vector() const noexcept;
-    VectorIterator<Value> begin_vector() noexcept;
-    VectorIterator<Value> end_vector() noexcept;
+    ConstVectorIterator<Value> begin_vector() const noexcept { return ConstVectorIterator<Value>(elements()); }
+    ConstVectorIterator<Value> end_vector() const noexcept {
+        return ConstVectorIterator<Value>(elements() + element_count());
+    }
+    VectorIterator<Value> begin_vector() noexcept { return VectorIterator<Value>(elements()); }
+    VectorIterator<Value> end_vector() noexcept { return VectorIterator<Value>(elements() + element_count()); }
 
     /// Inserts before a position of this Vector and gives the inserted element.
     VectorIterator<Value> insert(VectorIterator<Value> position, const Value& value);
@@ -253,6 +266,46 @@ private:
     friend struct ValueAccess;
 
     static constexpr std::size_t inline_limit = 15;
+
+    std::size_t element_count() const noexcept {
+        return type_ == ValueType::Vector && on_heap_ ? payload_.heap.block->size : 0;
+    }
+    /// Null when there are none.
+    Value* elements() const noexcept {
+        return type_ == ValueType::Vector && on_heap_ ? reinterpret_cast<Value*>(payload_.heap.block + 1) : nullptr;
+    }
+    Iterator<Value> first_member() const noexcept {
+        return owns_members() ? Iterator<Value>::first_of(payload_.heap.block) : Iterator<Value>();
+    }
+    struct Found {
+        Layout::Block* run = nullptr;
+        Layout::Member<Value>* member = nullptr; ///< null when there is none
+    };
+    static const Value& shared_null() noexcept;
+    Found look_up_text(const char* name) const noexcept;
+    /// A long name, or one in several runs.
+    [[gnu::noinline]] Found look_up_long(const char* name) const noexcept;
+    /// Names that the compiler knows need no call, and no reading of the name.
+    [[gnu::always_inline]] Found look_up(const char* name) const noexcept {
+        const bool is_known = name != nullptr && __builtin_constant_p(__builtin_strlen(name));
+        if (!is_known || __builtin_strlen(name) > Layout::MemberName::inline_limit) {
+            return look_up_text(name);
+        }
+        if (!owns_members()) {
+            return {};
+        }
+        return payload_.heap.index == nullptr ? look_up_short(Layout::NameKey(name)) : look_up_text(name);
+    }
+    [[gnu::always_inline]] bool owns_members() const noexcept {
+        return (type_ == ValueType::Map || type_ == ValueType::Struct) && on_heap_;
+    }
+    /// In a single run, with the words of the name in registers.
+    [[gnu::always_inline]] Found look_up_short(const Layout::NameKey& key) const noexcept {
+        Layout::Block* run = payload_.heap.block;
+        return {run, Layout::search_run<Value>(run, key.tag(), [words = key.words](const Layout::MemberName& name) {
+                    return Layout::has_name(name, words);
+                })};
+    }
 
     template <class T>
     static Value from_scalar(const T& scalar) {

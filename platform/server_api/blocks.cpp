@@ -1,5 +1,6 @@
 #include "platform/server_api/blocks.h"
 
+#include <atomic>
 #include <limits>
 #include <new>
 
@@ -16,6 +17,16 @@ Block* allocate(BlockKind kind, std::size_t capacity, std::size_t element, std::
 
 void deallocate(Block* block) noexcept {
     ::operator delete(block);
+}
+
+void share_bytes(Block* block) noexcept {
+    std::atomic_ref(block->capacity).fetch_add(1, std::memory_order_relaxed);
+}
+
+void release_bytes(Block* block) noexcept {
+    if (std::atomic_ref(block->capacity).fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        deallocate(block);
+    }
 }
 
 } // namespace ZoHmiSrv::Layout

@@ -18,9 +18,16 @@ Block* allocate(BlockKind kind, std::size_t capacity, std::size_t element, std::
 /// Gives back the memory alone.
 void deallocate(Block* block) noexcept;
 
+/// @name Bytes
+/// Made by `allocate` for one value; copies of the value share them. The last of them to let go gives back the memory.
+/// @{
+void share_bytes(Block* block) noexcept;
+void release_bytes(Block* block) noexcept;
+
 inline char* bytes_of(Block* block) noexcept {
     return reinterpret_cast<char*>(block + 1);
 }
+/// @}
 
 /// A run of members never grows beyond this: a Map with more of them is a chain of runs in name order, so that an
 /// insertion moves at most this many members, and a look-up finds its run through the index.

@@ -1,6 +1,7 @@
 #include "platform/server_api/member_names.h"
 
 #include <atomic>
+#include <cstring>
 #include <new>
 
 namespace ZoHmiSrv::Layout {
@@ -22,10 +23,7 @@ MemberName MemberNames::make(const NameKey& key) {
     MemberName name{};
     if (!key.is_long()) {
         // From the words: the text may lie in a Value that has moved since.
-        for (std::size_t i = 0; i < key.words.size(); ++i) {
-            const std::uint64_t word = big_endian(reinterpret_cast<const char*>(&key.words[i]));
-            std::memcpy(name.bytes_ + 8 * i, &word, sizeof word);
-        }
+        std::memcpy(name.bytes_, key.words.data(), sizeof name.bytes_);
         return name;
     }
     void* memory = ::operator new(sizeof(SharedName) + key.length + 1);

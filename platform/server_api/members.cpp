@@ -1,5 +1,4 @@
 // The members of a Map or Struct: one sorted run, or beyond `run_limit` members a chain of runs with an index.
-#include "platform/server_api/member_search.h"
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
@@ -42,8 +41,8 @@ ValueAccess::Place search(Block* block, const MemberIndex* index, const NameKey&
     }
     place.ordinal = index == nullptr ? 0 : run_for(*index, key);
     place.run = index == nullptr ? block : index->runs[place.ordinal];
-    const MapMember* member =
-        search_run(place.run, key.tag(), [&](const MemberName& name) { return MemberNames::equal(name, key); });
+    const MapMember* member = Layout::search_run<Value>(
+        place.run, key.tag(), [&](const MemberName& name) { return MemberNames::equal(name, key); });
     place.found = member != nullptr;
     place.at = place.found ? static_cast<std::size_t>(member - members_of(place.run)) : 0;
     return place;
@@ -68,13 +67,13 @@ std::size_t ValueAccess::member_count(const Value& map) noexcept {
 }
 
 Block* ValueAccess::allocate_run(std::size_t capacity) {
-    Block* run = Layout::allocate(Layout::Members, capacity, sizeof(MapMember) + 1, tag_padding);
-    std::memset(tags_of(run), 0, capacity + tag_padding);
+    Block* run = Layout::allocate(Layout::Members, capacity, sizeof(MapMember) + 1, Layout::tag_padding);
+    std::memset(tags_of(run), 0, capacity + Layout::tag_padding);
     return run;
 }
 
-ValueAccess::Place ValueAccess::find(const Value& map, const char* name) noexcept {
-    return is_map(map) ? search(block(map), index(map), NameKey(name)) : Place();
+ValueAccess::Place ValueAccess::find(const Value& map, const NameKey& key) noexcept {
+    return is_map(map) ? search(block(map), index(map), key) : Place();
 }
 
 ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noexcept {
@@ -225,10 +224,6 @@ void ValueAccess::reserve_members(Value& map, std::size_t count) {
         Place place{.run = block(map)};
         grow_run(map, place, capacity);
     }
-}
-
-Iterator<Value> ValueAccess::begin(const Value& map) noexcept {
-    return is_map(map) ? first_of(block(map)) : Iterator<Value>();
 }
 
 } // namespace ZoHmiSrv

@@ -1,21 +1,39 @@
 #include "extension/host/string_holder.h"
 
-#include <string>
+#include "platform/server_api/member_names.h"
+
 #include <utility>
 
 namespace ZoHmiSrv {
 
-String::String() noexcept = default;
-String::String(const char* text) : text_(text == nullptr ? "" : text) {
+using Layout::MemberNames;
+
+String::String(const char* text) : text_(MemberNames::make(Layout::NameKey(text))) {
 }
-String::String(const String&) = default;
-String::String(String&&) noexcept = default;
-String& String::operator=(const String&) = default;
-String& String::operator=(String&&) noexcept = default;
-String::~String() = default;
+
+String::String(const String& other) noexcept : text_(other.text_) {
+    MemberNames::share(text_);
+}
+
+String& String::operator=(const String& other) noexcept {
+    return *this = String(other);
+}
+
+String& String::operator=(String&& other) noexcept {
+    std::swap(text_, other.text_);
+    return *this;
+}
+
+String::~String() {
+    MemberNames::release(text_);
+}
 
 void String::set_name(const char* text) {
-    text_ = text == nullptr ? "" : text;
+    *this = String(text);
+}
+
+int String::compare(const String& left, const String& right) noexcept {
+    return MemberNames::compare(left.text_, right.text_);
 }
 
 } // namespace ZoHmiSrv

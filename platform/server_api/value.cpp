@@ -41,6 +41,7 @@ Value ValueAccess::make_bytes(ValueType type, const void* data, std::size_t size
     }
     Block* block = Layout::allocate(Layout::Bytes, size + 1, 1);
     block->size = size;
+    block->capacity = 1;
     std::memcpy(Layout::bytes_of(block), data, size);
     Layout::bytes_of(block)[size] = '\0';
     attach(value, type, block);
@@ -79,9 +80,7 @@ Value::Value(const Event& event) : Value(box(event)) {
 }
 
 Value::Value(const Value& other) {
-    if (!other.on_heap_) {
-        std::memcpy(static_cast<void*>(this), &other, sizeof *this);
-    } else {
+    if (!ValueAccess::copy_plain(other, this)) {
         ValueAccess::copy(other, *this);
     }
 }
@@ -155,7 +154,7 @@ std::size_t Value::size() const noexcept {
     case ValueType::Binary:
         return ValueAccess::bytes_size(*this);
     case ValueType::Vector:
-        return ValueAccess::element_count(*this);
+        return element_count();
     case ValueType::Map:
     case ValueType::Struct:
         return ValueAccess::member_count(*this);

@@ -5,6 +5,7 @@
 #include "platform/server_api/member_names.h"
 
 #include <cstddef>
+#include <cstring>
 
 namespace ZoHmiSrv {
 
@@ -16,11 +17,8 @@ using MapMember = Layout::Member<Value>;
 inline MapMember* members_of(Block* run) noexcept {
     return Layout::members_of<Value>(run);
 }
-/// Behind the room for its members, a run has a tag for each of them, see `NameKey::tag`: a look-up compares eight at a
-/// time, and reads up to `tag_padding` bytes too far.
-inline constexpr std::size_t tag_padding = 7;
 inline unsigned char* tags_of(Block* run) noexcept {
-    return reinterpret_cast<unsigned char*>(members_of(run) + run->capacity);
+    return Layout::tags_of<Value>(run);
 }
 inline Value* elements_of(Block* block) noexcept {
     return reinterpret_cast<Value*>(block + 1);
@@ -70,7 +68,7 @@ struct ValueAccess {
     static std::size_t member_count(const Value& map) noexcept;
     static Block* allocate_run(std::size_t capacity);
     /// The member, or not `found`.
-    static Place find(const Value& map, const char* name) noexcept;
+    static Place find(const Value& map, const NameKey& key) noexcept;
     /// The member, or where one of that name belongs; quick for a name that belongs at the end.
     static Place locate(const Value& map, const NameKey& key) noexcept;
     /// Puts a member where `locate` said it belongs. Strong: a failed allocation changes nothing.
@@ -79,12 +77,10 @@ struct ValueAccess {
     static void reserve_members(Value& map, std::size_t count);
     static Iterator<Value> iterator(Block* run, MapMember* member) noexcept { return Iterator<Value>(run, member); }
     static Iterator<Value> first_of(Block* run) noexcept { return Iterator<Value>::first_of(run); }
-    static Iterator<Value> begin(const Value& map) noexcept;
     static Block* run_of(Iterator<Value> position) noexcept { return position.run_; }
     static MapMember* member_at(Iterator<Value> position) noexcept { return position.at_; }
 
     /// @name Elements
-    static std::size_t element_count(const Value& vector) noexcept;
     /// Room for one more element at `at`, as raw memory that the caller fills; the count includes it already.
     static void* open_gap(Value& vector, std::size_t at);
     static void reserve_elements(Value& vector, std::size_t count);
@@ -105,6 +101,18 @@ struct ValueAccess {
     static void destroy_shell(Block* box) noexcept;
 
     /// @name Trees
+    /// Copies into raw memory what is no tree: what lies inside, and bytes, which copies share. False, with nothing
+    /// done, for all others.
+    static bool copy_plain(const Value& from, void* to) noexcept {
+        if (from.on_heap_) {
+            if (block(from)->kind != Layout::Bytes) {
+                return false;
+            }
+            Layout::share_bytes(block(from));
+        }
+        std::memcpy(to, static_cast<const void*>(&from), sizeof from);
+        return true;
+    }
     /// Copies into a Null. Strong.
     static void copy(const Value& from, Value& to);
     static void release(Value& value) noexcept;

@@ -1,5 +1,4 @@
 // The operations of a Value as a Map or Struct.
-#include "platform/server_api/member_search.h"
 #include "platform/server_api/value_access.h"
 
 #include <string>
@@ -25,9 +24,24 @@ auto as_map(Value& value, const char* name, Operation operation) {
 
 } // namespace
 
-const Value& Value::operator[](const char* name) const noexcept {
-    const FoundMember found = find_member(*this, name);
-    return found.member != nullptr ? found.member->value : ValueAccess::null_value();
+const Value& Value::shared_null() noexcept {
+    return ValueAccess::null_value();
+}
+
+Value::Found Value::look_up_text(const char* name) const noexcept {
+    if (!owns_members()) {
+        return {};
+    }
+    const NameKey key(name);
+    if (payload_.heap.index == nullptr && !key.is_long()) [[likely]] {
+        return look_up_short(key);
+    }
+    return look_up_long(name);
+}
+
+Value::Found Value::look_up_long(const char* name) const noexcept {
+    const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
+    return place.found ? Found{place.run, members_of(place.run) + place.at} : Found{};
 }
 
 Value& Value::operator[](const char* name) {
@@ -39,23 +53,6 @@ Value& Value::operator[](const char* name) {
         Value null;
         return &ValueAccess::emplace(*this, place, key, null);
     });
-}
-
-ConstIterator<Value> Value::find(const char* name) const noexcept {
-    const FoundMember found = find_member(*this, name);
-    return found.member != nullptr ? ValueAccess::iterator(found.run, found.member) : end();
-}
-
-Iterator<Value> Value::find(const char* name) noexcept {
-    const FoundMember found = find_member(*this, name);
-    return found.member != nullptr ? ValueAccess::iterator(found.run, found.member) : end();
-}
-
-ConstIterator<Value> Value::begin() const noexcept {
-    return ValueAccess::begin(*this);
-}
-Iterator<Value> Value::begin() noexcept {
-    return ValueAccess::begin(*this);
 }
 
 Iterator<Value> Value::insert(const char* name, const Value& value) {
@@ -112,7 +109,7 @@ Iterator<Value> Value::remove(Iterator<Value> position) noexcept {
     place.run = ValueAccess::run_of(position);
     place.at = static_cast<std::size_t>(ValueAccess::member_at(position) - members_of(place.run));
     if (ValueAccess::index(*this) != nullptr) {
-        place = ValueAccess::find(*this, position.name());
+        place = ValueAccess::find(*this, NameKey(position.name()));
     }
     return ValueAccess::erase(*this, place);
 }

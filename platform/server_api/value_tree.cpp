@@ -42,14 +42,13 @@ private:
         }
     }
 
-    /// A copy of a Value that owns nothing, else a Null that `child` fills.
+    /// A copy of a Value that is no tree, else a Null that `child` fills.
     static bool shallow(const Value& from, void* to) noexcept {
-        if (ValueAccess::on_heap(from)) {
-            new (to) Value();
-            return false;
+        if (ValueAccess::copy_plain(from, to)) {
+            return true;
         }
-        std::memcpy(to, static_cast<const void*>(&from), sizeof(Value));
-        return true;
+        new (to) Value();
+        return false;
     }
 
     void node(const Value& from, Value& to, int depth) {
@@ -58,9 +57,6 @@ private:
         }
         Block* block = ValueAccess::block(from);
         switch (block->kind) {
-        case Layout::Bytes:
-            to = ValueAccess::make_bytes(from.type(), Layout::bytes_of(block), block->size);
-            break;
         case Layout::Elements:
             elements(from, to, depth);
             break;
@@ -110,17 +106,21 @@ private:
                 copied->runs.push_back(run);
             }
             std::memcpy(tags_of(run), tags_of(source), source->size);
+            // All at once; what is more than its bytes is put right before the run owns it.
+            std::memcpy(static_cast<void*>(members_of(run)), members_of(source), source->size * sizeof(MapMember));
             for (std::size_t i = 0; i < source->size; ++i) {
                 const MapMember& member = members_of(source)[i];
-                MapMember* slot = members_of(run) + i;
-                slot->name = member.name;
                 MemberNames::share(member.name);
-                const bool done = shallow(member.value, &slot->value);
-                ++run->size;
-                if (!done) {
-                    child(member.value, slot->value, depth);
+                if (ValueAccess::on_heap(member.value)) {
+                    Value* slot = &members_of(run)[i].value;
+                    const bool done = shallow(member.value, slot);
+                    run->size = i + 1;
+                    if (!done) {
+                        child(member.value, *slot, depth);
+                    }
                 }
             }
+            run->size = source->size;
         }
     }
 
@@ -131,6 +131,10 @@ private:
 /// destruction needs no memory.
 void push(Value& value, Block*& list) noexcept {
     Block* block = ValueAccess::block(value);
+    if (block->kind == Layout::Bytes) { // may be shared, so it goes on no list
+        ValueAccess::detach(value);
+        return Layout::release_bytes(block);
+    }
     delete ValueAccess::index(value);
     ValueAccess::detach(value);
     while (block != nullptr) {
@@ -161,8 +165,6 @@ void ValueAccess::release(Value& value) noexcept {
         Block* block = list;
         list = block->next;
         switch (block->kind) {
-        case Layout::Bytes:
-            break;
         case Layout::Elements:
             for (std::size_t i = 0; i < block->size; ++i) {
                 if (Value& element = elements_of(block)[i]; element.on_heap_) {

@@ -18,10 +18,6 @@ void move_elements(Value* to, const Value* from, std::size_t count) noexcept {
 
 } // namespace
 
-std::size_t ValueAccess::element_count(const Value& vector) noexcept {
-    return vector.type_ == ValueType::Vector && vector.on_heap_ ? block(vector)->size : 0;
-}
-
 void ValueAccess::reserve_elements(Value& vector, std::size_t count) {
     Block* old = block(vector);
     if (count == 0 || (old != nullptr && old->capacity >= count)) {
@@ -58,18 +54,13 @@ Value& Value::operator<<(Value&& value) {
     }
     Value taken = std::move(value); // it may be an element, which an append moves
     set_type(ValueType::Vector);
-    new (ValueAccess::open_gap(*this, ValueAccess::element_count(*this))) Value(std::move(taken));
+    new (ValueAccess::open_gap(*this, element_count())) Value(std::move(taken));
     return *this;
-}
-
-const Value& Value::operator[](unsigned long index) const noexcept {
-    return index < ValueAccess::element_count(*this) ? elements_of(ValueAccess::block(*this))[index]
-                                                     : ValueAccess::null_value();
 }
 
 Value& Value::operator[](unsigned long index) {
     set_type(ValueType::Vector);
-    if (index >= ValueAccess::element_count(*this)) {
+    if (index >= element_count()) {
         if (index + 1 == 0) {
             throw std::bad_array_new_length();
         }
@@ -79,34 +70,13 @@ Value& Value::operator[](unsigned long index) {
 }
 
 ConstVectorIterator<Value> Value::find(unsigned long index) const noexcept {
-    return index < ValueAccess::element_count(*this)
-               ? ConstVectorIterator<Value>(elements_of(ValueAccess::block(*this)) + index)
-               : end_vector();
+    return index < element_count() ? ConstVectorIterator<Value>(elements_of(ValueAccess::block(*this)) + index)
+                                   : end_vector();
 }
 
 VectorIterator<Value> Value::find(unsigned long index) noexcept {
-    return index < ValueAccess::element_count(*this)
-               ? VectorIterator<Value>(elements_of(ValueAccess::block(*this)) + index)
-               : end_vector();
-}
-
-ConstVectorIterator<Value> Value::begin_vector() const noexcept {
-    return const_cast<Value&>(*this).begin_vector();
-}
-
-ConstVectorIterator<Value> Value::end_vector() const noexcept {
-    return const_cast<Value&>(*this).end_vector();
-}
-
-VectorIterator<Value> Value::begin_vector() noexcept {
-    return type_ == ValueType::Vector && on_heap_ ? VectorIterator<Value>(elements_of(payload_.heap.block))
-                                                  : VectorIterator<Value>();
-}
-
-VectorIterator<Value> Value::end_vector() noexcept {
-    return type_ == ValueType::Vector && on_heap_
-               ? VectorIterator<Value>(elements_of(payload_.heap.block) + payload_.heap.block->size)
-               : VectorIterator<Value>();
+    return index < element_count() ? VectorIterator<Value>(elements_of(ValueAccess::block(*this)) + index)
+                                   : end_vector();
 }
 
 VectorIterator<Value> Value::insert(VectorIterator<Value> position, const Value& value) {
@@ -117,7 +87,7 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, Value&& valu
     if (&value == this) {
         return insert(position, Value(*this));
     }
-    const std::size_t count = ValueAccess::element_count(*this);
+    const std::size_t count = element_count();
     const std::ptrdiff_t offset = count == 0 ? 0 : position - begin_vector();
     const std::size_t at = offset < 0 ? 0 : std::min(static_cast<std::size_t>(offset), count);
     Value taken = std::move(value);
@@ -131,7 +101,7 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, const char* 
 }
 
 void Value::resize(std::size_t count, const Value& fill) {
-    if (type_ != ValueType::Vector || count > ValueAccess::element_count(*this)) {
+    if (type_ != ValueType::Vector || count > element_count()) {
         const Value kept(fill); // it may be an element
         set_type(ValueType::Vector);
         const Block* before = ValueAccess::block(*this);

@@ -58,6 +58,10 @@ TEST(Allocations, AreAsFewAsPromised) {
     EXPECT_EQ(count([&] { Value moved(std::move(texts)); }), 0U);
     EXPECT_EQ(count([&] { const Value copy(small); }), 1U) << "names and short texts lie in the one run";
     EXPECT_LE(count([&] { const Value copy(large); }), 2 * 1000U / 64 + 2) << "one for each run, and the index";
+    small["long"] = "a text that is too long to lie inside";
+    EXPECT_EQ(count([&] { const Value copy(small); }), 1U) << "long texts are shared";
+    const String name("a name that is too long to lie inside");
+    EXPECT_EQ(count([&] { const String copy(name); }), 0U);
     EXPECT_EQ(count([&] { EXPECT_EQ(small["member_1002"].size(), 10U); }), 0U);
     EXPECT_EQ(count([&] { EXPECT_TRUE(small == small); }), 0U);
     EXPECT_LE(count([&] {

@@ -130,7 +130,7 @@ TEST(ValueAlias, CopiesLiveOnThreadsOfTheirOwn) {
     original["a name that has to lie outside of its member"] = long_text;
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
-        // The long name is the one thing that copies share.
+        // Long names and long texts are what copies share.
         threads.emplace_back([copy = original, expected = show(original)]() mutable {
             for (int round = 0; round < 500; ++round) {
                 Value next = copy;

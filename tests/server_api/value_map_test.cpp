@@ -6,6 +6,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace ZoHmiSrv;
@@ -148,6 +149,37 @@ TEST(ValueMap, LargeMapsInEveryOrderOfInsertion) {
             model.erase(std::prev(model.end()));
         }
         expect_same(moved, model);
+    }
+}
+
+namespace {
+
+constexpr char letters[] = "abcdefghijklmnopqrstuvwxyz0123";
+constexpr std::size_t longest = sizeof letters - 1;
+
+// The last letters are a name that the compiler knows and reads in its own way.
+template <std::size_t... Length>
+std::vector<const Value*> find_known(const Value& map, std::index_sequence<Length...>) {
+    return {&map[letters + longest - Length]...};
+}
+
+} // namespace
+
+TEST(ValueMap, NamesOfEveryLengthAreToldApart) {
+    const auto name_of = [](std::size_t length) { return std::string(letters + longest - length); };
+    Value map = Value().set_type(ValueType::Struct);
+    for (std::size_t length = 0; length <= longest; ++length) {
+        map.insert(name_of(length).c_str(), static_cast<int>(length));
+    }
+    const auto known = find_known(map, std::make_index_sequence<longest + 1>());
+    for (std::size_t length = 0; length <= longest; ++length) {
+        EXPECT_EQ(known[length], &map[name_of(length).c_str()]) << length;
+        EXPECT_EQ(known[length]->get_int32(), static_cast<int>(length));
+        for (std::size_t other = 0; other < length; ++other) { // every byte counts
+            std::string changed = name_of(length);
+            changed[other] ^= 1;
+            EXPECT_FALSE(std::as_const(map)[changed.c_str()].isset()) << changed;
+        }
     }
 }
 
