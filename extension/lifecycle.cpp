@@ -6,7 +6,7 @@
 #include "targets/target_system.h"
 #include "targets/trace_message.h"
 
-#include <set>
+#include <exception>
 
 namespace ZoHmiEventLogger {
 
@@ -16,12 +16,23 @@ namespace {
 
 constexpr long tick_ms = 500;
 constexpr long stop_timeout_ms = 5000;
+constexpr char no_target[] = "";
 
 ILicenseHost* license_part(IZoHmiSrvExtHost* host) {
     return host ? dynamic_cast<ILicenseHost*>(host) : nullptr;
 }
 
 } // namespace
+
+// Runs a step that concerns no target. What it throws is reported, and the next step comes all the same.
+template <class Step>
+void ZoHmiEventLogger::guard(Step&& step) {
+    try {
+        step();
+    } catch (...) {
+        report_current_exception(no_target);
+    }
+}
 
 ZoHmiEventLogger::ZoHmiEventLogger(IZoHmiSrvExtHost* host) : host_(host), license_host_(license_part(host)) {
 }
@@ -74,16 +85,15 @@ bool ZoHmiEventLogger::start_targets(const Timespan& timeout, std::vector<std::s
     const auto configs = read_target_configs();
     const auto event_limit = read_event_limit();
     const std::string local = get_local_net_id();
-    std::set<std::string> licensed;
     for (const TargetConfig& config : configs) {
-        licensed.insert(actualize(config.address, local, false));
+        licensed_.insert(actualize(config.address, local, false));
         const auto target = create_target(config, actualize(config.address, local, true), timeout, event_limit);
         if (!target->proxy_created()) return false;
         started.push_back(target);
         if (targets_.insert_or_replace(config.name, target, *stopping_) && config.enabled)
             connect_first(*target, config.name);
     }
-    if (license_host_) licence_targets(licensed, local);
+    if (license_host_) licence_targets(licensed_, local);
     return true;
 }
 
@@ -91,10 +101,8 @@ void ZoHmiEventLogger::connect_first(TargetSystem& target, const std::string& na
     try {
         LockHolder holder;
         target.connect(holder);
-    } catch (const std::exception& exception) {
-        log_exception(name, exception);
     } catch (...) {
-        log_unknown_exception(name);
+        report_current_exception(name);
     }
 }
 
@@ -118,38 +126,33 @@ void ZoHmiEventLogger::arm_timer() {
 
 void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
     if (error == TimerError::cancelled) return;
-    if (license_host_) report_licences();
+    std::vector<HeldTarget> slots;
+    std::exception_ptr failed_poll;
+    guard([&] { failed_poll = run_tick(context, slots); });
+    if (failed_poll) std::rethrow_exception(failed_poll);
+    guard([this] { arm_timer(); });
+    // Only now do the slots let live callbacks of fresh connections through, behind the reset.
+}
+
+// Gives what a poll threw, which ends the tick at once.
+std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vector<HeldTarget>& slots) {
+    if (license_host_) guard([this] { licence_targets(licensed_, get_local_net_id()); });
     const auto names = targets_.names();
-    std::vector<HeldTarget> slots(names.size());
+    slots.resize(names.size());
     bool changed = false;
     for (std::size_t index = 0; index < names.size(); ++index) {
         HeldTarget& slot = slots[index];
         slot.target = targets_.find(names[index]);
-        if (slot.target) poll(*slot.target, names[index], slot.holder, changed);
+        if (!slot.target) continue;
+        try {
+            if (slot.target->poll(slot.holder)) changed = true;
+        } catch (...) {
+            report_current_exception(names[index]);
+            return std::current_exception();
+        }
     }
     if (changed) send_reset_temporary_events(context);
-    arm_timer();
-    // Only now do the slots let live callbacks of fresh connections through, behind the reset.
-}
-
-void ZoHmiEventLogger::poll(TargetSystem& target, const std::string& name, LockHolder& holder, bool& changed) {
-    try {
-        if (target.poll(holder)) changed = true;
-    } catch (const std::exception& exception) {
-        log_exception(name, exception);
-        throw;
-    } catch (...) {
-        log_unknown_exception(name);
-        throw;
-    }
-}
-
-void ZoHmiEventLogger::report_licences() {
-    const std::string local = get_local_net_id();
-    std::set<std::string> licensed;
-    for (const TargetConfig& config : read_target_configs())
-        licensed.insert(actualize(config.address, local, false));
-    licence_targets(licensed, local);
+    return nullptr;
 }
 
 void ZoHmiEventLogger::send_reset_temporary_events(const Context& context) {
@@ -160,17 +163,22 @@ void ZoHmiEventLogger::send_reset_temporary_events(const Context& context) {
 int ZoHmiEventLogger::on_shutdown(const Context& context) {
     *stopping_ = true;
     unregister_listeners(context);
-    host_->unregister_listener(context, static_cast<IZoHmiSrvConfigListener*>(this));
+    unregister(context, static_cast<IZoHmiSrvConfigListener*>(this));
     stop_threads();
     targets_.clear();
     return 0;
 }
 
 void ZoHmiEventLogger::unregister_listeners(const Context& context) {
-    host_->unregister_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
-    host_->unregister_listener(context, static_cast<IZoHmiSrvEventLocalizationListener*>(this));
-    host_->unregister_listener(context, static_cast<IZoHmiSrvShutdownListener*>(this));
-    host_->unregister_listener(context, static_cast<IZoHmiSrvRequestListener*>(this));
+    unregister(context, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
+    unregister(context, static_cast<IZoHmiSrvEventLocalizationListener*>(this));
+    unregister(context, static_cast<IZoHmiSrvShutdownListener*>(this));
+    unregister(context, static_cast<IZoHmiSrvRequestListener*>(this));
+}
+
+// A server that throws here must not keep the threads running.
+void ZoHmiEventLogger::unregister(const Context& context, IZoHmiSrvListener* listener) {
+    guard([&] { host_->unregister_listener(context, listener); });
 }
 
 void ZoHmiEventLogger::stop_threads() {

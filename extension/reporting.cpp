@@ -34,6 +34,20 @@ void ZoHmiEventLogger::log_unknown_exception(const std::string& target_name) {
     send_error(target_name, unknown_error);
 }
 
+// Called inside a handler. A report that fails itself is given up.
+void ZoHmiEventLogger::report_current_exception(const std::string& target_name) {
+    try {
+        try {
+            throw;
+        } catch (const std::exception& exception) {
+            log_exception(target_name, exception);
+        } catch (...) {
+            log_unknown_exception(target_name);
+        }
+    } catch (...) {
+    }
+}
+
 void ZoHmiEventLogger::send_error(const std::string& target_name, const char* text) {
     log_message(trace_message("ZORVANE_EVENTLOGGER_ERROR", {target_name.c_str(), -1.0, text}));
 }

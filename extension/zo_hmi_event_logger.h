@@ -10,8 +10,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -77,8 +79,8 @@ public:
     bool preload_translations() override;
 
     /// One step of the periodic work, 500 ms after the last one ended; ends the chain when the timer was cancelled.
-    /// Throws, after reporting it, when a target's connection state cannot be queried, and then arms no further timer.
-    /// [tick]
+    /// Throws what the poll of a target throws, after reporting it (its connection state cannot be queried), and then
+    /// arms no further timer. Anything else is reported, and the chain goes on. [tick]
     void on_timer(ZoHmiSrv::TimerError error, const ZoHmiSrv::Context& context);
 
 private:
@@ -86,12 +88,17 @@ private:
     bool start_targets(const ZoHmiSrv::Timespan& timeout, std::vector<std::shared_ptr<TargetSystem>>& started);
     void connect_first(TargetSystem& target, const std::string& name);
     void arm_timer();
-    void poll(TargetSystem& target, const std::string& name, LockHolder& holder, bool& changed);
-    void report_licences();
+    std::exception_ptr run_tick(const ZoHmiSrv::Context& context, std::vector<HeldTarget>& slots);
+    template <class Step>
+    void guard(Step&& step);
     void send_reset_temporary_events(const ZoHmiSrv::Context& context);
     void register_config_listener();
     void unregister_listeners(const ZoHmiSrv::Context& context);
+    void unregister(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvListener* listener);
     void stop_threads();
+
+    // reporting.cpp
+    void report_current_exception(const std::string& target_name);
     void send_error(const std::string& target_name, const char* text);
 
     // commands.cpp
@@ -124,6 +131,7 @@ private:
     ZoHmiSrv::IZoHmiSrvExtHost* const host_;
     ZoHmiSrv::ILicenseHost* const license_host_; // license_host: null when the host has none
     ZoHmiSrv::Context context_;                  // set by init, constant from then on
+    std::set<std::string> licensed_;             // net ids for the licence report; the same
     // Behind all that a target uses while it disconnects and reports.
     TargetTable targets_;
     // Last, so that no tick outlives what it uses.

@@ -156,6 +156,18 @@ TEST_F(Tick, AFailingStateQueryEndsTheChainOfTimersAndNothingElse) {
     EXPECT_TRUE(call_log().wait_for("c.IsConnected", 6));
 }
 
+TEST_F(Tick, WhatElseATickThrowsIsReportedAndTheChainGoesOn) {
+    loggers[1]->plan->answer("ConnectWithSettings", E_FAIL, 1); // so that the first tick has a change to tell
+    host.plan().throw_error("reset_temporary_events", "server", 1);
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    ASSERT_TRUE(call_log().wait_for("c.IsConnected", 4));
+    const auto errors = host.messages("ZORVANE_EVENTLOGGER_ERROR");
+    ASSERT_EQ(errors.size(), 1u);
+    Message error = errors[0];
+    EXPECT_EQ(error.parameters()["0"], Value("")); // of no target
+    EXPECT_EQ(error.parameters()["2"], Value("server"));
+}
+
 TEST_F(Tick, ComesHalfASecondAfterInitAndAfterEachTick) {
     using Clock = std::chrono::steady_clock;
     std::vector<Clock::time_point> begun;
