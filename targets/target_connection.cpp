@@ -24,8 +24,6 @@ namespace {
 // The logger of an older target, which knows no connection settings.
 constexpr HRESULT settings_not_supported = hresult(0x98110701);
 
-constexpr std::size_t saved_alarm_ids_bound = 65'536;
-
 std::string code_text(HRESULT code) {
     return integer_to_hex<int>(code, true, true, true);
 }
@@ -245,12 +243,7 @@ void TargetSystem::save_alarm_ids() {
     events_.for_each_live([&ids](const ZoHmiSrv::Event& event, IZoAlarm* alarm) {
         ids.emplace(AlarmKey::of(*alarm), event.payload().get_alarm().id());
     });
-    // Ids saved before stay. The bound holds off a target whose imports fail for ever.
-    const std::size_t bound = std::max(saved_alarm_ids_bound, ids.size());
-    for (const auto& [key, id] : ids) {
-        if (saved_alarm_ids_.size() >= bound) break;
-        saved_alarm_ids_.emplace(key, id);
-    }
+    saved_alarm_ids_.add(ids);
 }
 
 // Texts depend on the event alone and stay.

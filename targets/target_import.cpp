@@ -8,6 +8,8 @@
 #include "targets/logging_functions.h"
 #include "targets/trace_message.h"
 
+#include <syslog.h>
+
 #include <algorithm>
 
 namespace ZoHmiEventLogger {
@@ -64,6 +66,7 @@ LockHolder TargetSystem::import_events() {
     }
     LockHolder holder;
     std::unique_lock<std::mutex> callbacks;
+    std::size_t recorded = 0;
     std::unique_lock events(event_mutex_);
     const auto abandon = [&] {
         if (!holder && !callbacks) callbacks = lock_callbacks();
@@ -72,6 +75,7 @@ LockHolder TargetSystem::import_events() {
         if (!events.owns_lock()) events.lock();
         events_.set_notify(true);
         events.unlock();
+        trace_sizes(std::max(recorded, discarded.size()));
     };
     try {
         events_.set_notify(false);
@@ -81,18 +85,21 @@ LockHolder TargetSystem::import_events() {
         callbacks = lock_callbacks();
         holder = make_holder(callbacks);
         recording_ = false;
+        recorded = recorded_.size();
         import_logged_events(import);
         import_active_alarms(import);
         saved_alarm_ids_.clear();
         events.unlock();
         if (!replay(import)) {
             set_notify(true);
+            trace_sizes(recorded);
             return {};
         }
         listener_->log_message(trace_message("GETLOGGEDEVENTS_GETACTIVEALARMS",
                                              {name_.c_str(), static_cast<double>(event_limit_), import.logged_count,
                                               import.skipped_count, import.active_count}));
         set_notify(true);
+        trace_sizes(recorded);
         return holder;
     } catch (const CAtlException& exception) {
         abandon();
@@ -157,7 +164,7 @@ void TargetSystem::import_active_alarms(Import& import) {
         const auto alarm = item_at<IZoAlarm>(*import.active, index);
         if (!alarm) throw CAtlException(E_POINTER);
         const auto saved = saved_alarm_ids_.find(AlarmKey::of(*alarm));
-        const int id = saved != saved_alarm_ids_.end() ? saved->second : take_event_id();
+        const int id = saved ? *saved : take_event_id();
         Event event;
         convert_alarm(event, alarm.get(), domain_, name_, id, false);
         events_.add(event, alarm.get(), true, event_limit_, 0, false);
@@ -200,6 +207,12 @@ bool TargetSystem::replay(const Import& import) {
 void TargetSystem::set_notify(bool notify) {
     const std::lock_guard lock(event_mutex_);
     events_.set_notify(notify);
+}
+
+// The two things of a target that have no bound, for whoever looks for where the memory went.
+void TargetSystem::trace_sizes(std::size_t recorded) {
+    syslog(LOG_DEBUG, "Target %s: import over, %zu callbacks recorded meanwhile, %zu alarms live.", name_.c_str(),
+           recorded, static_cast<std::size_t>(counters().active_alarms));
 }
 
 } // namespace ZoHmiEventLogger

@@ -142,6 +142,7 @@ private:
     void import_active_alarms(Import& import);
     bool replay(const Import& import);
     void set_notify(bool notify);
+    void trace_sizes(std::size_t recorded);
 
     // target_intake.cpp
     template <class Record, class Handle>

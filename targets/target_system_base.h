@@ -8,11 +8,11 @@
 #include "targets/localization_cache.h"
 #include "targets/localization_keys.h"
 #include "targets/recorded_callback.h"
+#include "targets/saved_alarm_ids.h"
 
 #include <atomic>
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -64,9 +64,9 @@ protected:
     std::mutex connection_mutex_;
 
     std::mutex event_mutex_;
-    EventStore events_;                       // [event_mutex]
-    std::map<AlarmKey, int> saved_alarm_ids_; // [event_mutex] ids of live alarms from before a lost connection
-    std::vector<ZoHmiSrv::Event> evicted_;    // [event_mutex] still to be told to the listener
+    EventStore events_;                    // [event_mutex]
+    SavedAlarmIds saved_alarm_ids_;        // [event_mutex]
+    std::vector<ZoHmiSrv::Event> evicted_; // [event_mutex] still to be told to the listener
 
     // Answers of the logger: class_names with class_name_mutex and texts with text_mutex inside. All but the texts go
     // with the connection.

@@ -120,6 +120,8 @@ TEST_F(LifeCycle, AServerWithTheLicenceInterfaceSeesTheSameInit) {
     make_extension(&with_license);
     ASSERT_EQ(init(), HMI_SUCCESS);
     const auto calls = take_calls("host.");
+    tick(); // reports what it knows, and reads no configuration for it
+    EXPECT_THAT(take_calls("host."), IsEmpty());
     shut_down();
     make_extension();
     call_log().clear();
@@ -229,11 +231,16 @@ TEST_F(LifeCycle, WhatAFirstConnectThrowsIsReportedAndTheNextTargetGoesOn) {
 
 TEST_F(LifeCycle, AnUnreachableTargetIsNoFailureAndTheTickTriesAgain) {
     const auto a = add_target("a");
+    a->active.push_back(a->make_alarm());
     a->plan->answer("ConnectWithSettings", static_cast<HRESULT>(0x98110007), 1);
     EXPECT_EQ(init(), HMI_SUCCESS);
     EXPECT_THAT(take_calls("host.send_message"), ElementsAre("host.send_message TARGET_SYSTEM_CONNECT_FAILED a"));
+    take_syslog_lines();
     EXPECT_TRUE(call_log().wait_for("host.reset_temporary_events"));
     EXPECT_EQ(host.messages("TARGET_SYSTEM_CONNECTED").size(), 1u);
+    EXPECT_THAT(take_syslog_lines(7),
+                ElementsAre(std::pair(7, std::string("Target a: import over, 0 callbacks recorded "
+                                                     "meanwhile, 1 alarms live."))));
 }
 
 TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
@@ -274,6 +281,20 @@ TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
     EXPECT_EQ(extension->on_shutdown(Context()), 0); // harmless again
     EXPECT_FALSE(destroyed_while_running());
     EXPECT_TRUE(host.alarms().empty());
+}
+
+TEST_F(LifeCycle, ShutdownGoesOnWhenTheServerThrows) {
+    const auto a = add_target("a");
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    take_syslog_lines();
+    take_calls();
+    host.plan().throw_error("unregister_listener AlarmProvider", "no");
+    host.plan().throw_foreign("unregister_listener Config");
+    host.plan().throw_foreign("send_message");
+    EXPECT_EQ(extension->on_shutdown(Context()), 0);
+    EXPECT_EQ(take_calls("host.unregister_listener").size(), 5u);
+    EXPECT_EQ(a->connected, VARIANT_FALSE);
+    EXPECT_FALSE(destroyed_while_running());
 }
 
 TEST_F(LifeCycle, DestructionWithoutShutdownStopsTheThreadsAndThenDisconnects) {

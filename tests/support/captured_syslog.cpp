@@ -20,9 +20,11 @@ void take_line(int priority, const char* format, std::va_list arguments) {
 
 } // namespace
 
-std::vector<std::pair<int, std::string>> take_syslog_lines() {
+std::vector<std::pair<int, std::string>> take_syslog_lines(int up_to) {
     const std::lock_guard lock(mutex);
-    return std::exchange(lines, {});
+    auto taken = std::exchange(lines, {});
+    std::erase_if(taken, [up_to](const auto& line) { return line.first > up_to; });
+    return taken;
 }
 
 extern "C" {

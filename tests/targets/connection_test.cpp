@@ -291,7 +291,7 @@ TEST_F(Connection, TicksThroughALoss) {
     EXPECT_TRUE(target->poll(holder));
     EXPECT_TRUE(holder);
     EXPECT_EQ(stored(), (Lines{"1@1s"})); // with the id from before
-    EXPECT_THAT(Access::saved_alarm_ids(*target), IsEmpty());
+    EXPECT_EQ(Access::saved_alarm_ids(*target).size(), 0U);
     EXPECT_EQ(status(), "connected 0");
     EXPECT_FALSE(poll());
 }
@@ -410,7 +410,7 @@ TEST_F(Connection, ClearingThatFailsStillEmpties) {
               (Lines{R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" "0x80004005")", "log_exception T 0x80070005"}));
     EXPECT_THAT(stored(), IsEmpty());
     EXPECT_EQ(Access::cached(*target), (std::vector{0, 1, 0, 0, 0}));
-    EXPECT_THAT(Access::saved_alarm_ids(*target), IsEmpty());
+    EXPECT_EQ(Access::saved_alarm_ids(*target).size(), 0U);
     EXPECT_EQ(target->counters(), ZoHmiEventLogger::EventStore::Counters());
 
     logger->plan->clear();
@@ -440,14 +440,26 @@ TEST_F(Connection, OlderSavedIdsStay) {
     EXPECT_EQ(stored(), (Lines{"1@1s"}));
 }
 
-TEST_F(Connection, SavedIdsAreBounded) {
-    make_connected();
-    auto& saved = Access::saved_alarm_ids(*target);
-    for (std::uint32_t id = 0; id < 65'535; ++id)
-        saved[{id, 0}] = -1;
-    logger->fire_raised(alarm(1, 100'001));
-    logger->fire_raised(alarm(1, 100'002));
-    target->disconnect();
+// A target whose imports fail for ever does not fill the memory.
+TEST(SavedAlarmIds, ForgetsThoseThatWereLiveTheLongestTimeAgo) {
+    ZoHmiEventLogger::SavedAlarmIds saved;
+    const auto add = [&saved](std::uint32_t from, std::uint32_t to, int id) {
+        std::map<ZoHmiEventLogger::AlarmKey, int> ids;
+        for (; from < to; ++from)
+            ids.emplace(ZoHmiEventLogger::AlarmKey{from, 0}, id);
+        saved.add(ids);
+    };
+    const auto id_of = [&saved](std::uint32_t key) { return saved.find({key, 0}).value_or(0); };
+    add(5, 7, 1);
+    add(100, 70'000, 2); // more than the bound, but all live at once
+    EXPECT_EQ(saved.size(), 69'900U);
+    EXPECT_EQ(id_of(5), 0);
+    add(101, 102, 3);
+    EXPECT_EQ(saved.size(), 65'536U);
+    EXPECT_EQ(id_of(101), 2) << "older ids stay";
+    add(1, 2, 4); // in front by its key, but the newest
+    EXPECT_EQ(id_of(1), 4);
+    EXPECT_EQ(id_of(101), 2) << "live again meanwhile";
     EXPECT_EQ(saved.size(), 65'536U);
 }
 

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -34,7 +33,7 @@ struct TargetSystemTestAccess {
     static std::mutex& event_mutex(TargetSystem& target) { return target.event_mutex_; }
     static std::mutex& callback_mutex(TargetSystem& target) { return *target.callback_mutex_; }
     static std::mutex& connection_mutex(TargetSystem& target) { return target.connection_mutex_; }
-    static std::map<AlarmKey, int>& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
+    static SavedAlarmIds& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
     static std::uint32_t event_cookie(TargetSystem& target) { return target.event_cookie; }
 
     template <class Key, class Answer>
