@@ -4,6 +4,7 @@
 #include "targets/target_system.h"
 #include "targets/trace_message.h"
 
+#include <exception>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -18,15 +19,27 @@ public:
     EventLock(const EventLock&) = delete;
     EventLock& operator=(const EventLock&) = delete;
 
+    /// Tells of every event, even when the listener throws; the first exception is thrown on at the end.
     void unlock() {
         std::vector<ZoHmiSrv::Event> evicted;
         evicted.swap(target_.evicted_);
         lock_.unlock();
+        std::exception_ptr failure;
+        const auto tell = [&failure](auto&& call) {
+            try {
+                call();
+            } catch (...) {
+                if (!failure) failure = std::current_exception();
+            }
+        };
         for (const ZoHmiSrv::Event& event : evicted) {
-            target_.listener_->log_message(
-                trace_message("FORGET_EVENT", {target_.name_.c_str(), event.time_received()}));
-            target_.listener_->forget_event(event);
+            tell([&] {
+                target_.listener_->log_message(
+                    trace_message("FORGET_EVENT", {target_.name_.c_str(), event.time_received()}));
+            });
+            tell([&] { target_.listener_->forget_event(event); });
         }
+        if (failure) std::rethrow_exception(failure);
     }
 
     /// A handler that throws must not keep back what was evicted.

@@ -162,6 +162,10 @@ TEST_F(Intake, HandlersThatFailStillTellWhatWasEvicted) {
     EXPECT_EQ(logger->fire_raised(first), E_ACCESSDENIED);
     EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @6s)", "forget_event @6s"}));
     EXPECT_EQ(stored(), (Lines{"message@7s", "1@9s"}));
+    // A listener that fails at the trace still hears of the event itself.
+    listener.plan().throw_error("log_message FORGET_EVENT", "host", 1);
+    EXPECT_EQ(logger->fire_message(message(8)), E_FAIL);
+    EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @7s)", "forget_event @7s"}));
 }
 
 TEST_F(Intake, DatabaseChanges) {
