@@ -150,7 +150,8 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, std::
         always);
 }
 
-// Causes with remedies, and details: a list for a kind of event, from a logger that has the newer interface.
+// Causes with remedies, and details: a list for a kind of event. Both are asked of the newest interface, although a
+// logger might offer an older one that has one of them.
 template <class Logger, class Collection>
 ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey, Value>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
@@ -159,7 +160,7 @@ ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache
     return ask_logger(
         cache, EventKindKey{*event.event_class, *event.event_id, event.language}, list,
         [&]() -> std::shared_ptr<const Value> {
-            const auto logger = query<Logger>(*proxy_);
+            const auto logger = query<IZoEventLogger5>(*proxy_);
             if (!logger) return nullptr;
             CComPtr<Collection> collection;
             throw_if_failed(
