@@ -1,15 +1,11 @@
-// What an operator asks of the extension: confirm, read in one's own language, run commands.
+// What an operator asks of the extension: confirm alarms, and run commands.
 #include "tests/extension/extension_fixture.h"
 
 #include "extension/host/command.h"
 #include "extension/host/event_payload.h"
-#include "targets/locale_id.h"
-#include "targets/locale_table.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <iterator>
+#include <initializer_list>
+#include <utility>
 
 using namespace ZoHmiSrv;
 
@@ -17,174 +13,133 @@ namespace {
 
 class Operator : public ExtensionTest {
 protected:
-    Operator() {
-        logger = add_target("a");
-        logger->has_class_name = logger->has_source_name = logger->has_logger4 = logger->has_logger5 = true;
-        logger->text = [](const fakes::TextRequest& request) { return "text " + std::to_string(request.language); };
-        logger->class_name = [](const GUID&, std::int32_t) { return std::string("class"); };
-        logger->source_name = [](std::int32_t, const GUID&, const std::string& name) { return name + " localized"; };
-        logger->causes_and_remedies = {{"1", "cause", "remedy"}};
-        logger->details = {{"d", "first", "one"}, {"d", "last", "two"}};
-        alarm = logger->make_alarm({.event_id = 7, .raised = fakes::file_time(5), .source_name = "pump"});
-        logger->active = {alarm};
-        start_without_ticks();
-        const Value list = listed();
-        event = list[0].get_event().payload().get_alarm();
+    Operator() : logger(add_target("a")) {
+        logger->history = {logger->make_logged_event({.type = 0}), logger->make_logged_event()};
+        logger->active = {logger->make_alarm({.raised = fakes::file_time(5), .unique_id = 1})};
     }
-    ErrorValue localize(EventPayload& payload, const char* locale = "de-DE") {
-        return extension->on_localize_event(Context(), locale, payload, text);
-    }
+    void run(CommandGroup& group) { extension->on_request(Context(), group); }
     Command run(const char* mapping, const Value& input = Value()) {
         CommandGroup group;
         group.add(Command(mapping)).write_value() = input;
-        extension->on_request(Context(), group);
+        run(group);
         return group[0];
     }
-    std::size_t questions() {
-        std::size_t sum = 0;
-        for (const char* call : fetches)
-            sum += logger->plan->count(call);
-        return sum;
+    unsigned result(const char* mapping, const Value& input) { return run(mapping, input).extension_result(); }
+    // The diagnostics of one target.
+    Value diagnose(const char* name) { return run("Diagnostics").read_value()["TARGET_SYSTEMS"][name]; }
+    static Value structure(std::initializer_list<std::pair<const char*, Value>> members) {
+        Value value;
+        value.set_type(ValueType::Struct);
+        for (const auto& [name, member] : members)
+            value.insert(name, member);
+        return value;
     }
 
-    static constexpr const char* fetches[] = {"GetText", "GetEventClassName", "GetSourceNameText",
-                                              "GetCausesAndRemedies", "GetDetails"};
     fakes::LoggerPtr logger;
-    fakes::AlarmPtr alarm;
-    Alarm event;
-    String text{"untouched"};
 };
 
-TEST_F(Operator, ReadsAnEventInTheirLanguage) {
-    ASSERT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_STREQ(text.name(), "text 1031");
-    const Value& parameters = event.parameters();
-    EXPECT_STREQ(parameters["eventClassName"].get_string(), "class");
-    EXPECT_STREQ(parameters["localizedSourceName"].get_string(), "pump localized");
-    EXPECT_EQ(parameters["causeRemedy"].type(), ValueType::Vector);
-    EXPECT_STREQ(parameters["causeRemedy"][0]["remedy"].get_string(), "remedy");
-    EXPECT_EQ(parameters["details"].type(), ValueType::Struct);
-    EXPECT_EQ(parameters["details"].size(), 1u);
-    EXPECT_STREQ(parameters["details"]["d"]["text"].get_string(), "last");
+TEST_F(Operator, ConfirmsAtTheLogger) {
+    start_without_ticks();
+    Alarm alarm = listed()[2].get_event().payload().get_alarm();
+    EXPECT_EQ(extension->on_confirm_alarm(Context(), alarm), HMI_SUCCESS);
+    EXPECT_EQ(logger->plan->count("Alarm.Confirm"), 1u);
+    alarm.set_id(alarm.id() + 1000);
+    EXPECT_EQ(extension->on_confirm_alarm(Context(), alarm), HMI_E_FAIL);
+    alarm.parameters().insert_or_update("targetName", "gone");
+    EXPECT_EQ(extension->on_confirm_alarm(Context(), alarm), HMI_E_ENTRY_NOT_FOUND);
+    alarm.parameters().clear();
+    EXPECT_EQ(extension->on_confirm_alarm(Context(), alarm), HMI_E_ENTRY_NOT_FOUND);
 }
 
-TEST_F(Operator, GetsAllOrNothing) {
-    for (const char* fetch : fetches) {
-        SCOPED_TRACE(fetch);
-        logger->plan->answer(fetch, E_FAIL, 1);
-        const Alarm before = event;
-        EXPECT_EQ(localize(event), HMI_E_UNEXPECTED);
-        EXPECT_EQ(event, before);
-        EXPECT_STREQ(text.name(), "untouched");
-        EXPECT_FALSE(take_calls("host.send_message ZORVANE_EVENTLOGGER_ERROR").empty());
+TEST_F(Operator, ReadsTheStateOfEveryTarget) {
+    set_entry("off", target_entry("5.2.2.2.1.1", false));
+    start_without_ticks();
+    const Value good = structure({{"connectionState", "Good"},
+                                  {"importedEventsCount", 3},
+                                  {"importedAlarmsCount", 2},
+                                  {"importedInvalidAlarmsCount", 1},
+                                  {"importedMessagesCount", 1},
+                                  {"activeAlarmsCount", 1},
+                                  {"cachedAlarmsCount", 2},
+                                  {"cachedInvalidAlarmsCount", 1},
+                                  {"cachedMessagesCount", 1}});
+    const Value off = structure({{"connectionState", "Disabled"}});
+    const Value lost = structure({{"connectionState", "Not Connected"}});
+    Value targets;
+    targets.set_type(ValueType::Map).insert("a", good);
+    targets.insert("off", off);
+    EXPECT_EQ(run("Diagnostics").read_value(), structure({{"TARGET_SYSTEMS", targets}}));
+    tick();
+    EXPECT_EQ(result("ForceReconnect", "a"), 0u);
+    EXPECT_EQ(diagnose("a"), lost) << "no attempt has failed yet";
+    logger->plan->answer("ConnectWithSettings", hresult(0x98110745), 1);
+    tick();
+    EXPECT_EQ(diagnose("a"), structure({{"connectionState", "Not Connected"},
+                                        {"connectError", "FDXERR_CLIENT_SYNCTIMEOUT (0x98110745)"}}));
+    tick();
+    EXPECT_EQ(diagnose("a"), good);
+    logger->plan->answer("IsConnected", E_FAIL, 1);
+    EXPECT_ANY_THROW(run("Diagnostics"));
+}
+
+TEST_F(Operator, ActsOnTheTargetThatACommandNames) {
+    set_entry("off", target_entry("5.2.2.2.1.1", false));
+    start_without_ticks();
+    // One takes the name itself, the other a Struct; each finds no name in what the other takes.
+    const auto named = [](const Value& name) { return structure({{"targetName", name}}); };
+    struct {
+        const char* mapping;
+        const char* call;
+        Value input, unknown, wrong;
+        Value off;
+    } const cases[] = {
+        {"ForceReconnect", "Disconnect", "a", "gone", named("a"), "off"},
+        {"ClearLoggedEvents", "ClearLoggedEvents", named("a"), named("gone"), "a", named("off")},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.mapping);
+        logger->plan->answer(row.call, E_FAIL, 1);
+        host.clear();
+        EXPECT_EQ(result(row.mapping, row.input), unsigned{HMI_E_FAIL});
+        EXPECT_EQ(host.messages("ZORVANE_EVENTLOGGER_ERROR").size(), 1u);
+        logger->plan->answer(row.call, S_FALSE, 1);
+        EXPECT_EQ(result(row.mapping, row.input), 0u);
+        EXPECT_EQ(logger->plan->count(row.call), 2u);
+        for (const Value& nobody : {row.unknown, row.wrong, Value(), Value(5)}) {
+            const Command command = run(row.mapping, nobody);
+            EXPECT_EQ(command.extension_result(), unsigned{HMI_E_ENTRY_NOT_FOUND});
+            EXPECT_STREQ(command.result_string(), "");
+        }
+        EXPECT_EQ(result(row.mapping, row.off), 0u) << "whether it is connected is not asked";
     }
 }
 
-TEST_F(Operator, IsAnsweredFromTheCachesWhileTheTargetIsAway) {
-    ASSERT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(questions(), 5u);
-    tick(); // the state is known as connected
-    logger->connected = VARIANT_FALSE;
-    EXPECT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(questions(), 5u) << "no call leaves for the logger";
+TEST_F(Operator, OneCommandsFailureLeavesTheOthersAlone) {
+    set_entry("Z", target_entry("5.3.3.3.1.1", true)); // before "a", byte by byte, and not connected
+    set_entry("off", target_entry("5.2.2.2.1.1", false));
     logger->plan->answer("ConnectWithSettings", E_FAIL, 1);
-    tick(); // finds the loss and clears
-    EXPECT_EQ(localize(event), HMI_E_CONNECT);
-    tick();
-    EXPECT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(logger->plan->count("GetText"), 1u) << "texts outlast the connection";
-    EXPECT_EQ(logger->plan->count("GetEventClassName"), 2u);
-}
-
-TEST_F(Operator, PreloadedTextsAreAskedEachTime) {
-    set_config("PRELOAD_TRANSLATIONS", true);
-    ASSERT_EQ(localize(event), HMI_SUCCESS);
-    ASSERT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(logger->plan->count("GetText"), 2u);
-    EXPECT_EQ(logger->plan->count("GetDetails"), 1u);
-}
-
-TEST_F(Operator, GivesArgumentsBackAsTwoRangesBehindEachOther) {
-    Value& parameters = event.parameters();
-    parameters.insert_or_update("numArguments", 2.0);
-    parameters.insert_or_update("types", "AQI="); // 01 02
-    parameters.insert_or_update("data", "AwQF");  // 03 04 05
-    ASSERT_EQ(localize(event), HMI_SUCCESS);
-    const auto request = logger->record().text_requests.back();
-    EXPECT_EQ(request.arguments.count, 2u);
-    EXPECT_EQ(request.arguments.types_offset, 0u);
-    EXPECT_EQ(request.arguments.types_size, 2u);
-    EXPECT_EQ(request.arguments.data_offset, 2u);
-    EXPECT_EQ(request.arguments.data_size, 3u);
-    EXPECT_EQ(request.block, (std::vector<std::uint8_t>{1, 2, 3, 4, 5}));
-    EXPECT_EQ(parameters["types"].type(), ValueType::Binary);
-    parameters.remove(parameters.find("data"));
-    ASSERT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(logger->record().text_requests.back().arguments.count, 0u);
-}
-
-TEST_F(Operator, ReadsWhatNoTargetCanTell) {
-    Message message;
-    message.set_name("own name");
-    EXPECT_EQ(localize(message), HMI_SUCCESS);
-    EXPECT_STREQ(text.name(), "own name");
-    message.parameters().insert("targetName", "gone");
-    EXPECT_EQ(localize(message, "xx"), HMI_SUCCESS);
-    EXPECT_STREQ(text.name(), "TARGET_NOT_FOUND");
-    EXPECT_STREQ(message.parameters()["eventClassName"].get_string(), "TARGET_NOT_FOUND");
-}
-
-TEST_F(Operator, ConfirmsAtTheLogger) {
-    EXPECT_EQ(extension->on_confirm_alarm(Context(), event), HMI_SUCCESS);
-    EXPECT_EQ(logger->plan->count("Alarm.Confirm"), 1u);
-    Alarm unknown = event;
-    unknown.set_id(event.id() + 1000);
-    EXPECT_EQ(extension->on_confirm_alarm(Context(), unknown), HMI_E_FAIL);
-    unknown.parameters().insert_or_update("targetName", "gone");
-    EXPECT_EQ(extension->on_confirm_alarm(Context(), unknown), HMI_E_ENTRY_NOT_FOUND);
-}
-
-TEST_F(Operator, RunsTheFourCommands) {
-    const Value good = run("Diagnostics").read_value();
-    EXPECT_EQ(good["TARGET_SYSTEMS"].type(), ValueType::Map);
-    EXPECT_STREQ(good["TARGET_SYSTEMS"]["a"]["connectionState"].get_string(), "Good");
-    EXPECT_EQ(good["TARGET_SYSTEMS"]["a"]["activeAlarmsCount"], Value(1));
-    EXPECT_EQ(good["TARGET_SYSTEMS"]["a"].size(), 9u);
-    EXPECT_STREQ(run("ListEnabledTargetSystems").read_value()[0].get_string(), "a");
-
-    EXPECT_EQ(run("ForceReconnect", "gone").extension_result(), static_cast<unsigned>(HMI_E_ENTRY_NOT_FOUND));
-    EXPECT_EQ(run("ForceReconnect", "a").extension_result(), 0u);
-    const Value lost = run("Diagnostics").read_value();
-    EXPECT_STREQ(lost["TARGET_SYSTEMS"]["a"]["connectionState"].get_string(), "Not Connected");
-    EXPECT_EQ(lost["TARGET_SYSTEMS"]["a"].size(), 1u) << "no counters and no error";
-    logger->plan->answer("ConnectWithSettings", hresult(0x98110745), 1);
-    tick();
-    const Value failed = run("Diagnostics").read_value();
-    EXPECT_STREQ(failed["TARGET_SYSTEMS"]["a"]["connectError"].get_string(), "FDXERR_CLIENT_SYNCTIMEOUT (0x98110745)");
-
-    Value input;
-    input.set_type(ValueType::Struct).insert("targetName", "a");
-    EXPECT_EQ(run("ClearLoggedEvents", input).extension_result(), 0u);
-    EXPECT_EQ(run("ClearLoggedEvents", "a").extension_result(), static_cast<unsigned>(HMI_E_ENTRY_NOT_FOUND));
-    logger->plan->answer("ClearLoggedEvents", E_FAIL, 1);
-    EXPECT_EQ(run("ClearLoggedEvents", input).extension_result(), static_cast<unsigned>(HMI_E_FAIL));
-    const Command unknown = run("diagnostics");
-    EXPECT_EQ(unknown.extension_result(), static_cast<unsigned>(HMI_E_INVALID_SYMBOL));
-    EXPECT_STREQ(unknown.result_string(),
+    start_without_ticks();
+    CommandGroup group;
+    for (const char* mapping : {"ListEnabledTargetSystems", "listEnabledTargetSystems", "Diagnostics"})
+        group.add(Command(mapping)).set_extension_result(77);
+    run(group);
+    EXPECT_EQ(group[0].extension_result(), 0u);
+    EXPECT_EQ(group[0].read_value(), Value().set_type(ValueType::Vector) << "Z"
+                                                                         << "a");
+    EXPECT_EQ(group[1].extension_result(), unsigned{HMI_E_INVALID_SYMBOL});
+    EXPECT_STREQ(group[1].result_string(),
                  "Unkown command. Command handler missing. Please check the version of the extension.");
+    EXPECT_FALSE(group[1].read_value().isset());
+    EXPECT_EQ(group[2].extension_result(), 0u);
+    EXPECT_EQ(group[2].read_value()["TARGET_SYSTEMS"].size(), 3u);
 }
 
-TEST(Locale, TagsHaveTheirPublishedNumbers) {
-    EXPECT_EQ(std::size(ZoHmiEventLogger::locale_table), 829u);
-    EXPECT_EQ(std::ranges::count(ZoHmiEventLogger::locale_table, 0x1000, &ZoHmiEventLogger::LocaleRow::id), 418);
-    struct Row {
-        const char* tag;
-        std::int32_t id;
-    };
-    for (const Row& row : {Row{"de-DE", 0x407}, Row{"zh-CN", 0x804}, Row{"zh-Hans", 0x4}, Row{"nso-ZA", 0x46C},
-                           Row{"en-CB", 0x2409}, Row{"ps-AR", 0x463}, Row{"DE-de", 0x9}, Row{"", 0x9},
-                           Row{"aa", 0x1000}, Row{" de", 0x9}, Row{"zu-ZA", 0x435}, Row{"tl-PH", 0x9}})
-        EXPECT_EQ(ZoHmiEventLogger::locale_to_lcid(row.tag), row.id) << row.tag;
+TEST_F(Operator, AnEmptyTableGivesEmptyAnswers) {
+    set_entry("a", Value());
+    fakes::FakeProxyLibrary::instance().next_loggers.clear();
+    start_without_ticks();
+    EXPECT_EQ(run("Diagnostics").read_value(), structure({{"TARGET_SYSTEMS", Value().set_type(ValueType::Map)}}));
+    EXPECT_EQ(run("ListEnabledTargetSystems").read_value(), Value().set_type(ValueType::Vector));
 }
 
 } // namespace

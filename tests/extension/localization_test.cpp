@@ -1,0 +1,332 @@
+// Events in the language of whoever reads them.
+#include "tests/extension/extension_fixture.h"
+
+#include "extension/host/event_payload.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <functional>
+
+using namespace ZoHmiSrv;
+using testing::ElementsAre;
+
+namespace {
+
+using Counts = std::array<std::size_t, 5>;
+
+class Localization : public ExtensionTest {
+protected:
+    Localization() {
+        logger = add_target("a");
+        logger->has_class_name = logger->has_source_name = logger->has_logger4 = logger->has_logger5 = true;
+        logger->text = [](const fakes::TextRequest& request) { return "text " + std::to_string(request.language); };
+        logger->class_name = [](const GUID&, std::int32_t) { return std::string("class"); };
+        logger->source_name = [](std::int32_t, const GUID& source, const std::string& name) {
+            return name + " localized " + std::to_string(source.Data1);
+        };
+        logger->causes_and_remedies = {{"1", "cause", "remedy"}, {"1", "another", "one"}};
+        logger->details = {{"d", "first", "one"}, {"d", "last", "two"}};
+        logger->active = {logger->make_alarm({.event_id = 7,
+                                              .raised = fakes::file_time(5),
+                                              .source_guid = GUID{0xAB, 0, 0, {}},
+                                              .source_name = "pump"})};
+    }
+    void start(double event_limit = 100.0) {
+        set_config("LIMIT_EVENT_COUNT", event_limit);
+        start_without_ticks();
+        event = listed()[0].get_event().payload().get_alarm();
+    }
+    ErrorValue localize(EventPayload& payload, const char* locale = "de-DE") {
+        return extension->on_localize_event(Context(), locale, payload, text);
+    }
+    // How often the logger was asked each of the five questions since the last look.
+    Counts asked() {
+        Counts counts;
+        for (std::size_t i = 0; i < counts.size(); ++i) {
+            const std::size_t count = logger->plan->count(questions[i]);
+            counts[i] = count - std::exchange(counted[i], count);
+        }
+        return counts;
+    }
+    Value& parameter(const char* name) { return event.parameters()[name]; }
+    std::size_t preload_reads() {
+        const auto reads = host.take_reads();
+        return static_cast<std::size_t>(
+            std::ranges::count(reads, "PRELOAD_TRANSLATIONS", [](const auto& read) { return read.first; }));
+    }
+
+    static constexpr const char* questions[] = {"GetText", "GetEventClassName", "GetSourceNameText",
+                                                "GetCausesAndRemedies", "GetDetails"};
+    fakes::LoggerPtr logger;
+    Counts counted{};
+    Alarm event;
+    String text{"untouched"};
+};
+
+TEST_F(Localization, WritesAllAnswersIntoTheEvent) {
+    start();
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_STREQ(text.name(), "text 1031");
+    EXPECT_STREQ(parameter("eventClassName").get_string(), "class");
+    EXPECT_STREQ(parameter("localizedSourceName").get_string(), "pump localized 171");
+    const Value causes = parameter("causeRemedy"); // a list, in which an id can stand twice
+    ASSERT_EQ(causes.type(), ValueType::Vector);
+    ASSERT_EQ(causes.size(), 2u);
+    EXPECT_EQ(causes[0].type(), ValueType::Struct);
+    EXPECT_EQ(causes[0].size(), 3u);
+    EXPECT_STREQ(causes[0]["id"].get_string(), "1");
+    EXPECT_STREQ(causes[0]["cause"].get_string(), "cause");
+    EXPECT_STREQ(causes[1]["remedy"].get_string(), "one");
+    const Value details = parameter("details"); // by id, where it cannot
+    ASSERT_EQ(details.type(), ValueType::Struct);
+    EXPECT_EQ(details.size(), 1u);
+    EXPECT_EQ(details["d"].type(), ValueType::Struct);
+    EXPECT_EQ(details["d"].size(), 2u);
+    EXPECT_STREQ(details["d"]["text"].get_string(), "last");
+    EXPECT_STREQ(details["d"]["comment"].get_string(), "two");
+    // Another language is another question, and what the first one wrote and this one has not stays.
+    logger->details.clear();
+    logger->text = [](const fakes::TextRequest&) { return std::string(); };
+    ASSERT_EQ(localize(event, nullptr), HMI_SUCCESS);
+    EXPECT_STREQ(text.name(), "");
+    EXPECT_EQ(logger->record().text_requests.back().language, 9);
+    EXPECT_EQ(parameter("details"), details);
+}
+
+// Whatever fails, the event is bit for bit what it was, with its texts still unconverted.
+TEST_F(Localization, ChangesAllOrNothing) {
+    start();
+    event.parameters().insert_or_update("numArguments", 1.0);
+    event.parameters().insert_or_update("types", "AQ==");
+    event.parameters().insert_or_update("data", "AAAAAA==");
+    const Alarm before = event;
+    const auto expect_failure = [&](ErrorValue code) {
+        EXPECT_EQ(localize(event), code);
+        EXPECT_EQ(event, before);
+        EXPECT_EQ(event.parameters().size(), Alarm(before).parameters().size());
+        EXPECT_STREQ(text.name(), "untouched");
+    };
+    struct Failure {
+        const char* call;
+        HRESULT code;
+    };
+    for (const Failure& row :
+         {Failure{"GetText", E_FAIL}, Failure{"GetEventClassName", E_FAIL}, Failure{"GetSourceNameText", E_FAIL},
+          Failure{"GetCausesAndRemedies", E_FAIL}, Failure{"GetCausesAndRemedies", S_OK}, // without a list
+          Failure{"GetDetails", S_OK}, Failure{"GetDetails", E_FAIL}}) {
+        SCOPED_TRACE(row.call);
+        logger->plan->answer(row.call, row.code, 1);
+        host.clear();
+        expect_failure(HMI_E_UNEXPECTED);
+        EXPECT_EQ(host.messages("ZORVANE_EVENTLOGGER_ERROR").size(), 1u);
+    }
+    logger->plan->throw_foreign("GetDetails", 1);
+    expect_failure(HMI_E_UNEXPECTED);
+    logger->plan->answer("IsConnected", E_FAIL, 1); // the test of the connection is part of it
+    expect_failure(HMI_E_UNEXPECTED);
+    logger->connected = VARIANT_FALSE;
+    expect_failure(HMI_E_CONNECT);
+    logger->connected = VARIANT_TRUE;
+    EXPECT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_EQ(parameter("types").type(), ValueType::Binary);
+    EXPECT_EQ(parameter("data").type(), ValueType::Binary);
+}
+
+TEST_F(Localization, AHitNeedsNoConnectionAndTheTextsOutlastIt) {
+    start();
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_EQ(asked(), (Counts{1, 1, 1, 1, 1}));
+    tick(); // the state is known as connected
+    logger->connected = VARIANT_FALSE;
+    take_calls();
+    fakes::call_log().clear();
+    EXPECT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_TRUE(fakes::call_log().texts().empty()) << "not even for the connection";
+    logger->plan->answer("ConnectWithSettings", E_FAIL, 1);
+    tick(); // finds the loss and clears
+    EXPECT_EQ(localize(event), HMI_E_CONNECT);
+    tick();
+    EXPECT_EQ(asked(), Counts{});
+    EXPECT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_EQ(asked(), (Counts{0, 1, 1, 1, 1}));
+}
+
+TEST_F(Localization, ThePreloadSettingIsReadForEachTextThatTheLoggerGave) {
+    start();
+    preload_reads();
+    logger->plan->answer("GetText", E_FAIL, 1);
+    EXPECT_EQ(localize(event), HMI_E_UNEXPECTED);
+    EXPECT_EQ(preload_reads(), 0u);
+    set_config("PRELOAD_TRANSLATIONS", true);
+    for (int i = 0; i < 2; ++i) { // the text is not kept, all else is
+        EXPECT_EQ(localize(event), HMI_SUCCESS);
+        EXPECT_EQ(preload_reads(), 1u);
+    }
+    EXPECT_EQ(asked(), (Counts{3, 1, 1, 1, 1}));
+    set_config("PRELOAD_TRANSLATIONS", false);
+    EXPECT_EQ(localize(event), HMI_SUCCESS);
+    set_config("PRELOAD_TRANSLATIONS", true);
+    EXPECT_EQ(localize(event), HMI_SUCCESS); // what was kept before is used
+    EXPECT_EQ(asked(), (Counts{1, 0, 0, 0, 0}));
+    EXPECT_EQ(preload_reads(), 1u);
+}
+
+TEST_F(Localization, AsksOnlyWhatTheEventHoldsTheKeysOf) {
+    start(0.0); // texts are never kept
+    const Alarm whole = event;
+    struct Case {
+        const char* name;
+        Value value; // Null: as if the parameter were missing
+        Counts asked;
+        const char* class_name = "class";
+        const char* source_name = "pump localized 171";
+    };
+    const Case cases[] = {
+        {"eventClass", Value(), {0, 0, 1, 0, 0}, ""},
+        {"eventClass", "no class", {0, 0, 1, 0, 0}, ""},
+        {"eventClass", "{00000000-0000-0000-0000-000000000000}", {1, 1, 1, 1, 1}},
+        {"eventClass", 5, {0, 0, 1, 0, 0}, ""},
+        {"eventId", Value(), {0, 1, 1, 0, 0}},
+        {"eventId", "8", {1, 1, 1, 1, 1}},
+        {"numArguments", Value(), {0, 1, 1, 1, 1}},
+        {"numArguments", "0", {1, 1, 1, 1, 1}},
+        {"sourceName", Value(), {1, 1, 0, 1, 1}, "class", ""},
+        {"sourceName", 12, {1, 1, 1, 1, 1}, "class", "12 localized 171"},
+        {"sourceGuid", Value(), {1, 1, 1, 1, 1}, "class", "pump localized 0"}, // the event's class instead
+        {"sourceGuid", "none", {1, 1, 1, 1, 1}, "class", "pump localized 0"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(std::string(row.name) + " " + row.value.get_string());
+        event = whole;
+        event.parameters().insert_or_update(row.name, row.value);
+        asked();
+        ASSERT_EQ(localize(event), HMI_SUCCESS);
+        EXPECT_EQ(asked(), row.asked);
+        EXPECT_STREQ(text.name(), row.asked[0] ? "text 1031" : "");
+        EXPECT_STREQ(parameter("eventClassName").get_string(), row.class_name);
+        EXPECT_STREQ(parameter("localizedSourceName").get_string(), row.source_name);
+        EXPECT_EQ(parameter("causeRemedy").isset(), row.asked[3] != 0);
+        logger->connected = VARIANT_FALSE;
+        tick(); // empties the other caches
+    }
+}
+
+TEST_F(Localization, ALoggerWithoutAnInterfaceHasNoAnswerButIsNoFailure) {
+    start();
+    const Alarm whole = event;
+    const auto all = {&logger->has_class_name, &logger->has_source_name, &logger->has_logger4, &logger->has_logger5};
+    for (auto* interface : all)
+        *interface = false;
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_EQ(parameter("eventClassName"), Value(""));
+    for (const char* name : {"localizedSourceName", "causeRemedy", "details"})
+        EXPECT_FALSE(std::as_const(event.parameters())[name].isset()) << name;
+    logger->connected = VARIANT_FALSE;
+    EXPECT_EQ(localize(event), HMI_E_CONNECT) << "the text is kept, but nothing else is";
+    logger->connected = VARIANT_TRUE;
+    logger->has_logger4 = true; // both lists are asked of version 5
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    for (auto* interface : all)
+        *interface = true;
+    logger->source_name = {}; // an empty answer is one
+    logger->causes_and_remedies.clear();
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_EQ(asked(), (Counts{1, 1, 1, 1, 1}));
+    EXPECT_EQ(parameter("localizedSourceName"), Value(""));
+    EXPECT_FALSE(std::as_const(event.parameters())["causeRemedy"].isset());
+    EXPECT_TRUE(parameter("details").isset());
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_EQ(asked(), Counts{}) << "empty answers are kept, too";
+}
+
+TEST_F(Localization, GivesArgumentsBackAsTwoRangesBehindEachOther) {
+    start();
+    Value bytes; // 03 04 05
+    bytes.set("AwQF");
+    bytes.convert(ValueType::Binary);
+    struct Case {
+        Value count, types, data;
+        std::array<std::uint32_t, 5> descriptor; // count, offset and size of the types, of the data
+        std::vector<std::uint8_t> block;
+        std::size_t asked = 1;
+    };
+    const Case cases[] = {
+        {2.9, "AQI=", "AwQF", {2, 0, 2, 2, 3}, {1, 2, 3, 4, 5}},
+        {2, "AQI=", bytes, {2, 0, 2, 2, 3}, {}, 0}, // the same text again
+        {2, "AgE=", bytes, {2, 0, 2, 2, 3}, {}, 0}, // the types do not tell texts apart
+        {-1.0, "AQI=", "", {0xFFFFFFFF, 0, 2, 2, 0}, {1, 2}},
+        {2.0, "AQI=", Value(), {}, {}, 0}, // without arguments, and so the text of no data as above
+        {0.5, "AQI=", "Bg==", {}, {}, 0},
+        {1.0, "AQ==", "Bg==", {1, 0, 1, 1, 1}, {1, 6}},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(&row - cases);
+        event.parameters().insert_or_update("numArguments", row.count);
+        event.parameters().insert_or_update("types", row.types);
+        event.parameters().insert_or_update("data", row.data);
+        ASSERT_EQ(localize(event), HMI_SUCCESS);
+        EXPECT_EQ(asked()[0], row.asked);
+        if (row.asked == 0) continue;
+        const auto request = logger->record().text_requests.back();
+        const auto& asked_with = request.arguments;
+        EXPECT_EQ((std::array{asked_with.count, asked_with.types_offset, asked_with.types_size, asked_with.data_offset,
+                              asked_with.data_size}),
+                  row.descriptor);
+        EXPECT_EQ(request.block, row.block);
+    }
+    event.parameters().remove(event.parameters().find("data"));
+    ASSERT_EQ(localize(event, "en-US"), HMI_SUCCESS);
+    EXPECT_EQ(logger->record().text_requests.back().arguments.count, 0u);
+}
+
+TEST_F(Localization, KeepsEightTextsForEachEventThatIsKept) {
+    start(1.0);
+    const auto texts_asked = [this](double event_id) {
+        event.parameters().insert_or_update("eventId", event_id);
+        EXPECT_EQ(localize(event), HMI_SUCCESS);
+        return asked()[0];
+    };
+    for (int id = 0; id < 8; ++id)
+        EXPECT_EQ(texts_asked(id), 1u);
+    for (int id = 0; id < 8; ++id)
+        EXPECT_EQ(texts_asked(id), 0u);
+    EXPECT_EQ(texts_asked(8), 1u);
+    EXPECT_EQ(texts_asked(1), 0u);
+    EXPECT_EQ(texts_asked(0), 1u);
+    EXPECT_EQ(texts_asked(1), 1u) << "the oldest goes, however often it was read";
+}
+
+TEST_F(Localization, ReadsWhatNoTargetCanTell) {
+    class Odd final : public EventPayload {
+    public:
+        void set_name(const char*) override {}
+        const char* name() const noexcept override { return ""; }
+        const char* domain() const noexcept override { return ""; }
+        Value& parameters() override { return parameters_; }
+        ValueType type() const noexcept override { return ValueType::Event; }
+
+    private:
+        Value parameters_;
+    } odd;
+    start();
+    EXPECT_EQ(localize(odd), HMI_E_INVALID_TYPE);
+    Message message;
+    message.set_name("own name");
+    EXPECT_EQ(localize(message), HMI_SUCCESS);
+    EXPECT_STREQ(text.name(), "own name");
+    EXPECT_STREQ(message.parameters()["eventClassName"].get_string(), "own name");
+    EXPECT_EQ(message.parameters().size(), 1u);
+    event.parameters().insert_or_update("targetName", "gone");
+    EXPECT_EQ(localize(event, "xx"), HMI_SUCCESS);
+    EXPECT_STREQ(text.name(), "TARGET_NOT_FOUND");
+    EXPECT_STREQ(parameter("eventClassName").get_string(), "TARGET_NOT_FOUND");
+    EXPECT_EQ(asked(), Counts{});
+    set_entry("off", target_entry("5.1.1.1.1.1", false));
+    fakes::FakeProxyLibrary::instance().expect_logger("off");
+    ASSERT_EQ(change("off"), HMI_SUCCESS);
+    event.parameters().insert_or_update("targetName", "off");
+    EXPECT_EQ(localize(event), HMI_E_CONNECT);
+}
+
+} // namespace

@@ -1,0 +1,81 @@
+#include "targets/locale_id.h"
+#include "targets/locale_table.h"
+#include "targets/localization_cache.h"
+#include "targets/localization_keys.h"
+#include "tests/support/checksum.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+
+namespace {
+
+using namespace ZoHmiEventLogger;
+
+struct Key {
+    int number;
+    bool operator==(const Key&) const = default;
+    std::size_t hash() const { return 0; } // all collide
+};
+
+using Cache = LocalizationCache<Key, int>;
+
+// The keys below 10 that are kept, each with its answer.
+std::string kept(const Cache& cache) {
+    std::string text;
+    for (int key = 0; key < 10; ++key)
+        if (const auto answer = cache.find({key})) text += std::to_string(key) + ":" + std::to_string(*answer) + " ";
+    return text;
+}
+
+TEST(LocalizationCache, DropsWhatCameFirst) {
+    struct Case {
+        std::uint64_t bound;
+        const char* kept;
+    };
+    for (const Case& row :
+         {Case{0, ""}, {1, "4:5 "}, {2, "3:4 4:5 "}, {4, "1:1 2:2 3:4 4:5 "}, {5, "1:1 2:2 3:4 4:5 "}}) {
+        Cache cache(row.bound);
+        for (const auto& [key, answer] : {std::pair{1, 1}, {2, 2}, {1, 3}, {3, 4}, {4, 5}}) {
+            cache.store({key}, std::make_shared<int>(answer));
+            cache.find({1}); // refreshes nothing
+        }
+        EXPECT_EQ(kept(cache), row.kept) << row.bound;
+        cache.clear();
+        EXPECT_EQ(kept(cache), "");
+        cache.store({7}, std::make_shared<int>(8));
+        EXPECT_EQ(kept(cache), row.bound ? "7:8 " : "");
+    }
+}
+
+TEST(LocalizationCache, HoldsABoundThatNobodyNamed) {
+    LocalizationCache<ClassNameKey, int> cache;
+    const auto answer = std::make_shared<int>();
+    for (std::int32_t language = 0; language <= 65'536; ++language)
+        cache.store({{}, language}, answer);
+    EXPECT_FALSE(cache.find({{}, 0}));
+    EXPECT_TRUE(cache.find({{}, 1}));
+    EXPECT_EQ(answer.use_count(), 65'537);
+}
+
+TEST(Locale, TagsHaveTheirPublishedNumbers) {
+    EXPECT_EQ(std::size(locale_table), 829u);
+    EXPECT_EQ(std::ranges::count(locale_table, 0x1000, &LocaleRow::id), 418);
+    std::string all;
+    for (const LocaleRow& row : locale_table)
+        all += std::string(row.tag) + "\t" + std::to_string(row.id) + "\n";
+    EXPECT_EQ(crc32(all), 0xBEB05A27);
+    struct Row {
+        const char* tag;
+        std::int32_t id;
+    };
+    for (const Row& row :
+         {Row{"de-DE", 0x407}, Row{"zh", 0x7804}, Row{"zh-Hans", 0x4}, Row{"aa", 0x1000}, Row{"az-AZ", 0x42C},
+          Row{"bs-BA", 0x141A}, Row{"en-CB", 0x2409}, Row{"ps-AR", 0x463}, Row{"sr-BA", 0x181A}, Row{"sr-SP", 0x2C1A},
+          Row{"uz-UZ", 0x443}, Row{"DE-de", 0x9}, Row{"", 0x9}, Row{" de", 0x9}, Row{"tl-PH", 0x9}, Row{"zh-CHS", 0x9}})
+        EXPECT_EQ(locale_to_lcid(row.tag), row.id) << row.tag;
+}
+
+} // namespace
