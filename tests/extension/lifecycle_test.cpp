@@ -33,7 +33,7 @@ protected:
     }
     // Once the extension is stopping, a change of configuration applies nothing.
     bool applies_changes() {
-        set_entry("later", target_entry("5.8.8.8.1.1", false));
+        set_entry("later", target_entry("5.8.8.8.1.1", true));
         call_log().clear();
         EXPECT_EQ(change("later"), HMI_SUCCESS);
         return call_log().count("host.reset_temporary_events") == 1;

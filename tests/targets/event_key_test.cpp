@@ -73,21 +73,4 @@ TEST(AlarmKey, IsOrderedById) {
     EXPECT_THROW((void)(none1 < none1), std::bad_optional_access);
 }
 
-TEST(AlarmKey, EqualsByTimeAndIdOrNeitherId) {
-    EXPECT_TRUE((AlarmKey{{}, 1} == AlarmKey{{}, 1}));
-    EXPECT_FALSE((AlarmKey{{}, 1} == AlarmKey{{}, 2}));
-    EXPECT_FALSE((AlarmKey{{}, 1} == AlarmKey{0, 1}));
-    EXPECT_FALSE((AlarmKey{1, 1} == AlarmKey{2, 1}));
-    EXPECT_FALSE((AlarmKey{1, 1} == AlarmKey{1, 2}));
-}
-
-TEST(AlarmKey, FailsWithTheProxy) {
-    for (const char* call : {"Alarm.GetUniqueId", "Alarm.GetTimeRaised"}) {
-        const auto plan = std::make_shared<fakes::CallPlan>();
-        const fakes::AlarmPtr alarm = new fakes::FakeAlarm({.unique_id = 1}, plan);
-        plan->answer(call, E_ACCESSDENIED);
-        EXPECT_THROW(AlarmKey::of(*alarm), ZoAtlCom::CAtlException) << call;
-    }
-}
-
 } // namespace
