@@ -140,7 +140,8 @@ std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vecto
     const auto names = targets_.names();
     slots.resize(names.size());
     bool changed = false;
-    for (std::size_t index = 0; index < names.size(); ++index) {
+    // A shutdown waits for the one target that is being polled, not for all that are away.
+    for (std::size_t index = 0; index < names.size() && !*stopping_; ++index) {
         HeldTarget& slot = slots[index];
         slot.target = targets_.find(names[index]);
         if (!slot.target) continue;

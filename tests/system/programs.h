@@ -3,10 +3,12 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 /// The real programs, started over the real link in a temporary folder. Each of them ends with its object.
@@ -29,10 +31,21 @@ private:
 /// Polls until the condition holds; false when it did not in time.
 bool eventually(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(20));
 
+/// How long a soak runs: what the environment says, else what is usual.
+std::uint64_t length_of_soak(const char* variable, std::uint64_t usual);
+
+/// A file of routes, of pairs of net id and address.
+void write_routes(const std::filesystem::path& file, const std::vector<std::pair<std::string, std::string>>& routes);
+
 void write_file(const std::filesystem::path& file, const std::string& text);
 std::string read_file(const std::filesystem::path& file);
 /// A file of demo/ as JSON.
 json demo(const std::string& name);
+/// A demo scenario that stands still: nothing happens but what the test says.
+json quiet(const std::string& name);
+/// The demo configuration with other targets, and the entry of an enabled one.
+json config_of(const json& targets);
+json enabled(const std::string& address);
 
 class Process {
 public:
@@ -42,7 +55,9 @@ public:
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    void send(const std::string& text) const;
+    /// Any number of lines, each with its line feed.
+    void write(const std::string& lines) const;
+    void send(const std::string& line) const { write(line + "\n"); }
     void signal(int number) const;
     pid_t id() const { return pid_; }
     /// The exit status, or -1 for any other end.
@@ -63,8 +78,8 @@ public:
     void run(const std::string& verb);
     /// Sends verbs that print nothing, each with its line feed, without waiting for their answers.
     void send(const std::string& verbs);
-    /// Waits until what was sent is answered; fails the test when an answer is not ok.
-    void settle();
+    /// Waits until what was sent is answered; fails the test when an answer is not ok, unless any answer will do.
+    void settle(bool any_answer = false);
     void signal(int number) const { process_->signal(number); }
     /// The logger's own view: {"log": [...], "alarms": [...]}.
     json list();
@@ -83,7 +98,6 @@ private:
 /// The development server with the product, its trace and its final list.
 class Server {
 public:
-    /// Routes are pairs of net id and address.
     Server(const TemporaryFolder& folder, const json& config,
            const std::vector<std::pair<std::string, std::string>>& routes,
            const std::vector<std::string>& options = {});

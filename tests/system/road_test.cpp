@@ -1,13 +1,11 @@
 // The whole road with the real programs: targets, link, stand-ins, product, server.
+#include "tests/system/known_events.h"
 #include "tests/system/programs.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <iterator>
 #include <set>
-#include <tuple>
 
 namespace {
 
@@ -15,77 +13,6 @@ using namespace programs;
 using namespace std::chrono_literals;
 
 constexpr char net_id[] = "5.12.82.40.1.1";
-
-/// A demo scenario that stands still: nothing happens but what the test says.
-json quiet(const std::string& name) {
-    json scenario = demo(name);
-    scenario.erase("schedule");
-    return scenario;
-}
-
-json config_of(const json& targets) {
-    json config = demo("config.json");
-    config["TARGET_SYSTEMS"] = targets;
-    return config;
-}
-
-json enabled(const std::string& address) {
-    return {{"ADDRESS", address}, {"ENABLED", true}};
-}
-
-/// An event as both sides know it: raised (ns since 1970), event id, and what became of it.
-using Known = std::tuple<std::int64_t, std::int64_t, std::string>;
-
-std::int64_t nanoseconds(const json& file_time) {
-    return file_time.get<std::int64_t>() == 0 ? 0 : (file_time.get<std::int64_t>() - 116444736000000000) * 100;
-}
-
-std::multiset<Known> known_to_logger(const json& list) {
-    std::multiset<Known> known;
-    const auto add = [&](const json& event, const char* kind) {
-        known.emplace(nanoseconds(event["raised"]), event["id"].get<std::int64_t>(), kind);
-    };
-    for (const json& event : list["log"]) {
-        const bool alarm = event.value("type", 0) == 1;
-        const json active = event.value("active", json(false));
-        if (alarm && (active.is_boolean() ? active.get<bool>() : active != 0)) continue; // among the alarms below
-        add(event, alarm ? "alarm" : "message");
-    }
-    for (const json& event : list["alarms"])
-        add(event, "alarm");
-    return known;
-}
-
-std::multiset<Known> known_to_server(const json& events) {
-    std::multiset<Known> known;
-    for (const json& event : events) {
-        const char* kind = event.contains("alarm") ? "alarm" : "message";
-        const json& record = event.at(kind);
-        known.emplace(record["timeRaised"].get<std::int64_t>(), record["parameters"]["eventId"].get<std::int64_t>(),
-                      kind);
-    }
-    return known;
-}
-
-std::multiset<std::string> contents(const json& events) {
-    std::multiset<std::string> contents;
-    for (json event : events) {
-        event.erase("row");
-        contents.insert(event.dump());
-    }
-    return contents;
-}
-
-/// Equal in any order; what differs is told.
-template <class T>
-testing::AssertionResult same(const std::multiset<T>& first, const std::multiset<T>& second) {
-    std::vector<T> missing, extra;
-    std::set_difference(second.begin(), second.end(), first.begin(), first.end(), std::back_inserter(missing));
-    std::set_difference(first.begin(), first.end(), second.begin(), second.end(), std::back_inserter(extra));
-    if (missing.empty() && extra.empty()) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "only in the second: " << testing::PrintToString(missing)
-                                       << "\nonly in the first: " << testing::PrintToString(extra);
-}
 
 std::vector<std::string> names_of(const std::vector<json>& calls) {
     std::vector<std::string> names;
