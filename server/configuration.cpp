@@ -160,4 +160,27 @@ std::vector<ConfigChange> Configuration::reload() {
     return changes;
 }
 
+std::vector<ConfigChange> Configuration::set_target(const std::string& name, const std::string& address, bool enabled) {
+    check_key(name);
+    const std::lock_guard lock(mutex_);
+    const Value before(root_);
+    Value& entry = root_[targets_key][name.c_str()];
+    if (entry.type() != ValueType::Struct) entry.set_type(ValueType::Struct);
+    entry.insert_or_update("ADDRESS", address.c_str());
+    entry.insert_or_update("ENABLED", Value(enabled));
+    return target_changes(before, root_);
+}
+
+std::vector<ConfigChange> Configuration::delete_target(const std::string& name) {
+    const std::lock_guard lock(mutex_);
+    const Value before(root_);
+    Value kept;
+    kept.set_type(ValueType::Map);
+    const Value& targets = std::as_const(root_)[targets_key];
+    for (auto entry = targets.begin(); entry != targets.end(); ++entry)
+        if (name != entry.name()) kept.insert(entry.name(), *entry);
+    root_.insert_or_update(targets_key, std::move(kept));
+    return target_changes(before, root_);
+}
+
 } // namespace server

@@ -41,6 +41,12 @@ public:
     /// nothing has changed.
     std::vector<ConfigChange> reload();
 
+    /// Makes or changes an entry of `TARGET_SYSTEMS` in memory, until the file is read again. Throws
+    /// std::runtime_error with one sentence when no path can name it; nothing has changed then.
+    std::vector<ConfigChange> set_target(const std::string& name, const std::string& address, bool enabled);
+    /// Removes an entry likewise; one that is not there is no change.
+    std::vector<ConfigChange> delete_target(const std::string& name);
+
 private:
     std::filesystem::path file_;
     mutable std::mutex mutex_;

@@ -16,6 +16,30 @@ std::string parameter_text(const Value& value) {
     return printable(Value(value).convert(ValueType::String).get_string());
 }
 
+constexpr int max_depth = 64;
+
+void add_lines(const Value& value, const std::string& indent, int depth, std::string& lines);
+
+void add_member(const std::string& name, const Value& value, const std::string& indent, int depth, std::string& lines) {
+    if (!lines.empty()) lines += '\n';
+    lines += indent + name + ":";
+    const bool deeper =
+        value.type() == ValueType::Map || value.type() == ValueType::Struct || value.type() == ValueType::Vector;
+    if (!deeper) {
+        lines += " " + parameter_text(value);
+    } else if (depth < max_depth) {
+        add_lines(value, indent + "  ", depth + 1, lines);
+    }
+}
+
+void add_lines(const Value& value, const std::string& indent, int depth, std::string& lines) {
+    std::size_t index = 0;
+    for (auto it = value.begin_vector(); it != value.end_vector(); ++it)
+        add_member(std::to_string(++index), *it, indent, depth, lines);
+    for (auto it = value.begin(); it != value.end(); ++it)
+        add_member(printable(it.name()), *it, indent, depth, lines);
+}
+
 } // namespace
 
 std::string state_text(const EventRow& row) {
@@ -58,6 +82,33 @@ std::string message_line(const ZoHmiSrv::Message& message) {
         line += " " + parameter_text(*it);
     }
     return line;
+}
+
+std::string value_lines(const Value& value, const std::string& indent) {
+    std::string lines;
+    add_lines(value, indent, 0, lines);
+    return lines;
+}
+
+std::string event_lines(const ZoHmiSrv::Event& event, const std::string& indent) {
+    std::string lines;
+    const auto add = [&](const char* name, const std::string& text) {
+        if (!lines.empty()) lines += '\n';
+        lines += indent + name + ": " + text;
+    };
+    add("name", printable(event.name()));
+    if (const auto* alarm = alarm_of(event)) {
+        add("id", std::to_string(alarm->id()));
+        add("alarm state", std::to_string(static_cast<int>(alarm->alarm_state())));
+        add("confirmation state", std::to_string(static_cast<int>(alarm->confirmation_state())));
+        add("raised", time_text(alarm->time_raised().nanoseconds()));
+        add("cleared", time_text(alarm->time_cleared().nanoseconds()));
+        add("confirmed", time_text(alarm->time_confirmed().nanoseconds()));
+    }
+    lines += "\n" + indent + "parameters:";
+    const std::string parameters = value_lines(parameters_of(event), indent + "  ");
+    if (!parameters.empty()) lines += "\n" + parameters;
+    return lines;
 }
 
 } // namespace server

@@ -30,4 +30,11 @@ struct RowText {
 /// A message's name and the texts of its parameters, in their order: "TARGET_SYSTEM_CONNECTED Bottling".
 [[nodiscard]] std::string message_line(const ZoHmiSrv::Message& message);
 
+/// What a Map, Struct or Vector holds, a line for each member, each beginning with `indent` and deeper with two blanks
+/// more. No line end behind the last one; "" for anything else.
+[[nodiscard]] std::string value_lines(const ZoHmiSrv::Value& value, const std::string& indent);
+
+/// All about an alarm or message, likewise.
+[[nodiscard]] std::string event_lines(const ZoHmiSrv::Event& event, const std::string& indent);
+
 } // namespace server

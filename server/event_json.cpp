@@ -1,5 +1,7 @@
 #include "server/event_json.h"
 
+#include "server/text.h"
+
 #include <nlohmann/json.hpp>
 
 namespace server {
@@ -95,7 +97,7 @@ ordered_json event_json(const ZoHmiSrv::Event& event) {
 }
 
 std::string json_line(const ordered_json& json) {
-    return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+    return json_escaped(json.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
 }
 
 } // namespace server

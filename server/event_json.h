@@ -19,7 +19,7 @@ namespace server {
 /// Name, domain and time received of an event, and under "alarm" or "message" what is inside.
 [[nodiscard]] nlohmann::ordered_json event_json(const ZoHmiSrv::Event& event);
 
-/// The text of a JSON value on one line; bytes that are no UTF-8 become U+FFFD.
+/// The text of a JSON value on one line that is safe to print; bytes that are no UTF-8 become U+FFFD.
 [[nodiscard]] std::string json_line(const nlohmann::ordered_json& json);
 
 } // namespace server

@@ -1,6 +1,5 @@
 #include "server/host.h"
 
-#include "extension/host/command.h"
 #include "server/describe.h"
 #include "server/event_rows.h"
 #include "server/text.h"
@@ -89,9 +88,10 @@ bool Host::guarded(const char* what, const std::function<void()>& call) {
     return false;
 }
 
-void Host::tell(const std::vector<ConfigChange>& changes) {
+std::string Host::tell(const std::vector<ConfigChange>& changes) {
     auto* config = listener<IZoHmiSrvConfigListener>(ListenerType::Config);
-    if (config == nullptr) return;
+    if (config == nullptr) return {};
+    std::string failure;
     Value filter;
     {
         const std::lock_guard lock(listeners_mutex_);
@@ -108,7 +108,40 @@ void Host::tell(const std::vector<ConfigChange>& changes) {
                                     : config->on_config_change(context_, change.path.c_str());
         });
         if (done) say(std::string(what) + " " + printable(change.path) + " answered " + result_text(result));
+        if (failure.empty() && !done) failure = std::string(what) + " threw";
+        if (failure.empty() && result.result() != HMI_SUCCESS) failure = result_text(result);
     }
+    return failure;
+}
+
+ErrorValue Host::confirm(Alarm alarm) {
+    auto* provider = listener<IZoHmiSrvAlarmProviderListener>(ListenerType::AlarmProvider);
+    if (provider == nullptr) return HMI_E_NOT_REGISTERED;
+    ErrorValue result = HMI_E_EXTENSION_HANDLER;
+    guarded("on_confirm_alarm", [&] { result = provider->on_confirm_alarm(context_, alarm); });
+    return result;
+}
+
+ErrorValue Host::localize(const char* language, EventPayload& event, String& text) {
+    auto* localization = listener<IZoHmiSrvEventLocalizationListener>(ListenerType::EventLocalization);
+    if (localization == nullptr) return HMI_E_NOT_REGISTERED;
+    ErrorValue result = HMI_E_EXTENSION_HANDLER;
+    guarded("on_localize_event", [&] { result = localization->on_localize_event(context_, language, event, text); });
+    return result;
+}
+
+Command Host::request(const char* mapping, Value input) {
+    CommandGroup group;
+    Command& command = group.add(Command(mapping));
+    command.set_mapper(domain);
+    command.write_value() = std::move(input);
+    auto* request = listener<IZoHmiSrvRequestListener>(ListenerType::Request);
+    if (request == nullptr) {
+        command.set_result(HMI_E_NOT_REGISTERED);
+    } else if (!guarded("on_request", [&] { request->on_request(context_, group); })) {
+        command.set_result(HMI_E_EXTENSION_HANDLER);
+    }
+    return command;
 }
 
 bool Host::list_events(Value& events) {

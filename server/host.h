@@ -1,5 +1,6 @@
 #pragma once
 
+#include "extension/host/command.h"
 #include "extension/host/context.h"
 #include "extension/host/host.h"
 #include "extension/host/listeners.h"
@@ -31,8 +32,16 @@ public:
     /// On whose behalf the server's own calls run: its domain is the extension's.
     [[nodiscard]] const ZoHmiSrv::Context& context() const { return context_; }
 
-    /// Tells the config listener of the changes that it asked for.
-    void tell(const std::vector<ConfigChange>& changes);
+    /// Tells the config listener of the changes that it asked for. The result is what the first one that failed
+    /// answered, empty when none did.
+    std::string tell(const std::vector<ConfigChange>& changes);
+    /// Has the alarm provider confirm an alarm. HMI_E_NOT_REGISTERED without a provider, HMI_E_EXTENSION_HANDLER when
+    /// it threw; so in the next two.
+    ZoHmiSrv::ErrorValue confirm(ZoHmiSrv::Alarm alarm);
+    /// Has the extension put an event into the language of a tag such as "de-DE".
+    ZoHmiSrv::ErrorValue localize(const char* language, ZoHmiSrv::EventPayload& event, ZoHmiSrv::String& text);
+    /// Has the extension run one command with an input; its outcome stands in the command.
+    ZoHmiSrv::Command request(const char* mapping, ZoHmiSrv::Value input = {});
     /// Asks the alarm provider for its events; false when there is none or it failed.
     bool list_events(ZoHmiSrv::Value& events);
     /// Fills the list of events from the alarm provider, in place of what it held. A server does so when an extension

@@ -1,23 +1,27 @@
 #include "extension/host/host.h"
 #include "extension/host/listeners.h"
 #include "server/configuration.h"
+#include "server/console.h"
 #include "server/dump.h"
 #include "server/event_list.h"
 #include "server/extension_library.h"
 #include "server/host.h"
+#include "server/operator.h"
 #include "server/options.h"
-#include "server/screen.h"
 #include "server/signals.h"
 #include "server/text.h"
 #include "server/trace.h"
 
 #include <chrono>
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <memory>
+#include <fcntl.h>
 #include <optional>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <unistd.h>
 
 namespace server {
@@ -53,7 +57,7 @@ void serve(Signals& signals, const Options& options, Configuration& configuratio
 
 /// The extension's whole life. What fails is told in `failure`.
 void run_extension(Signals& signals, const Options& options, Configuration& configuration, EventList& events,
-                   Host& host, std::string& failure) {
+                   Host& host, Operator& commander, std::string& failure) {
     ExtensionLibrary library(options.extension, &host);
     char version[32];
     std::snprintf(version, sizeof version, "%.1f", library.version());
@@ -72,7 +76,12 @@ void run_extension(Signals& signals, const Options& options, Configuration& conf
         return;
     }
     host.list_anew("listed");
-    serve(signals, options, configuration, host);
+    {
+        // Calls into the extension, so it is joined while that still serves.
+        const std::jthread thread([&commander](const std::stop_token& stop) { commander.run(stop); });
+        serve(signals, options, configuration, host);
+    }
+    failure = commander.failure();
     try {
         if (!options.dump.empty()) {
             write_dump(options.dump, events, [&host](ZoHmiSrv::Value& listing) { return host.list_events(listing); });
@@ -88,28 +97,16 @@ int run(const Options& options) {
     Configuration configuration(options.config);
     Trace trace(options.trace);
     EventList events;
-
-    std::unique_ptr<Screen> screen;
-    if (!options.plain && !options.trace_to_stdout() && isatty(STDOUT_FILENO) == 1) {
-        screen = std::make_unique<Screen>(events);
-    }
-    std::FILE* const lines = options.trace_to_stdout() ? stderr : stdout;
-    Host host(configuration, events, trace, [&](const std::string& line) {
-        if (screen) {
-            screen->note(line);
-        } else {
-            std::fprintf(lines, "%s\n", line.c_str());
-            std::fflush(lines);
-        }
-    });
+    Console console(options.trace_to_stdout() || options.json ? stderr : stdout);
+    Host host(configuration, events, trace, [&console](const std::string& line) { console.say(line); });
+    Operator commander(options, host, events, configuration, trace, console);
 
     std::string failure;
     try {
-        run_extension(signals, options, configuration, events, host, failure);
+        run_extension(signals, options, configuration, events, host, commander, failure);
     } catch (const std::exception& error) {
         failure = error.what();
     }
-    screen.reset();
     if (failure.empty()) return 0;
     complain(failure);
     return 1;
@@ -120,6 +117,14 @@ int run(const Options& options) {
 } // namespace server
 
 int main(int argc, char** argv) {
+    // A standard stream that is closed would lend its number to the next file, which would then be taken for it.
+    while (true) {
+        const int file = open("/dev/null", O_RDWR | O_CLOEXEC);
+        if (file > STDERR_FILENO) close(file);
+        if (file < 0 || file > STDERR_FILENO) break;
+    }
+    // Lines are edited in UTF-8 whatever the environment says; numbers and times do not look at this.
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     server::Options options;
     if (const auto status = server::parse_options(argc, argv, options)) return *status;
     try {

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace server {
 
@@ -14,6 +16,13 @@ struct Options {
     bool plain = false;              ///< one line for each call instead of the live table
     std::filesystem::path trace;     ///< file for one JSON object a call, "-" for standard output, empty for none
     std::filesystem::path dump;      ///< file for the final list, empty for none
+    std::filesystem::path script;    ///< file with an operator's commands, empty for none
+    std::vector<std::string> commands;
+    std::string language; ///< of texts, where a command names no other
+    bool json = false;    ///< answers as one JSON object a line; all other lines go to standard error
+
+    /// Commands to run, and then to end.
+    [[nodiscard]] bool has_commands() const { return !script.empty() || !commands.empty(); }
 
     [[nodiscard]] bool trace_to_stdout() const { return trace == "-"; }
 };

@@ -1,10 +1,11 @@
 #include "server/screen.h"
 
+#include "server/console.h"
+#include "server/input.h"
+#include "server/localizer.h"
 #include "server/table.h"
 
 #include <chrono>
-#include <condition_variable>
-#include <stop_token>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -40,39 +41,21 @@ Size window_size() {
     return {size.ws_col, size.ws_row};
 }
 
-} // namespace
+struct OwnScreen {
+    OwnScreen() { put(enter_screen); }
+    ~OwnScreen() { put(leave_screen); }
+    OwnScreen(const OwnScreen&) = delete;
+    OwnScreen& operator=(const OwnScreen&) = delete;
+};
 
-Screen::Screen(const EventList& list) : list_(list) {
-    put(enter_screen);
-    thread_ = std::jthread([this](const std::stop_token& stop) {
-        std::mutex mutex;
-        std::condition_variable_any wake;
-        std::unique_lock lock(mutex);
-        while (!stop.stop_requested()) {
-            draw();
-            wake.wait_for(lock, stop, period, [] { return false; });
-        }
-    });
-}
-
-Screen::~Screen() {
-    thread_.request_stop();
-    thread_.join();
-    put(leave_screen);
-}
-
-void Screen::note(const std::string& line) {
-    const std::lock_guard lock(mutex_);
-    note_ = line;
-}
-
-void Screen::draw() {
+std::string picture(const EventList& list, const Console& console, ShownTexts& texts) {
     const auto [width, height] = window_size();
-    TableContent content{list_.counts(), list_.top(height), {}};
-    {
-        const std::lock_guard lock(mutex_);
-        content.note = note_;
-    }
+    TableContent content{list.counts(), {}, console.last()};
+    const std::vector<EventRow> rows = list.top(height);
+    std::vector<EventTexts> shown = texts.of(rows);
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        content.rows.push_back({rows[i], std::move(shown[i])});
+
     std::string picture(home);
     const std::vector<std::string> lines = table_lines(content, width, height);
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -84,9 +67,26 @@ void Screen::draw() {
     }
     // Only from the start of a line: behind a full one the cursor still stands on its last character.
     if (lines.size() < height) picture.append("\r\n").append(clear_below);
-    if (picture == drawn_) return;
-    put(picture);
-    drawn_ = std::move(picture);
+    return picture;
+}
+
+} // namespace
+
+bool watch(const EventList& list, Host& host, const Console& console, Input& keys, const std::string& language) {
+    const KeyMode key_mode;
+    const OwnScreen own_screen;
+    ShownTexts texts(host, language);
+    std::string drawn;
+    while (true) {
+        if (std::string next = picture(list, console, texts); next != drawn) {
+            put(next);
+            drawn = std::move(next);
+        }
+        const Input::Got got = keys.wait(period);
+        // One key may be several bytes, and none of them belongs to the next command.
+        if (got == Input::Got::bytes) keys.drop();
+        if (got != Input::Got::nothing) return got == Input::Got::bytes;
+    }
 }
 
 } // namespace server

@@ -1,34 +1,17 @@
 #pragma once
 
-#include "server/event_list.h"
-
-#include <mutex>
 #include <string>
-#include <thread>
 
 namespace server {
 
-/// The live table on the terminal at standard output: draws the list about four times a second, in the window's size,
-/// on a screen of its own that it leaves when it is destroyed.
-class Screen {
-public:
-    /// Starts to draw. The list must outlive this object.
-    explicit Screen(const EventList& list);
-    ~Screen();
-    Screen(const Screen&) = delete;
-    Screen& operator=(const Screen&) = delete;
+class Console;
+class EventList;
+class Host;
+class Input;
 
-    /// What to show as the last thing that was said. [any thread]
-    void note(const std::string& line);
-
-private:
-    void draw();
-
-    const EventList& list_;
-    std::mutex mutex_;
-    std::string note_;
-    std::string drawn_;
-    std::jthread thread_;
-};
+/// Shows the live table on the terminal at standard output, drawn about four times a second in the window's size, until
+/// a key is pressed; the screen is the operator's own again afterwards. False when the input ended, or a stop came,
+/// before there was a key. Asks the extension for texts, so never to be called inside a host call. [one thread]
+bool watch(const EventList& list, Host& host, const Console& console, Input& keys, const std::string& language);
 
 } // namespace server

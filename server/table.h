@@ -2,6 +2,7 @@
 
 #include "server/event_list.h"
 #include "server/event_rows.h"
+#include "server/localizer.h"
 
 #include <cstddef>
 #include <string>
@@ -9,10 +10,15 @@
 
 namespace server {
 
+struct TableRow {
+    EventRow row;
+    EventTexts texts;
+};
+
 /// What the live table shows.
 struct TableContent {
     EventList::Counts counts;
-    std::vector<EventRow> rows;
+    std::vector<TableRow> rows;
     std::string note; ///< the last thing that was said
 };
 

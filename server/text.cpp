@@ -86,6 +86,24 @@ std::string printable(std::string_view text) {
     return out;
 }
 
+std::string json_escaped(std::string json) {
+    const auto harmless = [](char c) { return c >= ' ' && c < '\x7F'; };
+    if (std::all_of(json.begin(), json.end(), harmless)) return json;
+    std::string out;
+    for (std::string_view rest = json; !rest.empty();) {
+        const Character character = first_character(rest);
+        if (character.valid && within(unprintable_ranges, character.code)) {
+            std::array<char, 8> escape{};
+            std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(character.code));
+            out += escape.data();
+        } else {
+            out += rest.substr(0, character.length);
+        }
+        rest.remove_prefix(character.length);
+    }
+    return out;
+}
+
 std::size_t columns(std::string_view text) {
     std::size_t sum = 0;
     while (!text.empty()) {

@@ -12,6 +12,10 @@ namespace server {
 /// U+FFFD.
 [[nodiscard]] std::string printable(std::string_view text);
 
+/// JSON with the characters that `printable` replaces written as "\u1234" instead. They can stand in its strings only,
+/// so it means the same.
+[[nodiscard]] std::string json_escaped(std::string json);
+
 /// Terminal columns that printable text takes: East Asian wide characters take two, combining marks none.
 [[nodiscard]] std::size_t columns(std::string_view text);
 

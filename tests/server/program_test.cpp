@@ -23,8 +23,9 @@ using namespace std::chrono_literals;
 class Server {
 public:
     explicit Server(const std::string& config, const std::vector<std::string>& options = {},
-                    const std::string& extension = ZO_TEST_EXTENSION, const std::string& trace = {})
-        : config_(config) {
+                    const std::string& extension = ZO_TEST_EXTENSION, const std::string& trace = {},
+                    const std::string& input = {})
+        : config_(config), input_(input) {
         std::vector<std::string> words{
             ZO_SERVER,      "--extension", extension, "--config",
             config_.path(), "--plain",     "--trace", trace.empty() ? trace_.path().string() : trace};
@@ -35,7 +36,7 @@ public:
         arguments.push_back(nullptr);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 0, input_.path().c_str(), O_RDONLY, 0);
         posix_spawn_file_actions_addopen(&actions, 1, out_.path().c_str(), O_WRONLY | O_TRUNC, 0);
         posix_spawn_file_actions_addopen(&actions, 2, error_.path().c_str(), O_WRONLY | O_TRUNC, 0);
         const int result = posix_spawn(&pid_, words.front().c_str(), &actions, nullptr, arguments.data(), environ);
@@ -87,6 +88,7 @@ public:
 
 private:
     TemporaryFile config_;
+    TemporaryFile input_;
     TemporaryFile trace_;
     TemporaryFile out_;
     TemporaryFile error_;
@@ -169,8 +171,58 @@ TEST(Program, TheTraceMayTakeStandardOutputForItself) {
     EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
 }
 
+TEST(Program, DoesTheCommandsThatItIsGivenAndEndsWithThem) {
+    const TemporaryFile script("; a comment\n\nwait READY\nshow 5\n");
+    struct Case {
+        std::vector<std::string> options;
+        const char* input;
+        int status;
+        std::vector<const char*> answers; // what the answers contain, in order
+    };
+    const Case cases[]{
+        {{"--script", script.path(), "--command", "show #2"}, "nonsense\n", 0, {"\"id\":5,", "\"id\":6,"}},
+        {{"--command", "quit", "--command", "nonsense"}, "", 0, {"quit"}},
+        {{"--command", "confirm 5", "--command", "events"}, "", 1, {"\"error\":\"Alarm 5 was not", "\"events\":[{"}},
+        {{}, "nonsense\nshow 6", 1, {"\"error\":\"There is no command", "\"id\":6,"}},
+        {{}, "quit\nnonsense\n", 0, {"quit"}},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> options = c.options;
+        options.emplace_back("--json");
+        Server server("{}", options, ZO_TEST_EXTENSION, {}, c.input);
+        EXPECT_EQ(server.wait(), c.status) << server.error();
+        std::istringstream in(server.out());
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(in, line);)
+            if (line.find("\"command\":\"wait") == line.npos) lines.push_back(line);
+        ASSERT_EQ(lines.size(), c.answers.size()) << server.out();
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_TRUE(nlohmann::json::accept(lines[i])) << lines[i];
+            EXPECT_NE(lines[i].find(c.answers[i]), std::string::npos) << lines[i];
+        }
+        EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
+        EXPECT_EQ(server.logged().back(), "DELETED ");
+    }
+    Server plain("{}", {"--command", "show 5"});
+    EXPECT_EQ(plain.wait(), 0);
+    EXPECT_NE(plain.out().find("\n> show 5\n#1 "), std::string::npos) << plain.out();
+}
+
+TEST(Program, TheEndDoesNotWaitForAScript) {
+    Server server("{}", {"--seconds", "0.1", "--command", "wait NEVER 1000", "--command", "help"});
+    EXPECT_EQ(server.wait(), 1);
+    EXPECT_NE(server.error().find("before the last command"), std::string::npos) << server.error();
+    EXPECT_EQ(server.out().find("> help"), std::string::npos);
+    EXPECT_EQ(server.logged().back(), "DELETED ");
+    Server missing("{}", {"--script", "/nonexistent/script"});
+    EXPECT_EQ(missing.wait(), 1);
+    EXPECT_EQ(missing.error(), "zo-hmi-server: cannot read /nonexistent/script\n");
+    EXPECT_EQ(missing.logged().size(), 0u);
+}
+
 TEST(Program, RefusesACommandLineThatItDoesNotKnow) {
-    for (const std::vector<std::string>& options : {std::vector<std::string>{"--nonsense"}, {"--seconds", "-1"}}) {
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{"--nonsense"}, {"--seconds", "-1"}, {"--language", "de_DE"}}) {
         Server server("{}", options);
         EXPECT_GT(server.wait(), 0) << options.front();
         EXPECT_EQ(server.out(), "");

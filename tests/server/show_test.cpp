@@ -32,6 +32,11 @@ TEST(Text, PrintableLetsNothingMoveTheCursor) {
         EXPECT_EQ(printable(c.text), c.shown);
 }
 
+TEST(Text, JsonHoldsNothingThatATerminalActsOn) {
+    const std::string json = "{\"a\":\"高 \\u001b \xC2\x9B \x7F \xE2\x80\xAE\"}";
+    EXPECT_EQ(json_escaped(json), R"({"a":"高 \u001b \u009b \u007f \u202e"})");
+}
+
 TEST(Text, FitCutsBetweenCharactersToExactlyTheWidth) {
     struct Case {
         std::string text;
@@ -102,15 +107,33 @@ TEST(Describe, LinesNameTargetClassAndId) {
                                     "b true 7 2024-02-29 12:00:00.000");
 }
 
+TEST(Describe, ValuesAreListedMemberByMemberAtAnyDepth) {
+    using ZoHmiSrv::Value;
+    Value list;
+    list.set_type(ZoHmiSrv::ValueType::Vector) << Value("x\x1b[2J") << Value(2);
+    Value all;
+    all.set_type(ZoHmiSrv::ValueType::Struct);
+    all.insert("a\nb", list);
+    all.insert("when", ZoHmiSrv::Timestamp(1'709'208'000'000'000'000));
+    EXPECT_EQ(value_lines(all, "  "), "  a\uFFFDb:\n    1: x\uFFFD[2J\n    2: 2\n  when: 2024-02-29 12:00:00.000");
+    Value deep = list;
+    for (int i = 0; i < 10000; ++i) {
+        Value outer;
+        outer.set_type(ZoHmiSrv::ValueType::Vector) << std::move(deep);
+        deep = std::move(outer);
+    }
+    EXPECT_LT(value_lines(deep, "").size(), 20000u) << "what lies too deep is left out";
+}
+
 TableContent content_of(std::size_t rows) {
     TableContent content;
     content.note = "the note\nin one line";
     content.counts = {rows, rows, rows, 0};
     for (std::size_t i = 0; i < rows; ++i) {
         auto held = alarm(1, 1'709'208'000'000'000'000, 0, "Abfüllanlage 高");
-        held.parameters().insert("eventClass", "{01234567-89AB-CDEF-0123-456789ABCDEF}");
-        held.parameters().insert("eventId", 12.0);
-        content.rows.push_back({i + 1, event_of(held)});
+        content.rows.push_back(
+            {{i + 1, event_of(held)},
+             {ZoHmiSrv::HMI_SUCCESS, "Füllstand von Tank 高 ist viel zu hoch\x1b[2J", "Prozess", "Abfüllanlage\n"}});
     }
     return content;
 }
@@ -132,10 +155,12 @@ TEST(Table, GivesWayWhereItHurtsLeast) {
         const char* row;
     };
     const Case cases[]{
-        {140, "#1 Abfüllanlage 高 2024-02-29 12:00:00.000   0 active ZOEVENTLOGGER_ALARM "
-              "{01234567-89AB-CDEF-0123-456789ABCDEF} 12"},
-        {80, "#1 Abfüllanlage 高 2024-02-29 12:00:00.000   0 active ZOEVENTLOGGE… {0123456… 12"},
-        {60, "#1 Abfülla… 12:00:00.000   0 active ZOEVENT… {0123456… 12"},
+        {140, "#1 Abfüllanlage 高 2024-02-29 12:00:00.000   0 active Füllstand von Tank 高 ist viel zu hoch\uFFFD[2J "
+              "Prozess Abfüllanlage\uFFFD"},
+        {100, "#1 Abfüllanlage 高 12:00:00.000   0 active Füllstand von Tank 高 ist viel zu hoch\uFFFD[2J "
+              "Prozess Abfül…"},
+        {80, "#1 Abfülla… 12:00:00.000   0 active Füllstand von Tank 高 ist viel… Proz… Abfül…"},
+        {60, "#1 Abfülla… 12:00:00.000   0 active Füllstand von Tank … Pr…"},
     };
     for (const Case& c : cases) {
         std::string line = table_lines(content_of(1), c.width, 10).back();

@@ -1,0 +1,133 @@
+#include "server/operator.h"
+
+#include "server/event_json.h"
+#include "server/input.h"
+#include "server/prompt.h"
+#include "server/screen.h"
+#include "server/text.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace server {
+
+namespace {
+
+std::vector<std::string> read_script(const Options& options) {
+    std::vector<std::string> lines;
+    if (!options.script.empty()) {
+        std::ifstream in(options.script);
+        for (std::string line; std::getline(in, line);)
+            lines.push_back(line);
+        if (!in.eof()) throw std::runtime_error("cannot read " + options.script.string());
+    }
+    lines.insert(lines.end(), options.commands.begin(), options.commands.end());
+    return lines;
+}
+
+void end_server() {
+    kill(getpid(), SIGTERM);
+}
+
+} // namespace
+
+bool has_terminal() {
+    return isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1 && tcgetpgrp(STDIN_FILENO) == getpgrp();
+}
+
+Operator::Operator(const Options& options, Host& host, const EventList& events, Configuration& configuration,
+                   Trace& trace, Console& console)
+    : options_(options), host_(host), events_(events), console_(console),
+      commands_(host, events, configuration, trace, options.language), script_(read_script(options)) {
+}
+
+void Operator::run(const std::stop_token& stop) noexcept {
+    try {
+        if (options_.has_commands()) {
+            run_script(stop);
+        } else if (!options_.plain && !options_.trace_to_stdout() && has_terminal()) {
+            run_terminal(stop);
+        } else if (isatty(STDIN_FILENO) == 0) {
+            run_pipe(stop);
+        }
+        if (failed_ != 0 && failure_.empty()) {
+            failure_ = failed_ == 1 ? "1 command failed" : std::to_string(failed_) + " commands failed";
+        }
+    } catch (const std::exception& error) {
+        failure_ = error.what();
+        end_server();
+    }
+}
+
+void Operator::run_script(const std::stop_token& stop) {
+    for (const std::string& line : script_) {
+        if (stop.stop_requested()) {
+            failure_ = "the end came before the last command";
+            return;
+        }
+        if (!run_command(line, stop)) break;
+    }
+    end_server();
+}
+
+void Operator::run_pipe(const std::stop_token& stop) {
+    Input input(stop);
+    bool any = false;
+    bool go_on = true;
+    while (go_on) {
+        const auto line = input.line();
+        if (!line) break;
+        any = true;
+        go_on = run_command(*line, stop);
+    }
+    // An input that was empty from the start, as /dev/null is, means that nobody gives commands.
+    if (any) end_server();
+}
+
+/// False when it was the last one.
+bool Operator::run_command(const std::string& line, const std::stop_token& stop) {
+    const CommandLine command = parse_command(line, false);
+    if (command.kind == nullptr && command.error.empty()) return true;
+    if (!options_.json) host_.say("> " + printable(line));
+    const Answer answer = commands_.run(line, false, stop);
+    if (!answer.ok) ++failed_;
+    print(answer);
+    return answer.kind == nullptr || answer.kind->verb != Verb::quit;
+}
+
+void Operator::print(const Answer& answer) {
+    if (options_.json) {
+        std::printf("%s\n", json_line(answer.json).c_str());
+        std::fflush(stdout);
+    } else if (!answer.text.empty()) {
+        host_.say((answer.ok ? "" : "error: ") + answer.text);
+    }
+}
+
+void Operator::run_terminal(const std::stop_token& stop) {
+    console_.hush();
+    Input input(stop);
+    Prompt prompt(input, [this](std::string_view kind) { return commands_.candidates(kind); });
+    bool go_on = watch(events_, host_, console_, input, options_.language);
+    if (go_on) std::puts("help lists the commands, watch shows the table again, quit ends the server.");
+    while (go_on) {
+        const auto line = prompt.line();
+        if (!line) break;
+        const Answer answer = commands_.run(*line, true, stop);
+        if (options_.json && (answer.kind != nullptr || !answer.ok)) {
+            print(answer);
+        } else if (!answer.text.empty()) {
+            std::puts(answer.text.c_str());
+        }
+        if (answer.kind == nullptr) continue;
+        if (answer.kind->verb == Verb::quit) break;
+        if (answer.kind->verb == Verb::watch) go_on = watch(events_, host_, console_, input, answer.language);
+    }
+    end_server();
+}
+
+} // namespace server

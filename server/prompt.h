@@ -1,0 +1,31 @@
+#pragma once
+
+#include "server/command_line.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace server {
+
+class Input;
+
+/// A line editor on the terminal, with a history and with completion by the tabulator. The terminal is as it was
+/// whenever no line is read. [one thread]
+class Prompt {
+public:
+    /// The input must outlive this object.
+    Prompt(Input& input, Candidates candidates);
+    ~Prompt();
+    Prompt(const Prompt&) = delete;
+    Prompt& operator=(const Prompt&) = delete;
+
+    /// The next line; nothing at the end of the input, which Ctrl-D on an empty line is too.
+    std::optional<std::string> line();
+
+private:
+    struct Editor;
+    std::unique_ptr<Editor> editor_;
+};
+
+} // namespace server
