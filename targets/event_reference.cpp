@@ -3,6 +3,7 @@
 #include "support/numeric.h"
 
 #include <limits>
+#include <utility>
 
 namespace ZoHmiEventLogger {
 
@@ -40,32 +41,52 @@ Binary bytes_of(const Value& parameter, std::optional<Value>& converted) {
     return converted->convert(ValueType::Binary);
 }
 
+void append(std::string& text, const Binary& bytes) {
+    text.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+}
+
 } // namespace
 
-EventReference::EventReference(const Value& parameters, ValueType type, std::int32_t language_id)
-    : payload_type(type), language(language_id), event_class(guid_of(parameters["eventClass"])),
-      source_name(text_of(parameters["sourceName"])), source_class(guid_of(parameters["sourceGuid"])) {
-    if (!source_class) source_class = event_class;
-    if (const auto id = number_of(parameters["eventId"])) event_id = Algorithm::uint32_from_double(*id);
-
+EventReference::EventReference(const Value& parameters, ValueType type, std::int32_t language) {
+    const auto event_class = guid_of(parameters["eventClass"]);
+    auto source = text_of(parameters["sourceName"]);
+    if (source) {
+        const auto source_class = guid_of(parameters["sourceGuid"]);
+        if (source_class || event_class)
+            source_name = SourceNameKey{source_class ? *source_class : *event_class, std::move(*source), language};
+    }
+    if (!event_class) return;
+    class_name = ClassNameKey{*event_class, language};
+    const auto id = number_of(parameters["eventId"]);
+    if (!id) return;
+    kind = EventKindKey{*event_class, Algorithm::uint32_from_double(*id), language};
     const auto count = number_of(parameters["numArguments"]);
-    has_arguments = count.has_value();
     if (!count) return;
-    const auto argument_count = Algorithm::saturating_cast<std::int32_t>(*count);
+    read_arguments(parameters, Algorithm::saturating_cast<std::int32_t>(*count));
+    text = TextKey{kind->event_id, {}, *event_class, type, language};
+    append(text->argument_data, data_);
+}
+
+void EventReference::read_arguments(const Value& parameters, std::int32_t count) {
     const Value& types = parameters["types"];
     const Value& data = parameters["data"];
-    if (argument_count == 0 || !types.isset() || !data.isset()) return;
-
+    if (count == 0 || !types.isset() || !data.isset()) return;
     const Binary type_bytes = bytes_of(types, converted_types);
     const Binary data_bytes = bytes_of(data, converted_data);
     if (type_bytes.size() + data_bytes.size() > std::numeric_limits<std::int32_t>::max()) return;
-    block.reserve(type_bytes.size() + data_bytes.size());
-    block.append(reinterpret_cast<const char*>(type_bytes.data()), type_bytes.size());
-    argument_data.assign(reinterpret_cast<const char*>(data_bytes.data()), data_bytes.size());
-    block += argument_data;
-    const auto types_size = static_cast<std::uint32_t>(type_bytes.size());
-    arguments = {static_cast<std::uint32_t>(argument_count), 0, types_size, types_size,
-                 static_cast<std::uint32_t>(data_bytes.size())};
+    types_ = type_bytes;
+    data_ = data_bytes;
+    const auto types_size = static_cast<std::uint32_t>(types_.size());
+    arguments = {static_cast<std::uint32_t>(count), 0, types_size, types_size,
+                 static_cast<std::uint32_t>(data_.size())};
+}
+
+std::string EventReference::argument_block() const {
+    std::string block;
+    block.reserve(types_.size() + data_.size());
+    append(block, types_);
+    append(block, data_);
+    return block;
 }
 
 } // namespace ZoHmiEventLogger

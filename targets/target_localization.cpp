@@ -107,14 +107,15 @@ ZoHmiSrv::ResultPair TargetSystem::ask_connected(Question&& question) {
 }
 
 ErrorValue TargetSystem::localize_text(const EventReference& event, std::shared_ptr<const std::string>& text) {
-    if (!event.event_class || !event.event_id || !event.has_arguments) return ZoHmiSrv::HMI_SUCCESS;
-    const TextKey key{*event.event_id, event.argument_data, *event.event_class, event.payload_type, event.language};
+    if (!event.text) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
-        texts_, key, text,
+        texts_, *event.text, text,
         [&] {
+            const TextKey& key = *event.text;
+            const std::string block = event.argument_block();
             CountedString answer;
-            throw_if_failed(proxy_->GetText(*event.event_class, *event.event_id, event.language, &event.arguments,
-                                            reinterpret_cast<const std::uint8_t*>(event.block.data()), answer.put()));
+            throw_if_failed(proxy_->GetText(key.event_class, key.event_id, key.language, &event.arguments,
+                                            reinterpret_cast<const std::uint8_t*>(block.data()), answer.put()));
             return std::make_shared<const std::string>(answer.str());
         },
         // With preloaded translations the logger answers from its own memory.
@@ -122,29 +123,31 @@ ErrorValue TargetSystem::localize_text(const EventReference& event, std::shared_
 }
 
 ErrorValue TargetSystem::localize_class_name(const EventReference& event, std::shared_ptr<const std::string>& name) {
-    if (!event.event_class) return ZoHmiSrv::HMI_SUCCESS;
+    if (!event.class_name) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
-        class_names_, ClassNameKey{*event.event_class, event.language}, name,
+        class_names_, *event.class_name, name,
         [&]() -> std::shared_ptr<const std::string> {
             const auto logger = query<IZoEventLoggerClassName>(*proxy_);
             if (!logger) return nullptr;
             CountedString answer;
-            throw_if_failed(logger->GetEventClassName(*event.event_class, event.language, answer.put()));
+            throw_if_failed(
+                logger->GetEventClassName(event.class_name->event_class, event.class_name->language, answer.put()));
             return std::make_shared<const std::string>(answer.str());
         },
         always);
 }
 
 ErrorValue TargetSystem::localize_source_name(const EventReference& event, std::shared_ptr<const std::string>& name) {
-    if (!event.source_name || !event.source_class) return ZoHmiSrv::HMI_SUCCESS;
+    if (!event.source_name) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
-        source_names_, SourceNameKey{*event.source_class, *event.source_name, event.language}, name,
+        source_names_, *event.source_name, name,
         [&]() -> std::shared_ptr<const std::string> {
             const auto logger = query<IZoEventLoggerSourceName>(*proxy_);
             if (!logger) return nullptr;
+            const SourceNameKey& key = *event.source_name;
             CountedString answer;
-            throw_if_failed(logger->GetSourceNameText(event.language, *event.source_class, event.source_name->c_str(),
-                                                      answer.put()));
+            throw_if_failed(
+                logger->GetSourceNameText(key.language, key.event_class, key.source_name.c_str(), answer.put()));
             return std::make_shared<const std::string>(answer.str());
         },
         always);
@@ -156,15 +159,15 @@ template <class Logger, class Collection>
 ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey, Value>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
                                   Value (*read)(Collection*), std::shared_ptr<const Value>& list) {
-    if (!event.event_class || !event.event_id) return ZoHmiSrv::HMI_SUCCESS;
+    if (!event.kind) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
-        cache, EventKindKey{*event.event_class, *event.event_id, event.language}, list,
+        cache, *event.kind, list,
         [&]() -> std::shared_ptr<const Value> {
             const auto logger = query<IZoEventLogger5>(*proxy_);
             if (!logger) return nullptr;
+            const EventKindKey& key = *event.kind;
             CComPtr<Collection> collection;
-            throw_if_failed(
-                (logger.get()->*get)(*event.event_class, *event.event_id, event.language, collection.put()));
+            throw_if_failed((logger.get()->*get)(key.event_class, key.event_id, key.language, collection.put()));
             return std::make_shared<const Value>(read(collection.get()));
         },
         always);
