@@ -1,5 +1,6 @@
 #include "support/guid.h"
 
+#include <array>
 #include <cstddef>
 
 namespace ZoHmiSrv::Algorithm {
@@ -8,15 +9,25 @@ namespace {
 
 constexpr std::size_t text_length = 36;
 
-constexpr bool is_dash_position(std::size_t index) {
-    return index == 8 || index == 13 || index == 18 || index == 23;
-}
+constexpr std::size_t dashes[] = {8, 13, 18, 23};
+/// Where the two digits of each byte stand.
+constexpr std::size_t digits_of[] = {0, 2, 4, 6, 9, 11, 14, 16, 19, 21, 24, 26, 28, 30, 32, 34};
 
-int digit_value(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
+constexpr std::uint8_t no_digit = 0x80;
+
+/// The value of each character as a hexadecimal digit. A table, since every event that is read passes through here.
+constexpr auto digit_values = [] {
+    std::array<std::uint8_t, 256> values{};
+    values.fill(no_digit);
+    for (std::uint8_t i = 0; i < 10; ++i)
+        values[static_cast<std::size_t>('0' + i)] = i;
+    for (std::uint8_t i = 10; i < 16; ++i)
+        values[static_cast<std::size_t>('a' + i - 10)] = values[static_cast<std::size_t>('A' + i - 10)] = i;
+    return values;
+}();
+
+std::uint8_t digit_value(char c) {
+    return digit_values[static_cast<unsigned char>(c)];
 }
 
 } // namespace
@@ -58,19 +69,17 @@ std::optional<GUID> guid_from_string(std::string_view text, bool allow_braces) {
         text = text.substr(1, text_length);
     if (text.size() != text_length) return std::nullopt;
 
-    std::uint8_t bytes[16] = {};
-    std::size_t digit_count = 0;
-    for (std::size_t i = 0; i < text_length; ++i) {
-        if (is_dash_position(i)) {
-            if (text[i] != '-') return std::nullopt;
-            continue;
-        }
-        const int value = digit_value(text[i]);
-        if (value < 0) return std::nullopt;
-        std::uint8_t& byte = bytes[digit_count / 2];
-        byte = static_cast<std::uint8_t>(byte << 4 | value);
-        ++digit_count;
+    for (const std::size_t dash : dashes)
+        if (text[dash] != '-') return std::nullopt;
+    std::uint8_t bytes[16];
+    std::uint8_t seen = 0;
+    for (std::size_t i = 0; i < sizeof bytes; ++i) {
+        const std::uint8_t high = digit_value(text[digits_of[i]]);
+        const std::uint8_t low = digit_value(text[digits_of[i] + 1]);
+        seen |= high | low;
+        bytes[i] = static_cast<std::uint8_t>(high << 4 | low);
     }
+    if (seen & no_digit) return std::nullopt;
 
     GUID guid{static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
                   static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3],

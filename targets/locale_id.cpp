@@ -3,6 +3,7 @@
 #include "targets/locale_table.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <iterator>
 #include <string_view>
@@ -28,23 +29,39 @@ constexpr OldTag old_tags[] = {
 
 constexpr std::size_t rows = std::size(locale_table);
 
+// Where the rows of each first character begin. Every text that is read in a language asks here, so the search is
+// short.
+constexpr auto starts = [] {
+    std::array<std::uint16_t, 257> counts{};
+    for (const LocaleRow& row : locale_table)
+        ++counts[static_cast<unsigned char>(row.tag[0]) + 1U];
+    for (std::size_t i = 1; i < counts.size(); ++i)
+        counts[i] = static_cast<std::uint16_t>(counts[i] + counts[i - 1]);
+    return counts;
+}();
+
 // The index of a tag's row, or `rows`.
 constexpr std::size_t find(std::string_view tag) {
-    const LocaleRow* const row =
-        std::lower_bound(std::begin(locale_table), std::end(locale_table), LocaleRow{tag, 0}, in_order);
-    return row != std::end(locale_table) && row->tag == tag ? static_cast<std::size_t>(row - locale_table) : rows;
+    if (tag.empty()) return rows;
+    const auto first = static_cast<unsigned char>(tag[0]);
+    const LocaleRow* const end = locale_table + starts[first + 1U];
+    const LocaleRow* const row = std::lower_bound(locale_table + starts[first], end, LocaleRow{tag, 0}, in_order);
+    return row != end && row->tag == tag ? static_cast<std::size_t>(row - locale_table) : rows;
 }
 
 constexpr std::size_t fallback = find("en");
 static_assert(fallback != rows);
+static_assert(std::ranges::all_of(old_tags, [](const OldTag& old) { return find(old.given) == rows; }),
+              "an old tag in the list would hide what replaced it");
 
 } // namespace
 
 std::int32_t locale_to_lcid(const std::string& tag) {
-    std::string_view used = tag;
-    for (const OldTag& old : old_tags)
-        if (old.given == tag) used = old.used;
-    const std::size_t row = find(used);
+    std::size_t row = find(tag);
+    if (row == rows) {
+        const OldTag* const old = std::ranges::find(old_tags, std::string_view(tag), &OldTag::given);
+        row = old != std::end(old_tags) ? find(old->used) : fallback;
+    }
     return locale_table[row != rows ? row : fallback].id;
 }
 
