@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <functional>
+#include <thread>
 
 using namespace ZoHmiSrv;
 using testing::ElementsAre;
@@ -295,6 +295,22 @@ TEST_F(Localization, KeepsEightTextsForEachEventThatIsKept) {
     EXPECT_EQ(texts_asked(1), 0u);
     EXPECT_EQ(texts_asked(0), 1u);
     EXPECT_EQ(texts_asked(1), 1u) << "the oldest goes, however often it was read";
+}
+
+TEST_F(Localization, ASlowAnswerKeepsNobodyWaiting) {
+    start();
+    const auto block = logger->plan->block("GetText", 1);
+    Alarm copy = event;
+    String other_text;
+    std::thread slow(
+        [&] { EXPECT_EQ(extension->on_localize_event(Context(), "de-DE", copy, other_text), HMI_SUCCESS); });
+    ASSERT_TRUE(block->wait_until_entered());
+    EXPECT_EQ(localize(event), HMI_SUCCESS); // asks the same once more
+    tick();
+    block->release();
+    slow.join();
+    EXPECT_EQ(asked(), (Counts{2, 1, 1, 1, 1}));
+    EXPECT_STREQ(other_text.name(), text.name());
 }
 
 TEST_F(Localization, ReadsWhatNoTargetCanTell) {

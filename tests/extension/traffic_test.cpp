@@ -1,5 +1,7 @@
 #include "tests/extension/extension_fixture.h"
 
+#include "extension/host/command.h"
+#include "extension/host/event_payload.h"
 #include "tests/fakes/callback_thread.h"
 
 #include <algorithm>
@@ -14,10 +16,13 @@ namespace {
 
 using Traffic = ExtensionTest;
 
-// Ticks with lost connections, callbacks, changes of configuration and listings, all at once.
+// Ticks with lost connections, callbacks, changes of configuration, listings, localization, confirmations and
+// commands, all at once.
 TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
     const auto a = add_target("a");
     const auto b = add_target("b");
+    for (const auto& logger : {a, b})
+        logger->has_class_name = logger->has_source_name = logger->has_logger5 = true;
     set_config("LIMIT_EVENT_COUNT", 10.0);
     for (int second = 1; second <= 8; ++second) {
         a->history.push_back(a->make_logged_event({.raised = fakes::file_time(second)}));
@@ -25,6 +30,23 @@ TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
     }
     start_without_ticks();
     host.plan().run("reset_temporary_events", [this] { listed(); });
+
+    // What an operator does with the events of a list, while targets come and go.
+    const auto operate = [&](const Value& events) {
+        for (unsigned long i = 0; i < events.size(); ++i) {
+            const Value& payload = std::as_const(events)[i].get_event().payload();
+            if (payload.type() != ValueType::Alarm) continue;
+            Alarm alarm = payload.get_alarm();
+            String text;
+            const ErrorValue result = extension->on_localize_event(Context(), "de-DE", alarm, text);
+            EXPECT_TRUE(result == HMI_SUCCESS || result == HMI_E_CONNECT) << result;
+            EXPECT_NE(extension->on_confirm_alarm(Context(), alarm), HMI_E_ENTRY_NOT_FOUND);
+        }
+        CommandGroup commands;
+        commands.add(Command("Diagnostics"));
+        extension->on_request(Context(), commands);
+        EXPECT_EQ(commands[0].extension_result(), 0u);
+    };
 
     std::atomic<bool> stop = false;
     std::atomic<unsigned> rounds[5] = {};
@@ -64,6 +86,7 @@ TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
                    [&](unsigned) {
                        const Value events = listed();
                        EXPECT_EQ(events.type(), ValueType::Vector);
+                       operate(events);
                    }),
     };
     // At least a second, and on a loaded machine until everybody had a turn.
