@@ -28,6 +28,18 @@ void CallPlan::answer(std::string_view call, HRESULT code, unsigned nth) {
     add(call, nth, {}, code);
 }
 
+void CallPlan::answer_any(HRESULT code, std::size_t nth) {
+    const std::lock_guard lock(mutex_);
+    until_any_ = nth;
+    any_code_ = code;
+    answered_.clear();
+}
+
+std::string CallPlan::answered() const {
+    const std::lock_guard lock(mutex_);
+    return answered_;
+}
+
 void CallPlan::run(std::string_view call, std::function<void()> hook, unsigned nth) {
     add(call, nth, std::move(hook), {});
 }
@@ -51,6 +63,7 @@ std::shared_ptr<Block> CallPlan::block(std::string_view call, unsigned nth) {
 void CallPlan::clear() {
     const std::lock_guard lock(mutex_);
     rules_.clear();
+    until_any_ = 0;
     for (const auto& block : blocks_)
         block->release();
     blocks_.clear();
@@ -69,15 +82,19 @@ void CallPlan::log_reads(bool on) {
 
 std::optional<HRESULT> CallPlan::enter(std::string_view call, bool is_read) {
     std::vector<Rule> due;
+    std::optional<HRESULT> answer;
     {
         const std::lock_guard lock(mutex_);
         const std::size_t number = ++counts_[std::string(call)];
         if (!is_read || log_reads_) call_log().add(name_.empty() ? std::string(call) : name_ + "." + std::string(call));
+        if (until_any_ != 0 && --until_any_ == 0) {
+            answered_ = call;
+            answer = any_code_;
+        }
         const auto [first, last] = rules_.equal_range(call);
         for (auto rule = first; rule != last; ++rule)
             if (rule->second.number == each || rule->second.number == number) due.push_back(rule->second);
     }
-    std::optional<HRESULT> answer;
     for (const Rule& rule : due) {
         if (rule.hook) rule.hook();
         if (rule.code) answer = rule.code;

@@ -46,6 +46,9 @@ public:
 
     // The call does nothing, leaves its out arguments null or 0, and answers the code (which may be a success).
     void answer(std::string_view call, HRESULT code, unsigned nth = each);
+    // The same for the n-th call from now on, whatever its name. `answered` names it once it came.
+    void answer_any(HRESULT code, std::size_t nth);
+    [[nodiscard]] std::string answered() const;
     // The hook runs on the calling thread before the work; what it throws leaves the call.
     void run(std::string_view call, std::function<void()> hook, unsigned nth = each);
     // The call throws: a std::runtime_error of the text, or something that is no standard exception.
@@ -79,6 +82,9 @@ private:
     std::multimap<std::string, Rule, std::less<>> rules_;
     std::vector<std::shared_ptr<Block>> blocks_;
     bool log_reads_ = false;
+    std::size_t until_any_ = 0; // 1 for the next call, 0 for none
+    HRESULT any_code_ = S_OK;
+    std::string answered_;
 };
 
 } // namespace fakes
