@@ -256,15 +256,15 @@ void Target::resume() {
         session->stall(false);
 }
 
-void Target::commit() {
+void Target::commit(const std::function<void()>& answer) {
     const std::vector<Change> changes = log_.take_changes();
-    if (changes.empty()) return;
-    if (state_file_) {
+    if (state_file_ && !changes.empty()) {
         if (state_file_->appended() > log_.size() + spare_lines)
             state_file_->rewrite(instance_, log_);
         else
             state_file_->append(changes);
     }
+    if (answer) answer();
     for (const Change& change : changes)
         tell(change);
 }

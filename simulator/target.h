@@ -77,7 +77,8 @@ private:
     void flood(const Verb& verb, FileTime now);
     void stall(std::int64_t milliseconds);
     void resume();
-    void commit();
+    // Writes what has changed to the state file, then answers, then tells all clients.
+    void commit(const std::function<void()>& answer = {});
     void tell(const Change& change);
 
     nlohmann::json list_json() const;

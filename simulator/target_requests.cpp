@@ -52,8 +52,8 @@ void Target::answer(const Request& request) {
     if (is_text_operation(operation)) return answer_text_request(request);
     if (operation == op::clear_logged_events) {
         log_.clear_log(1);
-        commit();
-        return request.session->reply(request.id, zo_link::code::ok);
+        // Answered first: a client may well disconnect as soon as it hears of the change, and would lose the answer.
+        return commit([&] { request.session->reply(request.id, zo_link::code::ok); });
     }
     request.session->reply(request.id, zo_link::code::not_supported);
 }
