@@ -29,7 +29,8 @@ constexpr std::array kinds{
     CommandKind{Verb::watch, "watch", "[LANG]", false, "the live table, until a key is pressed"},
     CommandKind{Verb::sleep, "sleep", "MS", true, "wait so many milliseconds"},
     CommandKind{Verb::wait, "wait", "CALL [SECONDS]", true,
-                "wait (10 seconds at most) for a message or host call since the last change"},
+                "wait (10 seconds at most) for a message, notify_alarm, forget_event or "
+                "reset_temporary_events since the last change"},
     CommandKind{Verb::help, "help", "", false, "this list"},
     CommandKind{Verb::quit, "quit", "", false, "end the server"},
 };

@@ -172,7 +172,7 @@ void Commands::confirm(const CommandLine& command, Answer& answer) {
     const EventRow found = row(command.arguments[0]);
     const Alarm* alarm = alarm_of(found.event);
     if (alarm == nullptr) throw Failure(command.arguments[0] + " is no alarm.");
-    trace_.forget_untaken();
+    host_.heard().forget();
     if (const ErrorValue result = host_.confirm(*alarm); result != HMI_SUCCESS) {
         const auto number = static_cast<unsigned>(result);
         throw Failure("Alarm " + std::to_string(alarm->id()) + " was not confirmed: " + hexadecimal(number) + ".",
@@ -195,7 +195,7 @@ void Commands::request(const CommandLine& command, Answer& answer) {
         input.set_type(ValueType::Struct);
         input.insert("targetName", command.arguments[0].c_str());
     }
-    if (acts) trace_.forget_untaken();
+    if (acts) host_.heard().forget();
     const Command done = host_.request(mapping, std::move(input));
     const unsigned result =
         done.result() != HMI_SUCCESS ? static_cast<unsigned>(done.result()) : done.extension_result();
@@ -224,7 +224,7 @@ void Commands::request(const CommandLine& command, Answer& answer) {
 void Commands::configure(const CommandLine& command, Answer& answer) {
     const std::string& name = command.arguments[0];
     const bool set = command.kind->verb == Verb::config_set;
-    trace_.forget_untaken();
+    host_.heard().forget();
     const auto changes = set ? configuration_.set_target(name, command.arguments[1], command.arguments[2] == "true")
                              : configuration_.delete_target(name);
     if (changes.empty() && !set) throw Failure("There is no target " + named(name) + ".");
@@ -246,7 +246,7 @@ void Commands::pause(const CommandLine& command, const std::stop_token& stop) {
     }
     const auto limit =
         command.arguments.size() > 1 ? std::chrono::seconds(std::stoll(command.arguments[1])) : default_wait;
-    if (!trace_.take(what, limit, stop)) throw Failure(named(what) + " has not come in time.");
+    if (!host_.heard().take(what, limit, stop)) throw Failure(named(what) + " has not come in time.");
 }
 
 } // namespace server

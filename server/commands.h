@@ -4,7 +4,6 @@
 #include "server/configuration.h"
 #include "server/event_list.h"
 #include "server/host.h"
-#include "server/trace.h"
 
 #include <nlohmann/json.hpp>
 #include <stop_token>
@@ -28,8 +27,8 @@ struct Answer {
 class Commands {
 public:
     /// All but the language must outlive this object. The language is for texts where a command names none.
-    Commands(Host& host, const EventList& events, Configuration& configuration, Trace& trace, std::string language)
-        : host_(host), events_(events), configuration_(configuration), trace_(trace), language_(std::move(language)) {}
+    Commands(Host& host, const EventList& events, Configuration& configuration, std::string language)
+        : host_(host), events_(events), configuration_(configuration), language_(std::move(language)) {}
 
     /// What fails is told in the answer. `quit` and `watch` only give their kind: the caller does them. `sleep` and
     /// `wait` end early when `stop` comes.
@@ -51,7 +50,6 @@ private:
     Host& host_;
     const EventList& events_;
     Configuration& configuration_;
-    Trace& trace_;
     const std::string language_;
 };
 

@@ -165,12 +165,13 @@ void Host::shut_down() {
 void Host::send_message(const Context&, Message message, bool is_event) {
     const std::lock_guard lock(order_mutex_);
     trace_.message(message, is_event);
-    if (!is_event) {
+    if (is_event) {
+        const EventList::Outcome outcome = events_.add_message(message);
+        say_("message " + row_line({outcome.row, event_of(message)}));
+    } else {
         say_("log " + message_line(message));
-        return;
     }
-    const EventList::Outcome outcome = events_.add_message(message);
-    say_("message " + row_line({outcome.row, event_of(message)}));
+    heard_.count(message.name());
 }
 
 void Host::execute_command(const Context&, Command& command) {
@@ -228,6 +229,7 @@ void Host::notify_alarm(const Context&, AlarmNotification mode, const Alarm& ala
     const EventList::Outcome outcome = events_.notify_alarm(number, alarm);
     say_(std::string(alarm_verb(mode)) + " " +
          row_line({outcome.row, event_of(alarm), mode == AlarmNotification::Removed}));
+    heard_.count("notify_alarm");
 }
 
 void Host::forget_event(const Context&, const Event& event) {
@@ -235,6 +237,7 @@ void Host::forget_event(const Context&, const Event& event) {
     trace_.forgotten(event);
     const EventList::Outcome outcome = events_.forget(event);
     say_("forgotten " + row_line({outcome.row, event}));
+    heard_.count("forget_event");
 }
 
 Value Host::get_config_value(const Context&, const char* path) {
@@ -251,6 +254,7 @@ void Host::reset_temporary_events(const Context&) {
         trace_.call("reset_temporary_events");
     }
     list_anew("reset");
+    heard_.count("reset_temporary_events");
 }
 
 void Host::list_anew(const char* why) {

@@ -7,6 +7,7 @@
 #include "extension/host/value.h"
 #include "server/configuration.h"
 #include "server/event_list.h"
+#include "server/heard.h"
 #include "server/trace.h"
 
 #include <functional>
@@ -53,6 +54,8 @@ public:
     bool guarded(const char* what, const std::function<void()>& call);
     /// Says a line of the server's own.
     void say(const std::string& line);
+    /// The extension's calls, once the list shows what they did.
+    [[nodiscard]] Heard& heard() { return heard_; }
 
     void send_message(const ZoHmiSrv::Context& context, ZoHmiSrv::Message message, bool is_event) override;
     void execute_command(const ZoHmiSrv::Context& context, ZoHmiSrv::Command& command) override;
@@ -85,6 +88,7 @@ private:
     const Configuration& configuration_;
     EventList& events_;
     Trace& trace_;
+    Heard heard_;
     const Say say_;
     ZoHmiSrv::Context context_;
 

@@ -99,7 +99,7 @@ int run(const Options& options) {
     EventList events;
     Console console(options.trace_to_stdout() || options.json ? stderr : stdout);
     Host host(configuration, events, trace, [&console](const std::string& line) { console.say(line); });
-    Operator commander(options, host, events, configuration, trace, console);
+    Operator commander(options, host, events, configuration, console);
 
     std::string failure;
     try {

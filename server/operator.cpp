@@ -40,9 +40,9 @@ bool has_terminal() {
 }
 
 Operator::Operator(const Options& options, Host& host, const EventList& events, Configuration& configuration,
-                   Trace& trace, Console& console)
+                   Console& console)
     : options_(options), host_(host), events_(events), console_(console),
-      commands_(host, events, configuration, trace, options.language), script_(read_script(options)) {
+      commands_(host, events, configuration, options.language), script_(read_script(options)) {
 }
 
 void Operator::run(const std::stop_token& stop) noexcept {

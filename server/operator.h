@@ -16,7 +16,7 @@ namespace server {
 class Operator {
 public:
     /// All must outlive this object. Reads the script; throws std::runtime_error when it cannot.
-    Operator(const Options& options, Host& host, const EventList& events, Configuration& configuration, Trace& trace,
+    Operator(const Options& options, Host& host, const EventList& events, Configuration& configuration,
              Console& console);
 
     /// Does the commands until there are no more, then ends the server with a SIGTERM; where nobody gives commands,

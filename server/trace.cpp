@@ -36,35 +36,7 @@ void Trace::write(ordered_json fields) {
     }
 }
 
-void Trace::count(std::string_view name) {
-    const std::lock_guard lock(mutex_);
-    const auto found = untaken_.find(name);
-    if (found == untaken_.end()) {
-        untaken_.emplace(name, 1);
-    } else {
-        ++found->second;
-    }
-    came_.notify_all();
-}
-
-bool Trace::take(const std::string& name, std::chrono::nanoseconds limit, const std::stop_token& stop) {
-    std::unique_lock lock(mutex_);
-    const auto there = [&] {
-        const auto found = untaken_.find(name);
-        return found != untaken_.end() && found->second > 0;
-    };
-    if (!came_.wait_for(lock, stop, limit, there)) return false;
-    --untaken_.find(name)->second;
-    return true;
-}
-
-void Trace::forget_untaken() {
-    const std::lock_guard lock(mutex_);
-    untaken_.clear();
-}
-
 void Trace::call(const char* call, const char* name) {
-    count(call);
     if (!file_) return;
     ordered_json line{{"call", call}};
     if (name != nullptr) line["name"] = name;
@@ -72,7 +44,6 @@ void Trace::call(const char* call, const char* name) {
 }
 
 void Trace::message(const ZoHmiSrv::Message& message, bool is_event) {
-    count(message.name());
     if (!file_) return;
     write({{"call", "send_message"},
            {"name", message.name()},
@@ -81,13 +52,11 @@ void Trace::message(const ZoHmiSrv::Message& message, bool is_event) {
 }
 
 void Trace::alarm(std::int32_t mode, const ZoHmiSrv::Alarm& alarm) {
-    count("notify_alarm");
     if (!file_) return;
     write({{"call", "notify_alarm"}, {"name", alarm.name()}, {"mode", mode}, {"alarm", alarm_json(alarm)}});
 }
 
 void Trace::forgotten(const ZoHmiSrv::Event& event) {
-    count("forget_event");
     if (!file_) return;
     ordered_json line{{"call", "forget_event"}, {"name", event.name()}};
     if (const auto* alarm = alarm_of(event)) {

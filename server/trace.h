@@ -3,19 +3,12 @@
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <nlohmann/json_fwd.hpp>
-#include <stop_token>
-#include <string>
-#include <string_view>
 
 namespace server {
 
@@ -32,23 +25,14 @@ public:
     void alarm(std::int32_t mode, const ZoHmiSrv::Alarm& alarm);
     void forgotten(const ZoHmiSrv::Event& event);
 
-    /// Waits for a call of a name, that of the message for send_message, and takes it: a call that has come already
-    /// counts, but for one wait only. False when there was none in time or `stop` came first.
-    bool take(const std::string& name, std::chrono::nanoseconds limit, const std::stop_token& stop);
-    /// From now on only calls count that are still to come.
-    void forget_untaken();
-
 private:
     struct Close {
         void operator()(std::FILE* file) const;
     };
 
     void write(nlohmann::ordered_json line);
-    void count(std::string_view name);
 
     std::mutex mutex_;
-    std::condition_variable_any came_;
-    std::map<std::string, std::uint64_t, std::less<>> untaken_; // calls of each name
     std::unique_ptr<std::FILE, Close> file_;
     bool failed_ = false; // reported once
 };

@@ -74,7 +74,7 @@ protected:
         host.send_message(context, message(20), true);
         host.notify_alarm(context, AlarmNotification::Raised, alarm(70, 10));
         host.notify_alarm(context, AlarmNotification::Raised, alarm(2, 30));
-        trace.forget_untaken();
+        host.heard().forget();
     }
 
     Answer run(const std::string& line, bool interactive = false) {
@@ -88,7 +88,7 @@ protected:
     EventList list;
     Trace trace{{}};
     Host host{configuration, list, trace, [](const std::string&) {}};
-    Commands commands{host, list, configuration, trace, "en-US"};
+    Commands commands{host, list, configuration, "en-US"};
     Context context;
     Extension extension;
     std::stop_source stop;

@@ -1,0 +1,189 @@
+// An operator's script against the real programs.
+#include "tests/system/programs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+namespace {
+
+using namespace programs;
+using namespace std::chrono_literals;
+
+constexpr char net_id[] = "5.12.82.40.1.1";
+
+/// The bottling plant with an empty log, in which nothing happens but what the test says.
+json plant() {
+    json scenario = demo("bottling.json");
+    scenario.erase("schedule");
+    scenario.erase("history");
+    return scenario;
+}
+
+/// A run of the server with a script, on a target and a second one that is disabled.
+struct Shift {
+    Shift(const TemporaryFolder& folder, const Target& target, const std::string& script, bool as_json = true)
+        : server(folder, config(), {{net_id, target.address()}}, options(folder, script, as_json)) {}
+
+    static json config() {
+        json config = demo("config.json");
+        config["TARGET_SYSTEMS"] = {{"Bottling", {{"ADDRESS", net_id}, {"ENABLED", true}}},
+                                    {"Off", {{"ADDRESS", net_id}, {"ENABLED", false}}}};
+        return config;
+    }
+    static std::vector<std::string> options(const TemporaryFolder& folder, const std::string& script, bool as_json) {
+        write_file(folder / "script", script);
+        std::vector<std::string> options{"--script", folder / "script", "--language", "en-US"};
+        if (as_json) options.emplace_back("--json");
+        return options;
+    }
+
+    /// The answers so far.
+    std::vector<json> answers() const {
+        std::vector<json> answers;
+        std::istringstream in(server.output());
+        for (std::string line; std::getline(in, line);) {
+            json answer = json::parse(line, nullptr, false);
+            if (answer.is_object()) answers.push_back(std::move(answer));
+        }
+        return answers;
+    }
+    std::vector<json> answers(const std::string& command) const {
+        std::vector<json> all = answers();
+        std::erase_if(all, [&](const json& answer) { return answer["command"] != command; });
+        return all;
+    }
+    bool waits_for(const std::string& command, std::size_t times) const {
+        return eventually([&] { return answers(command).size() >= times; });
+    }
+
+    Server server;
+};
+
+/// What an event is called in a language.
+std::vector<std::string> names(const json& event) {
+    return {event["text"], event["class"], event["source"]};
+}
+
+TEST(Operator, ReadsEventsInTwoLanguagesAndConfirmsAnAlarm) {
+    const TemporaryFolder folder;
+    Target target(folder, "bottling", plant());
+    target.run("raise process 1 tank=T7 level=93.5");
+    target.run("message production 3");
+    Shift shift(
+        folder, target,
+        "; an operator's morning\nevents\nevents de-DE\nconfirm #1\nwait notify_alarm\nshow #1 de-DE\nquit\nclear x");
+    shift.server.stop(true);
+
+    const auto english = shift.answers("events").at(0)["events"];
+    const auto german = shift.answers("events de-DE").at(0)["events"];
+    ASSERT_EQ(english.size(), 2u);
+    EXPECT_EQ(names(english[0]), (std::vector<std::string>{"Product tank T7: level 93.5 % is above the limit of 90 %",
+                                                           "Process", "Filler"}));
+    EXPECT_EQ(names(german[0]),
+              (std::vector<std::string>{"Produkttank T7: Füllstand 93.5 % liegt über der Grenze von 90 %", "Prozess",
+                                        "Füller"}));
+    EXPECT_EQ(english[0]["row"], 1);
+    EXPECT_EQ(english[0]["severity"], 3);
+    EXPECT_EQ(english[0]["state"], "active");
+    EXPECT_EQ(names(english[1]), (std::vector<std::string>{"Operator signed on", "Production", ""}));
+    EXPECT_EQ(names(german[1]), (std::vector<std::string>{"Bediener angemeldet", "Produktion", ""}));
+
+    EXPECT_TRUE(shift.answers("clear x").empty()) << "after quit";
+    const auto told = shift.server.calls("notify_alarm");
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0]["mode"], 1);
+    EXPECT_EQ(told[0]["alarm"]["id"], english[0]["id"]);
+    EXPECT_EQ(told[0]["alarm"]["confirmationState"], 3);
+    EXPECT_NE(told[0]["alarm"]["timeConfirmed"], 0);
+    EXPECT_EQ(target.list()["alarms"][0]["confirmation"], 3) << target.list();
+
+    const json shown = shift.answers("show #1 de-DE").at(0);
+    EXPECT_EQ(shown["state"], "active confirmed");
+    const json& parameters = shown["event"]["alarm"]["parameters"];
+    EXPECT_EQ(parameters["causeRemedy"][1]["remedy"], "Sensor reinigen");
+    EXPECT_EQ(parameters["details"]["limit"]["comment"], "Aus dem Rezept");
+    EXPECT_EQ(parameters["targetName"], "Bottling");
+}
+
+TEST(Operator, ClearsALogAndTheListStartsOverOnce) {
+    const TemporaryFolder folder;
+    Target target(folder, "bottling", plant());
+    target.run("raise process 1");
+    for (const char* verb : {"message production 1", "message production 2"})
+        target.run(verb);
+    Shift shift(folder, target,
+                "events\nsleep 700\nclear Bottling\nwait DATABASE_CHANGED\nwait TARGET_SYSTEM_CONNECTED\n"
+                "wait reset_temporary_events\nsleep 1500\nevents\n");
+    shift.server.stop(true);
+    const auto lists = shift.answers("events");
+    ASSERT_EQ(lists.size(), 2u);
+    EXPECT_EQ(lists[0]["events"].size(), 3u);
+    ASSERT_EQ(lists[1]["events"].size(), 1u) << "the active alarm stays";
+    EXPECT_EQ(lists[1]["events"][0]["id"], lists[0]["events"][0]["id"]);
+    EXPECT_EQ(shift.server.count("reset_temporary_events"), 1u);
+    EXPECT_EQ(shift.server.count("RESET_TEMPORARY_EVENTS"), 1u);
+    EXPECT_EQ(shift.server.count("TARGET_SYSTEM_CONNECTED"), 2u);
+    const auto changes = shift.server.calls("DATABASE_CHANGED");
+    ASSERT_EQ(changes.size(), 1u);
+    EXPECT_EQ(changes[0]["parameters"]["1"], "ClearLoggedEvents");
+    EXPECT_LT(changes[0]["t"], shift.server.calls("TARGET_SYSTEM_CONNECTED")[1]["t"]);
+    EXPECT_LT(shift.server.calls("TARGET_SYSTEM_CONNECTED")[1]["t"],
+              shift.server.calls("reset_temporary_events")[0]["t"]);
+}
+
+TEST(Operator, DiagnosticsFollowALossAndTheReturn) {
+    const TemporaryFolder folder;
+    Target target(folder, "bottling", plant());
+    target.run("raise process 1");
+    target.run("message production 1");
+    Shift shift(folder, target,
+                "wait TARGET_SYSTEM_CONNECTED\nwait GETLOGGEDEVENTS_GETACTIVEALARMS\ndiagnostics\ntargets\nwait "
+                "TARGET_SYSTEM_CONNECT_FAILED 30\ndiagnostics\n"
+                "wait TARGET_SYSTEM_CONNECTED 30\nwait GETLOGGEDEVENTS_GETACTIVEALARMS\ndiagnostics\n");
+    ASSERT_TRUE(shift.waits_for("targets", 1)) << shift.server.output();
+    target.kill();
+    ASSERT_TRUE(shift.waits_for("diagnostics", 2)) << shift.server.output();
+    target.start();
+    shift.server.stop(true);
+
+    const json off{{"connectionState", "Disabled"}};
+    const json good{{"connectionState", "Good"},  {"importedEventsCount", 2},        {"importedAlarmsCount", 1},
+                    {"importedMessagesCount", 1}, {"importedInvalidAlarmsCount", 0}, {"activeAlarmsCount", 1},
+                    {"cachedAlarmsCount", 1},     {"cachedInvalidAlarmsCount", 0},   {"cachedMessagesCount", 1}};
+    const json lost{{"connectionState", "Not Connected"}, {"connectError", "ERR_TCP_CONN_REFUSED (0x9811001f)"}};
+    const auto told = shift.answers("diagnostics");
+    ASSERT_EQ(told.size(), 3u);
+    const json* const bottling[]{&good, &lost, &good};
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(told[i]["diagnostics"], (json{{"TARGET_SYSTEMS", {{"Bottling", *bottling[i]}, {"Off", off}}}})) << i;
+    }
+    EXPECT_EQ(shift.answers("targets")[0]["targets"], json{"Bottling"});
+}
+
+TEST(Operator, NoTextOfATargetReachesATerminalRaw) {
+    for (const bool as_json : {false, true}) {
+        const TemporaryFolder folder;
+        json scenario = plant();
+        const std::string hostile = "\x1b[2J\x1b]0;x\x07 \xC2\x9B"
+                                    "31m \x7F\r\n\xE2\x80\xAE";
+        scenario["classes"]["production"]["name"] = hostile;
+        scenario["classes"]["production"]["events"]["3"]["text"] = hostile;
+        scenario["sources"]["line"]["name"] = hostile;
+        scenario["classes"]["production"]["events"]["3"]["source"] = "line";
+        Target target(folder, "bottling", scenario);
+        target.run("message production 3");
+        Shift shift(folder, target, "; \x1b[2J\nevents\nshow #1\n", as_json);
+        shift.server.stop(true);
+        const std::string output = shift.server.output();
+        EXPECT_NE(output.find("31m"), std::string::npos) << output;
+        EXPECT_TRUE(std::all_of(output.begin(), output.end(), [](char c) {
+            return c == '\n' || static_cast<unsigned char>(c) >= 0x80 || (c >= ' ' && c < '\x7F');
+        })) << output;
+        for (const char* sequence : {"\xC2\x9B", "\xE2\x80\xAE"})
+            EXPECT_EQ(output.find(sequence), std::string::npos) << output;
+    }
+}
+
+} // namespace
