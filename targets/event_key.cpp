@@ -3,6 +3,7 @@
 #include "extension/host/algorithm.h"
 #include "extension/host/timestamp.h"
 #include "targets/ask.h"
+#include "targets/localization_keys.h"
 
 namespace ZoHmiEventLogger {
 
@@ -23,12 +24,10 @@ std::optional<std::uint32_t> unique_id_of(IUnknown& object) {
     return ask(*identity, &IZoEventIdentity::GetUniqueId);
 }
 
-EventKey::EventKey(std::optional<std::uint32_t> id, std::int64_t raised, const GUID& event_class,
-                   std::uint32_t event_id)
-    : id_(id) {
-    text_ = Algorithm::to_string(raised);
-    text_ += Algorithm::uuid_to_string(event_class, true);
-    text_ += Algorithm::to_string(static_cast<double>(event_id), 2, false);
+std::string EventKey::text() const {
+    if (!occurrence_.exists) return {};
+    return Algorithm::to_string(occurrence_.raised) + Algorithm::uuid_to_string(occurrence_.event_class, true) +
+           Algorithm::to_string(static_cast<double>(occurrence_.event_id), 2, false);
 }
 
 template <class T>
@@ -41,19 +40,27 @@ EventKey EventKey::of(T& event) {
 template EventKey EventKey::of(IZoAlarm&);
 template EventKey EventKey::of(IZoMessage&);
 
+std::size_t EventKeySet::Hash::operator()(const EventKey::Occurrence& occurrence) const {
+    return KeyHash()
+        .add(static_cast<std::uint64_t>(occurrence.raised))
+        .add(occurrence.event_class)
+        .add(occurrence.event_id)
+        .value();
+}
+
 void EventKeySet::reserve(std::size_t keys) {
     ids_.reserve(keys);
-    texts_with_id_.reserve(keys);
+    with_id_.reserve(keys);
 }
 
 void EventKeySet::add(const EventKey& key) {
     if (key.id()) ids_.insert(*key.id());
-    (key.id() ? texts_with_id_ : texts_without_id_).insert(key.text());
+    (key.id() ? with_id_ : without_id_).insert(key.occurrence());
 }
 
 bool EventKeySet::contains(const EventKey& key) const {
-    if (texts_without_id_.contains(key.text())) return true;
-    return key.id() ? ids_.contains(*key.id()) : texts_with_id_.contains(key.text());
+    if (without_id_.contains(key.occurrence())) return true;
+    return key.id() ? ids_.contains(*key.id()) : with_id_.contains(key.occurrence());
 }
 
 AlarmKey AlarmKey::of(IZoAlarm& alarm) {

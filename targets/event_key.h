@@ -18,29 +18,42 @@ std::optional<std::uint32_t> unique_id_of(IUnknown& object);
 /// Equality is not transitive: two keys with ids compare by them, and otherwise their texts decide.
 class EventKey {
 public:
+    /// What stands in a key's text: keys have equal texts exactly when these are equal.
+    struct Occurrence {
+        std::int64_t raised = 0; // nanoseconds since 1970
+        GUID event_class{};
+        std::uint32_t event_id = 0;
+        bool exists = false; // false for the key of nothing
+
+        friend bool operator==(const Occurrence&, const Occurrence&) = default;
+    };
+
     /// The key of nothing: no id, no text.
     EventKey() = default;
     /// `raised` is in nanoseconds since 1970.
-    EventKey(std::optional<std::uint32_t> id, std::int64_t raised, const GUID& event_class, std::uint32_t event_id);
+    EventKey(std::optional<std::uint32_t> id, std::int64_t raised, const GUID& event_class, std::uint32_t event_id)
+        : id_(id), occurrence_{raised, event_class, event_id, true} {}
 
     /// Asks an alarm or message. Throws CAtlException when a call fails.
     template <class T>
     static EventKey of(T& event);
 
     const std::optional<std::uint32_t>& id() const { return id_; }
-    const std::string& text() const { return text_; }
+    const Occurrence& occurrence() const { return occurrence_; }
+    /// Time, class in braces, and event id, without anything between them.
+    std::string text() const;
 
     friend bool operator==(const EventKey& a, const EventKey& b) {
-        return a.id_ && b.id_ ? *a.id_ == *b.id_ : a.text_ == b.text_;
+        return a.id_ && b.id_ ? *a.id_ == *b.id_ : a.occurrence_ == b.occurrence_;
     }
 
 private:
     std::optional<std::uint32_t> id_;
-    std::string text_;
+    Occurrence occurrence_;
 };
 
-/// Answers whether an equal key was added, without walking them. Since equality is not transitive, texts are kept
-/// apart by whether their key has an id.
+/// Answers whether an equal key was added, without walking them. Since equality is not transitive, what stands in texts
+/// is kept apart by whether its key has an id.
 class EventKeySet {
 public:
     void reserve(std::size_t keys);
@@ -48,9 +61,14 @@ public:
     bool contains(const EventKey& key) const;
 
 private:
+    struct Hash {
+        std::size_t operator()(const EventKey::Occurrence& occurrence) const;
+    };
+    using Occurrences = std::unordered_set<EventKey::Occurrence, Hash>;
+
     std::unordered_set<std::uint32_t> ids_;
-    std::unordered_set<std::string> texts_with_id_;
-    std::unordered_set<std::string> texts_without_id_;
+    Occurrences with_id_;
+    Occurrences without_id_;
 };
 
 /// The identity of a live alarm as far as it outlasts a lost connection.

@@ -24,7 +24,9 @@ void share_bytes(Block* block) noexcept {
 }
 
 void release_bytes(Block* block) noexcept {
-    if (std::atomic_ref(block->capacity).fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    // Nobody can join the last owner, which spares it the dearer operation.
+    std::atomic_ref owners(block->capacity);
+    if (owners.load(std::memory_order_acquire) == 1 || owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         deallocate(block);
     }
 }

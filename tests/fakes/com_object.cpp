@@ -9,7 +9,7 @@ std::atomic<int>& live_objects() {
     return count;
 }
 
-HRESULT hand_out(const std::string& text, char** out) {
+HRESULT hand_out(std::string_view text, char** out) {
     *out = ZoAtlCom::SysAllocStringLen(text.data(), static_cast<std::uint32_t>(text.size()));
     return *out ? S_OK : E_OUTOFMEMORY;
 }

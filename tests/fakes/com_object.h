@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 namespace fakes {
 
@@ -12,7 +12,7 @@ namespace fakes {
 std::atomic<int>& live_objects();
 
 // A counted string for an out argument.
-HRESULT hand_out(const std::string& text, char** out);
+HRESULT hand_out(std::string_view text, char** out);
 
 // An interface with its calls by number refused.
 template <class Interface>
