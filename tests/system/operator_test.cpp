@@ -162,6 +162,21 @@ TEST(Operator, DiagnosticsFollowALossAndTheReturn) {
     EXPECT_EQ(shift.answers("targets")[0]["targets"], json{"Bottling"});
 }
 
+TEST(Operator, TheRoundOfTheDemoSucceeds) {
+    const TemporaryFolder folder;
+    Target bottling(folder, "bottling", demo("bottling.json"));
+    Target packaging(folder, "packaging", demo("packaging.json"));
+    const auto script = std::filesystem::path(ZO_SOURCE_DIR) / "demo" / "operator.txt";
+    Server server(folder, demo("config.json"),
+                  {{"5.12.82.40.1.1", bottling.address()}, {"5.12.82.41.1.1", packaging.address()}},
+                  {"--script", script, "--language", "en-US"});
+    server.stop(true);
+    EXPECT_NE(server.output().find("Guard door D5 is open | Safety | Filler\n"), std::string::npos) << server.output();
+    EXPECT_NE(server.output().find(": 防护门D5已打开 | 安全 | 灌装机\n"), std::string::npos);
+    EXPECT_NE(server.output().find("active confirmed"), std::string::npos);
+    EXPECT_EQ(server.count("reset_temporary_events"), 3u) << "the target goes, comes back, and clears its log";
+}
+
 TEST(Operator, NoTextOfATargetReachesATerminalRaw) {
     for (const bool as_json : {false, true}) {
         const TemporaryFolder folder;
