@@ -83,10 +83,17 @@ KeyMode::KeyMode() {
     termios now{};
     if (tcgetattr(STDIN_FILENO, &now) != 0) return;
     before_ = now;
-    now.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    renew();
+}
+
+bool KeyMode::renew() {
+    constexpr tcflag_t unwanted = ICANON | ECHO;
+    termios now{};
+    if (!before_ || tcgetattr(STDIN_FILENO, &now) != 0 || (now.c_lflag & unwanted) == 0) return false;
+    now.c_lflag &= ~unwanted;
     now.c_cc[VMIN] = 1;
     now.c_cc[VTIME] = 0;
-    tcsetattr(STDIN_FILENO, TCSANOW, &now);
+    return tcsetattr(STDIN_FILENO, TCSANOW, &now) == 0;
 }
 
 KeyMode::~KeyMode() {

@@ -50,6 +50,10 @@ public:
     KeyMode(const KeyMode&) = delete;
     KeyMode& operator=(const KeyMode&) = delete;
 
+    /// Sets the terminal so again if somebody has set it otherwise, as a shell does that stops and continues this
+    /// process. True when that was so.
+    bool renew();
+
 private:
     std::optional<termios> before_;
 };

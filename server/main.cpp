@@ -29,7 +29,7 @@ namespace server {
 namespace {
 
 void complain(const std::string& line) {
-    std::fprintf(stderr, "zo-hmi-server: %s\n", line.c_str());
+    std::fprintf(stderr, "zo-hmi-server: %s\n", printable(line).c_str());
 }
 
 void read_configuration_again(Configuration& configuration, Host& host) {

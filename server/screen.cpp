@@ -73,11 +73,15 @@ std::string picture(const EventList& list, const Console& console, ShownTexts& t
 } // namespace
 
 bool watch(const EventList& list, Host& host, const Console& console, Input& keys, const std::string& language) {
-    const KeyMode key_mode;
+    KeyMode key_mode;
     const OwnScreen own_screen;
     ShownTexts texts(host, language);
     std::string drawn;
     while (true) {
+        if (key_mode.renew()) {
+            put(enter_screen);
+            drawn.clear();
+        }
         if (std::string next = picture(list, console, texts); next != drawn) {
             put(next);
             drawn = std::move(next);
