@@ -7,12 +7,13 @@ die() {
     exit 1
 }
 
-# Asks the package database first, and calls apt only for what lacks.
+# install_packages [PACKAGE...]: those of the list and the named ones. Asks the package database first, and calls apt
+# only for what lacks.
 install_packages() {
     local package missing=()
     while read -r package; do
         dpkg-query -W -f '${db:Status-Abbrev}' "$package" 2>/dev/null | grep -q '^.i' || missing+=("$package")
-    done < <(grep -v '^#' tools/packages)
+    done < <(grep -v '^#' tools/packages; printf '%s\n' "$@" | grep .)
     [ ${#missing[@]} -eq 0 ] && return 0
 
     local as_root=()
