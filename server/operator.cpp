@@ -111,6 +111,7 @@ void Operator::print(const Answer& answer) {
 void Operator::run_terminal(const std::stop_token& stop) {
     console_.hush();
     Input input(stop);
+    const KeyMode key_mode;
     Prompt prompt(input, [this](std::string_view kind) { return commands_.candidates(kind); });
     bool go_on = watch(events_, host_, console_, input, options_.language);
     if (go_on) std::puts("help lists the commands, watch shows the table again, quit ends the server.");

@@ -39,6 +39,8 @@ struct Prompt::Editor {
         el_set(line, EL_PROMPT, prompt);
         el_set(line, EL_EDITOR, "emacs");
         el_set(line, EL_SIGNAL, 0);
+        // Between the lines too keys are kept as they come: what is typed ahead must not be edited by the terminal.
+        el_set(line, EL_SETTY, "-x", "-icanon", "-echo", nullptr);
         el_set(line, EL_HIST, history, lines);
         el_set(line, EL_GETCFN, next_character);
         el_set(line, EL_ADDFN, "zo-complete", "completes a word", complete_word);

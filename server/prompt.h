@@ -10,8 +10,8 @@ namespace server {
 
 class Input;
 
-/// A line editor on the terminal, with a history and with completion by the tabulator. The terminal is as it was
-/// whenever no line is read. [one thread]
+/// A line editor on the terminal, with a history and with completion by the tabulator. To be used in a `KeyMode`, so
+/// that nothing typed ahead is lost. [one thread]
 class Prompt {
 public:
     /// The input must outlive this object.

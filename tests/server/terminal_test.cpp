@@ -1,0 +1,141 @@
+// The program on a terminal: the live table, the prompt, and the terminal afterwards.
+#include "tests/server/temporary_file.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <poll.h>
+#include <pty.h>
+#include <string>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The server with a small extension on a terminal of its own.
+class Terminal {
+public:
+    Terminal() {
+        winsize size{24, 100, 0, 0};
+        pid_ = forkpty(&master_, nullptr, nullptr, &size);
+        if (pid_ == 0) {
+            setenv("TERM", "xterm", 1);
+            execl(ZO_SERVER, ZO_SERVER, "--extension", ZO_TEST_EXTENSION, "--config", config_.path().c_str(), nullptr);
+            _exit(127);
+        }
+        tcgetattr(master_, &before_);
+    }
+    ~Terminal() {
+        if (pid_ > 0) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+        }
+        close(master_);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    void type(const std::string& keys) const {
+        EXPECT_EQ(write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+    /// Reads on until the text comes, and forgets what came up to its end.
+    [[nodiscard]] bool shows(const std::string& text) {
+        const bool found = reads_until([&] { return shown_.find(text) != std::string::npos; });
+        EXPECT_TRUE(found) << "no \"" << text << "\" in: " << shown_;
+        if (found) shown_.erase(0, shown_.find(text) + text.size());
+        return found;
+    }
+    void signal(int number) const { kill(pid_, number); }
+    /// The exit status; the terminal must be as it was before.
+    int wait() {
+        int status = -1;
+        if (!reads_until([&] { return waitpid(pid_, &status, WNOHANG) != 0; })) return -1;
+        pid_ = 0;
+        termios after{};
+        tcgetattr(master_, &after);
+        EXPECT_EQ(after.c_lflag, before_.c_lflag);
+        EXPECT_EQ(after.c_iflag, before_.c_iflag);
+        EXPECT_EQ(after.c_oflag, before_.c_oflag);
+        EXPECT_EQ(std::memcmp(after.c_cc, before_.c_cc, sizeof after.c_cc), 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    bool reads_until(const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + 20s;
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            pollfd waiting{master_, POLLIN, 0};
+            char buffer[4096];
+            if (poll(&waiting, 1, 10) <= 0) continue;
+            const ssize_t count = read(master_, buffer, sizeof buffer);
+            if (count > 0) shown_.append(buffer, static_cast<std::size_t>(count));
+        }
+        return true;
+    }
+
+    TemporaryFile config_{R"({"TARGET_SYSTEMS": {"Bottling": {"ADDRESS": "", "ENABLED": false}}})"};
+    int master_ = -1;
+    pid_t pid_ = -1;
+    termios before_{};
+    std::string shown_;
+};
+
+const std::string enter_screen = "\x1b[?1049h";
+const std::string leave_screen = "\x1b[?1049l";
+const std::string arrow_up = "\x1b[A";
+const std::string tabulator = "\t";
+
+TEST(Terminal, AKeyLeadsFromTheTableToThePromptAndBack) {
+    Terminal terminal;
+    ASSERT_TRUE(terminal.shows(enter_screen));
+    ASSERT_TRUE(terminal.shows("\n#1 "));
+    terminal.type(arrow_up); // a key of several bytes: none of them gets into the first command
+    ASSERT_TRUE(terminal.shows(leave_screen));
+    ASSERT_TRUE(terminal.shows("zo> "));
+    terminal.type("conf" + tabulator + "g" + tabulator + "del" + tabulator + "Bot" + tabulator + "\r");
+    ASSERT_TRUE(terminal.shows("The configuration has changed.\r\n"));
+    terminal.type(arrow_up + "\r");
+    ASSERT_TRUE(terminal.shows("There is no target \"Bottling\".\r\n"));
+    terminal.type("watch\r");
+    ASSERT_TRUE(terminal.shows(enter_screen));
+    terminal.type("q");
+    ASSERT_TRUE(terminal.shows(leave_screen));
+    ASSERT_TRUE(terminal.shows("zo> "));
+    terminal.type("quit\r");
+    EXPECT_EQ(terminal.wait(), 0);
+}
+
+TEST(Terminal, IsLeftAsItWasHoweverTheServerEnds) {
+    const auto at_prompt = [](Terminal& terminal) {
+        terminal.type("x");
+        ASSERT_TRUE(terminal.shows("zo> "));
+        terminal.type("half");
+        ASSERT_TRUE(terminal.shows("half"));
+    };
+    for (const std::string keys : {"\x03", "\x15\x04"}) { // Ctrl-C; Ctrl-U and Ctrl-D
+        Terminal terminal;
+        ASSERT_TRUE(terminal.shows(enter_screen));
+        at_prompt(terminal);
+        terminal.type(keys);
+        EXPECT_EQ(terminal.wait(), 0);
+    }
+    Terminal told;
+    ASSERT_TRUE(told.shows(enter_screen));
+    at_prompt(told);
+    told.signal(SIGTERM);
+    EXPECT_EQ(told.wait(), 0);
+    Terminal watching;
+    ASSERT_TRUE(watching.shows(enter_screen));
+    watching.type("\x03");
+    ASSERT_TRUE(watching.shows(leave_screen));
+    EXPECT_EQ(watching.wait(), 0);
+}
+
+} // namespace
