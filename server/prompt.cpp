@@ -43,7 +43,7 @@ struct Prompt::Editor {
         el_set(line, EL_SETTY, "-x", "-icanon", "-echo", nullptr);
         el_set(line, EL_HIST, history, lines);
         el_set(line, EL_GETCFN, next_character);
-        el_set(line, EL_ADDFN, "zo-complete", "completes a word", complete_word);
+        el_wset(line, EL_ADDFN, L"zo-complete", L"completes a word", complete_word); // the other form leaks its texts
         el_set(line, EL_BIND, "^I", "zo-complete", nullptr);
     }
     ~Editor() {
