@@ -3,7 +3,6 @@
 #include "extension/host/algorithm.h"
 #include "extension/host/timestamp.h"
 #include "targets/ask.h"
-#include "targets/localization_keys.h"
 
 namespace ZoHmiEventLogger {
 
@@ -40,22 +39,14 @@ EventKey EventKey::of(T& event) {
 template EventKey EventKey::of(IZoAlarm&);
 template EventKey EventKey::of(IZoMessage&);
 
-std::size_t EventKeySet::Hash::operator()(const EventKey::Occurrence& occurrence) const {
-    return KeyHash()
-        .add(static_cast<std::uint64_t>(occurrence.raised))
-        .add(occurrence.event_class)
-        .add(occurrence.event_id)
-        .value();
-}
-
 void EventKeySet::reserve(std::size_t keys) {
     ids_.reserve(keys);
     with_id_.reserve(keys);
 }
 
 void EventKeySet::add(const EventKey& key) {
-    if (key.id()) ids_.insert(*key.id());
-    (key.id() ? with_id_ : without_id_).insert(key.occurrence());
+    if (key.id()) ids_.add(*key.id());
+    (key.id() ? with_id_ : without_id_).add(key.occurrence());
 }
 
 bool EventKeySet::contains(const EventKey& key) const {

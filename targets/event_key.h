@@ -3,10 +3,12 @@
 #include "binding/event_objects.h"
 #include "support/guid.h"
 
+#include <algorithm>
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <unordered_set>
+#include <vector>
 
 namespace ZoHmiEventLogger {
 
@@ -25,7 +27,7 @@ public:
         std::uint32_t event_id = 0;
         bool exists = false; // false for the key of nothing
 
-        friend bool operator==(const Occurrence&, const Occurrence&) = default;
+        friend auto operator<=>(const Occurrence&, const Occurrence&) = default;
     };
 
     /// The key of nothing: no id, no text.
@@ -53,7 +55,7 @@ private:
 };
 
 /// Answers whether an equal key was added, without walking them. Since equality is not transitive, what stands in texts
-/// is kept apart by whether its key has an id.
+/// is kept apart by whether its key has an id. Not for several threads at once, not even to ask.
 class EventKeySet {
 public:
     void reserve(std::size_t keys);
@@ -61,14 +63,29 @@ public:
     bool contains(const EventKey& key) const;
 
 private:
-    struct Hash {
-        std::size_t operator()(const EventKey::Occurrence& occurrence) const;
-    };
-    using Occurrences = std::unordered_set<EventKey::Occurrence, Hash>;
+    // Logs come nearly sorted, and most of what is added is never asked for: so nothing is sorted before it is asked.
+    template <class T>
+    class LazySet {
+    public:
+        void reserve(std::size_t count) { items_.reserve(count); }
+        void add(const T& item) {
+            sorted_ = sorted_ && (items_.empty() || !(item < items_.back()));
+            items_.push_back(item);
+        }
+        bool contains(const T& item) const {
+            if (!sorted_) std::sort(items_.begin(), items_.end());
+            sorted_ = true;
+            return std::binary_search(items_.begin(), items_.end(), item);
+        }
 
-    std::unordered_set<std::uint32_t> ids_;
-    Occurrences with_id_;
-    Occurrences without_id_;
+    private:
+        mutable std::vector<T> items_;
+        mutable bool sorted_ = true;
+    };
+
+    LazySet<std::uint32_t> ids_;
+    LazySet<EventKey::Occurrence> with_id_;
+    LazySet<EventKey::Occurrence> without_id_;
 };
 
 /// The identity of a live alarm as far as it outlasts a lost connection.

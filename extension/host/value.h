@@ -302,9 +302,10 @@ private:
     /// In a single run, with the words of the name in registers.
     [[gnu::always_inline]] Found look_up_short(const Layout::NameKey& key) const noexcept {
         Layout::Block* run = payload_.heap.block;
-        return {run, Layout::search_run<Value>(run, key.tag(), [words = key.words](const Layout::MemberName& name) {
-                    return Layout::has_name(name, words);
-                })};
+        const auto has_name = [words = key.words](const Layout::MemberName& name) __attribute__((always_inline)) {
+            return Layout::has_name(name, words);
+        };
+        return {run, Layout::search_run<Value>(run, key.tag(), has_name)};
     }
 
     template <class T>

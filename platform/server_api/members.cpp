@@ -16,6 +16,11 @@ namespace {
 
 constexpr std::size_t first_capacity = 4;
 
+/// By a half: what is added to a copy, which has no room to spare, is mostly little.
+std::size_t grown(std::size_t capacity) noexcept {
+    return std::min(run_limit, capacity + std::max(first_capacity, capacity / 2));
+}
+
 /// Where in a run a name is or belongs.
 std::size_t lower_bound(Block* run, const NameKey& key) noexcept {
     const MapMember* members = members_of(run);
@@ -157,7 +162,7 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
             place.run = block(map);
         } else if (place.run->size == place.run->capacity) {
             if (place.run->capacity < run_limit) {
-                grow_run(map, place, std::min(run_limit, 2 * place.run->capacity));
+                grow_run(map, place, grown(place.run->capacity));
             } else {
                 split_run(map, place);
             }

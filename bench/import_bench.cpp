@@ -1,0 +1,109 @@
+// The import of a target whose logger holds N events, each of which is also sent as a callback while the import
+// fetches, so that as many recorded callbacks are to be recognised; and that recognition alone, beside a walk over a
+// list of keys.
+
+#include "bench/bench_extension.h"
+#include "targets/event_key.h"
+#include "targets/target_system.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+using ZoEventLoggerFdxProxyLib::EventTypeAlarm;
+using ZoEventLoggerFdxProxyLib::EventTypeMessage;
+using ZoHmiEventLogger::EventKey;
+
+namespace {
+
+// The same events twice: as entries of the log, oldest first, and as callbacks.
+struct Log {
+    explicit Log(std::int64_t count) {
+        for (std::int64_t i = 1; i <= count; ++i) {
+            const bool is_alarm = i % 2 == 0;
+            const plain::EventFields fields{.raised = i * 1'000'000,
+                                            .cleared = i * 1'000'000 + 1000,
+                                            .unique_id = static_cast<std::uint32_t>(i),
+                                            .type = is_alarm ? EventTypeAlarm : EventTypeMessage};
+            history.push_back(new plain::PlainLoggedEvent(fields));
+            if (is_alarm)
+                alarms.push_back(new plain::PlainAlarm(fields));
+            else
+                messages.push_back(new plain::PlainMessage(fields));
+        }
+    }
+    std::vector<plain::LoggedEventPtr> history;
+    std::vector<plain::AlarmPtr> alarms;
+    std::vector<plain::MessagePtr> messages;
+};
+
+void import(benchmark::State& state) {
+    const Log log(state.range(0));
+    EmptyHost host({});
+    ZoHmiEventLogger::ZoHmiEventLogger listener(&host);
+    const auto limit = static_cast<std::uint32_t>(state.range(0));
+    for (auto _ : state) {
+        state.PauseTiming();
+        plain::prepare_loggers(1, log.history);
+        auto target = std::make_unique<ZoHmiEventLogger::TargetSystem>(
+            "HMI", &listener, "T", "5.1.2.3.1.1", ZoHmiSrv::Timespan(5'000'000'000), limit,
+            std::make_shared<std::atomic<bool>>(false), std::make_shared<std::atomic<std::uint32_t>>(1));
+        plain::latest_logger()->alarms_meanwhile = log.alarms;
+        plain::latest_logger()->messages_meanwhile = log.messages;
+        ZoHmiEventLogger::LockHolder holder;
+        state.ResumeTiming();
+        const bool imported = target->connect(holder);
+        state.PauseTiming();
+        if (!imported || target->counters().cached_alarms + target->counters().cached_messages != limit) {
+            return state.SkipWithError("the store is not what the log holds");
+        }
+        holder.reset();
+        target.reset();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+std::vector<EventKey> keys(std::int64_t count) {
+    std::vector<EventKey> made;
+    for (std::int64_t i = 1; i <= count; ++i)
+        made.emplace_back(static_cast<std::uint32_t>(i), i * 1'000'000, plain::event_class, 7);
+    return made;
+}
+
+void recognise_by_set(benchmark::State& state) {
+    const auto all = keys(state.range(0));
+    for (auto _ : state) {
+        ZoHmiEventLogger::EventKeySet set;
+        set.reserve(all.size());
+        for (const EventKey& key : all)
+            set.add(key);
+        std::size_t found = 0;
+        for (const EventKey& key : all)
+            found += set.contains(key);
+        if (found != all.size()) return state.SkipWithError("a key is missing");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void recognise_by_walk(benchmark::State& state) {
+    const auto all = keys(state.range(0));
+    for (auto _ : state) {
+        const std::vector<EventKey> list(all);
+        std::size_t found = 0;
+        for (const EventKey& key : all)
+            found += std::find(list.begin(), list.end(), key) != list.end();
+        if (found != all.size()) return state.SkipWithError("a key is missing");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+BENCHMARK(import)->Name("import/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);
+BENCHMARK(recognise_by_set)->Name("recognise/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);
+BENCHMARK(recognise_by_walk)->Name("recognise/walk")->Arg(1'000)->Arg(10'000);
+
+} // namespace

@@ -1,0 +1,112 @@
+// Localizing an alarm whose five answers are all known (a hit) or all to be asked of a logger that answers at once (a
+// miss), on one thread and on two; and the list of 100,000 events.
+
+#include "bench/bench_extension.h"
+#include "support/guid.h"
+#include "targets/conversion.h"
+
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+using ZoHmiSrv::Alarm;
+using ZoHmiSrv::Context;
+using ZoHmiSrv::Value;
+
+namespace {
+
+constexpr int batch = 64;
+
+// Has its targets connected once, for all threads.
+BenchExtension& connected() {
+    static BenchExtension bench(1, 1000);
+    return bench;
+}
+
+Alarm make_alarm() {
+    ZoHmiSrv::Event event;
+    const plain::AlarmPtr alarm(new plain::PlainAlarm({.raised = 1'000'000'000, .unique_id = 1}));
+    ZoHmiEventLogger::convert_alarm(event, alarm.get(), "HMI", "T1", 1, false);
+    return event.payload().get_alarm();
+}
+
+// Of a class and a source that no other one has.
+void make_unknown(Alarm& alarm) {
+    static std::atomic<std::uint32_t> number = 1;
+    GUID unique = plain::event_class;
+    unique.Data1 = number++;
+    const std::string text = ZoHmiSrv::Algorithm::uuid_to_string(unique, true);
+    alarm.parameters().insert_or_update("eventClass", text.c_str());
+    alarm.parameters().insert_or_update("sourceGuid", text.c_str());
+}
+
+void localize(benchmark::State& state, Alarm& alarm) {
+    static const Context context;
+    ZoHmiSrv::String text;
+    const auto result = connected().extension.on_localize_event(context, "de-DE", alarm, text);
+    if (result != ZoHmiSrv::HMI_SUCCESS || text.empty()) state.SkipWithError("not localized");
+}
+
+// Events that were localized before, so that a hit and a miss write the same.
+std::vector<Alarm> localized(benchmark::State& state, int count) {
+    std::vector<Alarm> alarms(static_cast<std::size_t>(count), make_alarm());
+    for (Alarm& alarm : alarms) {
+        localize(state, alarm);
+        const Value& parameters = std::as_const(alarm).parameters();
+        if (parameters["causeRemedy"].size() != 2 || parameters["details"].empty() ||
+            parameters["localizedSourceName"].empty() || parameters["eventClassName"].empty()) {
+            state.SkipWithError("something was not fetched");
+        }
+    }
+    return alarms;
+}
+
+void hit(benchmark::State& state) {
+    auto alarms = localized(state, batch);
+    for (auto _ : state) {
+        for (Alarm& alarm : alarms)
+            localize(state, alarm);
+    }
+    state.SetItemsProcessed(state.iterations() * batch);
+}
+
+void miss(benchmark::State& state) {
+    auto alarms = localized(state, batch);
+    for (auto _ : state) {
+        state.PauseTiming();
+        for (Alarm& alarm : alarms)
+            make_unknown(alarm);
+        state.ResumeTiming();
+        for (Alarm& alarm : alarms)
+            localize(state, alarm);
+    }
+    state.SetItemsProcessed(state.iterations() * batch);
+}
+
+void list_events(benchmark::State& state) {
+    std::vector<plain::LoggedEventPtr> history;
+    for (std::int64_t i = 1; i <= state.range(0); ++i) {
+        history.push_back(new plain::PlainLoggedEvent(
+            {.raised = i * 1'000'000, .cleared = i * 1'000'000 + 1000, .unique_id = static_cast<std::uint32_t>(i)}));
+    }
+    BenchExtension bench(1, static_cast<double>(state.range(0)), history);
+    const Context context;
+    for (auto _ : state) {
+        Value events;
+        bench.extension.on_get_events(context, events);
+        state.PauseTiming();
+        if (events.size() != history.size()) return state.SkipWithError("an event is missing");
+        events = Value();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+BENCHMARK(hit)->Name("localize/hit")->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(miss)->Name("localize/miss")->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(list_events)->Name("on_get_events/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);
+
+} // namespace
