@@ -1,12 +1,12 @@
 #pragma once
 
-#include "tests/fakes/plain_proxy.h"
 #include "extension/host/context.h"
 #include "extension/host/event_payload.h"
 #include "extension/host/host.h"
 #include "extension/host/timestamp.h"
 #include "extension/host/value.h"
 #include "extension/zo_hmi_event_logger.h"
+#include "tests/fakes/plain_proxy.h"
 
 #include <string>
 #include <vector>
