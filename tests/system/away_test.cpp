@@ -29,7 +29,7 @@ TEST(Away, AStalledTargetHoldsUpNoOther) {
     Target stalled(folder, "one", quiet("bottling.json"));
     Target healthy(folder, "two", quiet("bottling.json"));
     json config = config_of({{"One", enabled("5.12.82.40.1.1")}, {"Two", enabled("5.12.82.41.1.1")}});
-    config["TIMEOUT"] = 1500;
+    config["TIMEOUT"] = 3000;
     LiveServer server(folder, config, {{"5.12.82.40.1.1", stalled.address()}, {"5.12.82.41.1.1", healthy.address()}});
 
     // Stopped with its connection up, and stopped before it could answer a new one, when every tick waits for it.
@@ -43,14 +43,14 @@ TEST(Away, AStalledTargetHoldsUpNoOther) {
         const std::size_t messages = server.said("message");
         for (std::size_t i = 1; i <= 10; ++i) {
             healthy.run("message production 2");
-            EXPECT_TRUE(eventually([&] { return server.said("message") == messages + i; }, 1s));
-            EXPECT_LT(seconds_of([&] { server.listing(); }), 1.0);
+            EXPECT_TRUE(eventually([&] { return server.said("message") == messages + i; }, 2s));
+            EXPECT_LT(seconds_of([&] { server.listing(); }), 2.0);
             std::this_thread::sleep_for(200ms);
         }
         // The other is lost and found meanwhile.
         const std::size_t imports = server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS");
         healthy.run("drop");
-        EXPECT_TRUE(eventually([&] { return server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS") > imports; }, 10s));
+        EXPECT_TRUE(eventually([&] { return server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS") > imports; }, 20s));
         stalled.signal(SIGCONT);
         stalled.run("message production 1");
         auto known = known_to_logger(stalled.list());
