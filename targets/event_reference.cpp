@@ -3,7 +3,6 @@
 #include "support/numeric.h"
 
 #include <limits>
-#include <utility>
 
 namespace ZoHmiEventLogger {
 
@@ -14,16 +13,17 @@ namespace Algorithm = ZoHmiSrv::Algorithm;
 
 namespace {
 
-std::optional<std::string> text_of(const Value& parameter) {
+// The text of a parameter, zero-terminated; of one that is no text, in `converted`.
+std::optional<std::string_view> text_of(const Value& parameter, Value& converted) {
     if (!parameter.isset()) return std::nullopt;
     if (parameter.type() == ValueType::String) return parameter.get_string();
-    Value copy = parameter;
-    return copy.convert(ValueType::String).get_string();
+    converted = parameter;
+    return converted.convert(ValueType::String).get_string();
 }
 
 std::optional<GUID> guid_of(const Value& parameter) {
-    if (parameter.type() == ValueType::String) return Algorithm::guid_from_string(parameter.get_string(), true);
-    const auto text = text_of(parameter);
+    Value converted;
+    const auto text = text_of(parameter, converted);
     return text ? Algorithm::guid_from_string(*text, true) : std::nullopt;
 }
 
@@ -41,19 +41,18 @@ Binary bytes_of(const Value& parameter, std::optional<Value>& converted) {
     return converted->convert(ValueType::Binary);
 }
 
-void append(std::string& text, const Binary& bytes) {
-    text.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+std::string_view view_of(const Binary& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 } // namespace
 
 EventReference::EventReference(const Value& parameters, ValueType type, std::int32_t language) {
     const auto event_class = guid_of(parameters["eventClass"]);
-    auto source = text_of(parameters["sourceName"]);
-    if (source) {
+    if (const auto source = text_of(parameters["sourceName"], converted_source_)) {
         const auto source_class = guid_of(parameters["sourceGuid"]);
         if (source_class || event_class)
-            source_name = SourceNameKey{source_class ? *source_class : *event_class, std::move(*source), language};
+            source_name = SourceNameQuestion{source_class ? *source_class : *event_class, *source, language};
     }
     if (!event_class) return;
     class_name = ClassNameKey{*event_class, language};
@@ -63,8 +62,7 @@ EventReference::EventReference(const Value& parameters, ValueType type, std::int
     const auto count = number_of(parameters["numArguments"]);
     if (!count) return;
     read_arguments(parameters, Algorithm::saturating_cast<std::int32_t>(*count));
-    text = TextKey{kind->event_id, {}, *event_class, type, language};
-    append(text->argument_data, data_);
+    text = TextQuestion{kind->event_id, view_of(data_), *event_class, type, language};
 }
 
 void EventReference::read_arguments(const Value& parameters, std::int32_t count) {
@@ -84,8 +82,8 @@ void EventReference::read_arguments(const Value& parameters, std::int32_t count)
 std::string EventReference::argument_block() const {
     std::string block;
     block.reserve(types_.size() + data_.size());
-    append(block, types_);
-    append(block, data_);
+    block += view_of(types_);
+    block += view_of(data_);
     return block;
 }
 

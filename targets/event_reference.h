@@ -22,9 +22,9 @@ struct EventReference {
     EventReference(const EventReference&) = delete;
     EventReference& operator=(const EventReference&) = delete;
 
-    std::optional<TextKey> text;
+    std::optional<TextQuestion> text;
     std::optional<ClassNameKey> class_name;
-    std::optional<SourceNameKey> source_name; // by the source's GUID, else by the event's class
+    std::optional<SourceNameQuestion> source_name; // by the source's GUID, else by the event's class
     std::optional<EventKindKey> kind;
 
     // The argument block as the logger takes it back: the types, and right behind them the values.
@@ -38,6 +38,7 @@ struct EventReference {
 private:
     void read_arguments(const ZoHmiSrv::Value& parameters, std::int32_t count);
 
+    ZoHmiSrv::Value converted_source_;
     ZoHmiSrv::Binary types_;
     ZoHmiSrv::Binary data_;
 };

@@ -3,15 +3,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <unordered_map>
 
 namespace ZoHmiEventLogger {
 
 /// Answers of a logger, kept to spare the link. First in, first out; looking up does not refresh, and storing a key
-/// that is there changes nothing. Keys have `hash()` and `==`. The lock is a leaf, held for one operation, and answers
-/// are shared, so that none is copied under it. [any thread]
+/// that is there changes nothing. Keys have `hash()` and `==`, and may be asked for in another form that has the same
+/// and converts to them. The lock is a leaf, held for one operation, shared by those who look up, and answers are
+/// shared, so that none is copied under it. [any thread]
 template <class Key, class Answer>
 class LocalizationCache {
 public:
@@ -21,16 +24,18 @@ public:
     explicit LocalizationCache(std::uint64_t bound = default_bound) : bound_(bound) {}
 
     /// Null when there is none.
-    Shared find(const Key& key) const {
-        const std::lock_guard lock(mutex_);
+    template <class Question = Key>
+    Shared find(const Question& key) const {
+        const std::shared_lock lock(mutex_);
         const auto found = answers_.find(key);
         return found != answers_.end() ? found->second : nullptr;
     }
 
-    void store(const Key& key, const Shared& answer) {
+    template <class Question = Key>
+    void store(const Question& key, const Shared& answer) {
         if (bound_ == 0) return;
         const std::lock_guard lock(mutex_);
-        const auto [position, added] = answers_.emplace(key, answer);
+        const auto [position, added] = answers_.emplace(static_cast<Key>(key), answer);
         if (!added) return;
         try {
             order_.push_back(&position->first);
@@ -53,12 +58,16 @@ public:
 private:
     static constexpr std::uint64_t default_bound = 65'536;
     struct Hash {
-        std::size_t operator()(const Key& key) const { return key.hash(); }
+        using is_transparent = void;
+        template <class Question>
+        std::size_t operator()(const Question& key) const {
+            return key.hash();
+        }
     };
 
-    mutable std::mutex mutex_;
+    mutable std::shared_mutex mutex_;
     std::uint64_t bound_;
-    std::unordered_map<Key, Shared, Hash> answers_;
+    std::unordered_map<Key, Shared, Hash, std::equal_to<>> answers_;
     std::deque<const Key*> order_; // oldest first; the keys of a hash map stay where they are
 };
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace ZoHmiEventLogger {
 
@@ -27,14 +28,16 @@ public:
         const auto halves = std::bit_cast<Halves>(guid);
         return add(halves.low).add(halves.high);
     }
-    KeyHash& add(const std::string& text) { return add(std::hash<std::string>()(text)); }
+    KeyHash& add(std::string_view text) { return add(std::hash<std::string_view>()(text)); }
     std::size_t value() const { return state_; }
 
 private:
     std::uint64_t state_ = 0xCBF29CE484222325u;
 };
 
-/// What an answer depends on; the language is a locale id.
+// What an answer depends on; the language is a locale id. Keys with a text have two forms: a cache keeps its own text,
+// and one asks with a view of the event's.
+
 struct ClassNameKey {
     GUID event_class;
     std::int32_t language;
@@ -43,16 +46,26 @@ struct ClassNameKey {
     std::size_t hash() const { return KeyHash().add(event_class).add(static_cast<std::uint32_t>(language)).value(); }
 };
 
-struct SourceNameKey {
+template <class Text>
+struct SourceNameKeyWith {
     GUID event_class;
-    std::string source_name;
+    Text source_name;
     std::int32_t language;
 
-    bool operator==(const SourceNameKey&) const = default;
+    template <class Other>
+    bool operator==(const SourceNameKeyWith<Other>& other) const {
+        return event_class == other.event_class && source_name == other.source_name && language == other.language;
+    }
+    explicit operator SourceNameKeyWith<std::string>() const {
+        return {event_class, std::string(source_name), language};
+    }
     std::size_t hash() const {
         return KeyHash().add(event_class).add(source_name).add(static_cast<std::uint32_t>(language)).value();
     }
 };
+
+using SourceNameKey = SourceNameKeyWith<std::string>;
+using SourceNameQuestion = SourceNameKeyWith<std::string_view>;
 
 /// For causes, remedies and details, which do not depend on the arguments.
 struct EventKindKey {
@@ -66,14 +79,22 @@ struct EventKindKey {
     }
 };
 
-struct TextKey {
+template <class Text>
+struct TextKeyWith {
     std::uint32_t event_id;
-    std::string argument_data;
+    Text argument_data;
     GUID event_class;
     ZoHmiSrv::ValueType payload_type;
     std::int32_t language;
 
-    bool operator==(const TextKey&) const = default;
+    template <class Other>
+    bool operator==(const TextKeyWith<Other>& other) const {
+        return event_id == other.event_id && argument_data == other.argument_data && event_class == other.event_class &&
+               payload_type == other.payload_type && language == other.language;
+    }
+    explicit operator TextKeyWith<std::string>() const {
+        return {event_id, std::string(argument_data), event_class, payload_type, language};
+    }
     std::size_t hash() const {
         return KeyHash()
             .add(event_class)
@@ -84,5 +105,8 @@ struct TextKey {
             .value();
     }
 };
+
+using TextKey = TextKeyWith<std::string>;
+using TextQuestion = TextKeyWith<std::string_view>;
 
 } // namespace ZoHmiEventLogger

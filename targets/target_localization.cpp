@@ -77,9 +77,9 @@ Value details_of(IZoDetailCollection* collection) {
 // The frame of the five questions. An answer in the cache is given even while the target is away. `question` gives null
 // when the logger lacks the interface, which is a success and not kept. No lock is held across a question, so two
 // threads that miss both ask.
-template <class Key, class Answer, class Question, class Keep>
-ErrorValue TargetSystem::ask_logger(LocalizationCache<Key, Answer>& cache, const Key& key,
-                                    std::shared_ptr<const Answer>& answer, Question&& question, Keep&& keep) {
+template <class Cache, class Key, class Answer, class Question, class Keep>
+ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, std::shared_ptr<const Answer>& answer,
+                                    Question&& question, Keep&& keep) {
     answer = cache.find(key);
     if (answer) return ZoHmiSrv::HMI_SUCCESS;
     const ZoHmiSrv::ResultPair asked = ask_connected([&] { answer = question(); });
@@ -111,7 +111,7 @@ ErrorValue TargetSystem::localize_text(const EventReference& event, std::shared_
     return ask_logger(
         texts_, *event.text, text,
         [&] {
-            const TextKey& key = *event.text;
+            const TextQuestion& key = *event.text;
             const std::string block = event.argument_block();
             CountedString answer;
             throw_if_failed(proxy_->GetText(key.event_class, key.event_id, key.language, &event.arguments,
@@ -144,10 +144,10 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, std::
         [&]() -> std::shared_ptr<const std::string> {
             const auto logger = query<IZoEventLoggerSourceName>(*proxy_);
             if (!logger) return nullptr;
-            const SourceNameKey& key = *event.source_name;
+            const SourceNameQuestion& key = *event.source_name; // a zero-terminated view
             CountedString answer;
             throw_if_failed(
-                logger->GetSourceNameText(key.language, key.event_class, key.source_name.c_str(), answer.put()));
+                logger->GetSourceNameText(key.language, key.event_class, key.source_name.data(), answer.put()));
             return std::make_shared<const std::string>(answer.str());
         },
         always);

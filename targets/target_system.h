@@ -123,9 +123,9 @@ private:
     void clear_events_and_report();
 
     // target_localization.cpp
-    template <class Key, class Answer, class Question, class Keep>
-    ZoHmiSrv::ErrorValue ask_logger(LocalizationCache<Key, Answer>& cache, const Key& key,
-                                    std::shared_ptr<const Answer>& answer, Question&& question, Keep&& keep);
+    template <class Cache, class Key, class Answer, class Question, class Keep>
+    ZoHmiSrv::ErrorValue ask_logger(Cache& cache, const Key& key, std::shared_ptr<const Answer>& answer,
+                                    Question&& question, Keep&& keep);
     template <class Question>
     ZoHmiSrv::ResultPair ask_connected(Question&& question);
     template <class Logger, class Collection>
