@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <dlfcn.h>
 
 namespace programs {
 
@@ -16,6 +17,8 @@ LiveServer::LiveServer(const TemporaryFolder& folder, const json& config,
     write_file(config_, config.dump());
     write_routes(folder / "routes.json", routes);
     setenv("ZO_ROUTES", (folder / "routes.json").c_str(), 1);
+    // It stays mapped, so that the report of a sanitizer can name its functions.
+    if (void* const product = dlopen(ZO_PRODUCT, RTLD_NOW | RTLD_NODELETE)) dlclose(product);
     configuration_.emplace(config_);
     host_.emplace(*configuration_, events_, trace_, [this](const std::string& line) { hear(line); });
     library_.emplace(ZO_PRODUCT, &*host_);
