@@ -6,6 +6,7 @@
 #include "targets/locale_id.h"
 #include "targets/target_system.h"
 
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,6 +43,18 @@ const char* text_or_empty(const std::shared_ptr<const std::string>& text) {
     return text ? text->c_str() : "";
 }
 
+// Servers localize an event again and again, for each client and each drawing, and mostly it holds the answers already:
+// then nothing is written, which is the greater part of the work.
+void update(Value& parameters, const char* name, const char* text) {
+    const Value& present = std::as_const(parameters)[name];
+    if (present.type() == ValueType::String && std::strcmp(present.get_string(), text) == 0) return;
+    parameters.insert_or_update(name, text);
+}
+
+void update(Value& parameters, const char* name, const Value& list) {
+    if (!list.empty() && std::as_const(parameters)[name] != list) parameters.insert_or_update(name, list);
+}
+
 } // namespace
 
 ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* locale, EventPayload& event, String& text) {
@@ -65,12 +78,12 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
     if (const ErrorValue result = fetch(*target, reference, fetched)) return result;
 
     text.set_name(text_or_empty(fetched.text));
-    parameters.insert_or_update("eventClassName", text_or_empty(fetched.class_name));
+    update(parameters, "eventClassName", text_or_empty(fetched.class_name));
     if (reference.converted_types) parameters.insert_or_update("types", std::move(*reference.converted_types));
     if (reference.converted_data) parameters.insert_or_update("data", std::move(*reference.converted_data));
-    if (fetched.source_name) parameters.insert_or_update("localizedSourceName", fetched.source_name->c_str());
-    if (fetched.causes && !fetched.causes->empty()) parameters.insert_or_update("causeRemedy", *fetched.causes);
-    if (fetched.details && !fetched.details->empty()) parameters.insert_or_update("details", *fetched.details);
+    if (fetched.source_name) update(parameters, "localizedSourceName", fetched.source_name->c_str());
+    if (fetched.causes) update(parameters, "causeRemedy", *fetched.causes);
+    if (fetched.details) update(parameters, "details", *fetched.details);
     return HMI_SUCCESS;
 }
 

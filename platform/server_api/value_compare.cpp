@@ -2,9 +2,10 @@
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
+#include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace ZoHmiSrv {
@@ -53,33 +54,43 @@ struct Walk {
     }
 };
 
-/// The first levels cost no memory.
+/// The first levels cost no memory, and nothing before they are reached.
 class WalkStack {
 public:
     bool empty() const noexcept { return depth_ == 0; }
-    Walk& top() noexcept { return depth_ <= near_.size() ? near_[depth_ - 1] : far_.back(); }
+    Walk& top() noexcept { return depth_ <= near_limit ? near_[depth_ - 1].walk : far_.back(); }
     void push(const Walk& walk) {
-        if (depth_ < near_.size()) {
-            near_[depth_] = walk;
+        if (depth_ < near_limit) {
+            std::construct_at(&near_[depth_].walk, walk);
         } else {
             far_.push_back(walk);
         }
         ++depth_;
     }
     void pop() noexcept {
-        if (depth_ > near_.size()) {
+        if (depth_ > near_limit) {
             far_.pop_back();
         }
         --depth_;
     }
 
 private:
-    std::array<Walk, 8> near_;
+    static constexpr std::size_t near_limit = 8;
+    static_assert(std::is_trivially_destructible_v<Walk>);
+    union Place {
+        Place() noexcept {}
+        Walk walk;
+    };
+
+    Place near_[near_limit];
     std::vector<Walk> far_;
     std::size_t depth_ = 0;
 };
 
 int compare_bytes(const Value& left, const Value& right) noexcept {
+    if (ValueAccess::bytes(left) == ValueAccess::bytes(right)) {
+        return 0; // copies share them
+    }
     const std::size_t left_size = ValueAccess::bytes_size(left);
     const std::size_t right_size = ValueAccess::bytes_size(right);
     const std::size_t common = std::min(left_size, right_size);
