@@ -22,7 +22,6 @@ using namespace programs;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t limit = 1000;
 constexpr auto beat = 20ms;
 constexpr std::uint64_t events_each_beat = 10; // of each target: 500 a second
 constexpr std::uint64_t alarm_each = 20;       // one in so many events is an alarm
@@ -218,6 +217,8 @@ private:
 
 TEST(Load, NothingIsLostAndNothingGrows) {
     const auto length = duration();
+    // What happens while a link is away must fit into the import. A busy machine takes its time to connect anew.
+    const std::size_t limit = length < 10min ? 5000 : 1000;
     const auto round = std::chrono::seconds(length_of_soak(
         "ZO_SOAK_ROUND",
         static_cast<std::uint64_t>(
