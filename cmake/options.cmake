@@ -31,6 +31,11 @@ if(ZO_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# The environment of every test.
+set(zo_sanitizer_options
+  "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp:second_deadlock_stack=1:halt_on_error=1"
+  "UBSAN_OPTIONS=print_stacktrace=1")
+
 # zo_floor(NAME SOURCES... ): a static library of one product folder.
 function(zo_floor name)
   add_library(${name} STATIC ${ARGN})
