@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 namespace ZoHmiSrv {
@@ -31,6 +32,9 @@ template <class T, class... Allowed>
 concept OneOf = (std::same_as<T, Allowed> || ...);
 
 template <class T>
+concept NoText = !std::same_as<std::remove_cv_t<T>, char>;
+
+template <class T>
 concept ValueScalar = OneOf<T, bool, int, long, unsigned long, double, Timestamp, Timespan, Binary>;
 
 template <class T>
@@ -44,8 +48,9 @@ concept ValueIndex = std::integral<T> && !std::same_as<T, bool> && !std::same_as
 ///
 /// References, iterators, texts and binary views taken from a Value hold until it, or the Map, Struct or Vector around
 /// it, is written, moved or destroyed; the reference that `operator[]` gives is no exception: a later insertion beside
-/// it may move it. Moves never allocate or throw. Copies may throw `std::bad_alloc` and then leave the target as it
-/// was. Destruction, copy and comparison take any depth.
+/// it may move it. Moves never allocate or throw; nobody may swap a Value with a part of itself, nor hand it as an
+/// rvalue to the operations of one. Copies may throw `std::bad_alloc` and then leave the target as it was. Destruction,
+/// copy and comparison take any depth.
 ///
 /// A Map and a Struct order their members by the bytes of the names. An operation for one type, used on a Value of
 /// another, never fails: reads give 0, "", false, an empty range or a shared Null, writes turn the Value into the type
@@ -53,11 +58,12 @@ concept ValueIndex = std::integral<T> && !std::same_as<T, bool> && !std::same_as
 class ZOHMISRV_API Value {
 public:
     Value() noexcept {}
-    template <std::same_as<bool> T>
-    Value(T boolean) noexcept { // NOLINT(google-explicit-constructor)
+    Value(bool boolean) noexcept { // NOLINT(google-explicit-constructor)
         payload_.boolean = boolean;
         type_ = ValueType::Bool;
     }
+    template <NoText T>
+    Value(T* pointer) = delete;            // it would count as true
     Value(int number) noexcept;            // NOLINT(google-explicit-constructor)
     Value(double number) noexcept;         // NOLINT(google-explicit-constructor)
     Value(const char* text);               // NOLINT(google-explicit-constructor): null counts as ""
@@ -71,8 +77,12 @@ public:
         }
     }
 
-    Value& operator=(const Value& other);
-    Value& operator=(Value&& other) noexcept;
+    /// By value: what is assigned is taken before the left side is looked up, so that in `v["new"] = v["old"]` no
+    /// insertion moves it, and `v["x"] = std::move(v)` puts the old content into the new.
+    Value& operator=(Value other) noexcept {
+        swap(other);
+        return *this;
+    }
     Value& operator=(const Event& event);
     void swap(Value& other) noexcept;
 
@@ -115,6 +125,15 @@ public:
     /// The member, inserted as Null where there is none. A Null becomes a Map, and so does any other type, which loses
     /// its content.
     Value& operator[](const char* name);
+    /// A name in a buffer, which would be ambiguous otherwise.
+    template <std::same_as<char*> T>
+    const Value& operator[](T name) const noexcept {
+        return (*this)[static_cast<const char*>(name)];
+    }
+    template <std::same_as<char*> T>
+    Value& operator[](T name) {
+        return (*this)[static_cast<const char*>(name)];
+    }
 
     [[gnu::always_inline]] ConstIterator<Value> find(const char* name) const noexcept {
         const Found found = look_up(name);

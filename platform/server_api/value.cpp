@@ -85,19 +85,6 @@ Value::Value(const Value& other) {
     }
 }
 
-Value& Value::operator=(const Value& other) {
-    // The copy comes first: the other may be a part of this value, or this a part of the other.
-    Value copied(other);
-    swap(copied);
-    return *this;
-}
-
-Value& Value::operator=(Value&& other) noexcept {
-    Value taken(std::move(other)); // out of this value first: the other may be a part of it
-    swap(taken);
-    return *this;
-}
-
 Value& Value::operator=(const Event& event) {
     return *this = box(event);
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using namespace ZoHmiSrv;
@@ -63,7 +64,9 @@ TEST(Value, ConstructorsGiveTheirTypes) {
         {with(1UL), ValueType::UInt64},      {with(Timespan(1)), ValueType::TimeSpan},
         {with(Binary()), ValueType::Binary}, {with(Message()), ValueType::Message},
         {with(Alarm()), ValueType::Alarm},   {Value(static_cast<const char*>(nullptr)), ValueType::String},
+        {Value(nullptr), ValueType::String}, {Value(std::true_type()), ValueType::Bool},
     };
+    static_assert(!std::is_constructible_v<Value, Event*>, "no pointer counts as true");
     for (const Case& c : cases) {
         EXPECT_EQ(c.value.type(), c.type) << value_type_to_string(c.type);
         EXPECT_EQ(c.value.isset(), c.type != ValueType::Null);
