@@ -43,7 +43,7 @@ struct Log {
 
 void import(benchmark::State& state) {
     const Log log(state.range(0));
-    EmptyHost host({});
+    fakes::QuietHost host({});
     ZoHmiEventLogger::ZoHmiEventLogger listener(&host);
     const auto limit = static_cast<std::uint32_t>(state.range(0));
     for (auto _ : state) {
