@@ -150,16 +150,15 @@ TEST_F(ConnectTest, ARequestHasADeadlineAndItsLateAnswerIsNobodysElse) {
     set_timeout(150);
     ASSERT_EQ(connect(), S_OK);
     peer.on("class_name", [](const auto&, std::uint32_t, const json&) {});
-    CComQIPtr<IZoEventLoggerClassName> names(logger);
-    char* text = nullptr;
-    EXPECT_EQ(names->GetEventClassName(GUID{}, 1033, &text), hresult(code::timeout));
+    std::string text;
+    EXPECT_EQ(class_name(1033, text), hresult(code::timeout));
     ASSERT_TRUE(eventually([&] { return !peer.last("class_name").is_null(); }));
     EXPECT_TRUE(connected());
     peer.session()->reply(peer.last("class_name")["id"], 0, {{"text", "late"}});
     set_timeout(5000);
     peer.answer("class_name", {{"text", "right"}});
-    ASSERT_EQ(names->GetEventClassName(GUID{}, 1033, &text), S_OK);
-    EXPECT_EQ(take_text(text), "right");
+    ASSERT_EQ(class_name(1033, text), S_OK);
+    EXPECT_EQ(text, "right");
     EXPECT_TRUE(connected());
 }
 

@@ -2,6 +2,7 @@
 
 #include "binding/com_ptr.h"
 #include "binding/event_logger_proxy.h"
+#include "tests/fakes/com_object.h"
 
 #include <condition_variable>
 #include <cstdint>
@@ -22,7 +23,7 @@ struct Call {
 };
 
 // A sink that keeps what it is told; it counts no references, as the product's does not.
-class RecordingSink : public ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents {
+class RecordingSink : public fakes::Dispatch<ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents> {
 public:
     // Runs inside each call, before it is counted; gets the object argument.
     std::function<void(std::int32_t id, IDispatch* object)> inside;
@@ -33,11 +34,6 @@ public:
     }
     std::uint32_t AddRef() override { return 1; }
     std::uint32_t Release() override { return 1; }
-    HRESULT GetTypeInfoCount(std::uint32_t*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(std::uint32_t, std::uint32_t, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(const GUID&, char**, std::uint32_t, std::uint32_t, std::int32_t*) override {
-        return E_NOTIMPL;
-    }
     HRESULT Invoke(std::int32_t id, const GUID&, std::uint32_t, std::uint16_t, DISPPARAMS* arguments, VARIANT*,
                    EXCEPINFO*, std::uint32_t*) override {
         Call call;

@@ -71,24 +71,16 @@ TEST_F(RequestTest, CausesAndDetailsAreThreeTextsEach) {
     EXPECT_TRUE(CComQIPtr<IZoCauseRemedyCollection>(causes.get()));
     EXPECT_FALSE(CComQIPtr<IZoDetailCollection>(causes));
 
-    std::int32_t count = 0;
-    ASSERT_EQ(causes->GetCount(&count), S_OK);
-    ASSERT_EQ(count, 2);
+    ASSERT_EQ(read(causes, &IZoCauseRemedyCollection::GetCount), 2);
     CComPtr<IZoCauseRemedy> cause;
     ASSERT_EQ(causes->GetItem(0, cause.put()), S_OK);
-    char* text = nullptr;
-    EXPECT_EQ(cause->GetId(&text), S_OK);
-    EXPECT_EQ(take_text(text), "1");
-    EXPECT_EQ(cause->GetCause(&text), S_OK);
-    EXPECT_EQ(take_text(text), "cause");
-    EXPECT_EQ(cause->GetRemedy(&text), S_OK);
-    EXPECT_EQ(take_text(text), "remedy");
+    EXPECT_EQ(read_text(cause, &IZoCauseRemedy::GetId), "1");
+    EXPECT_EQ(read_text(cause, &IZoCauseRemedy::GetCause), "cause");
+    EXPECT_EQ(read_text(cause, &IZoCauseRemedy::GetRemedy), "remedy");
     CComPtr<IZoDetail> detail;
     ASSERT_EQ(details->GetItem(0, detail.put()), S_OK);
-    EXPECT_EQ(detail->GetText(&text), S_OK);
-    EXPECT_EQ(take_text(text), "text");
-    EXPECT_EQ(detail->GetComment(&text), S_OK);
-    EXPECT_EQ(take_text(text), "comment");
+    EXPECT_EQ(read_text(detail, &IZoDetail::GetText), "text");
+    EXPECT_EQ(read_text(detail, &IZoDetail::GetComment), "comment");
 }
 
 TEST_F(RequestTest, FailingCodesOfTheTargetComeThrough) {
@@ -117,11 +109,8 @@ TEST_F(RequestTest, ALongHistoryComesInPartsAndInOrder) {
     std::vector<CComPtr<IZoLoggedEvent>> events;
     ASSERT_EQ(logged_events(0xffffffff, events), S_OK);
     ASSERT_EQ(events.size(), 20u);
-    for (std::uint32_t i = 0; i < 20; ++i) {
-        std::uint32_t id = 99;
-        EXPECT_EQ(events[i]->GetEventId(&id), S_OK);
-        EXPECT_EQ(id, i);
-    }
+    for (std::uint32_t i = 0; i < 20; ++i)
+        EXPECT_EQ(read(events[i], &IZoLoggedEvent::GetEventId), i);
 }
 
 TEST_F(RequestTest, AnswersFindTheirCallersInAnyOrder) {
@@ -137,10 +126,9 @@ TEST_F(RequestTest, AnswersFindTheirCallersInAnyOrder) {
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < callers; ++i) {
         threads.emplace_back([&, i] {
-            CComQIPtr<IZoEventLoggerClassName> names(logger);
-            char* text = nullptr;
-            EXPECT_EQ(names->GetEventClassName(some_class, static_cast<std::int32_t>(i), &text), S_OK);
-            EXPECT_EQ(take_text(text), std::to_string(i));
+            std::string text;
+            EXPECT_EQ(class_name(static_cast<std::int32_t>(i), text), S_OK);
+            EXPECT_EQ(text, std::to_string(i));
         });
     }
     for (auto& thread : threads)
