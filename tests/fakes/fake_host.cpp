@@ -11,20 +11,11 @@ using namespace ZoHmiSrv;
 
 namespace {
 
-const char* kind_of(ListenerType type) {
-    switch (type) {
-    case ListenerType::Shutdown:
-        return "Shutdown";
-    case ListenerType::AlarmProvider:
-        return "AlarmProvider";
-    case ListenerType::EventLocalization:
-        return "EventLocalization";
-    case ListenerType::Request:
-        return "Request";
-    case ListenerType::Config:
-        return "Config";
-    }
-    return "Unknown";
+const char* kind_of(const IZoHmiSrvListener* listener) {
+    if (listener == nullptr) return "null";
+    constexpr const char* kinds[] = {"Unknown", "Shutdown", "AlarmProvider", "EventLocalization", "Request", "Config"};
+    const auto number = static_cast<std::size_t>(listener->type());
+    return kinds[number < std::size(kinds) ? number : 0];
 }
 
 std::string joined(const std::string& first, const std::string& second) {
@@ -39,13 +30,7 @@ void FakeHost::enter(const Context& context, const std::string& call, const std:
     call_log().add(joined("host." + call, about));
     {
         const std::lock_guard lock(mutex_);
-        const auto found =
-            std::find_if(contexts_.begin(), contexts_.end(), [&](const auto& entry) { return entry.first == call; });
-        if (found == contexts_.end()) {
-            contexts_.emplace_back(call, context);
-        } else {
-            found->second = context;
-        }
+        contexts_[call] = context;
     }
     // The log has its line already: for the plan these count as reads, which it does not log.
     constexpr bool is_read = true;
@@ -84,10 +69,8 @@ std::vector<FakeHost::ForgottenEvent> FakeHost::forgotten() const {
 
 Context FakeHost::context_of(std::string_view call) const {
     const std::lock_guard lock(mutex_);
-    for (const auto& [name, context] : contexts_) {
-        if (name == call) return context;
-    }
-    return {};
+    const auto found = contexts_.find(call);
+    return found == contexts_.end() ? Context() : found->second;
 }
 
 void FakeHost::clear() {
@@ -147,7 +130,7 @@ void FakeHost::execute_command(const Context& context, Command& command) {
 }
 
 void FakeHost::register_listener(const Context& context, IZoHmiSrvListener* listener) {
-    const char* kind = listener == nullptr ? "null" : kind_of(listener->type());
+    const char* kind = kind_of(listener);
     enter(context, "register_listener", kind, kind);
     const std::lock_guard lock(mutex_);
     if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
@@ -161,7 +144,7 @@ void FakeHost::register_config_listener(const Context& context, IZoHmiSrvConfigL
 }
 
 void FakeHost::unregister_listener(const Context& context, IZoHmiSrvListener* listener) {
-    const char* kind = listener == nullptr ? "null" : kind_of(listener->type());
+    const char* kind = kind_of(listener);
     enter(context, "unregister_listener", kind, kind);
     const std::lock_guard lock(mutex_);
     std::erase_if(listeners_, [listener](const auto& entry) { return entry.second == listener; });

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -103,7 +104,7 @@ private:
     std::vector<ForgottenEvent> forgotten_;
     // With its kind, so that a listener that died registered is never asked.
     std::vector<std::pair<ZoHmiSrv::ListenerType, ZoHmiSrv::IZoHmiSrvListener*>> listeners_;
-    std::vector<std::pair<std::string, ZoHmiSrv::Context>> contexts_;
+    std::map<std::string, ZoHmiSrv::Context, std::less<>> contexts_;
 };
 
 // A server that has the licence interface, too.
