@@ -1,6 +1,7 @@
 // A server that loads and unloads the product again and again, with the stand-ins of the platform's libraries.
 #include "extension/host/event.h"
 #include "tests/fakes/quiet_host.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -96,9 +97,8 @@ TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
     config.insert("TARGET_SYSTEMS", targets);
     fakes::QuietHost host(config);
     // Nobody listens at the port of that net id.
-    const auto routes = std::filesystem::path(testing::TempDir()) / ("reload_routes_" + std::to_string(getpid()));
-    std::ofstream(routes) << R"({"local":"5.1.2.3.1.1","routes":{"5.9.9.9.1.1":"127.0.0.1:1"}})";
-    setenv("ZO_ROUTES", routes.c_str(), 1);
+    const zo_test::TemporaryFile routes(R"({"local":"5.1.2.3.1.1","routes":{"5.9.9.9.1.1":"127.0.0.1:1"}})");
+    setenv("ZO_ROUTES", routes.path().c_str(), 1);
 
     constexpr int rounds = 50;
     std::thread([] {}).join(); // a sanitizer starts one of its own with the first
@@ -112,7 +112,6 @@ TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
         if (round == 10) early = measure(threads);
         if (round == rounds) late = measure(threads);
     }
-    std::filesystem::remove(routes);
     EXPECT_LE(early.threads, threads);
     EXPECT_LE(late.threads, threads);
     EXPECT_LE(late.descriptors, early.descriptors);

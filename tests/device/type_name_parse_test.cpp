@@ -49,7 +49,6 @@ TEST(TypeName, Parse) {
     constexpr Parsed uint16 = {0, FdxDataType::UInt16, ValueType::Int};
     constexpr Parsed int32 = {0, FdxDataType::Int32, ValueType::Int};
     constexpr Parsed uint32 = {0, FdxDataType::UInt32, ValueType::Double};
-    constexpr Parsed int64 = {0, FdxDataType::Int64, ValueType::Int64};
     constexpr Parsed uint64 = {0, FdxDataType::UInt64, ValueType::UInt64};
     constexpr Parsed int8 = {0, FdxDataType::Int8, ValueType::Int};
     constexpr Parsed uint8 = {0, FdxDataType::UInt8, ValueType::Int};

@@ -1,7 +1,6 @@
 #include "tests/link/proxy_fixture.h"
 
 #include <filesystem>
-#include <fstream>
 #include <future>
 
 #include <boost/asio/io_context.hpp>
@@ -87,16 +86,15 @@ TEST_F(ConnectTest, AClosedPortRefuses) {
         boost::asio::ip::tcp::acceptor acceptor(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
         closed = acceptor.local_endpoint().port();
     }
-    const auto path = std::filesystem::temp_directory_path() / ("zo_closed_" + std::to_string(closed) + ".json");
-    std::ofstream(path) << json{{"routes",
-                                 {{"5.5.5.5.1.1", "127.0.0.1:" + std::to_string(closed)},
-                                  {"6.6.6.6.1.1", "127.0.0.1"},
-                                  {"7.7.7.7.1.1", "127.0.0.1:port"}}}};
-    setenv("ZO_ROUTES", path.c_str(), 1);
+    const json routes = {{"routes",
+                          {{"5.5.5.5.1.1", "127.0.0.1:" + std::to_string(closed)},
+                           {"6.6.6.6.1.1", "127.0.0.1"},
+                           {"7.7.7.7.1.1", "127.0.0.1:port"}}}};
+    const TemporaryFile file(routes.dump());
+    setenv("ZO_ROUTES", file.path().c_str(), 1);
     EXPECT_EQ(logger->Connect("5.5.5.5.1.1"), hresult(code::refused));
     EXPECT_EQ(logger->Connect("6.6.6.6.1.1"), hresult(code::no_route));
     EXPECT_EQ(logger->Connect("7.7.7.7.1.1"), hresult(code::host_unreachable));
-    std::filesystem::remove(path);
 }
 
 TEST_F(ConnectTest, ALostLinkStaysLostUntilTheNextConnect) {
