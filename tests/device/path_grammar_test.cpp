@@ -12,7 +12,7 @@
 #include <vector>
 
 using namespace ZoHmiFdx;
-using paths::path;
+using path_text::path;
 using Popped = std::pair<std::string, char>;
 
 namespace {

@@ -19,7 +19,7 @@
 
 using namespace ZoHmiFdx;
 using namespace std::string_view_literals;
-using paths::path;
+using path_text::path;
 
 namespace {
 
@@ -69,19 +69,6 @@ TEST(PathSpellings, Conversions) {
     }
 }
 
-/// Empties group by group in place.
-std::string sanitized_step_by_step(std::string text) {
-    std::size_t from = 0;
-    for (;;) {
-        const std::size_t open = text.find('[', from);
-        if (open == std::string::npos || open + 1 == text.size()) return text;
-        const std::size_t close = text.find(']', open + 1);
-        if (close == std::string::npos) return text;
-        text.erase(open + 1, close - open - 1);
-        from = open + 1;
-    }
-}
-
 /// Calls `check` for each text of up to `length` characters of the alphabet.
 template <typename Check>
 void for_each_text(std::string_view alphabet, std::size_t length, const Check& check) {
@@ -104,7 +91,7 @@ TEST(PathSpellings, OnePassIsTheTwoSteps) {
         ++texts;
         const auto unique = path<UniqueFdxPath>(text);
         const SanitizedUniqueFdxPath sanitized = sanitize(unique);
-        ASSERT_EQ(sanitized.str(), sanitized_step_by_step(text)) << text;
+        ASSERT_EQ(sanitized.str(), path_text::empty_groups_in_place(text)) << text;
         ASSERT_EQ(to_lookup(unique), simplify(sanitized)) << text;
     });
     EXPECT_EQ(texts, 299'593U);

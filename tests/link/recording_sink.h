@@ -3,8 +3,8 @@
 #include "binding/com_ptr.h"
 #include "binding/event_logger_proxy.h"
 #include "tests/fakes/com_object.h"
+#include "tests/support/gate.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -62,34 +62,6 @@ public:
 private:
     mutable std::mutex mutex_;
     std::vector<Call> calls_;
-};
-
-// Lets threads wait for the test.
-class Gate {
-public:
-    ~Gate() { open(); }
-    void wait() {
-        std::unique_lock lock(mutex_);
-        ++arrived_;
-        changed_.notify_all();
-        changed_.wait(lock, [&] { return open_; });
-    }
-    // Waits until so many threads have come to the gate.
-    void wait_for_arrivals(int count) {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [&] { return arrived_ >= count; });
-    }
-    void open() {
-        const std::lock_guard lock(mutex_);
-        open_ = true;
-        changed_.notify_all();
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int arrived_ = 0;
-    bool open_ = false;
 };
 
 } // namespace zo_test
