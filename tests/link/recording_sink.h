@@ -25,6 +25,8 @@ struct Call {
 // A sink that keeps what it is told; it counts no references, as the product's does not.
 class RecordingSink : public fakes::Dispatch<ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents> {
 public:
+    virtual ~RecordingSink() = default;
+
     // Runs inside each call, before it is counted; gets the object argument.
     std::function<void(std::int32_t id, IDispatch* object)> inside;
 
