@@ -43,11 +43,6 @@ void FakeHost::set_config(const Value& config) {
     config_ = config;
 }
 
-std::vector<FakeHost::SentMessage> FakeHost::messages() const {
-    const std::lock_guard lock(mutex_);
-    return messages_;
-}
-
 std::vector<Message> FakeHost::messages(std::string_view name) const {
     const std::lock_guard lock(mutex_);
     std::vector<Message> found;
@@ -55,16 +50,6 @@ std::vector<Message> FakeHost::messages(std::string_view name) const {
         if (!sent.is_event && name == sent.message.name()) found.push_back(sent.message);
     }
     return found;
-}
-
-std::vector<FakeHost::NotifiedAlarm> FakeHost::alarms() const {
-    const std::lock_guard lock(mutex_);
-    return alarms_;
-}
-
-std::vector<FakeHost::ForgottenEvent> FakeHost::forgotten() const {
-    const std::lock_guard lock(mutex_);
-    return forgotten_;
 }
 
 Context FakeHost::context_of(std::string_view call) const {
@@ -105,16 +90,6 @@ IZoHmiSrvRequestListener* FakeHost::request_listener() const {
 
 IZoHmiSrvConfigListener* FakeHost::config_listener() const {
     return static_cast<IZoHmiSrvConfigListener*>(listener(ListenerType::Config));
-}
-
-Value FakeHost::config_filter() const {
-    const std::lock_guard lock(mutex_);
-    return config_filter_;
-}
-
-std::size_t FakeHost::listener_count() const {
-    const std::lock_guard lock(mutex_);
-    return listeners_.size();
 }
 
 void FakeHost::send_message(const Context& context, Message message, bool is_event) {
