@@ -90,21 +90,6 @@ TEST(Alarm, IsActiveWhileRaisedAndNotCleared) {
     EXPECT_FALSE(alarm.is_active());
 }
 
-TEST(EventPayload, ServesBothKinds) {
-    Message message;
-    Alarm alarm;
-    EventPayload* const payloads[] = {&message, &alarm};
-    for (EventPayload* payload : payloads) {
-        payload->set_name("through the base");
-        payload->parameters()["p"] = 1;
-        EXPECT_STREQ(payload->domain(), "");
-    }
-    EXPECT_STREQ(message.name(), "through the base");
-    EXPECT_EQ(alarm.parameters()["p"].get_int32(), 1);
-    EXPECT_EQ(payloads[0]->type(), ValueType::Message);
-    EXPECT_EQ(payloads[1]->type(), ValueType::Alarm);
-}
-
 TEST(Event, CarriesEverythingIntoValuesAndBack) {
     Event event;
     EXPECT_FALSE(event.payload().isset());

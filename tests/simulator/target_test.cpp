@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <csignal>
 #include <filesystem>
@@ -30,10 +31,7 @@ constexpr char class_guid[] = "0a0b0c0d-0102-0304-0506-0708090a0b0c";
 
 class Notes final : public zo_link::ConnectionEvents {
 public:
-    void on_open(std::uint64_t instance) override {
-        const std::lock_guard lock(mutex_);
-        instance_ = instance;
-    }
+    void on_open(std::uint64_t number) override { instance = number; }
     std::uint32_t on_notification(const json& map, std::size_t) override {
         const std::lock_guard lock(mutex_);
         notes_.push_back(map);
@@ -60,16 +58,13 @@ public:
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, 10s, [&] { return lost_; });
     }
-    std::uint64_t instance() {
-        const std::lock_guard lock(mutex_);
-        return instance_;
-    }
+
+    std::atomic<std::uint64_t> instance = 0;
 
 private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<json> notes_;
-    std::uint64_t instance_ = 0;
     bool lost_ = false;
 };
 
@@ -312,7 +307,7 @@ TEST_F(TargetTest, ARestartContinues) {
     start();
     EXPECT_EQ(list(), before);
     Client client(target_->port());
-    EXPECT_EQ(client.notes->instance(), before["instance"]);
+    EXPECT_EQ(client.notes->instance.load(), before["instance"]);
     ok("message c 3");
     EXPECT_EQ(client.notes->wait(1).at(0)["event"]["uid"], 4);
 
