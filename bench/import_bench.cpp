@@ -1,6 +1,7 @@
 // The import of a target whose logger holds N events, each of which is also sent as a callback while the import
-// fetches, so that as many recorded callbacks are to be recognised; and that recognition alone, beside a walk over a
-// list of keys.
+// fetches, so that as many recorded callbacks are to be recognised: into memory that the process has already, as after
+// each return of a target, and into new memory, as at its start. And that recognition alone, beside a walk over a list
+// of keys.
 
 #include "bench/bench_extension.h"
 #include "targets/event_key.h"
@@ -11,6 +12,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <limits>
+#include <malloc.h>
 #include <memory>
 #include <vector>
 
@@ -41,30 +44,50 @@ struct Log {
     std::vector<plain::MessagePtr> messages;
 };
 
-void import(benchmark::State& state) {
+enum class Memory { Kept, New };
+
+// By itself the allocator gives memory back once much is free: it would keep that of the small imports, and the large
+// ones would pay for theirs anew each time.
+void keep_memory() {
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+    mallopt(M_MMAP_MAX, 0);
+}
+
+/// Connects a new target through `run`. Gives whether its store is what the log holds.
+template <class Run>
+bool import_once(fakes::QuietHost& host, const Log& log, Run&& run) {
+    const auto limit = static_cast<std::uint32_t>(log.history.size());
+    ZoHmiEventLogger::ZoHmiEventLogger listener(&host);
+    plain::prepare_loggers(1, log.history);
+    ZoHmiEventLogger::TargetSystem target("HMI", &listener, "T", "5.1.2.3.1.1", ZoHmiSrv::Timespan(5'000'000'000),
+                                          limit, std::make_shared<std::atomic<bool>>(false),
+                                          std::make_shared<std::atomic<std::uint32_t>>(1));
+    plain::latest_logger()->alarms_meanwhile = log.alarms;
+    plain::latest_logger()->messages_meanwhile = log.messages;
+    ZoHmiEventLogger::LockHolder holder;
+    bool imported = false;
+    run([&] { imported = target.connect(holder); });
+    return imported && target.counters().cached_alarms + target.counters().cached_messages == limit;
+}
+
+template <Memory memory>
+void import_log(benchmark::State& state) {
+    keep_memory();
     const Log log(state.range(0));
     fakes::QuietHost host({});
-    ZoHmiEventLogger::ZoHmiEventLogger listener(&host);
-    const auto limit = static_cast<std::uint32_t>(state.range(0));
+    bool complete = import_once(host, log, [](auto connect) { connect(); });
     for (auto _ : state) {
         state.PauseTiming();
-        plain::prepare_loggers(1, log.history);
-        auto target = std::make_unique<ZoHmiEventLogger::TargetSystem>(
-            "HMI", &listener, "T", "5.1.2.3.1.1", ZoHmiSrv::Timespan(5'000'000'000), limit,
-            std::make_shared<std::atomic<bool>>(false), std::make_shared<std::atomic<std::uint32_t>>(1));
-        plain::latest_logger()->alarms_meanwhile = log.alarms;
-        plain::latest_logger()->messages_meanwhile = log.messages;
-        ZoHmiEventLogger::LockHolder holder;
-        state.ResumeTiming();
-        const bool imported = target->connect(holder);
-        state.PauseTiming();
-        if (!imported || target->counters().cached_alarms + target->counters().cached_messages != limit) {
-            return state.SkipWithError("the store is not what the log holds");
-        }
-        holder.reset();
-        target.reset();
+        if (memory == Memory::New) malloc_trim(0);
+        const bool imported = import_once(host, log, [&](auto connect) {
+            state.ResumeTiming();
+            connect();
+            state.PauseTiming();
+        });
+        complete = complete && imported;
         state.ResumeTiming();
     }
+    if (!complete) state.SkipWithError("the store is not what the log holds");
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
@@ -102,7 +125,8 @@ void recognise_by_walk(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-BENCHMARK(import)->Name("import/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);
+BENCHMARK(import_log<Memory::Kept>)->Name("import/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);
+BENCHMARK(import_log<Memory::New>)->Name("import/new_memory")->Arg(1'000)->Arg(10'000)->Arg(100'000);
 BENCHMARK(recognise_by_set)->Name("recognise/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);
 BENCHMARK(recognise_by_walk)->Name("recognise/walk")->Arg(1'000)->Arg(10'000);
 

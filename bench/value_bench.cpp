@@ -27,7 +27,7 @@ constexpr const char* names[] = {
     "severity",      "sourceGuid",   "sourceId",     "sourceName", "targetName",     "types",
 };
 constexpr std::size_t members = std::size(names);
-constexpr std::size_t row_members = 6;
+constexpr std::size_t row_members = 14; // as many as an event has once it is localized
 constexpr int rows = 1000;
 constexpr char short_text[] = "short text";
 constexpr char long_text[] = "{08500001-0000-0000-F000-000000000064}";

@@ -68,6 +68,8 @@ public:
     ValueType type() const noexcept override;
 
     friend ZOHMISRV_API bool operator==(const Message& left, const Message& right);
+    /// A Value would be made a Message to be compared, and lose what else it held.
+    friend bool operator==(const Value& left, const Message& right) = delete;
 
 private:
     friend struct ValueAccess;
@@ -119,6 +121,8 @@ public:
     void set_time_confirmed(const Timestamp& time) noexcept { time_confirmed_ = time; }
 
     friend ZOHMISRV_API bool operator==(const Alarm& left, const Alarm& right);
+    /// As for a Message.
+    friend bool operator==(const Value& left, const Alarm& right) = delete;
 
 private:
     friend struct ValueAccess;

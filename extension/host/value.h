@@ -282,19 +282,15 @@ private:
         Layout::Member<Value>* member = nullptr; ///< null when there is none
     };
     static const Value& shared_null() noexcept;
-    Found look_up_text(const char* name) const noexcept;
     /// A long name, or one in several runs.
     [[gnu::noinline]] Found look_up_long(const char* name) const noexcept;
-    /// Names that the compiler knows need no call, and no reading of the name.
+    /// Of names that the compiler knows nothing is read.
     [[gnu::always_inline]] Found look_up(const char* name) const noexcept {
-        const bool is_known = name != nullptr && __builtin_constant_p(__builtin_strlen(name));
-        if (!is_known || __builtin_strlen(name) > Layout::MemberName::inline_limit) {
-            return look_up_text(name);
-        }
         if (!owns_members()) {
             return {};
         }
-        return payload_.heap.index == nullptr ? look_up_short(Layout::NameKey(name)) : look_up_text(name);
+        const Layout::NameKey key(name);
+        return payload_.heap.index == nullptr && !key.is_long() ? look_up_short(key) : look_up_long(name);
     }
     [[gnu::always_inline]] bool owns_members() const noexcept {
         return (type_ == ValueType::Map || type_ == ValueType::Struct) && on_heap_;
@@ -302,8 +298,8 @@ private:
     /// In a single run, with the words of the name in registers.
     [[gnu::always_inline]] Found look_up_short(const Layout::NameKey& key) const noexcept {
         Layout::Block* run = payload_.heap.block;
-        const auto has_name = [words = key.words](const Layout::MemberName& name) __attribute__((always_inline)) {
-            return Layout::has_name(name, words);
+        const auto has_name = [&key](const Layout::MemberName& name) __attribute__((always_inline)) {
+            return Layout::has_name(name, key.words);
         };
         return {run, Layout::search_run<Value>(run, key.tag(), has_name)};
     }

@@ -2,11 +2,13 @@
 
 #include "extension/host/export.h"
 
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 // The memory that values are made of: private to the library, shown here so that walking it costs no calls, and so that
 // of a look-up by a name that the compiler knows only the comparing is left.
@@ -55,7 +57,7 @@ static_assert(std::endian::native == std::endian::little, "names are read as wor
 /// only the first word is there. Parts of words are put together without a loop, so that a name that the compiler knows
 /// becomes three constants.
 struct NameKey {
-    using Words = std::array<std::uint64_t, 3>;
+    using Words = std::uint64_t[3]; // no std::array, whose checks keep the compiler from seeing through
 
     [[gnu::always_inline]] explicit NameKey(const char* name) noexcept
         : text(name == nullptr ? "" : name), length(std::strlen(text)) {
@@ -64,9 +66,12 @@ struct NameKey {
         } else if (is_long()) {
             words[0] = load(text);
         } else if (length > 16) {
-            words = {load(text), load(text + 8), last_bytes(length - 16)};
+            words[0] = load(text);
+            words[1] = load(text + 8);
+            words[2] = last_bytes(length - 16);
         } else {
-            words = {load(text), last_bytes(length - 8), 0};
+            words[0] = load(text);
+            words[1] = last_bytes(length - 8);
         }
     }
 
@@ -89,7 +94,7 @@ struct NameKey {
 
     const char* text;
     std::size_t length;
-    Words words{};
+    Words words = {};
 
 private:
     /// The last `count` bytes, 0 to 8, of a name that has 8 or more. What is read before them is shifted out, in two
@@ -116,9 +121,10 @@ Member<T>* members_of(Block* run) noexcept {
     return reinterpret_cast<Member<T>*>(run + 1);
 }
 
-/// Behind the room for its members, a run has a tag for each of them, see `NameKey::tag`: a look-up compares eight at a
-/// time, and reads up to `tag_padding` bytes too far.
-inline constexpr std::size_t tag_padding = 7;
+/// Behind the room for its members, a run has a tag for each of them, see `NameKey::tag`: a look-up compares this many
+/// at a time, and reads up to `tag_padding` bytes too far.
+inline constexpr std::size_t tags_at_once = 16;
+inline constexpr std::size_t tag_padding = tags_at_once - 1;
 template <class T>
 unsigned char* tags_of(Block* run) noexcept {
     return reinterpret_cast<unsigned char*>(members_of<T>(run) + run->capacity);
@@ -131,21 +137,30 @@ unsigned char* tags_of(Block* run) noexcept {
             (NameKey::load(bytes + 16) ^ words[2])) == 0;
 }
 
-/// The member of a name in a run, or null: compares the tags of eight members at a time, and the names where the tags
+/// Which of the next `tags_at_once` tags are the same as this one: a bit for each.
+[[gnu::always_inline]] inline unsigned same_tags(const unsigned char* tags, std::uint8_t tag) noexcept {
+#ifdef __SSE2__
+    const __m128i compared = _mm_loadu_si128(reinterpret_cast<const __m128i*>(tags));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(compared, _mm_set1_epi8(static_cast<char>(tag)))));
+#else
+    unsigned same = 0;
+    for (std::size_t i = 0; i < tags_at_once; ++i) {
+        same |= static_cast<unsigned>(tags[i] == tag) << i;
+    }
+    return same;
+#endif
+}
+
+/// The member of a name in a run, or null: compares the tags of several members at a time, and the names where the tags
 /// are the same.
 template <class T, class Equal>
 [[gnu::always_inline]] inline Member<T>* search_run(Block* run, std::uint8_t tag, Equal equal) noexcept {
-    constexpr std::uint64_t ones = 0x0101010101010101U;
-    const std::uint64_t pattern = ones * tag;
     Member<T>* members = members_of<T>(run);
     const unsigned char* tags = tags_of<T>(run);
-    for (std::size_t first = 0; first < run->size; first += 8) {
-        const std::uint64_t difference = NameKey::load(tags + first) ^ pattern;
-        // The high bit of each byte without a difference. A borrow may set that of a byte above it too, and the bytes
-        // behind the last member are no tags: the name decides.
-        std::uint64_t same = (difference - ones) & ~difference & (ones << 7);
-        for (; same != 0; same &= same - 1) {
-            const std::size_t at = first + static_cast<std::size_t>(std::countr_zero(same)) / 8;
+    for (std::size_t first = 0; first < run->size; first += tags_at_once) {
+        for (unsigned same = same_tags(tags + first, tag); same != 0; same &= same - 1) {
+            const std::size_t at = first + static_cast<std::size_t>(std::countr_zero(same));
+            // What lies behind the last member is no tag.
             if (at < run->size && equal(members[at].name)) {
                 return members + at;
             }

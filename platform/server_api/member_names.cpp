@@ -23,7 +23,7 @@ MemberName MemberNames::make(const NameKey& key) {
     MemberName name{};
     if (!key.is_long()) {
         // From the words: the text may lie in a Value that has moved since.
-        std::memcpy(name.bytes_, key.words.data(), sizeof name.bytes_);
+        std::memcpy(name.bytes_, key.words, sizeof name.bytes_);
         return name;
     }
     void* memory = ::operator new(sizeof(SharedName) + key.length + 1);
@@ -49,11 +49,6 @@ void MemberNames::release(const MemberName& name) noexcept {
     if (head->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         ::operator delete(head);
     }
-}
-
-int MemberNames::compare(const MemberName& left, const MemberName& right) noexcept {
-    return std::memcmp(left.bytes_, right.bytes_, sizeof left.bytes_) == 0 ? 0
-                                                                           : std::strcmp(left.c_str(), right.c_str());
 }
 
 int MemberNames::compare_texts(const MemberName& name, const NameKey& key) noexcept {

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
 
 namespace ZoHmiSrv::Layout {
 
@@ -22,7 +24,7 @@ struct MemberNames {
 
     /// Byte-wise: negative, 0 or positive.
     static int compare(const MemberName& name, const NameKey& key) noexcept {
-        for (std::size_t i = 0; i < key.words.size(); ++i) {
+        for (std::size_t i = 0; i < std::size(key.words); ++i) {
             const std::uint64_t word = NameKey::load(name.bytes_ + 8 * i);
             if (word != key.words[i]) {
                 // Only the first word of a long name is part of its text.
@@ -34,7 +36,12 @@ struct MemberNames {
         }
         return name.is_shared() || key.is_long() ? compare_texts(name, key) : 0;
     }
-    static int compare(const MemberName& left, const MemberName& right) noexcept;
+    static int compare(const MemberName& left, const MemberName& right) noexcept {
+        // Long names with a text in common have the same bytes too.
+        const NameKey::Words words = {NameKey::load(right.bytes_), NameKey::load(right.bytes_ + 8),
+                                      NameKey::load(right.bytes_ + 16)};
+        return has_name(left, words) ? 0 : std::strcmp(left.c_str(), right.c_str());
+    }
 
     /// Quicker than `compare`.
     static bool equal(const MemberName& name, const NameKey& key) noexcept {

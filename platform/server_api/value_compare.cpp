@@ -27,31 +27,49 @@ int order_doubles(double left, double right) noexcept {
 }
 
 /// Two containers of the same type on the way through their contents.
-struct Walk {
-    bool named;
-    ConstVectorIterator<Value> left, left_end, right, right_end;
-    ConstIterator<Value> left_member, left_member_end, right_member, right_member_end;
+class Walk {
+public:
+    Walk(const Value& left, const Value& right) noexcept
+        : named_(ValueAccess::is_map(left)), left_{ValueAccess::block(left)}, right_{ValueAccess::block(right)} {}
 
     /// Gives the next pair, or the order if it is settled here: `done` then.
     int next(const Value*& a, const Value*& b, bool& done) noexcept {
-        const bool left_over = named ? left_member == left_member_end : left == left_end;
-        const bool right_over = named ? right_member == right_member_end : right == right_end;
+        const bool left_over = left_.over();
+        const bool right_over = right_.over();
         done = left_over || right_over;
         if (done) {
             return order(right_over, left_over);
         }
-        if (!named) {
-            a = &*left++;
-            b = &*right++;
+        const std::size_t left = left_.at++;
+        const std::size_t right = right_.at++;
+        if (!named_) {
+            a = elements_of(left_.block) + left;
+            b = elements_of(right_.block) + right;
             return 0;
         }
-        const int names = std::strcmp(left_member.name(), right_member.name());
-        a = &*left_member;
-        b = &*right_member;
-        ++left_member;
-        ++right_member;
-        return names;
+        const MapMember& left_member = members_of(left_.block)[left];
+        const MapMember& right_member = members_of(right_.block)[right];
+        a = &left_member.value;
+        b = &right_member.value;
+        return MemberNames::compare(left_member.name, right_member.name);
     }
+
+private:
+    struct Place {
+        Block* block;
+        std::size_t at = 0;
+
+        /// Goes on to the next block where there is one.
+        bool over() noexcept {
+            while (block != nullptr && at == block->size) {
+                *this = {block->next};
+            }
+            return block == nullptr;
+        }
+    };
+
+    bool named_;
+    Place left_, right_;
 };
 
 /// The first levels cost no memory, and nothing before they are reached.
@@ -132,12 +150,9 @@ int Value::compare(const Value& left, const Value& right) {
             result = compare_bytes(*a, *b);
             break;
         case ValueType::Vector:
-            stack.push(
-                Walk{false, a->begin_vector(), a->end_vector(), b->begin_vector(), b->end_vector(), {}, {}, {}, {}});
-            break;
         case ValueType::Map:
         case ValueType::Struct:
-            stack.push(Walk{true, {}, {}, {}, {}, a->begin(), a->end(), b->begin(), b->end()});
+            stack.push(Walk(*a, *b));
             break;
         case ValueType::Event:
         case ValueType::Message:

@@ -28,17 +28,6 @@ const Value& Value::shared_null() noexcept {
     return ValueAccess::null_value();
 }
 
-Value::Found Value::look_up_text(const char* name) const noexcept {
-    if (!owns_members()) {
-        return {};
-    }
-    const NameKey key(name);
-    if (payload_.heap.index == nullptr && !key.is_long()) [[likely]] {
-        return look_up_short(key);
-    }
-    return look_up_long(name);
-}
-
 Value::Found Value::look_up_long(const char* name) const noexcept {
     const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
     return place.found ? Found{place.run, members_of(place.run) + place.at} : Found{};

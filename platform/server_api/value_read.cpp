@@ -4,8 +4,9 @@
 #include "platform/server_api/number_text.h"
 #include "platform/server_api/value_access.h"
 
-#include <cstring>
+#include <cstddef>
 #include <limits>
+#include <new>
 #include <string_view>
 
 namespace ZoHmiSrv {
@@ -18,8 +19,10 @@ std::string_view text_of(const Value& value) noexcept {
 
 template <class T>
 const T& read_box(const Value& value, ValueType type) noexcept {
-    // Never destroyed: a reader on a thread of the server may outlive the library's own objects.
-    static const T& empty = *new T();
+    // Made in place, which needs no memory, and never destroyed: a reader on a thread of the server may outlive the
+    // library's own objects.
+    alignas(T) static std::byte place[sizeof(T)];
+    static const T& empty = *new (place) T();
     return value.type() == type ? ValueAccess::boxed<T>(value) : empty;
 }
 

@@ -35,7 +35,9 @@ void ValueAccess::reserve_elements(Value& vector, std::size_t count) {
 void* ValueAccess::open_gap(Value& vector, std::size_t at) {
     Block* elements = block(vector);
     if (elements == nullptr || elements->size == elements->capacity) {
-        reserve_elements(vector, elements == nullptr ? first_capacity : 2 * elements->capacity);
+        // The copy of an emptied vector has a block without room.
+        reserve_elements(vector,
+                         elements == nullptr ? first_capacity : std::max(first_capacity, 2 * elements->capacity));
         elements = block(vector);
     }
     Value* gap = elements_of(elements) + at;

@@ -9,6 +9,13 @@
 
 using namespace ZoHmiSrv;
 
+template <class L, class R>
+concept Comparable = requires(L& left, R& right) {
+    left == right;
+};
+static_assert(Comparable<Message, Message> && !Comparable<Value, Message> && !Comparable<Message, Value> &&
+              !Comparable<Value, Alarm>);
+
 TEST(Message, StartsUnset) {
     Message message;
     EXPECT_FALSE(message.isset());

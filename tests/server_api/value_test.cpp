@@ -300,6 +300,13 @@ TEST(Value, VectorOperations) {
     EXPECT_THROW(vector.reserve(std::numeric_limits<std::size_t>::max() / 2), std::bad_alloc);
     EXPECT_EQ(vector.size(), 6U);
 
+    vector.resize(0, Value());
+    Value refilled = vector; // has no room to begin with
+    for (int i = 0; i < 6; ++i) {
+        refilled << i;
+    }
+    EXPECT_EQ(show(refilled), "[Int(0), Int(1), Int(2), Int(3), Int(4), Int(5)]");
+
     Value from_null;
     *from_null.insert(from_null.begin_vector(), "x") = "y";
     EXPECT_EQ(show(from_null), "['y']");
