@@ -1,43 +1,14 @@
 #pragma once
 
 #include "extension/host/context.h"
-#include "extension/host/event_payload.h"
-#include "extension/host/host.h"
 #include "extension/host/timestamp.h"
 #include "extension/host/value.h"
 #include "extension/zo_hmi_event_logger.h"
 #include "tests/fakes/plain_proxy.h"
+#include "tests/fakes/quiet_host.h"
 
 #include <string>
 #include <vector>
-
-/// A server that does nothing with what it is told.
-class EmptyHost : public ZoHmiSrv::IZoHmiSrvExtHost {
-public:
-    explicit EmptyHost(const ZoHmiSrv::Value& config) : config_(config) {}
-
-    void send_message(const ZoHmiSrv::Context&, ZoHmiSrv::Message, bool) override {}
-    void execute_command(const ZoHmiSrv::Context&, ZoHmiSrv::Command&) override {}
-    void register_listener(const ZoHmiSrv::Context&, ZoHmiSrv::IZoHmiSrvListener*) override {}
-    void register_config_listener(const ZoHmiSrv::Context&, ZoHmiSrv::IZoHmiSrvConfigListener*,
-                                  ZoHmiSrv::Value) override {}
-    void unregister_listener(const ZoHmiSrv::Context&, ZoHmiSrv::IZoHmiSrvListener*) override {}
-    void notify_alarm(const ZoHmiSrv::Context&, ZoHmiSrv::AlarmNotification, const ZoHmiSrv::Alarm&) override {
-        ++alarms;
-    }
-    void forget_event(const ZoHmiSrv::Context&, const ZoHmiSrv::Event&) override { ++forgotten; }
-    ZoHmiSrv::Value get_config_value(const ZoHmiSrv::Context&, const char* path) override {
-        return *path == '\0' ? config_ : config_[path];
-    }
-    void reset_temporary_events(const ZoHmiSrv::Context&) override {}
-    void set_display_name(const ZoHmiSrv::Context&, const char*) override {}
-
-    std::size_t alarms = 0;
-    std::size_t forgotten = 0;
-
-private:
-    const ZoHmiSrv::Value config_;
-};
 
 /// The extension with connected targets "T1", "T2", ... that keep `limit` events each. Nothing runs by itself: a last
 /// target whose proxy cannot be created makes `init` give up before the first tick.
@@ -51,7 +22,7 @@ public:
     }
     ~BenchExtension() { extension.on_shutdown(ZoHmiSrv::Context()); }
 
-    EmptyHost host;
+    fakes::QuietHost host;
     ZoHmiEventLogger::ZoHmiEventLogger extension;
     plain::LoggerPtr logger; ///< of the last target
 

@@ -55,7 +55,7 @@ void keep_memory() {
 
 /// Connects a new target through `run`. Gives whether its store is what the log holds.
 template <class Run>
-bool import_once(EmptyHost& host, const Log& log, Run&& run) {
+bool import_once(fakes::QuietHost& host, const Log& log, Run&& run) {
     const auto limit = static_cast<std::uint32_t>(log.history.size());
     ZoHmiEventLogger::ZoHmiEventLogger listener(&host);
     plain::prepare_loggers(1, log.history);
@@ -74,7 +74,7 @@ template <Memory memory>
 void import_log(benchmark::State& state) {
     keep_memory();
     const Log log(state.range(0));
-    EmptyHost host({});
+    fakes::QuietHost host({});
     bool complete = import_once(host, log, [](auto connect) { connect(); });
     for (auto _ : state) {
         state.PauseTiming();

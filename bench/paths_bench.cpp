@@ -2,6 +2,7 @@
 // regular expression. "allocations" is the number for one path, on average; of short texts there is none.
 
 #include "device/symbol_path.h"
+#include "tests/device/path_text.h"
 #include "tests/server_api/allocations.h"
 
 #include <benchmark/benchmark.h>
@@ -14,6 +15,7 @@
 #include <vector>
 
 using namespace ZoHmiFdx;
+using path_text::empty_groups_in_place;
 
 namespace {
 
@@ -68,17 +70,6 @@ void run(benchmark::State& state, const std::vector<Path>& list, Reduce reduce) 
     const auto items = state.iterations() * std::int64_t(list.size());
     state.counters["allocations"] = double(allocations::count() - allocated) / double(items);
     state.SetItemsProcessed(items);
-}
-
-std::string empty_groups_in_place(std::string text) {
-    for (std::size_t from = 0;;) {
-        const std::size_t open = text.find('[', from);
-        if (open == std::string::npos || open + 1 == text.size()) return text;
-        const std::size_t close = text.find(']', open + 1);
-        if (close == std::string::npos) return text;
-        text.erase(open + 1, close - open - 1);
-        from = open + 1;
-    }
 }
 
 std::string erase_marks_in_place(std::string text) {

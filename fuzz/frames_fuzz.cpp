@@ -10,6 +10,7 @@
 #include "platform/logger_proxy/logger_link.h"
 #include "platform/logger_proxy/notification_reader.h"
 #include "targets/conversion.h"
+#include "tests/fakes/com_object.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -85,7 +86,7 @@ public:
 
 private:
     // Takes events as the product does, but for keeping them.
-    class Sink final : public IDispatch {
+    class Sink final : public fakes::Dispatch<IDispatch> {
     public:
         HRESULT QueryInterface(const GUID&, void** out) override {
             *out = this;
@@ -93,11 +94,6 @@ private:
         }
         std::uint32_t AddRef() override { return 1; }
         std::uint32_t Release() override { return 1; }
-        HRESULT GetTypeInfoCount(std::uint32_t*) override { return E_NOTIMPL; }
-        HRESULT GetTypeInfo(std::uint32_t, std::uint32_t, ITypeInfo**) override { return E_NOTIMPL; }
-        HRESULT GetIDsOfNames(const GUID&, char**, std::uint32_t, std::uint32_t, std::int32_t*) override {
-            return E_NOTIMPL;
-        }
         HRESULT Invoke(std::int32_t id, const GUID&, std::uint32_t, std::uint16_t, DISPPARAMS* arguments, VARIANT*,
                        EXCEPINFO*, std::uint32_t*) override {
             const VARIANT& object = arguments->rgvarg[arguments->cArgs - 1];

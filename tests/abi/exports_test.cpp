@@ -1,4 +1,4 @@
-// What the product shows to the dynamic linker.
+// What the product and the stand-in of the proxy show to the dynamic linker.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -65,6 +65,19 @@ TEST(Exports, AreTheEntryAndTheTwoLibrariesAndNothingElse) {
         });
         EXPECT_TRUE(found) << name;
     }
+}
+
+TEST(Exports, OfTheProxyAreTwoFunctions) {
+    std::vector<std::string> functions;
+    for (const std::string& symbol : defined_symbols(ZO_PROXY_LIBRARY)) {
+        // Sanitizers and coverage add their own, which are no functions of ours.
+        if (const auto kind = symbol.find(" T "); kind != std::string::npos)
+            functions.push_back(symbol.substr(0, kind));
+    }
+    std::ranges::sort(functions);
+    EXPECT_EQ(functions,
+              (std::vector<std::string>{"ZoEventLoggerFdxProxyLib::CreateInstance(GUID const&, GUID const&, void**)",
+                                        "ZoEventLoggerFdxProxyLibErrorMessage"}));
 }
 
 } // namespace

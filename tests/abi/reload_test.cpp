@@ -1,9 +1,7 @@
 // A server that loads and unloads the product again and again, with the stand-ins of the platform's libraries.
-#include "extension/host/context.h"
 #include "extension/host/event.h"
-#include "extension/host/event_payload.h"
-#include "extension/host/host.h"
-#include "extension/host/listeners.h"
+#include "tests/fakes/quiet_host.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -30,26 +28,6 @@ constexpr bool sanitized = __has_feature(address_sanitizer) || __has_feature(thr
 #else
 constexpr bool sanitized = false;
 #endif
-
-class Host : public IZoHmiSrvExtHost {
-public:
-    void send_message(const Context&, Message, bool) override {}
-    void execute_command(const Context&, Command&) override {}
-    void register_listener(const Context&, IZoHmiSrvListener* listener) override {
-        if (listener->type() == ListenerType::Shutdown)
-            shutdown_listener = static_cast<IZoHmiSrvShutdownListener*>(listener);
-    }
-    void register_config_listener(const Context&, IZoHmiSrvConfigListener*, Value) override {}
-    void unregister_listener(const Context&, IZoHmiSrvListener*) override {}
-    void notify_alarm(const Context&, AlarmNotification, const Alarm&) override {}
-    void forget_event(const Context&, const Event&) override {}
-    Value get_config_value(const Context&, const char* path) override { return *path ? config[path] : config; }
-    void reset_temporary_events(const Context&) override {}
-    void set_display_name(const Context&, const char*) override {}
-
-    Value config;
-    IZoHmiSrvShutdownListener* shutdown_listener = nullptr;
-};
 
 std::size_t entries(const char* folder) {
     const std::filesystem::directory_iterator begin(folder);
@@ -85,7 +63,7 @@ Use measure(std::size_t threads) {
     return use;
 }
 
-void load_and_unload(Host& host) {
+void load_and_unload(fakes::QuietHost& host) {
     void* const library = dlopen(ZO_PRODUCT, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();
     using Entry = int (*)(IZoHmiSrvExtHost*, IZoHmiSrvExt**, double*);
@@ -106,24 +84,21 @@ void load_and_unload(Host& host) {
 class Reload : public testing::TestWithParam<const char*> {};
 
 TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
-    Host host;
-    host.config.set_type(ValueType::Struct);
-    host.config.insert("TIMEOUT", Timespan(1'000'000'000));
-    host.config.insert("LIMIT_EVENT_COUNT", 10.0);
-    Value targets;
-    targets.set_type(ValueType::Map);
+    Value targets = Value().set_type(ValueType::Map);
     if (GetParam() != std::string("empty")) {
-        Value entry;
-        entry.set_type(ValueType::Struct);
+        Value entry = Value().set_type(ValueType::Struct);
         entry.insert("ADDRESS", "5.9.9.9.1.1");
         entry.insert("ENABLED", GetParam() == std::string("unreachable"));
         targets.insert("one", entry);
     }
-    host.config.insert("TARGET_SYSTEMS", targets);
+    Value config = Value().set_type(ValueType::Struct);
+    config.insert("TIMEOUT", Timespan(1'000'000'000));
+    config.insert("LIMIT_EVENT_COUNT", 10.0);
+    config.insert("TARGET_SYSTEMS", targets);
+    fakes::QuietHost host(config);
     // Nobody listens at the port of that net id.
-    const auto routes = std::filesystem::path(testing::TempDir()) / ("reload_routes_" + std::to_string(getpid()));
-    std::ofstream(routes) << R"({"local":"5.1.2.3.1.1","routes":{"5.9.9.9.1.1":"127.0.0.1:1"}})";
-    setenv("ZO_ROUTES", routes.c_str(), 1);
+    const zo_test::TemporaryFile routes(R"({"local":"5.1.2.3.1.1","routes":{"5.9.9.9.1.1":"127.0.0.1:1"}})");
+    setenv("ZO_ROUTES", routes.path().c_str(), 1);
 
     constexpr int rounds = 50;
     std::thread([] {}).join(); // a sanitizer starts one of its own with the first
@@ -137,7 +112,6 @@ TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
         if (round == 10) early = measure(threads);
         if (round == rounds) late = measure(threads);
     }
-    std::filesystem::remove(routes);
     EXPECT_LE(early.threads, threads);
     EXPECT_LE(late.threads, threads);
     EXPECT_LE(late.descriptors, early.descriptors);

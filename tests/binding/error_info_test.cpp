@@ -23,20 +23,18 @@ ICreateErrorInfo* first_view(ZoErrorInfo* info) {
 TEST(ErrorInfo, AnswersForItsThreeInterfacesAndKeepsCount) {
     auto* info = new ZoErrorInfo();
     void* out = nullptr;
-    EXPECT_EQ(info->QueryInterface(IID_IUnknown, &out), S_OK);
-    EXPECT_EQ(out, static_cast<ICreateErrorInfo*>(info));
-    EXPECT_EQ(info->QueryInterface(IID_ICreateErrorInfo, &out), S_OK);
-    EXPECT_EQ(out, static_cast<ICreateErrorInfo*>(info));
+    for (const GUID& iid : {IID_IUnknown, IID_ICreateErrorInfo}) {
+        EXPECT_EQ(info->QueryInterface(iid, &out), S_OK);
+        EXPECT_EQ(out, static_cast<ICreateErrorInfo*>(info));
+    }
     EXPECT_EQ(info->QueryInterface(IID_IErrorInfo, &out), S_OK);
     EXPECT_EQ(out, static_cast<IErrorInfo*>(info));
     EXPECT_EQ(info->QueryInterface(IID_IDispatch, &out), E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(info->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     // One from the start, three asked for.
-    EXPECT_EQ(info->Release(), 3u);
-    EXPECT_EQ(info->Release(), 2u);
-    EXPECT_EQ(info->Release(), 1u);
-    EXPECT_EQ(info->Release(), 0u);
+    for (const std::uint32_t left : {3u, 2u, 1u, 0u})
+        EXPECT_EQ(info->Release(), left);
 }
 
 TEST(ErrorInfo, BothTablesHaveTheirOrderWithTheDestructorsAmidTheFirst) {
@@ -46,9 +44,9 @@ TEST(ErrorInfo, BothTablesHaveTheirOrderWithTheDestructorsAmidTheFirst) {
     EXPECT_EQ(call_slot<std::uint32_t>(writer, 1), 2u);
     EXPECT_EQ(call_slot<std::uint32_t>(writer, 2), 1u);
     EXPECT_EQ(call_slot<HRESULT>(writer, 3, &some_guid), S_OK);
-    EXPECT_EQ(call_slot<HRESULT>(writer, 4, "source"), S_OK);
-    EXPECT_EQ(call_slot<HRESULT>(writer, 5, "description"), S_OK);
-    EXPECT_EQ(call_slot<HRESULT>(writer, 6, "help file"), S_OK);
+    const char* const texts[] = {"source", "description", "help file"};
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(call_slot<HRESULT>(writer, 4 + i, texts[i]), S_OK);
     EXPECT_EQ(call_slot<HRESULT>(writer, 7, std::uint32_t{77}), S_OK);
 
     void* second = nullptr;
@@ -62,7 +60,6 @@ TEST(ErrorInfo, BothTablesHaveTheirOrderWithTheDestructorsAmidTheFirst) {
         GUID guid{};
         EXPECT_EQ(call_slot<HRESULT>(view.object, view.getters, &guid), S_OK);
         EXPECT_EQ(guid, some_guid);
-        const char* texts[] = {"source", "description", "help file"};
         for (std::size_t i = 0; i < 3; ++i) {
             CountedString text;
             EXPECT_EQ(call_slot<HRESULT>(view.object, view.getters + 1 + i, text.put()), S_OK);

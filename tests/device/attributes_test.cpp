@@ -73,6 +73,7 @@ TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
         EXPECT_TRUE(attributes.has(key));
         EXPECT_EQ(attributes.entries(), (Entries{{key, "x"}}));
     }
+    EXPECT_FALSE(list({{"ZoHmiSymbol.AddSymbol", ""}}).has("ZoHmiSymbol.AddSymbol.Hidden")); // of the same flag
 }
 
 TEST(AttributesAdd, MarksUtf8ByTheExactValue) {
@@ -117,26 +118,12 @@ TEST(AttributesMerge, TellsOwnFromOthers) {
         std::optional<std::string> lower, upper;
         std::uint16_t encoding;
     } cases[] = {
-        {"the list merged into wins",
-         {{"a", "1"}, {"UpperBorder", "2"}},
-         {{"UpperBorder", "9"}, {"b", "8"}, {"a", "7"}},
-         {{"a", "1"}, {"UpperBorder", "2"}, {"b", "8"}},
-         std::nullopt,
-         "2",
-         0xFFFF},
         {"borders that come in are found",
          {{"a", ""}},
          {{"LowerBorder", "1"}, {"b", ""}, {"UpperBorder", "2"}},
          {{"a", ""}, {"LowerBorder", "1"}, {"b", ""}, {"UpperBorder", "2"}},
          "1",
          "2",
-         0xFFFF},
-        {"own duplicates stay, others are dropped",
-         {{"a", "1"}, {"a", "2"}},
-         {{"b", "3"}, {"b", "4"}, {"a", "5"}},
-         {{"a", "1"}, {"a", "2"}, {"b", "3"}},
-         std::nullopt,
-         std::nullopt,
          0xFFFF},
         {"the latest of two borders is dropped, and the first is not pointed at",
          {},
@@ -291,13 +278,6 @@ TEST(AttributesMerge, EntriesTooFarBehindAreNotPointedAt) {
     EXPECT_EQ(text(appended.value_of_upper_border()), std::nullopt);
     EXPECT_EQ(text(appended.value_of_lower_border()), std::nullopt);
     EXPECT_TRUE(appended.has("LowerBorder"));
-}
-
-TEST(Attributes, KeysThatShareAFlagAreToldApart) {
-    const Attributes attributes = list({{"ZoHmiSymbol.AddSymbol", ""}});
-    EXPECT_TRUE(attributes.has(AttributesFlags::AddSymbol));
-    EXPECT_TRUE(attributes.has("ZoHmiSymbol.AddSymbol"));
-    EXPECT_FALSE(attributes.has("ZoHmiSymbol.AddSymbol.Hidden"));
 }
 
 TEST(Attributes, AddSymbolKeys) {

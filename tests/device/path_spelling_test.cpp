@@ -19,7 +19,7 @@
 
 using namespace ZoHmiFdx;
 using namespace std::string_view_literals;
-using paths::path;
+using path_text::path;
 
 namespace {
 
@@ -69,19 +69,6 @@ TEST(PathSpellings, Conversions) {
     }
 }
 
-/// Empties group by group in place.
-std::string sanitized_step_by_step(std::string text) {
-    std::size_t from = 0;
-    for (;;) {
-        const std::size_t open = text.find('[', from);
-        if (open == std::string::npos || open + 1 == text.size()) return text;
-        const std::size_t close = text.find(']', open + 1);
-        if (close == std::string::npos) return text;
-        text.erase(open + 1, close - open - 1);
-        from = open + 1;
-    }
-}
-
 /// Calls `check` for each text of up to `length` characters of the alphabet.
 template <typename Check>
 void for_each_text(std::string_view alphabet, std::size_t length, const Check& check) {
@@ -104,7 +91,7 @@ TEST(PathSpellings, OnePassIsTheTwoSteps) {
         ++texts;
         const auto unique = path<UniqueFdxPath>(text);
         const SanitizedUniqueFdxPath sanitized = sanitize(unique);
-        ASSERT_EQ(sanitized.str(), sanitized_step_by_step(text)) << text;
+        ASSERT_EQ(sanitized.str(), path_text::empty_groups_in_place(text)) << text;
         ASSERT_EQ(to_lookup(unique), simplify(sanitized)) << text;
     });
     EXPECT_EQ(texts, 299'593U);
@@ -139,31 +126,22 @@ TEST(PathSpellings, AllocateAtMostOnce) {
     for (const std::string& text : {std::string("a[1].p^"), plain, plain + "[1,2].p^.r`", many_groups}) {
         SCOPED_TRACE(text.substr(0, 60));
         const auto unique = path<UniqueFdxPath>(text);
-        const std::size_t start = allocations::count();
-        const SanitizedUniqueFdxPath sanitized = sanitize(unique);
-        const std::size_t at_sanitized = allocations::count();
-        const LookupFdxPath simplified = simplify(sanitized);
-        const std::size_t at_simplified = allocations::count();
-        const LookupFdxPath fused = to_lookup(unique);
-        const std::size_t at_fused = allocations::count();
-        const NativeFdxPath native = to_native(unique);
-        const std::size_t at_native = allocations::count();
-        const std::size_t answers = unique.depth() + unique.full_depth() + unique.dereference_count() +
-                                    std::size_t(unique.is_global() || unique.is_array_access() ||
-                                                unique.includes_array_access() || unique.last_part_is_method());
-        const std::size_t at_end = allocations::count();
+        EXPECT_LE(allocations::during([&] { (void)to_native(unique); }), 1U);
+        EXPECT_LE(allocations::during([&] { (void)to_lookup(unique); }), 1U);
+        SanitizedUniqueFdxPath sanitized;
+        EXPECT_LE(allocations::during([&] { sanitized = sanitize(unique); }), 1U);
+        EXPECT_LE(allocations::during([&] { (void)simplify(sanitized); }), 1U);
+        std::size_t answers = 0;
+        EXPECT_EQ(allocations::during([&] {
+                      answers = unique.depth() + unique.full_depth() + unique.dereference_count() +
+                                std::size_t(unique.is_global() || unique.is_array_access() ||
+                                            unique.includes_array_access() || unique.last_part_is_method());
+                  }),
+                  0U);
         EXPECT_GT(answers, 0U);
-        EXPECT_LE(at_sanitized - start, 1U);
-        EXPECT_LE(at_simplified - at_sanitized, 1U);
-        EXPECT_LE(at_fused - at_simplified, 1U);
-        EXPECT_LE(at_native - at_fused, 1U);
-        EXPECT_EQ(at_end - at_native, 0U);
-        EXPECT_EQ(fused, simplified);
     }
     const auto unique = path<UniqueFdxPath>(plain);
-    const std::size_t start = allocations::count();
-    EXPECT_EQ(sanitized_path_if_contaminated(unique), "");
-    EXPECT_EQ(allocations::count(), start);
+    EXPECT_EQ(allocations::during([&] { EXPECT_EQ(sanitized_path_if_contaminated(unique), ""); }), 0U);
 }
 
 TEST(PathSpellings, ReplacesAPrefixOfText) {

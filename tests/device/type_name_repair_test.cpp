@@ -28,17 +28,14 @@ TEST(TypeDescription, BordersOfASubrangeBecomeAttributes) {
     };
     const Case cases[] = {
         {FdxDataType::Int16, "INT (0..7)", {{"LowerBorder", "0"}, {"UpperBorder", "7"}}},
-        {FdxDataType::UInt8, "USINT(1..9)", {{"LowerBorder", "1"}, {"UpperBorder", "9"}}},
         {FdxDataType::Int64, "LINT ( -5 .. 5 )x", {{"LowerBorder", " -5 "}, {"UpperBorder", " 5 "}}},
         {FdxDataType::Int16, "INT (..)", {{"LowerBorder", ""}, {"UpperBorder", ""}}},
         {FdxDataType::Int16, "INT (1...7)", {{"LowerBorder", "1"}, {"UpperBorder", ".7"}}},
         {FdxDataType::Int16, "INT (f(1)..2)", {{"LowerBorder", "f(1)"}, {"UpperBorder", "2"}}},
         {FdxDataType::Int16, "INT (0)", {}},
         {FdxDataType::Int16, "INT (0..7", {}},
-        {FdxDataType::Int16, "INT 0..7)", {}},
         {FdxDataType::Int16, "INT )0..7(", {}},
         {FdxDataType::Int16, "0..(7)", {}},
-        {FdxDataType::Int16, "INT (.", {}},
         {FdxDataType::Int16, "(", {}},
         {FdxDataType::Real, "REAL (0..7)", {}},
         {FdxDataType::Int56, "INT56 (0..7)", {}},

@@ -6,24 +6,6 @@
 
 namespace fakes {
 
-bool Block::wait_until_entered(std::chrono::milliseconds timeout) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, timeout, [this] { return entered_; });
-}
-
-void Block::release() {
-    const std::lock_guard lock(mutex_);
-    released_ = true;
-    changed_.notify_all();
-}
-
-void Block::hold() {
-    std::unique_lock lock(mutex_);
-    entered_ = true;
-    changed_.notify_all();
-    changed_.wait(lock, [this] { return released_; });
-}
-
 void CallPlan::answer(std::string_view call, HRESULT code, unsigned nth) {
     add(call, nth, {}, code);
 }

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "binding/hresult.h"
+#include "tests/support/gate.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,17 +18,14 @@ namespace fakes {
 class Block {
 public:
     // Waits until a call is held; false when time runs out.
-    bool wait_until_entered(std::chrono::milliseconds timeout = std::chrono::seconds(10));
+    bool wait_until_entered() { return gate_.wait_for_arrivals(); }
     // Lets the held calls and all later ones go.
-    void release();
+    void release() { gate_.open(); }
     // By the fake.
-    void hold();
+    void hold() { gate_.wait(); }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool entered_ = false;
-    bool released_ = false;
+    zo_test::Gate gate_;
 };
 
 // What the calls of a fake do out of the ordinary. Calls have short names such as "IsConnected", "Alarm.GetTimeRaised".

@@ -55,32 +55,32 @@ struct ThreeTexts {
     std::string id, first, second;
 };
 
-class FakeCauseRemedy final : public ComObject<Dispatch<ZoEventLoggerFdxProxyLib::IZoCauseRemedy>> {
+template <class Interface>
+class FakeTexts : public ComObject<Dispatch<Interface>> {
 public:
-    explicit FakeCauseRemedy(ThreeTexts texts) : texts_(std::move(texts)) {}
+    explicit FakeTexts(ThreeTexts texts) : texts_(std::move(texts)) {}
     HRESULT GetId(char** out) override { return hand_out(texts_.id, out); }
-    HRESULT GetCause(char** out) override { return hand_out(texts_.first, out); }
-    HRESULT GetRemedy(char** out) override { return hand_out(texts_.second, out); }
 
 protected:
-    void* find(const GUID& iid) override;
-
-private:
+    void* find(const GUID& iid) override {
+        using namespace ZoEventLoggerFdxProxyLib;
+        return iid == IID_IUnknown || iid == IID_IDispatch ? static_cast<Interface*>(this) : nullptr;
+    }
     const ThreeTexts texts_;
 };
 
-class FakeDetail final : public ComObject<Dispatch<ZoEventLoggerFdxProxyLib::IZoDetail>> {
+class FakeCauseRemedy final : public FakeTexts<ZoEventLoggerFdxProxyLib::IZoCauseRemedy> {
 public:
-    explicit FakeDetail(ThreeTexts texts) : texts_(std::move(texts)) {}
-    HRESULT GetId(char** out) override { return hand_out(texts_.id, out); }
+    using FakeTexts::FakeTexts;
+    HRESULT GetCause(char** out) override { return hand_out(texts_.first, out); }
+    HRESULT GetRemedy(char** out) override { return hand_out(texts_.second, out); }
+};
+
+class FakeDetail final : public FakeTexts<ZoEventLoggerFdxProxyLib::IZoDetail> {
+public:
+    using FakeTexts::FakeTexts;
     HRESULT GetText(char** out) override { return hand_out(texts_.first, out); }
     HRESULT GetComment(char** out) override { return hand_out(texts_.second, out); }
-
-protected:
-    void* find(const GUID& iid) override;
-
-private:
-    const ThreeTexts texts_;
 };
 
 } // namespace fakes

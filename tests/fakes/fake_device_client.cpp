@@ -3,7 +3,6 @@
 #include "tests/fakes/call_log.h"
 
 #include <string>
-#include <utility>
 
 namespace fakes {
 
@@ -14,78 +13,39 @@ constexpr std::int32_t port_not_open = 0x748;
 
 } // namespace
 
-void FakeDeviceClient::reset() {
-    const std::lock_guard lock(mutex_);
-    local_ = {{5, 1, 2, 3, 1, 1}};
-    local_result_ = 0;
-    refuse_ = false;
-    hook_ = nullptr;
-    open_.clear();
-    last_port_ = 0;
-}
-
-void FakeDeviceClient::set_local(ZoHmiFdx::NrxNetId local) {
-    const std::lock_guard lock(mutex_);
-    local_ = local;
-}
-
-void FakeDeviceClient::set_local_result(std::int32_t result) {
-    const std::lock_guard lock(mutex_);
-    local_result_ = result;
-}
-
-void FakeDeviceClient::refuse_ports(bool refuse) {
-    const std::lock_guard lock(mutex_);
-    refuse_ = refuse;
-}
-
-void FakeDeviceClient::on_open_or_close(std::function<void()> hook) {
-    const std::lock_guard lock(mutex_);
-    hook_ = std::move(hook);
-}
-
-std::set<std::int32_t> FakeDeviceClient::open_ports() const {
-    const std::lock_guard lock(mutex_);
-    return open_;
-}
-
 void FakeDeviceClient::run_hook() {
-    std::function<void()> hook;
-    {
-        const std::lock_guard lock(mutex_);
-        hook = hook_;
-    }
+    const std::function<void()> hook = with_state([](State& state) { return state.hook; });
     if (hook) hook();
 }
 
 std::int32_t FakeDeviceClient::open() {
     run_hook();
-    const std::lock_guard lock(mutex_);
-    const std::int32_t port = refuse_ ? 0 : ++last_port_;
-    if (port != 0) open_.insert(port);
-    call_log().add("FdxPortOpenEx() = " + std::to_string(port));
-    return port;
+    return with_state([](State& state) {
+        const std::int32_t port = state.refuse ? 0 : ++state.last_port;
+        if (port != 0) state.open.insert(port);
+        call_log().add("FdxPortOpenEx() = " + std::to_string(port));
+        return port;
+    });
 }
 
 std::int32_t FakeDeviceClient::close(std::int32_t port) {
     run_hook();
-    const std::lock_guard lock(mutex_);
     call_log().add("FdxPortCloseEx(" + std::to_string(port) + ")");
-    return open_.erase(port) == 1 ? 0 : port_not_open;
+    return with_state([&](State& state) { return state.open.erase(port) == 1 ? 0 : port_not_open; });
 }
 
 std::int32_t FakeDeviceClient::local_address(std::int32_t port, ZoHmiFdx::NrxAddr* address) {
-    const std::lock_guard lock(mutex_);
     call_log().add("FdxGetLocalAddressEx(" + std::to_string(port) + ")");
-    if (!open_.contains(port)) return port_not_open;
-    if (local_result_ == 0) *address = {local_, static_cast<std::uint16_t>(port)};
-    return local_result_;
+    return with_state([&](State& state) {
+        if (!state.open.contains(port)) return port_not_open;
+        if (state.local_result == 0) *address = {state.local, static_cast<std::uint16_t>(port)};
+        return state.local_result;
+    });
 }
 
 std::int32_t FakeDeviceClient::set_timeout(std::int32_t port, std::int32_t timeout) {
-    const std::lock_guard lock(mutex_);
     call_log().add("FdxSyncSetTimeoutEx(" + std::to_string(port) + ", " + std::to_string(timeout) + ")");
-    return open_.contains(port) ? 0 : port_not_open;
+    return open_ports().contains(port) ? 0 : port_not_open;
 }
 
 FakeDeviceClient& device_client() {

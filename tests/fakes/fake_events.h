@@ -46,7 +46,8 @@ struct EventFields {
     VARIANT_BOOL source_flag = VARIANT_TRUE;     // what HasSourceField says of a field that is there
 };
 
-// Fields and reads that all fake events share. [any thread]
+// Fields and reads that all fake events share. Calls are named "Alarm.GetEventId", "Message.GetEventId",
+// "LoggedEvent.GetEventId" and so on. [any thread]
 class EventState {
 public:
     EventState(const char* kind, EventFields fields, std::shared_ptr<CallPlan> plan)
@@ -60,9 +61,15 @@ public:
 
 protected:
     ~EventState() = default;
-    // The answer to a call: planned, or made by `read` from the fields; `*out` starts empty.
+    // The answer to a call: planned, or a field or what else `read` makes of the fields; `*out` starts empty.
     template <class T, class Read>
-    HRESULT read(const char* call, T* out, Read&& read);
+    HRESULT read(const char* call, T* out, Read read) {
+        *out = T{};
+        if (const auto planned = enter(call)) return *planned;
+        const std::lock_guard lock(mutex_);
+        *out = std::invoke(read, fields_);
+        return S_OK;
+    }
     HRESULT read_text(const char* call, std::optional<std::string> EventFields::*field, char** out);
     HRESULT read_source_flag(std::uint32_t mask, VARIANT_BOOL* out);
     HRESULT fill_block(std::uint8_t** block, std::uint32_t size);
@@ -76,41 +83,66 @@ private:
     std::vector<std::uint32_t> asked_block_sizes_;
 };
 
-// The slots that logged events, alarms and messages share, and identity. Calls are named "Alarm.GetEventId",
-// "Message.GetEventId", "LoggedEvent.GetEventId" and so on.
+// The slots that logged events, alarms and messages share, and identity.
 template <class Interface>
 class FakeEvent : public ComObject<Dispatch<Interface>, ZoEventLoggerFdxProxyLib::IZoEventIdentity>, public EventState {
 public:
     using EventState::EventState;
 
-    HRESULT GetEventClass(GUID* out) override;
-    HRESULT GetEventId(std::uint32_t* out) override;
-    HRESULT GetSeverity(std::uint32_t* out) override;
-    HRESULT GetEventType(std::int32_t* out) override;
-    HRESULT HasSourceField(std::uint32_t mask, VARIANT_BOOL* out) override;
-    HRESULT GetSourceId(std::uint32_t* out) override;
-    HRESULT GetSourceGuid(GUID* out) override;
-    HRESULT GetSourceName(char** out) override;
-    HRESULT GetTimeRaised(std::int64_t* out) override;
-    HRESULT GetArguments(ZoEventLoggerFdxProxyLib::ArgumentDescriptor* out) override;
-    HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override;
-    HRESULT GetJsonAttribute(char** out) override;
-    HRESULT GetUniqueId(std::uint32_t* out) override;
+    HRESULT GetEventClass(GUID* out) override { return read("GetEventClass", out, &EventFields::event_class); }
+    HRESULT GetEventId(std::uint32_t* out) override { return read("GetEventId", out, &EventFields::event_id); }
+    HRESULT GetSeverity(std::uint32_t* out) override { return read("GetSeverity", out, &EventFields::severity); }
+    HRESULT GetEventType(std::int32_t* out) override { return read("GetEventType", out, &EventFields::type); }
+    HRESULT HasSourceField(std::uint32_t mask, VARIANT_BOOL* out) override { return read_source_flag(mask, out); }
+    HRESULT GetSourceId(std::uint32_t* out) override {
+        return read("GetSourceId", out, value_of(&EventFields::source_id));
+    }
+    HRESULT GetSourceGuid(GUID* out) override {
+        return read("GetSourceGuid", out, value_of(&EventFields::source_guid));
+    }
+    HRESULT GetSourceName(char** out) override { return read_text("GetSourceName", &EventFields::source_name, out); }
+    HRESULT GetTimeRaised(std::int64_t* out) override { return read("GetTimeRaised", out, &EventFields::raised); }
+    HRESULT GetArguments(ZoEventLoggerFdxProxyLib::ArgumentDescriptor* out) override {
+        return read("GetArguments", out, &EventFields::arguments);
+    }
+    HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override { return fill_block(block, size); }
+    HRESULT GetJsonAttribute(char** out) override { return read_text("GetJsonAttribute", &EventFields::json, out); }
+    HRESULT GetUniqueId(std::uint32_t* out) override {
+        return read("GetUniqueId", out, value_of(&EventFields::unique_id));
+    }
 
 protected:
     ~FakeEvent() = default;
-    void* find(const GUID& iid) override;
+    void* find(const GUID& iid) override {
+        using namespace ZoEventLoggerFdxProxyLib;
+        const EventFields now = fields();
+        if (iid == IID_IZoEventIdentity) return now.unique_id ? static_cast<IZoEventIdentity*>(this) : nullptr;
+        const bool known = iid == IID_IUnknown || iid == IID_IDispatch || offers(iid, now);
+        return known ? static_cast<Interface*>(this) : nullptr;
+    }
     // The interfaces of the kind itself.
     virtual bool offers(const GUID& iid, const EventFields& fields) const = 0;
+
+private:
+    // Nothing reads as zero.
+    template <class T>
+    static auto value_of(std::optional<T> EventFields::*field) {
+        return [field](const EventFields& fields) { return (fields.*field).value_or(T{}); };
+    }
 };
 
 class FakeLoggedEvent final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoLoggedEvent2> {
 public:
-    explicit FakeLoggedEvent(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>());
-    HRESULT GetTimeCleared(std::int64_t* out) override;
-    HRESULT GetWithConfirmation(VARIANT_BOOL* out) override;
-    HRESULT GetTimeConfirmed(std::int64_t* out) override;
-    HRESULT GetIsActive(VARIANT_BOOL* out) override;
+    explicit FakeLoggedEvent(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
+        : FakeEvent("LoggedEvent", std::move(fields), std::move(plan)) {}
+    HRESULT GetTimeCleared(std::int64_t* out) override { return read("GetTimeCleared", out, &EventFields::cleared); }
+    HRESULT GetWithConfirmation(VARIANT_BOOL* out) override {
+        return read("GetWithConfirmation", out, &EventFields::with_confirmation);
+    }
+    HRESULT GetTimeConfirmed(std::int64_t* out) override {
+        return read("GetTimeConfirmed", out, &EventFields::confirmed);
+    }
+    HRESULT GetIsActive(VARIANT_BOOL* out) override { return read("GetIsActive", out, &EventFields::is_active); }
 
 protected:
     bool offers(const GUID& iid, const EventFields& fields) const override;
@@ -118,12 +150,17 @@ protected:
 
 class FakeAlarm final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoAlarmJson> {
 public:
-    explicit FakeAlarm(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>());
-    HRESULT GetIsRaised(VARIANT_BOOL* out) override;
-    HRESULT GetTimeCleared(std::int64_t* out) override;
-    HRESULT GetConfirmationState(std::int32_t* out) override;
-    HRESULT Confirm() override; // "Alarm.Confirm" is always logged
-    HRESULT GetTimeConfirmed(std::int64_t* out) override;
+    explicit FakeAlarm(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
+        : FakeEvent("Alarm", std::move(fields), std::move(plan)) {}
+    HRESULT GetIsRaised(VARIANT_BOOL* out) override { return read("GetIsRaised", out, &EventFields::is_raised); }
+    HRESULT GetTimeCleared(std::int64_t* out) override { return read("GetTimeCleared", out, &EventFields::cleared); }
+    HRESULT GetConfirmationState(std::int32_t* out) override {
+        return read("GetConfirmationState", out, &EventFields::confirmation_state);
+    }
+    HRESULT Confirm() override { return enter("Confirm", false).value_or(S_OK); } // always logged
+    HRESULT GetTimeConfirmed(std::int64_t* out) override {
+        return read("GetTimeConfirmed", out, &EventFields::confirmed);
+    }
 
 protected:
     bool offers(const GUID& iid, const EventFields& fields) const override;
@@ -131,7 +168,8 @@ protected:
 
 class FakeMessage final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoMessageJson> {
 public:
-    explicit FakeMessage(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>());
+    explicit FakeMessage(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
+        : FakeEvent("Message", std::move(fields), std::move(plan)) {}
 
 protected:
     bool offers(const GUID& iid, const EventFields& fields) const override;

@@ -11,20 +11,11 @@ using namespace ZoHmiSrv;
 
 namespace {
 
-const char* kind_of(ListenerType type) {
-    switch (type) {
-    case ListenerType::Shutdown:
-        return "Shutdown";
-    case ListenerType::AlarmProvider:
-        return "AlarmProvider";
-    case ListenerType::EventLocalization:
-        return "EventLocalization";
-    case ListenerType::Request:
-        return "Request";
-    case ListenerType::Config:
-        return "Config";
-    }
-    return "Unknown";
+const char* kind_of(const IZoHmiSrvListener* listener) {
+    if (listener == nullptr) return "null";
+    constexpr const char* kinds[] = {"Unknown", "Shutdown", "AlarmProvider", "EventLocalization", "Request", "Config"};
+    const auto number = static_cast<std::size_t>(listener->type());
+    return kinds[number < std::size(kinds) ? number : 0];
 }
 
 std::string joined(const std::string& first, const std::string& second) {
@@ -39,13 +30,7 @@ void FakeHost::enter(const Context& context, const std::string& call, const std:
     call_log().add(joined("host." + call, about));
     {
         const std::lock_guard lock(mutex_);
-        const auto found =
-            std::find_if(contexts_.begin(), contexts_.end(), [&](const auto& entry) { return entry.first == call; });
-        if (found == contexts_.end()) {
-            contexts_.emplace_back(call, context);
-        } else {
-            found->second = context;
-        }
+        contexts_[call] = context;
     }
     // The log has its line already: for the plan these count as reads, which it does not log.
     constexpr bool is_read = true;
@@ -58,11 +43,6 @@ void FakeHost::set_config(const Value& config) {
     config_ = config;
 }
 
-std::vector<FakeHost::SentMessage> FakeHost::messages() const {
-    const std::lock_guard lock(mutex_);
-    return messages_;
-}
-
 std::vector<Message> FakeHost::messages(std::string_view name) const {
     const std::lock_guard lock(mutex_);
     std::vector<Message> found;
@@ -72,22 +52,10 @@ std::vector<Message> FakeHost::messages(std::string_view name) const {
     return found;
 }
 
-std::vector<FakeHost::NotifiedAlarm> FakeHost::alarms() const {
-    const std::lock_guard lock(mutex_);
-    return alarms_;
-}
-
-std::vector<FakeHost::ForgottenEvent> FakeHost::forgotten() const {
-    const std::lock_guard lock(mutex_);
-    return forgotten_;
-}
-
 Context FakeHost::context_of(std::string_view call) const {
     const std::lock_guard lock(mutex_);
-    for (const auto& [name, context] : contexts_) {
-        if (name == call) return context;
-    }
-    return {};
+    const auto found = contexts_.find(call);
+    return found == contexts_.end() ? Context() : found->second;
 }
 
 void FakeHost::clear() {
@@ -124,16 +92,6 @@ IZoHmiSrvConfigListener* FakeHost::config_listener() const {
     return static_cast<IZoHmiSrvConfigListener*>(listener(ListenerType::Config));
 }
 
-Value FakeHost::config_filter() const {
-    const std::lock_guard lock(mutex_);
-    return config_filter_;
-}
-
-std::size_t FakeHost::listener_count() const {
-    const std::lock_guard lock(mutex_);
-    return listeners_.size();
-}
-
 void FakeHost::send_message(const Context& context, Message message, bool is_event) {
     const std::string name = message.name();
     const Value& target = std::as_const(message).parameters()["0"];
@@ -147,7 +105,7 @@ void FakeHost::execute_command(const Context& context, Command& command) {
 }
 
 void FakeHost::register_listener(const Context& context, IZoHmiSrvListener* listener) {
-    const char* kind = listener == nullptr ? "null" : kind_of(listener->type());
+    const char* kind = kind_of(listener);
     enter(context, "register_listener", kind, kind);
     const std::lock_guard lock(mutex_);
     if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
@@ -161,7 +119,7 @@ void FakeHost::register_config_listener(const Context& context, IZoHmiSrvConfigL
 }
 
 void FakeHost::unregister_listener(const Context& context, IZoHmiSrvListener* listener) {
-    const char* kind = listener == nullptr ? "null" : kind_of(listener->type());
+    const char* kind = kind_of(listener);
     enter(context, "unregister_listener", kind, kind);
     const std::lock_guard lock(mutex_);
     std::erase_if(listeners_, [listener](const auto& entry) { return entry.second == listener; });

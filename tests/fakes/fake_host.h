@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -55,11 +56,11 @@ public:
     void set_probe(std::function<void(std::string_view)> probe) { probe_ = std::move(probe); }
     [[nodiscard]] CallPlan& plan() { return plan_; }
 
-    [[nodiscard]] std::vector<SentMessage> messages() const;
+    [[nodiscard]] std::vector<SentMessage> messages() const { return copy_of(messages_); }
     // The diagnostic messages of that name.
     [[nodiscard]] std::vector<ZoHmiSrv::Message> messages(std::string_view name) const;
-    [[nodiscard]] std::vector<NotifiedAlarm> alarms() const;
-    [[nodiscard]] std::vector<ForgottenEvent> forgotten() const;
+    [[nodiscard]] std::vector<NotifiedAlarm> alarms() const { return copy_of(alarms_); }
+    [[nodiscard]] std::vector<ForgottenEvent> forgotten() const { return copy_of(forgotten_); }
     // The context of the latest call of that name; a default one when there was none.
     [[nodiscard]] ZoHmiSrv::Context context_of(std::string_view call) const;
     // Drops what was kept of messages, alarms and forgotten events; listeners, configuration and plan stay.
@@ -72,8 +73,8 @@ public:
     [[nodiscard]] ZoHmiSrv::IZoHmiSrvRequestListener* request_listener() const;
     [[nodiscard]] ZoHmiSrv::IZoHmiSrvConfigListener* config_listener() const;
     // What the config listener asked for when it registered.
-    [[nodiscard]] ZoHmiSrv::Value config_filter() const;
-    [[nodiscard]] std::size_t listener_count() const;
+    [[nodiscard]] ZoHmiSrv::Value config_filter() const { return copy_of(config_filter_); }
+    [[nodiscard]] std::size_t listener_count() const { return copy_of(listeners_).size(); }
 
     void send_message(const ZoHmiSrv::Context& context, ZoHmiSrv::Message message, bool is_event) override;
     void execute_command(const ZoHmiSrv::Context& context, ZoHmiSrv::Command& command) override;
@@ -91,6 +92,11 @@ public:
 private:
     void enter(const ZoHmiSrv::Context& context, const std::string& call, const std::string& about,
                const std::string& plan_detail);
+    template <class T>
+    T copy_of(const T& member) const {
+        const std::lock_guard lock(mutex_);
+        return member;
+    }
     [[nodiscard]] ZoHmiSrv::IZoHmiSrvListener* listener(ZoHmiSrv::ListenerType type) const;
 
     CallPlan plan_;
@@ -103,7 +109,7 @@ private:
     std::vector<ForgottenEvent> forgotten_;
     // With its kind, so that a listener that died registered is never asked.
     std::vector<std::pair<ZoHmiSrv::ListenerType, ZoHmiSrv::IZoHmiSrvListener*>> listeners_;
-    std::vector<std::pair<std::string, ZoHmiSrv::Context>> contexts_;
+    std::map<std::string, ZoHmiSrv::Context, std::less<>> contexts_;
 };
 
 // A server that has the licence interface, too.

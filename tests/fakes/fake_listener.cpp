@@ -110,21 +110,6 @@ void FakeListener::enter(const char* call, const std::string& about, const char*
     if (plan_detail) plan_.enter(std::string(call) + " " + plan_detail, is_read);
 }
 
-std::vector<Message> FakeListener::messages() const {
-    const std::lock_guard lock(mutex_);
-    return messages_;
-}
-
-std::vector<Alarm> FakeListener::alarms() const {
-    const std::lock_guard lock(mutex_);
-    return alarms_;
-}
-
-std::vector<Event> FakeListener::forgotten() const {
-    const std::lock_guard lock(mutex_);
-    return forgotten_;
-}
-
 void FakeListener::log_message(Message message) {
     std::string about = message.name();
     if (number(message.severity()) != "-1") about += " severity=" + number(message.severity());
@@ -146,26 +131,22 @@ void FakeListener::log_unknown_exception(const std::string& target_name) {
 
 void FakeListener::on_message(Message message) {
     enter("on_message", describe_time(message.time_raised()));
-    const std::lock_guard lock(mutex_);
-    messages_.push_back(std::move(message));
+    keep(messages_, std::move(message));
 }
 
 void FakeListener::on_alarm_raised(const Alarm& alarm) {
     enter("on_alarm_raised", number(alarm.id()) + " " + describe_time(alarm.time_raised()));
-    const std::lock_guard lock(mutex_);
-    alarms_.push_back(alarm);
+    keep(alarms_, alarm);
 }
 
 void FakeListener::on_alarm_changed(const Alarm& alarm, bool removed) {
     enter("on_alarm_changed", number(alarm.id()) + (removed ? " removed" : " kept"));
-    const std::lock_guard lock(mutex_);
-    alarms_.push_back(alarm);
+    keep(alarms_, alarm);
 }
 
 void FakeListener::forget_event(const Event& event) {
     enter("forget_event", describe_time(event.time_received()));
-    const std::lock_guard lock(mutex_);
-    forgotten_.push_back(event);
+    keep(forgotten_, event);
 }
 
 bool FakeListener::preload_translations() {

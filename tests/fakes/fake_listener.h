@@ -39,9 +39,9 @@ public:
     bool preload = false; // what `preload_translations` answers
 
     // What came with on_message, and with on_alarm_raised and on_alarm_changed.
-    [[nodiscard]] std::vector<ZoHmiSrv::Message> messages() const;
-    [[nodiscard]] std::vector<ZoHmiSrv::Alarm> alarms() const;
-    [[nodiscard]] std::vector<ZoHmiSrv::Event> forgotten() const;
+    [[nodiscard]] std::vector<ZoHmiSrv::Message> messages() const { return copy_of(messages_); }
+    [[nodiscard]] std::vector<ZoHmiSrv::Alarm> alarms() const { return copy_of(alarms_); }
+    [[nodiscard]] std::vector<ZoHmiSrv::Event> forgotten() const { return copy_of(forgotten_); }
 
     void log_message(ZoHmiSrv::Message message) override;
     void log_exception(const std::string& target_name, const std::exception& exception) override;
@@ -53,6 +53,16 @@ public:
     bool preload_translations() override;
 
 private:
+    template <class T>
+    std::vector<T> copy_of(const std::vector<T>& kept) const {
+        const std::lock_guard lock(mutex_);
+        return kept;
+    }
+    template <class T>
+    void keep(std::vector<T>& kept, T what) {
+        const std::lock_guard lock(mutex_);
+        kept.push_back(std::move(what));
+    }
     void enter(const char* call, const std::string& about = {}, const char* plan_detail = nullptr);
 
     CallPlan plan_;

@@ -77,38 +77,6 @@ HRESULT PlainLogger::invoke(std::int32_t dispatch_id, IDispatch* object, const V
     return sink_->Invoke(dispatch_id, GUID{}, 0, 1, &arguments, nullptr, nullptr, nullptr);
 }
 
-HRESULT PlainLogger::send(const MessagePtr& message) {
-    return invoke(_IZoEventLoggerEvents::OnMessageSent, message.get());
-}
-
-HRESULT PlainLogger::raise(const AlarmPtr& alarm) {
-    return invoke(_IZoEventLoggerEvents::OnAlarmRaised, alarm.get());
-}
-
-HRESULT PlainLogger::clear(const AlarmPtr& alarm, VARIANT_BOOL removed) {
-    return invoke(_IZoEventLoggerEvents::OnAlarmCleared, alarm.get(), &removed);
-}
-
-HRESULT PlainLogger::Connect(const char*) {
-    connected_ = true;
-    return S_OK;
-}
-
-HRESULT PlainLogger::ConnectWithSettings(IZoConnectionSettings*, const char*) {
-    connected_ = true;
-    return S_OK;
-}
-
-HRESULT PlainLogger::Disconnect() {
-    connected_ = false;
-    return S_OK;
-}
-
-HRESULT PlainLogger::IsConnected(VARIANT_BOOL* out) {
-    *out = connected_ ? VARIANT_TRUE : VARIANT_FALSE;
-    return S_OK;
-}
-
 HRESULT PlainLogger::GetActiveAlarms(IZoAlarmCollection** out) {
     return give_items<IZoAlarmCollection, IZoAlarm>(std::vector<AlarmPtr>(), out);
 }
@@ -121,11 +89,6 @@ HRESULT PlainLogger::GetLoggedEvents(std::uint32_t, IZoLoggedEventCollection** o
     return give_items<IZoLoggedEventCollection, IZoLoggedEvent>(history, out);
 }
 
-HRESULT PlainLogger::GetText(const GUID&, std::uint32_t, std::int32_t, const ArgumentDescriptor*, const std::uint8_t*,
-                             char** out) {
-    return fakes::hand_out("The level of tank 3 is too low: 12.5 cm", out);
-}
-
 HRESULT PlainLogger::GetCausesAndRemedies(const GUID&, std::uint32_t, std::int32_t, IZoCauseRemedyCollection** out) {
     return give_items<IZoCauseRemedyCollection, IZoCauseRemedy>(
         std::vector<CComPtr<PlainCauseRemedy>>{new PlainCauseRemedy, new PlainCauseRemedy}, out);
@@ -136,31 +99,12 @@ HRESULT PlainLogger::GetDetails(const GUID&, std::uint32_t, std::int32_t, IZoDet
         std::vector<CComPtr<PlainDetail>>{new PlainDetail, new PlainDetail}, out);
 }
 
-HRESULT PlainLogger::GetEventClassName(const GUID&, std::int32_t, char** out) {
-    return fakes::hand_out("Filling level", out);
-}
-
-HRESULT PlainLogger::GetSourceNameText(std::int32_t, const GUID&, const char*, char** out) {
-    return fakes::hand_out("Axis 3 of the filler", out);
-}
-
-HRESULT PlainLogger::FindConnectionPoint(const GUID&, IConnectionPoint** out) {
-    *out = this;
-    AddRef();
-    return S_OK;
-}
-
 HRESULT PlainLogger::Advise(IUnknown* sink, std::uint32_t* cookie) {
     CComPtr<IDispatch> asked;
     const HRESULT code = sink->QueryInterface(IID__IZoEventLoggerEvents, asked.put_void());
     sink_ = asked.get(); // a sink is not counted, so this stays valid until Unadvise
     *cookie = 1;
     return code;
-}
-
-HRESULT PlainLogger::Unadvise(std::uint32_t) {
-    sink_ = nullptr;
-    return S_OK;
 }
 
 void* PlainLogger::find(const GUID& iid) {

@@ -149,35 +149,61 @@ public:
     std::vector<AlarmPtr> alarms_meanwhile;
 
     /// Calls of the sink on this thread.
-    HRESULT send(const MessagePtr& message);
-    HRESULT raise(const AlarmPtr& alarm);
-    HRESULT clear(const AlarmPtr& alarm, VARIANT_BOOL removed);
+    HRESULT send(const MessagePtr& message) { return invoke(Events::OnMessageSent, message.get()); }
+    HRESULT raise(const AlarmPtr& alarm) { return invoke(Events::OnAlarmRaised, alarm.get()); }
+    HRESULT clear(const AlarmPtr& alarm, VARIANT_BOOL removed) {
+        return invoke(Events::OnAlarmCleared, alarm.get(), &removed);
+    }
 
-    HRESULT Connect(const char*) override;
-    HRESULT Disconnect() override;
-    HRESULT IsConnected(VARIANT_BOOL* out) override;
+    HRESULT Connect(const char*) override { return set_connected(true); }
+    HRESULT Disconnect() override { return set_connected(false); }
+    HRESULT IsConnected(VARIANT_BOOL* out) override {
+        *out = connected_ ? VARIANT_TRUE : VARIANT_FALSE;
+        return S_OK;
+    }
     HRESULT GetActiveAlarms(ZoEventLoggerFdxProxyLib::IZoAlarmCollection** out) override;
     HRESULT GetLoggedEvents(std::uint32_t, ZoEventLoggerFdxProxyLib::IZoLoggedEventCollection** out) override;
     HRESULT ClearLoggedEvents() override { return S_OK; }
     HRESULT GetText(const GUID&, std::uint32_t, std::int32_t, const ZoEventLoggerFdxProxyLib::ArgumentDescriptor*,
-                    const std::uint8_t*, char** out) override;
-    HRESULT ConnectWithSettings(ZoEventLoggerFdxProxyLib::IZoConnectionSettings*, const char*) override;
+                    const std::uint8_t*, char** out) override {
+        return fakes::hand_out("The level of tank 3 is too low: 12.5 cm", out);
+    }
+    HRESULT ConnectWithSettings(ZoEventLoggerFdxProxyLib::IZoConnectionSettings*, const char*) override {
+        return set_connected(true);
+    }
     HRESULT GetCausesAndRemedies(const GUID&, std::uint32_t, std::int32_t,
                                  ZoEventLoggerFdxProxyLib::IZoCauseRemedyCollection** out) override;
     HRESULT GetDetails(const GUID&, std::uint32_t, std::int32_t,
                        ZoEventLoggerFdxProxyLib::IZoDetailCollection** out) override;
-    HRESULT GetEventClassName(const GUID&, std::int32_t, char** out) override;
-    HRESULT GetSourceNameText(std::int32_t, const GUID&, const char*, char** out) override;
+    HRESULT GetEventClassName(const GUID&, std::int32_t, char** out) override {
+        return fakes::hand_out("Filling level", out);
+    }
+    HRESULT GetSourceNameText(std::int32_t, const GUID&, const char*, char** out) override {
+        return fakes::hand_out("Axis 3 of the filler", out);
+    }
     HRESULT SetTimeout(std::uint32_t) override { return S_OK; }
-    HRESULT FindConnectionPoint(const GUID&, ZoEventLoggerFdxProxyLib::IConnectionPoint** out) override;
+    HRESULT FindConnectionPoint(const GUID&, ZoEventLoggerFdxProxyLib::IConnectionPoint** out) override {
+        *out = this;
+        AddRef();
+        return S_OK;
+    }
     HRESULT Advise(IUnknown* sink, std::uint32_t* cookie) override;
-    HRESULT Unadvise(std::uint32_t cookie) override;
+    HRESULT Unadvise(std::uint32_t) override {
+        sink_ = nullptr;
+        return S_OK;
+    }
 
 protected:
     void* find(const GUID& iid) override;
 
 private:
+    using Events = ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents;
+
     HRESULT invoke(std::int32_t dispatch_id, IDispatch* object, const VARIANT_BOOL* flag = nullptr);
+    HRESULT set_connected(bool connected) {
+        connected_ = connected;
+        return S_OK;
+    }
 
     std::atomic<bool> connected_ = false;
     IDispatch* sink_ = nullptr;

@@ -25,9 +25,7 @@ protected:
 };
 
 std::int64_t time_cleared(const CComPtr<IZoAlarm>& alarm) {
-    std::int64_t time = -1;
-    EXPECT_EQ(alarm->GetTimeCleared(&time), S_OK);
-    return time;
+    return read(alarm, &IZoAlarm::GetTimeCleared);
 }
 
 template <class T>
@@ -62,44 +60,27 @@ TEST_F(EventObjectTest, FieldsOfALoggedEventComeAsSent) {
     logger.release();
 
     IZoLoggedEvent* event = events[0].get();
-    GUID guid{};
-    EXPECT_EQ(event->GetEventClass(&guid), S_OK);
-    EXPECT_EQ(guid, (GUID{0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}}));
-    std::uint32_t number = 0;
-    EXPECT_EQ(event->GetEventId(&number), S_OK);
-    EXPECT_EQ(number, 7u);
-    EXPECT_EQ(event->GetSeverity(&number), S_OK);
-    EXPECT_EQ(number, 3u);
-    EXPECT_EQ(event->GetSourceId(&number), S_OK);
-    EXPECT_EQ(number, 12u);
-    std::int32_t type = 0;
-    EXPECT_EQ(event->GetEventType(&type), S_OK);
-    EXPECT_EQ(type, 1);
-    char* text = nullptr;
-    EXPECT_EQ(event->GetSourceName(&text), S_OK);
-    EXPECT_EQ(take_text(text), "Door");
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetEventClass),
+              (GUID{0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}}));
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetEventId), 7u);
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetSeverity), 3u);
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetSourceId), 12u);
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetEventType), 1);
+    EXPECT_EQ(read_text(event, &IZoLoggedEvent::GetSourceName), "Door");
     for (const auto& [mask, there] : {std::pair(1u, true), std::pair(2u, false), std::pair(4u, true)}) {
         VARIANT_BOOL has = 3;
         EXPECT_EQ(event->HasSourceField(mask, &has), S_OK);
         EXPECT_EQ(has, there ? VARIANT_TRUE : VARIANT_FALSE) << mask;
     }
-    std::int64_t time = 0;
-    EXPECT_EQ(event->GetTimeRaised(&time), S_OK);
-    EXPECT_EQ(time, 133000000000000000);
-    EXPECT_EQ(event->GetTimeCleared(&time), S_OK);
-    EXPECT_EQ(time, 5);
-    EXPECT_EQ(event->GetTimeConfirmed(&time), S_OK);
-    EXPECT_EQ(time, 6);
-    VARIANT_BOOL flag = 0;
-    EXPECT_EQ(event->GetWithConfirmation(&flag), S_OK);
-    EXPECT_EQ(flag, 1); // a foreign number stays what it is
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetTimeRaised), 133000000000000000);
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetTimeCleared), 5);
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetTimeConfirmed), 6);
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetWithConfirmation), 1); // a foreign number stays what it is
 
     CComQIPtr<IZoLoggedEvent2> extended(events[0]);
     ASSERT_TRUE(extended);
-    EXPECT_EQ(extended->GetIsActive(&flag), S_OK);
-    EXPECT_EQ(flag, VARIANT_TRUE);
-    ArgumentDescriptor arguments{};
-    EXPECT_EQ(extended->GetArguments(&arguments), S_OK);
+    EXPECT_EQ(read(extended, &IZoLoggedEvent2::GetIsActive), VARIANT_TRUE);
+    const ArgumentDescriptor arguments = read(extended, &IZoLoggedEvent2::GetArguments);
     EXPECT_EQ(arguments.count, 2u);
     EXPECT_EQ(arguments.types_offset, 0xfffffff0u);
     EXPECT_EQ(arguments.data_size, 2u);
@@ -112,12 +93,8 @@ TEST_F(EventObjectTest, FieldsOfALoggedEventComeAsSent) {
         std::copy_n(record.block.begin(), std::min<std::size_t>(size, 4), expected.begin());
         EXPECT_EQ(block, expected) << size;
     }
-    CComQIPtr<IZoLoggedEventJson> attribute(events[0]);
-    EXPECT_EQ(attribute->GetJsonAttribute(&text), S_OK);
-    EXPECT_EQ(take_text(text), R"({"a":1})");
-    CComQIPtr<IZoEventIdentity> identity(events[0]);
-    EXPECT_EQ(identity->GetUniqueId(&number), S_OK);
-    EXPECT_EQ(number, 99u);
+    EXPECT_EQ(read_text(CComQIPtr<IZoLoggedEventJson>(events[0]), &IZoLoggedEventJson::GetJsonAttribute), R"({"a":1})");
+    EXPECT_EQ(read(CComQIPtr<IZoEventIdentity>(events[0]), &IZoEventIdentity::GetUniqueId), 99u);
     EXPECT_EQ(event->GetEventId(nullptr), E_POINTER);
     EXPECT_EQ(event->GetSourceName(nullptr), E_POINTER);
 }
@@ -213,9 +190,7 @@ TEST_F(EventObjectTest, AlarmsAreReadWhileTheyChange) {
     for (int i = 0; i < 2; ++i) {
         readers.emplace_back([&] {
             while (!stop) {
-                char* text = nullptr;
-                EXPECT_EQ(alarm->GetSourceName(&text), S_OK);
-                EXPECT_FALSE(take_text(text).empty());
+                EXPECT_FALSE(read_text(alarm, &IZoAlarm::GetSourceName).empty());
             }
         });
     }
@@ -227,9 +202,7 @@ TEST_F(EventObjectTest, AlarmsAreReadWhileTheyChange) {
     stop = true;
     for (auto& reader : readers)
         reader.join();
-    char* text = nullptr;
-    EXPECT_EQ(alarm->GetSourceName(&text), S_OK);
-    EXPECT_EQ(take_text(text), "299");
+    EXPECT_EQ(read_text(alarm, &IZoAlarm::GetSourceName), "299");
 }
 
 TEST_F(EventObjectTest, TheAlarmTableSurvivesObjectsThatComeAndGo) {
@@ -243,9 +216,7 @@ TEST_F(EventObjectTest, TheAlarmTableSurvivesObjectsThatComeAndGo) {
                 EXPECT_EQ(logger->GetActiveAlarms(list.put()), S_OK);
                 CComPtr<IZoAlarm> alarm;
                 EXPECT_EQ(list->GetItem(0, alarm.put()), S_OK);
-                std::uint32_t id = 0;
-                EXPECT_EQ(alarm->GetEventId(&id), S_OK);
-                EXPECT_EQ(id, 1u);
+                EXPECT_EQ(read(alarm, &IZoAlarm::GetEventId), 1u);
             }
         });
     }
@@ -267,7 +238,5 @@ TEST_F(EventObjectTest, ConfirmNamesTheAlarmAndOutlivesTheLogger) {
     EXPECT_EQ(alarm->Confirm(), not_connected);
     logger.release();
     EXPECT_EQ(alarm->Confirm(), not_connected);
-    std::uint32_t id = 0;
-    EXPECT_EQ(alarm->GetEventId(&id), S_OK);
-    EXPECT_EQ(id, 5u);
+    EXPECT_EQ(read(alarm, &IZoAlarm::GetEventId), 5u);
 }

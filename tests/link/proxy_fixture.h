@@ -4,6 +4,7 @@
 #include "tests/link/scripted_peer.h"
 
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -24,6 +25,20 @@ inline std::string take_text(char* text) {
     std::string result(text, length);
     std::free(text - sizeof length);
     return result;
+}
+
+// What an operation that gives one value out gives.
+template <class Object, class Interface, class T>
+T read(const Object& object, HRESULT (Interface::*operation)(T*)) {
+    T out{};
+    EXPECT_EQ((std::to_address(object)->*operation)(&out), S_OK);
+    return out;
+}
+
+// The same for a text.
+template <class Object, class Interface>
+std::string read_text(const Object& object, HRESULT (Interface::*operation)(char**)) {
+    return take_text(read(object, operation));
 }
 
 // A logger object of the real library against a scripted target.
@@ -65,6 +80,13 @@ protected:
     HRESULT active_alarms(std::vector<CComPtr<IZoAlarm>>& alarms) {
         CComPtr<IZoAlarmCollection> list;
         return take_list(logger->GetActiveAlarms(list.put()), list, alarms);
+    }
+    // The class name of anything in that language.
+    HRESULT class_name(std::int32_t language, std::string& text) {
+        char* out = nullptr;
+        const HRESULT result = CComQIPtr<IZoEventLoggerClassName>(logger)->GetEventClassName(GUID{}, language, &out);
+        text = take_text(out);
+        return result;
     }
     // Comes back when the target has answered and all callbacks before that have returned.
     HRESULT settle() {

@@ -2,8 +2,9 @@
 
 #include "binding/com_ptr.h"
 #include "binding/event_logger_proxy.h"
+#include "tests/fakes/com_object.h"
+#include "tests/support/gate.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -22,8 +23,10 @@ struct Call {
 };
 
 // A sink that keeps what it is told; it counts no references, as the product's does not.
-class RecordingSink : public ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents {
+class RecordingSink : public fakes::Dispatch<ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents> {
 public:
+    virtual ~RecordingSink() = default;
+
     // Runs inside each call, before it is counted; gets the object argument.
     std::function<void(std::int32_t id, IDispatch* object)> inside;
 
@@ -33,11 +36,6 @@ public:
     }
     std::uint32_t AddRef() override { return 1; }
     std::uint32_t Release() override { return 1; }
-    HRESULT GetTypeInfoCount(std::uint32_t*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(std::uint32_t, std::uint32_t, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(const GUID&, char**, std::uint32_t, std::uint32_t, std::int32_t*) override {
-        return E_NOTIMPL;
-    }
     HRESULT Invoke(std::int32_t id, const GUID&, std::uint32_t, std::uint16_t, DISPPARAMS* arguments, VARIANT*,
                    EXCEPINFO*, std::uint32_t*) override {
         Call call;
@@ -66,34 +64,6 @@ public:
 private:
     mutable std::mutex mutex_;
     std::vector<Call> calls_;
-};
-
-// Lets threads wait for the test.
-class Gate {
-public:
-    ~Gate() { open(); }
-    void wait() {
-        std::unique_lock lock(mutex_);
-        ++arrived_;
-        changed_.notify_all();
-        changed_.wait(lock, [&] { return open_; });
-    }
-    // Waits until so many threads have come to the gate.
-    void wait_for_arrivals(int count) {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [&] { return arrived_ >= count; });
-    }
-    void open() {
-        const std::lock_guard lock(mutex_);
-        open_ = true;
-        changed_.notify_all();
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int arrived_ = 0;
-    bool open_ = false;
 };
 
 } // namespace zo_test

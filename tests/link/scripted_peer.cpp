@@ -1,24 +1,9 @@
 #include "tests/link/scripted_peer.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <utility>
 
-#include <unistd.h>
-
 namespace zo_test {
-
-ScriptedPeer::ScriptedPeer(std::uint64_t instance) : instance_(instance) {
-    static int count = 0;
-    routes_ = std::filesystem::temp_directory_path() /
-              ("zo_routes_" + std::to_string(getpid()) + "_" + std::to_string(++count) + ".json");
-    start();
-}
-
-ScriptedPeer::~ScriptedPeer() {
-    server_.reset();
-    std::filesystem::remove(routes_);
-}
 
 void ScriptedPeer::start() {
     zo_link::ServerEvents events;
@@ -26,8 +11,8 @@ void ScriptedPeer::start() {
                             const nlohmann::json& fields) { handle(session, id, operation, fields); };
     server_ = std::make_unique<zo_link::LinkServer>("127.0.0.1", std::uint16_t{0}, std::move(events));
     const nlohmann::json routes = {{"routes", {{net_id, "127.0.0.1:" + std::to_string(port())}}}};
-    std::ofstream(routes_) << routes.dump();
-    setenv("ZO_ROUTES", routes_.c_str(), 1);
+    routes_.write(routes.dump());
+    setenv("ZO_ROUTES", routes_.path().c_str(), 1);
 }
 
 void ScriptedPeer::restart() {

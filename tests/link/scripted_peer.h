@@ -2,6 +2,8 @@
 
 #include "platform/link/event_record.h"
 #include "platform/link/link_server.h"
+#include "tests/support/eventually.h"
+#include "tests/support/files.h"
 
 #include <chrono>
 #include <cstdint>
@@ -20,25 +22,13 @@ namespace zo_test {
 
 inline constexpr char net_id[] = "5.12.82.40.1.1";
 
-// Polls until the condition holds; false after `limit`.
-template <class Condition>
-bool eventually(Condition&& condition, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
 // A target whose every answer is told by the test. Makes itself the route of `net_id`.
 class ScriptedPeer {
 public:
     using Session = std::shared_ptr<zo_link::LinkSession>;
     using Handler = std::function<void(const Session& session, std::uint32_t id, const nlohmann::json& fields)>;
 
-    explicit ScriptedPeer(std::uint64_t instance = 7);
-    ~ScriptedPeer();
+    explicit ScriptedPeer(std::uint64_t instance = 7) : instance_(instance) { start(); }
 
     // Answers an operation from here on. Without a handler a hello is accepted and all else is not supported.
     void on(const std::string& operation, Handler handler);
@@ -61,7 +51,7 @@ private:
     void start();
     void handle(const Session& session, std::uint32_t id, const std::string& operation, const nlohmann::json& fields);
 
-    std::filesystem::path routes_;
+    const TemporaryFile routes_;
     std::mutex mutex_;
     std::map<std::string, Handler> handlers_;
     std::map<std::string, nlohmann::json> last_;

@@ -7,13 +7,14 @@
 #include "server/localizer.h"
 #include "server/text.h"
 #include "tests/server/events.h"
-#include "tests/server/temporary_file.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
 using namespace server;
+using zo_test::TemporaryFile;
 using namespace ZoHmiSrv;
 using namespace std::chrono_literals;
 using events::alarm;

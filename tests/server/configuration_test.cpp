@@ -1,11 +1,12 @@
 #include "server/configuration.h"
 
 #include "server/host.h"
-#include "tests/server/temporary_file.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
 using namespace server;
+using zo_test::TemporaryFile;
 using ZoHmiSrv::Value;
 using ZoHmiSrv::ValueType;
 

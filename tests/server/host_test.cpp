@@ -3,7 +3,7 @@
 #include "extension/host/command.h"
 #include "server/dump.h"
 #include "tests/server/events.h"
-#include "tests/server/temporary_file.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -13,6 +13,7 @@
 #include <thread>
 
 using namespace server;
+using zo_test::TemporaryFile;
 using namespace ZoHmiSrv;
 using events::alarm;
 using events::message;

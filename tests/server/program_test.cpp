@@ -1,74 +1,44 @@
 // The program itself, with a small extension: its life, its signals, and what it leaves behind.
-#include "tests/server/temporary_file.h"
+#include "tests/support/eventually.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <chrono>
 #include <csignal>
-#include <fcntl.h>
-#include <spawn.h>
+#include <optional>
 #include <sstream>
-#include <sys/wait.h>
-#include <thread>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
-using namespace std::chrono_literals;
+using zo_test::eventually;
+using zo_test::TemporaryFile;
 
-/// One run of the server. Ends it in the end, whatever happened.
+/// One run of the server.
 class Server {
 public:
     explicit Server(const std::string& config, const std::vector<std::string>& options = {},
                     const std::string& extension = ZO_TEST_EXTENSION, const std::string& trace = {},
                     const std::string& input = {})
-        : config_(config), input_(input) {
+        : config_(config) {
         std::vector<std::string> words{
             ZO_SERVER,      "--extension", extension, "--config",
             config_.path(), "--plain",     "--trace", trace.empty() ? trace_.path().string() : trace};
         words.insert(words.end(), options.begin(), options.end());
-        std::vector<char*> arguments;
-        for (std::string& word : words)
-            arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 0, input_.path().c_str(), O_RDONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, 1, out_.path().c_str(), O_WRONLY | O_TRUNC, 0);
-        posix_spawn_file_actions_addopen(&actions, 2, error_.path().c_str(), O_WRONLY | O_TRUNC, 0);
-        const int result = posix_spawn(&pid_, words.front().c_str(), &actions, nullptr, arguments.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (result != 0) throw std::system_error(result, std::generic_category(), "posix_spawn");
+        process_.emplace(words, out_.path(), std::vector<std::string>(), error_.path());
+        process_->write(input);
+        process_->end_input();
     }
-    ~Server() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
-    }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
 
-    void signal(int number) const { kill(pid_, number); }
-    /// The exit status, or -1 for any other end.
-    int wait() {
-        int status = 0;
-        waitpid(pid_, &status, 0);
-        pid_ = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
+    void signal(int number) const { process_->signal(number); }
+    int wait() { return process_->wait(); }
     /// Waits until a line of the output begins so.
     [[nodiscard]] bool says(const std::string& start) const {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (("\n" + out_.read()).find("\n" + start) != std::string::npos) return true;
-            std::this_thread::sleep_for(5ms);
-        }
-        ADD_FAILURE() << "no line \"" << start << "\" in:\n" << out_.read() << error_.read();
-        return false;
+        const bool said = eventually([&] { return ("\n" + out()).find("\n" + start) != std::string::npos; });
+        EXPECT_TRUE(said) << "no line \"" << start << "\" in:\n" << out() << error();
+        return said;
     }
     /// The diagnostic messages in the trace, each with its parameter.
     [[nodiscard]] std::vector<std::string> logged() const {
@@ -87,12 +57,8 @@ public:
     [[nodiscard]] std::string error() const { return error_.read(); }
 
 private:
-    TemporaryFile config_;
-    TemporaryFile input_;
-    TemporaryFile trace_;
-    TemporaryFile out_;
-    TemporaryFile error_;
-    pid_t pid_ = 0;
+    TemporaryFile config_, trace_, out_, error_;
+    std::optional<zo_test::Process> process_;
 };
 
 using Names = std::vector<std::string>;

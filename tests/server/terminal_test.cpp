@@ -1,5 +1,5 @@
 // The program on a terminal: the live table, the prompt, and the terminal afterwards.
-#include "tests/server/temporary_file.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +17,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using zo_test::TemporaryFile;
 
 /// The server with a small extension on a terminal of its own.
 class Terminal {

@@ -11,6 +11,7 @@
 #include <type_traits>
 
 using namespace ZoHmiSrv;
+using allocations::during;
 using values::show;
 
 static_assert(std::is_nothrow_move_constructible_v<Value> && std::is_nothrow_move_assignable_v<Value>);
@@ -39,13 +40,6 @@ Value rich_tree() {
     return tree;
 }
 
-template <class Operation>
-std::size_t count(Operation operation) {
-    const std::size_t before = allocations::count();
-    operation();
-    return allocations::count() - before;
-}
-
 } // namespace
 
 TEST(Allocations, AreAsFewAsPromised) {
@@ -53,25 +47,25 @@ TEST(Allocations, AreAsFewAsPromised) {
     Value large = record(1000);
     Value texts("short");
     Value out;
-    EXPECT_EQ(count([&] { out = std::move(large); }), 0U);
-    EXPECT_EQ(count([&] { large.swap(out); }), 0U);
-    EXPECT_EQ(count([&] { Value moved(std::move(texts)); }), 0U);
-    EXPECT_EQ(count([&] { const Value copy(small); }), 1U) << "names and short texts lie in the one run";
-    EXPECT_LE(count([&] { const Value copy(large); }), 2 * 1000U / 64 + 2) << "one for each run, and the index";
+    EXPECT_EQ(during([&] { out = std::move(large); }), 0U);
+    EXPECT_EQ(during([&] { large.swap(out); }), 0U);
+    EXPECT_EQ(during([&] { Value moved(std::move(texts)); }), 0U);
+    EXPECT_EQ(during([&] { const Value copy(small); }), 1U) << "names and short texts lie in the one run";
+    EXPECT_LE(during([&] { const Value copy(large); }), 2 * 1000U / 64 + 2) << "one for each run, and the index";
     small["long"] = "a text that is too long to lie inside";
-    EXPECT_EQ(count([&] { const Value copy(small); }), 1U) << "long texts are shared";
+    EXPECT_EQ(during([&] { const Value copy(small); }), 1U) << "long texts are shared";
     const String name("a name that is too long to lie inside");
-    EXPECT_EQ(count([&] { const String copy(name); }), 0U);
-    EXPECT_EQ(count([&] { EXPECT_EQ(small["member_1002"].size(), 10U); }), 0U);
-    EXPECT_EQ(count([&] { EXPECT_TRUE(small == small); }), 0U);
-    EXPECT_LE(count([&] {
+    EXPECT_EQ(during([&] { const String copy(name); }), 0U);
+    EXPECT_EQ(during([&] { EXPECT_EQ(small["member_1002"].size(), 10U); }), 0U);
+    EXPECT_EQ(during([&] { EXPECT_TRUE(small == small); }), 0U);
+    EXPECT_LE(during([&] {
                   Value vector;
                   for (int i = 0; i < 1000; ++i) {
                       vector << i;
                   }
               }),
               10U);
-    EXPECT_EQ(count([&] {
+    EXPECT_EQ(during([&] {
                   Value vector = Value().set_type(ValueType::Vector);
                   vector.reserve(1000);
                   for (int i = 0; i < 1000; ++i) {

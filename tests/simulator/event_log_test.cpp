@@ -18,27 +18,16 @@ std::string changes_of(EventLog& log) {
     std::string text;
     for (const Change& change : log.take_changes()) {
         const zo_link::EventRecord& record = change.occurrence.record;
-        switch (change.kind) {
-        case ChangeKind::message:
-            text += "message";
-            break;
-        case ChangeKind::raised:
-            text += "raised";
-            break;
-        case ChangeKind::cleared:
-            text += "cleared";
-            break;
-        case ChangeKind::confirmed:
-            text += "confirmed";
-            break;
-        case ChangeKind::database:
-            text += "database " + std::to_string(change.reason) + ":" + std::to_string(change.erased.size());
-            break;
+        if (change.kind == ChangeKind::database) {
+            text += "database " + std::to_string(change.reason) + ":" + std::to_string(change.erased.size()) + "; ";
+            continue;
         }
-        if (change.kind != ChangeKind::database)
-            text += std::string(change.occurrence.listed ? " listed" : " gone") +
-                    (record.active != 0 ? " active" : "") + " state " + std::to_string(record.confirmation);
-        text += "; ";
+        text += change.kind == ChangeKind::message   ? "message"
+                : change.kind == ChangeKind::raised  ? "raised"
+                : change.kind == ChangeKind::cleared ? "cleared"
+                                                     : "confirmed";
+        text += std::string(change.occurrence.listed ? " listed" : " gone") + (record.active != 0 ? " active" : "") +
+                " state " + std::to_string(record.confirmation) + "; ";
     }
     return text;
 }
@@ -69,21 +58,11 @@ TEST(EventLog, LifeOfAnAlarm) {
         for (const char* step = life.steps; *step != 0; ++step) {
             const std::uint64_t handle = log.find_active(alarm);
             const bool refused = *step >= 'A' && *step <= 'Z';
-            Outcome outcome = Outcome::done;
-            switch (*step | 0x20) {
-            case 'r':
-                outcome = log.raise(alarm, 1000);
-                break;
-            case 'l':
-                outcome = log.clear(handle, 1000);
-                break;
-            case 'f':
-                outcome = log.confirm(handle, 1000);
-                break;
-            default:
-                outcome = log.reset(handle, 1000);
-                break;
-            }
+            const int action = *step | 0x20;
+            const Outcome outcome = action == 'r'   ? log.raise(alarm, 1000)
+                                    : action == 'l' ? log.clear(handle, 1000)
+                                    : action == 'f' ? log.confirm(handle, 1000)
+                                                    : log.reset(handle, 1000);
             EXPECT_EQ(outcome != Outcome::done, refused) << life.steps << " at " << *step;
         }
         EXPECT_EQ(changes_of(log), life.changes) << life.steps;

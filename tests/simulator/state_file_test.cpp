@@ -1,35 +1,20 @@
 #include "simulator/state_file.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
-
-#include <unistd.h>
 
 namespace zo_sim {
 namespace {
 
 class StateFileTest : public testing::Test {
 protected:
-    StateFileTest() {
-        folder_ = std::filesystem::temp_directory_path() / ("zo_state_" + std::to_string(::getpid()));
-        std::filesystem::create_directory(folder_);
-        path_ = folder_ / "state";
-    }
-    ~StateFileTest() override { std::filesystem::remove_all(folder_); }
+    std::string content() const { return zo_test::read_file(path_); }
+    void write(const std::string& text) const { zo_test::write_file(path_, text); }
 
-    std::string content() const {
-        std::ifstream file(path_);
-        std::stringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
-    void write(const std::string& text) const { std::ofstream(path_) << text; }
-
-    std::filesystem::path folder_;
-    std::filesystem::path path_;
+    const zo_test::TemporaryFolder folder_;
+    const std::filesystem::path path_ = folder_ / "state";
 };
 
 zo_link::EventRecord rich_event(std::uint32_t id) {
@@ -136,7 +121,7 @@ TEST_F(StateFileTest, OtherDamageIsRefused) {
         write(text);
         EXPECT_THROW((void)StateFile(path_).load(), StateError) << text;
     }
-    EXPECT_THROW(StateFile(folder_ / "no" / "state").rewrite(1, EventLog(1)), StateError);
+    EXPECT_THROW(StateFile(folder_ / "no/state").rewrite(1, EventLog(1)), StateError);
 }
 
 } // namespace

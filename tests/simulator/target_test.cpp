@@ -2,12 +2,15 @@
 #include "platform/link/event_record.h"
 #include "simulator/target.h"
 #include "tests/simulator/small_scenario.h"
+#include "tests/support/eventually.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -17,8 +20,6 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace zo_sim {
 namespace {
@@ -30,10 +31,7 @@ constexpr char class_guid[] = "0a0b0c0d-0102-0304-0506-0708090a0b0c";
 
 class Notes final : public zo_link::ConnectionEvents {
 public:
-    void on_open(std::uint64_t instance) override {
-        const std::lock_guard lock(mutex_);
-        instance_ = instance;
-    }
+    void on_open(std::uint64_t number) override { instance = number; }
     std::uint32_t on_notification(const json& map, std::size_t) override {
         const std::lock_guard lock(mutex_);
         notes_.push_back(map);
@@ -60,16 +58,13 @@ public:
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, 10s, [&] { return lost_; });
     }
-    std::uint64_t instance() {
-        const std::lock_guard lock(mutex_);
-        return instance_;
-    }
+
+    std::atomic<std::uint64_t> instance = 0;
 
 private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<json> notes_;
-    std::uint64_t instance_ = 0;
     bool lost_ = false;
 };
 
@@ -94,15 +89,10 @@ struct Client {
 class TargetTest : public testing::Test {
 protected:
     TargetTest() {
-        folder_ = std::filesystem::temp_directory_path() / ("zo_target_" + std::to_string(::getpid()));
-        std::filesystem::create_directory(folder_);
         options_.state_file = folder_ / "state";
         start();
     }
-    ~TargetTest() override {
-        stop();
-        std::filesystem::remove_all(folder_);
-    }
+    ~TargetTest() override { stop(); }
 
     void start() {
         io_ = std::make_unique<boost::asio::io_context>(1);
@@ -136,7 +126,7 @@ protected:
     void ok(const std::string& line) { EXPECT_EQ(verb(line), std::vector<std::string>{"ok"}) << line; }
     json list() { return json::parse(verb("list").at(0)); }
 
-    std::filesystem::path folder_;
+    const zo_test::TemporaryFolder folder_;
     TargetOptions options_;
     std::string scenario_ = zo_sim_test::small_scenario;
     std::unique_ptr<boost::asio::io_context> io_;
@@ -317,7 +307,7 @@ TEST_F(TargetTest, ARestartContinues) {
     start();
     EXPECT_EQ(list(), before);
     Client client(target_->port());
-    EXPECT_EQ(client.notes->instance(), before["instance"]);
+    EXPECT_EQ(client.notes->instance.load(), before["instance"]);
     ok("message c 3");
     EXPECT_EQ(client.notes->wait(1).at(0)["event"]["uid"], 4);
 
@@ -380,69 +370,36 @@ TEST_F(TargetTest, HistoryAndSchedule) {
     start();
 }
 
-// The program itself: its lines, signals and status.
-class ProgramTest : public testing::Test {
-protected:
-    ProgramTest() {
-        folder_ = std::filesystem::temp_directory_path() / ("zo_program_" + std::to_string(::getpid()));
-        std::filesystem::create_directory(folder_);
-        std::ofstream(folder_ / "scenario.json") << zo_sim_test::small_scenario;
-    }
-    ~ProgramTest() override {
-        if (shell_ != nullptr) ::pclose(shell_);
-        std::filesystem::remove_all(folder_);
-    }
-
-    // `words` is the format of a printf whose output is the program's standard input.
-    void start(const std::string& words) {
-        const std::string folder = folder_.string();
-        shell_ = ::popen(("printf '" + words + "' | '" ZO_TARGET_PROGRAM "' --scenario " + folder +
-                          "/scenario.json --port 0 --state " + folder + "/state 2>&1 & echo pid $!; wait $!")
-                             .c_str(),
-                         "r");
-    }
-    // All lines up to one that begins so, or to the end.
-    std::string read_to(const std::string& start) {
-        std::string all;
-        char line[65536];
-        while (std::fgets(line, sizeof line, shell_) != nullptr) {
-            if (const std::string_view text = line; text.starts_with("pid "))
-                pid_ = std::atoi(line + 4);
-            else
-                all += text;
-            if (!start.empty() && std::string_view(line).starts_with(start)) break;
-        }
-        return all;
-    }
-    int status() { return WEXITSTATUS(::pclose(std::exchange(shell_, nullptr))); }
-
-    std::filesystem::path folder_;
-    std::FILE* shell_ = nullptr;
-    int pid_ = 0;
-};
-
-TEST_F(ProgramTest, LinesSignalsAndStatus) {
-    start("raise c 2\\nraise c 2\\nquit\\n");
-    const std::string output = read_to("");
-    EXPECT_EQ(status(), 0);
-    EXPECT_TRUE(output.starts_with("listening 127.0.0.1:")) << output;
-    EXPECT_TRUE(output.ends_with("\nok\nerror the alarm is raised already\nok\n")) << output;
+TEST(Program, LinesSignalsAndStatus) {
+    const zo_test::TemporaryFolder folder;
+    zo_test::write_file(folder / "scenario.json", zo_sim_test::small_scenario);
+    const std::vector<std::string> words{ZO_TARGET_PROGRAM, "--scenario",    folder / "scenario.json", "--port", "0",
+                                         "--state",         folder / "state"};
+    const auto start = [&](const std::string& input) {
+        auto process = std::make_unique<zo_test::Process>(words, folder / "output");
+        process->write(input);
+        process->end_input();
+        return process;
+    };
+    const auto output = [&] { return zo_test::read_file(folder / "output"); };
+    EXPECT_EQ(start("raise c 2\nraise c 2\nquit\n")->wait(), 0);
+    EXPECT_TRUE(output().starts_with("listening 127.0.0.1:")) << output();
+    EXPECT_TRUE(output().ends_with("\nok\nerror the alarm is raised already\nok\n")) << output();
 
     // A last line without its end counts; the end of input does not end the program, a signal does.
     for (const int signal : {SIGTERM, SIGINT}) {
-        start("list");
-        EXPECT_NE(read_to("ok").find("\"alarms\":[{"), std::string::npos);
-        while (pid_ == 0)
-            (void)read_to("pid ");
-        ::usleep(50000);
-        ASSERT_EQ(::kill(std::exchange(pid_, 0), signal), 0) << "it runs on";
-        EXPECT_EQ(status(), 0);
+        const auto process = start("list");
+        EXPECT_TRUE(zo_test::eventually([&] { return output().ends_with("\nok\n"); })) << output();
+        EXPECT_NE(output().find("\"alarms\":[{"), std::string::npos);
+        std::this_thread::sleep_for(50ms);
+        ASSERT_TRUE(process->runs());
+        process->signal(signal);
+        EXPECT_EQ(process->wait(), 0);
     }
 
-    std::ofstream(folder_ / "state", std::ios::app) << "{\n";
-    start("");
-    EXPECT_NE(read_to("").find("is damaged in line 3"), std::string::npos);
-    EXPECT_EQ(status(), 1);
+    std::ofstream(folder / "state", std::ios::app) << "{\n";
+    EXPECT_EQ(start("")->wait(), 1);
+    EXPECT_NE(output().find("is damaged in line 3"), std::string::npos);
 }
 
 } // namespace

@@ -25,33 +25,26 @@ using ZoHmiSrv::TimerError;
 
 namespace {
 
-constexpr long hour_ms = 60L * 60 * 1000;
 constexpr long ample_ms = 20000;
-using Errors = std::vector<TimerError>;
 using Clock = std::chrono::steady_clock;
 
 TEST(Pool, ThreadsAddedLaterRunBesideTheFirst) {
     for (const unsigned long first : {0ul, 1ul, 2ul}) {
         SCOPED_TRACE(first);
-        Gate all_inside;
+        Gate gate;
         Threading pool(first);
         pool.add_threads(3 - first);
-        // Three functions that wait for one another need three threads. The first one posts the others, which must not
-        // be kept for its own thread.
-        std::atomic<int> inside = 0;
-        std::atomic<int> met = 0;
-        const auto meet = [&] {
-            if (++inside == 3) all_inside.open();
-            if (all_inside.wait()) ++met;
-        };
+        // Three functions that are held at once need three threads. The first one posts the others, which must not be
+        // kept for its own thread.
+        const auto held = [&] { gate.wait(); };
         pool.post([&] {
-            pool.post(meet);
-            pool.post(meet);
-            meet();
+            pool.post(held);
+            pool.post(held);
+            held();
         });
-        EXPECT_TRUE(all_inside.wait());
+        EXPECT_TRUE(gate.wait_for_arrivals(3));
+        gate.open();
         EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
-        EXPECT_EQ(met, 3);
     }
 }
 
@@ -110,13 +103,9 @@ TEST(Stop, AStoppedPoolRefusesEverything) {
 
 TEST(Stop, TheSecondCallReturnsAtOnceWhileTheFirstStillWaits) {
     Threading pool(1);
-    Gate entered;
     Gate leave;
-    pool.post([&] {
-        entered.open();
-        leave.wait();
-    });
-    ASSERT_TRUE(entered.wait());
+    pool.post([&] { leave.wait(); });
+    ASSERT_TRUE(leave.wait_for_arrivals());
     std::atomic<bool> first_returned = false;
     std::thread first([&] {
         EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
@@ -184,14 +173,10 @@ TEST(Stop, LateThreadsAreJoinedOrLeftAsAsked) {
         const auto in_use = std::make_shared<int>();
         std::weak_ptr<int> used = in_use;
         const auto leave = std::make_shared<Gate>();
-        Gate entered;
         std::atomic<bool> left = false;
         std::optional<Threading> pool(std::in_place, 1);
-        pool->post([&entered, in_use, leave] {
-            entered.open();
-            leave->wait();
-        });
-        ASSERT_TRUE(entered.wait());
+        pool->post([in_use, leave] { leave->wait(); });
+        ASSERT_TRUE(leave->wait_for_arrivals());
         const_cast<std::shared_ptr<int>&>(in_use).reset();
         // This wait never gets a thread: it dies with the pool instead of being called back.
         TimerRecorder recorder;
@@ -259,15 +244,11 @@ TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {
 }
 
 TEST(Stop, TheDestructorWaitsForAStopOnAnotherThread) {
-    Gate entered;
     Gate leave;
     std::optional<Threading> pool(std::in_place, 1);
     Threading* const running = &*pool;
-    pool->post([&] {
-        entered.open();
-        leave.wait();
-    });
-    ASSERT_TRUE(entered.wait());
+    pool->post([&] { leave.wait(); });
+    ASSERT_TRUE(leave.wait_for_arrivals());
     std::thread stopper([running] { EXPECT_FALSE(running->stop(ample_ms, InterruptMode::join, false)); });
     while (!pool->stopped())
         std::this_thread::yield();

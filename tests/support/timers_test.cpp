@@ -20,9 +20,6 @@ using ZoHmiSrv::TimerError;
 
 namespace {
 
-constexpr long hour_ms = 60L * 60 * 1000;
-using Errors = std::vector<TimerError>;
-
 // Stopped at the end of its scope, so what its callbacks use is declared before it.
 struct Pool : Threading {
     using Threading::Threading;

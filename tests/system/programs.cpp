@@ -5,53 +5,15 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
-#include <fstream>
-#include <spawn.h>
 #include <sstream>
-#include <sys/wait.h>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace programs {
-
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "zo-test-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category(), "mkdtemp");
-    path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-bool eventually(const std::function<bool()>& condition, std::chrono::seconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
 
 std::uint64_t length_of_soak(const char* variable, std::uint64_t usual) {
     const char* told = std::getenv(variable);
     return told ? std::strtoull(told, nullptr, 10) : usual;
-}
-
-void write_file(const std::filesystem::path& file, const std::string& text) {
-    std::ofstream(file, std::ios::binary) << text;
-}
-
-std::string read_file(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 json demo(const std::string& name) {
@@ -79,56 +41,6 @@ void write_routes(const std::filesystem::path& file, const std::vector<std::pair
     for (const auto& [net_id, address] : routes)
         table["routes"][net_id] = address;
     write_file(file, table.dump());
-}
-
-Process::Process(const std::vector<std::string>& words, const std::filesystem::path& output,
-                 const std::vector<std::string>& environment) {
-    std::vector<char*> arguments;
-    for (const std::string& word : words)
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
-    std::vector<char*> variables;
-    for (const std::string& variable : environment)
-        variables.push_back(const_cast<char*>(variable.c_str()));
-    for (char** variable = environ; *variable; ++variable)
-        variables.push_back(*variable);
-    variables.push_back(nullptr);
-
-    int input[2];
-    if (pipe2(input, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe2");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input[0], 0);
-    posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    const int result = posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, arguments.data(), variables.data());
-    posix_spawn_file_actions_destroy(&actions);
-    close(input[0]);
-    input_ = input[1];
-    if (result != 0) throw std::system_error(result, std::generic_category(), words[0]);
-}
-
-Process::~Process() {
-    if (pid_ > 0) {
-        signal(SIGKILL);
-        wait();
-    }
-    close(input_);
-}
-
-void Process::write(const std::string& text) const {
-    EXPECT_EQ(::write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-}
-
-void Process::signal(int number) const {
-    ::kill(pid_, number);
-}
-
-int Process::wait() {
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 Target::Target(const TemporaryFolder& folder, const std::string& name, const json& scenario, bool with_state)

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "tests/support/eventually.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
+
 #include <nlohmann/json.hpp>
 
 #include <chrono>
@@ -16,20 +20,11 @@ namespace programs {
 
 using nlohmann::json;
 
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
-private:
-    std::filesystem::path path_;
-};
-
-/// Polls until the condition holds; false when it did not in time.
-bool eventually(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(20));
+using zo_test::eventually;
+using zo_test::Process;
+using zo_test::read_file;
+using zo_test::TemporaryFolder;
+using zo_test::write_file;
 
 /// How long a soak runs: what the environment says, else what is usual.
 std::uint64_t length_of_soak(const char* variable, std::uint64_t usual);
@@ -37,8 +32,6 @@ std::uint64_t length_of_soak(const char* variable, std::uint64_t usual);
 /// A file of routes, of pairs of net id and address.
 void write_routes(const std::filesystem::path& file, const std::vector<std::pair<std::string, std::string>>& routes);
 
-void write_file(const std::filesystem::path& file, const std::string& text);
-std::string read_file(const std::filesystem::path& file);
 /// A file of demo/ as JSON.
 json demo(const std::string& name);
 /// A demo scenario that stands still: nothing happens but what the test says.
@@ -46,27 +39,6 @@ json quiet(const std::string& name);
 /// The demo configuration with other targets, and the entry of an enabled one.
 json config_of(const json& targets);
 json enabled(const std::string& address);
-
-class Process {
-public:
-    Process(const std::vector<std::string>& words, const std::filesystem::path& output,
-            const std::vector<std::string>& environment = {});
-    ~Process();
-    Process(const Process&) = delete;
-    Process& operator=(const Process&) = delete;
-
-    /// Any number of lines, each with its line feed.
-    void write(const std::string& lines) const;
-    void send(const std::string& line) const { write(line + "\n"); }
-    void signal(int number) const;
-    pid_t id() const { return pid_; }
-    /// The exit status, or -1 for any other end.
-    int wait();
-
-private:
-    pid_t pid_ = -1;
-    int input_ = -1;
-};
 
 /// A simulated target. With a state file it can be killed and started again on its port.
 class Target {

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+namespace zo_test {
+
+// Polls until the condition holds; false when it does not in time.
+template <class Condition>
+bool eventually(Condition&& condition, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+} // namespace zo_test
