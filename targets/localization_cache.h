@@ -1,5 +1,7 @@
 #pragma once
 
+#include "targets/striped_mutex.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -65,7 +67,7 @@ private:
         }
     };
 
-    mutable std::shared_mutex mutex_;
+    mutable StripedMutex mutex_;
     std::uint64_t bound_;
     std::unordered_map<Key, Shared, Hash, std::equal_to<>> answers_;
     std::deque<const Key*> order_; // oldest first; the keys of a hash map stay where they are
