@@ -237,10 +237,6 @@ TEST(Load, NothingIsLostAndNothingGrows) {
     // The trace goes through a pipe, and nobody reads the lines of the output.
     ASSERT_EQ(mkfifo((folder / "trace.jsonl").c_str(), 0600), 0);
     std::filesystem::create_symlink("/dev/null", folder / "server.out");
-    // With an arena for each thread, and threads that come and go with the links, the free memory that lies about would
-    // hide whether more of it is in use.
-    setenv("MALLOC_ARENA_MAX", "1", 0);
-    setenv("MALLOC_TRIM_THRESHOLD_", "131072", 0);
     std::atomic<std::uint64_t> sent = 0;
     Listener listener(folder / "trace.jsonl", sent);
     Server server(folder, config, {{net_ids[0], targets[0].address()}, {net_ids[1], targets[1].address()}});
