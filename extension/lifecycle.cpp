@@ -1,5 +1,6 @@
 #include "extension/zo_hmi_event_logger.h"
 
+#include "binding/error.h"
 #include "extension/host/event_payload.h"
 #include "extension/host/host.h"
 #include "extension/host/value.h"
@@ -147,12 +148,18 @@ std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vecto
         if (!slot.target) continue;
         try {
             if (slot.target->poll(slot.holder)) changed = true;
-        } catch (...) {
+        } catch (const ZoAtlCom::CAtlException&) {
             report_current_exception(names[index]);
             return std::current_exception();
+        } catch (...) { // not the state query but the server
+            report_current_exception(names[index]);
+            changed = changed || slot.holder;
         }
     }
-    if (changed) send_reset_temporary_events(context);
+    reset_due_ = reset_due_ || changed;
+    if (!reset_due_) return nullptr;
+    send_reset_temporary_events(context);
+    reset_due_ = false;
     return nullptr;
 }
 

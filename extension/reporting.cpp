@@ -19,9 +19,14 @@ constexpr char unknown_error[] = "An error occurred in the communication with th
 
 } // namespace
 
+// A diagnostic message that the server refuses must not keep back what comes behind it: the alarm that it announces,
+// the import, the reset, the next tick.
 void ZoHmiEventLogger::log_message(Message message) {
-    message.set_domain(context_.domain());
-    host_->send_message(context_, std::move(message), false);
+    try {
+        message.set_domain(context_.domain());
+        host_->send_message(context_, std::move(message), false);
+    } catch (...) { // this is the way in which errors are told
+    }
 }
 
 void ZoHmiEventLogger::log_exception(const std::string& target_name, const std::exception& exception) {
@@ -64,8 +69,13 @@ void ZoHmiEventLogger::on_alarm_changed(const Alarm& alarm, bool removed) {
     host_->notify_alarm(context_, removed ? AlarmNotification::Removed : AlarmNotification::Changed, alarm);
 }
 
+// The event that took the place of this one is still to be told.
 void ZoHmiEventLogger::forget_event(const Event& event) {
-    host_->forget_event(context_, event);
+    try {
+        host_->forget_event(context_, event);
+    } catch (...) {
+        report_current_exception("");
+    }
 }
 
 bool ZoHmiEventLogger::preload_translations() {

@@ -1,5 +1,7 @@
 #include "extension/target_table.h"
 
+#include "targets/target_system.h"
+
 #include <utility>
 
 namespace ZoHmiEventLogger {
@@ -9,6 +11,7 @@ bool TargetTable::insert_or_replace(const std::string& name, std::shared_ptr<Tar
     const std::lock_guard lock(mutex_); // unlocked before `target`, which then is the old one, goes
     if (stopping) return false;
     targets_[name].swap(target);
+    if (target) target->retire();
     return true;
 }
 
@@ -33,6 +36,7 @@ bool TargetTable::erase(const std::string& name) {
     const auto found = targets_.find(name);
     if (found == targets_.end()) return false;
     erased = std::move(found->second);
+    erased->retire();
     targets_.erase(found);
     return true;
 }

@@ -5,6 +5,7 @@
 
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace ZoHmiSrv {
 
@@ -35,8 +36,20 @@ template <class Pointer, class Proxy, class RawPointer>
 void LimitedEventContainer<Pointer, Proxy, RawPointer>::add(Event& event, Proxy* pointer, bool has_pointer,
                                                             unsigned limit, long key, bool use_key) {
     if (!use_key) key = event.time_received().nanoseconds();
-    Pointer held = has_pointer ? Pointer(pointer) : Pointer();
+    add_held(event, has_pointer ? Pointer(pointer) : Pointer(), limit, key);
+}
 
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::replace_alarm(Position position, Event& event, Proxy* pointer,
+                                                                      unsigned limit) {
+    Pointer held(pointer);
+    erase_alarm(position);
+    add_held(event, std::move(held), limit, event.time_received().nanoseconds());
+}
+
+template <class Pointer, class Proxy, class RawPointer>
+void LimitedEventContainer<Pointer, Proxy, RawPointer>::add_held(Event& event, Pointer held, unsigned limit,
+                                                                 std::int64_t key) {
     const auto entries_before = entries_.size();
     // Times mostly ascend, and the newest entry stands in front.
     const Iterator entry =

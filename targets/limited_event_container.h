@@ -96,6 +96,9 @@ public:
     /// The object of the first live entry whose alarm has this id, or null.
     RawPointer find_alarm_by_id(int id) const;
 
+    /// Removes a live alarm and adds the event in its place, which holds `pointer`. The proxy is asked first: when that
+    /// fails, all is as it was.
+    void replace_alarm(Position position, Event& event, Proxy* pointer, unsigned limit);
     /// Removes a live alarm without calling back; does nothing for any other entry.
     void erase_alarm(Position position);
     /// Lets go of the live alarm, which stays as history if it ranks within the limit.
@@ -123,6 +126,7 @@ private:
 
     template <class Visit>
     void for_each_in_order(Visit&& visit) const;
+    void add_held(Event& event, Pointer held, unsigned limit, std::int64_t key);
     void index(Iterator entry);
     void unindex(Iterator entry);
     void remove(Iterator entry);

@@ -60,13 +60,13 @@ struct TargetSystem::AlarmChange {
 };
 
 // A live callback is handled with the callback mutex held; while an import is fetching it is only recorded. During
-// shutdown it is dropped.
+// shutdown, and when the target has left the table, it is dropped.
 template <class Record, class Handle>
 void TargetSystem::receive(Record&& record, Handle&& handle) {
     const std::lock_guard lock(*callback_mutex_);
     if (recording_)
         recorded_.push_back(record());
-    else if (!stopping_->load(std::memory_order_acquire))
+    else if (!stopping_->load(std::memory_order_acquire) && !retired_)
         handle();
 }
 
@@ -116,8 +116,7 @@ void TargetSystem::handle_alarm_raised(IZoAlarm* proxy, bool replay) {
         event = known.event();
         convert_alarm(event, proxy, domain_, name_, take_event_id(), true);
         alarm = std::as_const(event).payload().get_alarm();
-        events_.erase_alarm(known);
-        events_.add(event, proxy, true, event_limit_, 0, false);
+        events_.replace_alarm(known, event, proxy, event_limit_);
         // The raised time can have moved on meanwhile; what was stored is reported then.
         if (const auto stored = events_.find_alarm(AlarmKey::of(*proxy)))
             alarm = std::as_const(stored.event()).payload().get_alarm();

@@ -53,6 +53,9 @@ public:
     bool proxy_created() const { return proxy_created_; }
     /// True until the first `connect`: the target was never asked to connect. [any thread]
     bool disabled() const { return disabled_; }
+    /// From now on live callbacks are dropped: the target has left the table and lives only until those who still use
+    /// it are done. [any thread]
+    void retire() { retired_ = true; }
     /// The resolved net id. [any thread]
     std::string net_id() const { return net_id_; }
 

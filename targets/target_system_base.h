@@ -76,6 +76,7 @@ protected:
     ZoAtlCom::CComPtr<ZoEventLoggerFdxProxyLib::IZoEventLogger> proxy_;
     // True until the first connect: the target was never asked to connect. Never set again.
     std::atomic<bool> disabled_ = true;
+    std::atomic<bool> retired_ = false; // out of the table: nothing that comes live is told any more
     const std::shared_ptr<const std::atomic<bool>> stopping_;
     const std::shared_ptr<std::atomic<std::uint32_t>> next_event_id_;
     const std::string domain_;

@@ -93,6 +93,21 @@ TEST_F(Reporting, ThePreloadSettingIsReadAfreshEachTime) {
     EXPECT_STREQ(host.context_of("get_config_value").domain(), "HMI");
 }
 
+TEST_F(Reporting, AServerThatRefusesWhatComesBeforeAnAlarmHearsOfTheAlarm) {
+    for (const char* call : {"send_message NEW_ALARM_RAISED", "send_message FORGET_EVENT", "forget_event"}) {
+        SCOPED_TRACE(call);
+        set_config("LIMIT_EVENT_COUNT", 1.0);
+        shut_down();
+        host.clear();
+        const auto logger = add_target("a");
+        start_without_ticks();
+        logger->fire_message(logger->make_message());
+        host.plan().throw_error(call, "busy", 1);
+        EXPECT_EQ(logger->fire_raised(logger->make_alarm({.raised = fakes::file_time(2)})), S_OK);
+        EXPECT_EQ(host.alarms().size(), 1u);
+    }
+}
+
 class Listing : public ExtensionTest {};
 
 TEST_F(Listing, WithoutTargetsTheValueIsLeftAlone) {

@@ -168,6 +168,20 @@ TEST_F(Intake, HandlersThatFailStillTellWhatWasEvicted) {
     EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @7s)", "forget_event @7s"}));
 }
 
+TEST_F(Intake, AnAlarmThatCannotBeReadWhenRaisedAgainStays) {
+    const auto first = raise_first();
+    HRESULT code = E_FAIL;
+    for (unsigned nth = 1; failed(code); ++nth) {
+        logger->plan->answer_any(E_FAIL, nth);
+        code = logger->fire_raised(first);
+        EXPECT_EQ(stored(), (Lines{"1@5s"})) << logger->plan->answered();
+        logger->plan->clear();
+        if (HasFailure()) return;
+    }
+    EXPECT_EQ(logger->fire_cleared(first), S_OK);
+    EXPECT_EQ(reports().back(), "on_alarm_changed 1 kept");
+}
+
 TEST_F(Intake, DatabaseChanges) {
     raise_first();
     for (const auto& [reason, text] :
