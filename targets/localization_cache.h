@@ -33,10 +33,19 @@ public:
         return found != answers_.end() ? found->second : nullptr;
     }
 
+    /// How often it was cleared.
+    std::uint64_t clears() const {
+        const std::shared_lock lock(mutex_);
+        return clears_;
+    }
+
+    /// Stores nothing when it was cleared since `clears`: an answer that was on its way meanwhile is that of another
+    /// connection.
     template <class Question = Key>
-    void store(const Question& key, const Shared& answer) {
+    void store(const Question& key, const Shared& answer, std::uint64_t clears) {
         if (bound_ == 0) return;
         const std::lock_guard lock(mutex_);
+        if (clears != clears_) return;
         const auto [position, added] = answers_.emplace(static_cast<Key>(key), answer);
         if (!added) return;
         try {
@@ -53,6 +62,7 @@ public:
 
     void clear() {
         const std::lock_guard lock(mutex_);
+        ++clears_;
         order_.clear();
         answers_.clear();
     }
@@ -69,6 +79,7 @@ private:
 
     mutable StripedMutex mutex_;
     std::uint64_t bound_;
+    std::uint64_t clears_ = 0;
     std::unordered_map<Key, Shared, Hash, std::equal_to<>> answers_;
     std::deque<const Key*> order_; // oldest first; the keys of a hash map stay where they are
 };

@@ -82,9 +82,10 @@ ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, std::shared_pt
                                     Question&& question, Keep&& keep) {
     answer = cache.find(key);
     if (answer) return ZoHmiSrv::HMI_SUCCESS;
+    const auto clears = cache.clears();
     const ZoHmiSrv::ResultPair asked = ask_connected([&] { answer = question(); });
     if (asked.result() != ZoHmiSrv::HMI_SUCCESS) return asked.result();
-    if (answer && keep()) cache.store(key, answer);
+    if (answer && keep()) cache.store(key, answer, clears);
     return ZoHmiSrv::HMI_SUCCESS;
 }
 

@@ -313,6 +313,19 @@ TEST_F(Localization, ASlowAnswerKeepsNobodyWaiting) {
     EXPECT_STREQ(other_text.name(), text.name());
 }
 
+TEST_F(Localization, AnAnswerOfALostConnectionIsNotKeptForTheNextOne) {
+    start();
+    logger->class_name = [&, lost = false](const GUID&, std::int32_t) mutable {
+        if (std::exchange(lost, true)) return "new";
+        logger->connected = VARIANT_FALSE;
+        tick(); // away and back while the answer is on its way
+        return "old";
+    };
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    ASSERT_EQ(localize(event), HMI_SUCCESS);
+    EXPECT_EQ(parameter("eventClassName"), Value("new"));
+}
+
 TEST_F(Localization, ReadsWhatNoTargetCanTell) {
     class Odd final : public EventPayload {
     public:

@@ -39,13 +39,13 @@ TEST(LocalizationCache, DropsWhatCameFirst) {
          {Case{0, ""}, {1, "4:5 "}, {2, "3:4 4:5 "}, {4, "1:1 2:2 3:4 4:5 "}, {5, "1:1 2:2 3:4 4:5 "}}) {
         Cache cache(row.bound);
         for (const auto& [key, answer] : {std::pair{1, 1}, {2, 2}, {1, 3}, {3, 4}, {4, 5}}) {
-            cache.store({key}, std::make_shared<int>(answer));
+            cache.store({key}, std::make_shared<int>(answer), 0);
             cache.find({1}); // refreshes nothing
         }
         EXPECT_EQ(kept(cache), row.kept) << row.bound;
         cache.clear();
         EXPECT_EQ(kept(cache), "");
-        cache.store({7}, std::make_shared<int>(8));
+        cache.store({7}, std::make_shared<int>(8), cache.clears());
         EXPECT_EQ(kept(cache), row.bound ? "7:8 " : "");
     }
 }
@@ -54,7 +54,7 @@ TEST(LocalizationCache, HoldsABoundThatNobodyNamed) {
     LocalizationCache<ClassNameKey, int> cache;
     const auto answer = std::make_shared<int>();
     for (std::int32_t language = 0; language <= 65'536; ++language)
-        cache.store({{}, language}, answer);
+        cache.store({{}, language}, answer, 0);
     EXPECT_FALSE(cache.find({{}, 0}));
     EXPECT_TRUE(cache.find({{}, 1}));
     EXPECT_EQ(answer.use_count(), 65'537);

@@ -38,7 +38,7 @@ struct TargetSystemTestAccess {
 
     template <class Key, class Answer>
     static void fill(LocalizationCache<Key, Answer>& cache) {
-        cache.store({}, std::make_shared<const Answer>());
+        cache.store({}, std::make_shared<const Answer>(), cache.clears());
     }
     static void fill_caches(TargetSystem& target) {
         fill(target.class_names_);
