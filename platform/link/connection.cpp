@@ -24,6 +24,8 @@
 #include <boost/asio/write.hpp>
 #include <nlohmann/json.hpp>
 
+#include <fcntl.h>
+
 namespace zo_link {
 
 namespace {
@@ -54,6 +56,7 @@ enum class State : std::uint8_t { idle, opening, open, ended };
 // A request that waits for its answer.
 struct Pending {
     bool done = false;
+    bool abandoned = false; // its caller gave up; the target may still answer it, and counts it until then
     Reply reply;
     std::vector<json> items; // of the parts so far
     std::size_t bytes = 0;   // their frames
@@ -129,8 +132,9 @@ void Connection::Impl::resolve(const std::string& host, const std::string& port)
     const auto address = boost::asio::ip::make_address(host, error);
     std::uint16_t number = 0;
     const auto [end, result] = std::from_chars(port.data(), port.data() + port.size(), number);
-    const bool numeric_port = result == std::errc() && end == port.data() + port.size();
-    if (!error && numeric_port) {
+    // A resolver would cut a number that is too large to some other port.
+    if (result != std::errc() || end != port.data() + port.size()) return fail(code::host_unreachable);
+    if (!error) {
         socket.async_connect(tcp::endpoint(address, number), [this](const error_code& outcome) { connected(outcome); });
         return;
     }
@@ -143,6 +147,7 @@ void Connection::Impl::resolve(const std::string& host, const std::string& port)
 
 void Connection::Impl::connected(const error_code& error) {
     if (error) return fail(connect_code(error));
+    ::fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC); // a program that the host starts must not hold the link
     error_code ignored;
     socket.set_option(tcp::no_delay(true), ignored);
     {
@@ -195,9 +200,14 @@ bool Connection::Impl::handle_answer(json& map, std::size_t size) {
     const std::lock_guard lock(mutex);
     if (id == 0 || id > last_id) return false;
     const auto it = pending.find(id);
-    if (it == pending.end()) return true; // its caller gave up
+    if (it == pending.end()) return false; // answered already
     Pending& request = it->second;
     if (request.done) return false;
+    if (request.abandoned) {
+        const auto more = map.find("more");
+        if (failed(result) || more == map.end() || *more != true) pending.erase(it);
+        return true;
+    }
     if (failed(result)) {
         request.reply.result = result;
     } else {
@@ -302,7 +312,7 @@ void Connection::Impl::beat() {
 void Connection::Impl::end_locked(std::uint32_t result) {
     state = State::ended;
     for (auto& [id, request] : pending) {
-        if (request.done) continue;
+        if (request.done || request.abandoned) continue;
         request.done = true;
         request.reply = Reply();
         request.reply.result = result;
@@ -325,14 +335,19 @@ void Connection::Impl::fail(std::uint32_t result) {
     if (was_open) events->on_lost(result);
 }
 
-// Waits for an answer, then forgets the request.
+// Waits for an answer, then forgets the request or, when none came in time, abandons it.
 Reply Connection::Impl::wait(std::unique_lock<std::mutex>& lock, std::uint32_t id, Clock::time_point deadline) {
     const auto it = pending.find(id);
     const bool done = answered.wait_until(lock, deadline, [&] { return it->second.done; });
     Reply reply;
     reply.result = code::timeout;
-    if (done) reply = std::move(it->second.reply);
-    pending.erase(it);
+    if (done) {
+        reply = std::move(it->second.reply);
+        pending.erase(it);
+    } else {
+        it->second = Pending();
+        it->second.abandoned = true;
+    }
     return reply;
 }
 

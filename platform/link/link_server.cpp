@@ -16,6 +16,8 @@
 #include <boost/asio/steady_timer.hpp>
 #include <nlohmann/json.hpp>
 
+#include <fcntl.h>
+
 namespace zo_link {
 
 namespace {
@@ -56,6 +58,7 @@ void LinkServer::Impl::listen(const std::string& host, std::uint16_t wanted_port
     error_code error;
     const tcp::endpoint endpoint(boost::asio::ip::make_address(host, error), wanted_port);
     if (!error) acceptor.open(endpoint.protocol(), error);
+    if (!error) ::fcntl(acceptor.native_handle(), F_SETFD, FD_CLOEXEC);
     if (!error) acceptor.set_option(tcp::acceptor::reuse_address(true), error);
     if (!error) acceptor.bind(endpoint, error);
     if (!error) acceptor.listen(boost::asio::socket_base::max_listen_connections, error);

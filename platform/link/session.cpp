@@ -8,6 +8,8 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 
+#include <fcntl.h>
+
 namespace zo_link {
 
 namespace {
@@ -40,6 +42,7 @@ Session::Bytes Session::encode_notification(const char* kind, const json& fields
 }
 
 void Session::start() {
+    ::fcntl(socket_.native_handle(), F_SETFD, FD_CLOEXEC);
     error_code ignored;
     socket_.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
     read();

@@ -83,12 +83,14 @@ TEST_F(ConnectTest, AClosedPortRefuses) {
     const json routes = {{"routes",
                           {{"5.5.5.5.1.1", "127.0.0.1:" + std::to_string(closed)},
                            {"6.6.6.6.1.1", "127.0.0.1"},
-                           {"7.7.7.7.1.1", "127.0.0.1:port"}}}};
+                           {"7.7.7.7.1.1", "127.0.0.1:port"},
+                           {"8.8.8.8.1.1", "127.0.0.1:" + std::to_string(0x10000 + peer.port())}}}};
     const TemporaryFile file(routes.dump());
     setenv("ZO_ROUTES", file.path().c_str(), 1);
     EXPECT_EQ(logger->Connect("5.5.5.5.1.1"), hresult(code::refused));
     EXPECT_EQ(logger->Connect("6.6.6.6.1.1"), hresult(code::no_route));
     EXPECT_EQ(logger->Connect("7.7.7.7.1.1"), hresult(code::host_unreachable));
+    EXPECT_EQ(logger->Connect("8.8.8.8.1.1"), hresult(code::host_unreachable));
 }
 
 TEST_F(ConnectTest, ALostLinkStaysLostUntilTheNextConnect) {

@@ -84,6 +84,19 @@ TEST(Connection, TellsOfALossOnceAndOfAnOwnEndNever) {
     EXPECT_TRUE(eventually([&] { return told->lost == zo_link::code::busy; }));
 }
 
+TEST(Connection, RequestsThatAreNeverAnsweredCountUntilTheTargetIsFull) {
+    ScriptedPeer peer;
+    peer.on("class_name", [](const auto&, std::uint32_t, const json&) {});
+    zo_link::Connection connection(std::make_shared<Told>());
+    ASSERT_EQ(connection.open("127.0.0.1", std::to_string(peer.port()), json::object(), milliseconds(5000)).result,
+              zo_link::code::ok);
+    for (std::size_t i = 0; i < zo_link::max_outstanding_requests; ++i)
+        ASSERT_EQ(connection.request("class_name", json::object(), milliseconds(1)).result, zo_link::code::timeout);
+    EXPECT_EQ(connection.request("class_name", json::object(), milliseconds(1)).result, zo_link::code::busy);
+    std::this_thread::sleep_for(milliseconds(100));
+    EXPECT_TRUE(connection.is_open());
+}
+
 TEST(Connection, RefusesARequestThatIsTooLargeAndLivesOn) {
     ScriptedPeer peer;
     peer.answer("class_name", {{"text", "fine"}});
