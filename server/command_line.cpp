@@ -127,7 +127,9 @@ std::string_view why_not(std::string_view kind, std::string_view word) {
     if (kind == "ENABLED" && word != "true" && word != "false") return "is neither true nor false";
     if (kind == "MS" && !is_number(word, 0, day_in_seconds * 1000)) return "is no number of milliseconds up to a day";
     if (kind == "SECONDS" && !is_number(word, 0, day_in_seconds)) return "is no number of seconds up to a day";
-    if (kind == "NAME" && (word.empty() || word.find("::") != word.npos)) return "is no name of a target";
+    // Names end at a zero byte elsewhere, and would then be those of another target.
+    const bool has_zero = word.find('\0') != word.npos;
+    if (kind == "NAME" && (word.empty() || word.find("::") != word.npos || has_zero)) return "is no name of a target";
     return {};
 }
 

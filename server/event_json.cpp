@@ -19,6 +19,9 @@ std::int32_t number_of(Number number) {
     return static_cast<std::int32_t>(number);
 }
 
+ordered_json to_json(const ZoHmiSrv::Alarm& alarm, int depth);
+ordered_json to_json(const ZoHmiSrv::Event& event, int depth);
+
 ordered_json to_json(const Value& value, int depth) {
     if (depth > max_depth) return nullptr;
     switch (value.type()) {
@@ -57,12 +60,37 @@ ordered_json to_json(const Value& value, int depth) {
         return object;
     }
     case ValueType::Event:
-        return event_json(value.get_event());
+        return to_json(value.get_event(), depth + 1);
     case ValueType::Alarm:
-        return alarm_json(value.get_alarm());
+        return to_json(value.get_alarm(), depth + 1);
     default:
         return nullptr;
     }
+}
+
+ordered_json to_json(const ZoHmiSrv::Alarm& alarm, int depth) {
+    return {{"id", alarm.id()},
+            {"severity", number_of(alarm.severity())},
+            {"alarmState", number_of(alarm.alarm_state())},
+            {"confirmationState", number_of(alarm.confirmation_state())},
+            {"timeRaised", alarm.time_raised().nanoseconds()},
+            {"timeCleared", alarm.time_cleared().nanoseconds()},
+            {"timeConfirmed", alarm.time_confirmed().nanoseconds()},
+            {"parameters", to_json(alarm.parameters(), depth + 1)}};
+}
+
+ordered_json to_json(const ZoHmiSrv::Event& event, int depth) {
+    ordered_json json{
+        {"name", event.name()}, {"domain", event.domain()}, {"timeReceived", event.time_received().nanoseconds()}};
+    if (event.payload().type() == ValueType::Alarm) {
+        json["alarm"] = to_json(event.payload().get_alarm(), depth + 1);
+    } else if (event.payload().type() == ValueType::Message) {
+        const ZoHmiSrv::Message& message = event.payload().get_message();
+        json["message"] = {{"severity", number_of(message.severity())},
+                           {"timeRaised", message.time_raised().nanoseconds()},
+                           {"parameters", to_json(message.parameters(), depth + 1)}};
+    }
+    return json;
 }
 
 } // namespace
@@ -72,28 +100,11 @@ ordered_json value_json(const Value& value) {
 }
 
 ordered_json alarm_json(const ZoHmiSrv::Alarm& alarm) {
-    return {{"id", alarm.id()},
-            {"severity", number_of(alarm.severity())},
-            {"alarmState", number_of(alarm.alarm_state())},
-            {"confirmationState", number_of(alarm.confirmation_state())},
-            {"timeRaised", alarm.time_raised().nanoseconds()},
-            {"timeCleared", alarm.time_cleared().nanoseconds()},
-            {"timeConfirmed", alarm.time_confirmed().nanoseconds()},
-            {"parameters", value_json(alarm.parameters())}};
+    return to_json(alarm, 0);
 }
 
 ordered_json event_json(const ZoHmiSrv::Event& event) {
-    ordered_json json{
-        {"name", event.name()}, {"domain", event.domain()}, {"timeReceived", event.time_received().nanoseconds()}};
-    if (event.payload().type() == ValueType::Alarm) {
-        json["alarm"] = alarm_json(event.payload().get_alarm());
-    } else if (event.payload().type() == ValueType::Message) {
-        const ZoHmiSrv::Message& message = event.payload().get_message();
-        json["message"] = {{"severity", number_of(message.severity())},
-                           {"timeRaised", message.time_raised().nanoseconds()},
-                           {"parameters", value_json(message.parameters())}};
-    }
-    return json;
+    return to_json(event, 0);
 }
 
 std::string json_line(const ordered_json& json) {

@@ -6,8 +6,10 @@
 #include "server/screen.h"
 #include "server/text.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <fstream>
 #include <stdexcept>
@@ -101,8 +103,8 @@ bool Operator::run_command(const std::string& line, const std::stop_token& stop)
 
 void Operator::print(const Answer& answer) {
     if (options_.json) {
-        std::printf("%s\n", json_line(answer.json).c_str());
-        std::fflush(stdout);
+        const bool written = std::printf("%s\n", json_line(answer.json).c_str()) >= 0 && std::fflush(stdout) == 0;
+        if (!written) failure_ = std::string("an answer cannot be written: ") + std::strerror(errno);
     } else if (!answer.text.empty()) {
         host_.say((answer.ok ? "" : "error: ") + answer.text);
     }

@@ -15,7 +15,10 @@ std::optional<int> parse_options(int argc, const char* const* argv, Options& opt
         "zo-hmi-server"};
     app.add_option("--extension", options.extension, "Shared object of the extension")->required();
     app.add_option("--config", options.config, "JSON file with the extension's configuration")->required();
-    app.add_option("--seconds", options.seconds, "End after this many seconds")->check(CLI::Range(0.0, 1e9));
+    app.add_option("--seconds", options.seconds, "End after this many seconds")
+        ->check(CLI::Range(0.0, 1e9))
+        ->check(
+            [](const std::string& text) { return text.find_first_of("nN") == text.npos ? "" : "This is no number"; });
     app.add_flag("--plain", options.plain, "Print one line for each call instead of drawing a table");
     app.add_option("--trace", options.trace,
                    "Write each call of the extension as one JSON object a line; \"-\" is standard output, the plain "

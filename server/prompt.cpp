@@ -68,8 +68,13 @@ struct Prompt::Editor {
     static int next_character(EditLine* line, wchar_t* character) {
         std::mbstate_t state{};
         while (const auto byte = of(line).input.byte()) {
-            const std::size_t taken = std::mbrtowc(character, &*byte, 1, &state);
-            if (taken == static_cast<std::size_t>(-1)) state = {};
+            std::size_t taken = std::mbrtowc(character, &*byte, 1, &state);
+            if (taken == static_cast<std::size_t>(-1)) {
+                // What broke off a character may begin the next one, as Enter does.
+                state = {};
+                taken = std::mbrtowc(character, &*byte, 1, &state);
+                if (taken == static_cast<std::size_t>(-1)) state = {};
+            }
             if (taken <= 1) return 1;
         }
         return 0;

@@ -27,7 +27,7 @@ constexpr std::array combining_ranges{
 
 /// What a terminal may act on instead of showing it: control characters, line separators, direction marks.
 constexpr std::array unprintable_ranges{
-    Range{0x00, 0x1F},     Range{0x7F, 0x9F},     Range{0x200E, 0x200F},
+    Range{0x00, 0x1F},     Range{0x7F, 0x9F},     Range{0x061C, 0x061C}, Range{0x200E, 0x200F},
     Range{0x2028, 0x202E}, Range{0x2066, 0x2069}, Range{0xFEFF, 0xFEFF},
 };
 

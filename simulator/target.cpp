@@ -5,6 +5,7 @@
 
 #include <boost/asio/post.hpp>
 
+#include <algorithm>
 #include <random>
 
 namespace zo_sim {
@@ -134,7 +135,11 @@ void Target::input(const std::string& line) {
         execute(parse_verb(line, scenario_));
         output_.print("ok");
     } catch (const VerbError& error) {
-        output_.print(std::string("error ") + error.what());
+        // A JSON string may have brought line feeds, and an answer is one line.
+        std::string text = error.what();
+        std::ranges::replace_if(
+            text, [](char c) { return c >= 0 && c < ' '; }, ' ');
+        output_.print("error " + text);
     }
 }
 

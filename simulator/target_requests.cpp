@@ -4,6 +4,8 @@
 #include "simulator/target.h"
 #include "simulator/text_answers.h"
 
+#include <algorithm>
+
 namespace zo_sim {
 
 namespace {
@@ -62,6 +64,9 @@ void Target::answer_hello(const Request& request) {
     std::string role;
     if (!zo_link::read_field(request.fields, "role", role)) return request.session->drop();
     if (role != "logger") return request.session->reply(request.id, zo_link::code::not_supported);
+    // It may be gone: its answer may have been held back for long.
+    const auto open = server_->sessions();
+    if (std::ranges::find(open, request.session) == open.end()) return;
     json hello = request.fields;
     hello["number"] = request.session->number();
     hello.erase("id");

@@ -99,7 +99,7 @@ using Asked = std::vector<std::string>;
 
 TEST_F(CommandsTest, WhatCannotBeDoneGetsOneSentenceAndChangesNothing) {
     struct Case {
-        const char* line;
+        std::string line;
         const char* sentence;
         bool interactive = false;
     };
@@ -126,6 +126,7 @@ TEST_F(CommandsTest, WhatCannotBeDoneGetsOneSentenceAndChangesNothing) {
         {"events \"\"", "\"\" is no language such as de-DE."},
         {"reconnect \"", "A quote is not closed."},
         {"clear \"\"", "\"\" is no name of a target."},
+        {std::string("clear Plant\0x", 13), "\"Plant\xEF\xBF\xBDx\" is no name of a target."},
         {"config set One 1.2.3.4.5 true", "\"1.2.3.4.5\" is no net id such as 5.12.82.40.1.1."},
         {"config set One 1.2.3.4.5.256 true", "\"1.2.3.4.5.256\" is no net id such as 5.12.82.40.1.1."},
         {"config set One 1.2.3..5.6 true", "\"1.2.3..5.6\" is no net id such as 5.12.82.40.1.1."},

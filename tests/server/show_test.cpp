@@ -23,6 +23,7 @@ TEST(Text, PrintableLetsNothingMoveTheCursor) {
         {std::string("a\0b", 3), "a" + bad + "b"},
         {"\xC2\x9B", bad},                 // a control character of the upper half
         {"\xE2\x80\xAE", bad},             // turns the direction
+        {"\xD8\x9C", bad},                 // marks it
         {"\xC0\xAF", bad + bad},           // overlong
         {"\xED\xA0\x80", bad + bad + bad}, // a surrogate
         {"a\xE9\xAB", "a" + bad + bad},    // cut off
