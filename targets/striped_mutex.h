@@ -1,9 +1,11 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <mutex>
+#include <thread>
 
 namespace ZoHmiEventLogger {
 
@@ -32,10 +34,11 @@ private:
         std::mutex mutex;
     };
 
+    // Not by a variable of the thread: threads of the server outlive an extension that is unloaded. The numbers of
+    // threads are addresses, far apart; the multiplier of Fibonacci hashing spreads them.
     std::mutex& mine() {
-        static std::atomic<std::size_t> threads = 0;
-        thread_local const std::size_t number = threads++;
-        return stripes_[number % count].mutex;
+        const std::uint64_t thread = std::hash<std::thread::id>()(std::this_thread::get_id());
+        return stripes_[thread * 0x9E3779B97F4A7C15U >> 32 & (count - 1)].mutex;
     }
 
     std::array<Stripe, count> stripes_;
