@@ -139,44 +139,6 @@ TEST_F(CallbackTest, TooManyWaitingCallbacksDropTheLink) {
     EXPECT_EQ(sink.count(), 1u); // what waited went with the link
 }
 
-TEST_F(CallbackTest, DisconnectInsideACallbackStopsTheRest) {
-    peer.on("clear_logged_events", [](const auto& session, std::uint32_t id, const json&) {
-        for (int i = 0; i < 10; ++i)
-            session->notify("database_changed", {{"reason", i}});
-        session->reply(id, 0);
-    });
-    sink.inside = [&](std::int32_t, IDispatch*) {
-        EXPECT_EQ(logger->ClearLoggedEvents(), S_OK); // behind its answer ten more callbacks wait
-        EXPECT_EQ(logger->Disconnect(), S_OK);
-    };
-    advise();
-    RecordingSink second; // of the same logger; its turn would have been after the first
-    std::uint32_t second_cookie = 0;
-    ASSERT_EQ(point()->Advise(&second, &second_cookie), S_OK);
-    ASSERT_EQ(connect(), S_OK);
-    notify_change(1);
-    ASSERT_TRUE(eventually([&] { return sink.count() == 1; }));
-    EXPECT_FALSE(connected());
-    sink.inside = nullptr;
-    ASSERT_EQ(connect(), S_OK);
-    notify_change(77);
-    ASSERT_EQ(settle(), S_OK);
-    ASSERT_EQ(sink.count(), 2u);
-    EXPECT_EQ(sink.calls()[1].reason, 77);
-    EXPECT_EQ(second.count(), 1u); // the call after the new connect
-    EXPECT_EQ(point()->Unadvise(second_cookie), S_OK);
-}
-
-TEST_F(CallbackTest, ListsInsideACallbackDoNotWaitForIt) {
-    HRESULT inner = E_FAIL;
-    sink.inside = [&](std::int32_t, IDispatch*) { inner = settle(); };
-    advise();
-    ASSERT_EQ(connect(), S_OK);
-    notify_change(1);
-    ASSERT_TRUE(eventually([&] { return sink.count() == 1; }));
-    EXPECT_EQ(inner, S_OK);
-}
-
 TEST_F(CallbackTest, UnadviseWaitsForItsOwnRunningCall) {
     Gate gate;
     sink.inside = [&](std::int32_t, IDispatch*) { gate.wait(); };
@@ -202,16 +164,6 @@ TEST_F(CallbackTest, UnadviseWaitsForItsOwnRunningCall) {
     EXPECT_EQ(other.count(), 0u);
     for (const std::uint32_t unknown : {other_cookie, 0xFEFEFEFEu, 0u})
         EXPECT_TRUE(failed(point()->Unadvise(unknown))) << unknown;
-}
-
-TEST_F(CallbackTest, UnadviseInsideTheCallReturnsAtOnce) {
-    sink.inside = [&](std::int32_t, IDispatch*) { EXPECT_EQ(unadvise(), S_OK); };
-    advise();
-    ASSERT_EQ(connect(), S_OK);
-    notify_change(1);
-    notify_change(2);
-    EXPECT_EQ(settle(), S_OK);
-    EXPECT_EQ(sink.count(), 1u);
 }
 
 TEST_F(CallbackTest, UnadviseAndCallbacksMayRace) {
@@ -252,21 +204,4 @@ TEST_F(CallbackTest, TheLoggerMayGoInsideACallback) {
     // The next object joins the thread that was left over.
     ASSERT_TRUE(eventually([&] { return sink.count() == 1; }));
     SetUp();
-}
-
-TEST_F(CallbackTest, ASinkMustOfferTheEvents) {
-    struct NoSink : RecordingSink {
-        HRESULT QueryInterface(const GUID&, void** out) override {
-            *out = nullptr;
-            return E_NOINTERFACE;
-        }
-    } wrong;
-    std::uint32_t number = 5;
-    EXPECT_TRUE(failed(point()->Advise(&wrong, &number)));
-    EXPECT_EQ(point()->Advise(nullptr, &number), E_POINTER);
-    EXPECT_EQ(point()->Advise(&sink, nullptr), E_POINTER);
-    CComQIPtr<IConnectionPointContainer> container(logger);
-    IConnectionPoint* none = nullptr;
-    EXPECT_TRUE(failed(container->FindConnectionPoint(IID_IZoAlarm, &none)));
-    EXPECT_EQ(none, nullptr);
 }

@@ -83,33 +83,3 @@ TEST(Connection, TellsOfALossOnceAndOfAnOwnEndNever) {
     peer.notify_all("database_changed", {{"reason", 1}});
     EXPECT_TRUE(eventually([&] { return told->lost == zo_link::code::busy; }));
 }
-
-TEST(Connection, RequestsThatAreNeverAnsweredCountUntilTheTargetIsFull) {
-    ScriptedPeer peer;
-    peer.on("class_name", [](const auto&, std::uint32_t, const json&) {});
-    zo_link::Connection connection(std::make_shared<Told>());
-    ASSERT_EQ(connection.open("127.0.0.1", std::to_string(peer.port()), json::object(), milliseconds(5000)).result,
-              zo_link::code::ok);
-    for (std::size_t i = 0; i < zo_link::max_outstanding_requests; ++i)
-        ASSERT_EQ(connection.request("class_name", json::object(), milliseconds(1)).result, zo_link::code::timeout);
-    EXPECT_EQ(connection.request("class_name", json::object(), milliseconds(1)).result, zo_link::code::busy);
-    std::this_thread::sleep_for(milliseconds(100));
-    EXPECT_TRUE(connection.is_open());
-}
-
-TEST(Connection, RefusesARequestThatIsTooLargeAndLivesOn) {
-    ScriptedPeer peer;
-    peer.answer("class_name", {{"text", "fine"}});
-    zo_link::Connection connection(std::make_shared<Told>());
-    ASSERT_EQ(connection.open("127.0.0.1", std::to_string(peer.port()), json::object(), milliseconds(5000)).result,
-              zo_link::code::ok);
-    const json large = {{"name", std::string(zo_link::max_frame_size, 'x')}};
-    EXPECT_EQ(connection.request("class_name", large, milliseconds(5000)).result, zo_link::code::too_large);
-    const auto reply = connection.request("class_name", json::object(), milliseconds(20000));
-    ASSERT_EQ(reply.result, zo_link::code::ok);
-    EXPECT_EQ((*reply.body)["text"], "fine");
-    // The other way round: the target's answer does not fit.
-    peer.answer("class_name", large);
-    EXPECT_EQ(connection.request("class_name", json::object(), milliseconds(20000)).result, zo_link::code::too_large);
-    EXPECT_TRUE(connection.is_open());
-}

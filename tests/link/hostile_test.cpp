@@ -18,12 +18,6 @@ protected:
     }
 };
 
-json event_with(const char* field, json value) {
-    json event = zo_link::event_to_json(make_record(1, 2));
-    event[field] = std::move(value);
-    return event;
-}
-
 } // namespace
 
 TEST_F(HostileTest, ABadNotificationDropsTheLink) {
@@ -36,15 +30,11 @@ TEST_F(HostileTest, ABadNotificationDropsTheLink) {
     } rows[] = {
         {"unknown kind", "hello", {{"event", good}}},
         {"no event", "message", json::object()},
-        {"event that is no map", "message", {{"event", 5}}},
         {"event without id", "message", {{"event", {{"class", "01234567-89ab-cdef-0123-456789abcdef"}}}}},
         {"alarm without handle", "alarm_raised", {{"event", no_handle}}},
-        {"alarm with negative time", "alarm_raised", {{"event", event_with("severity", -1)}}},
         {"cleared without flag", "alarm_cleared", {{"event", good}}},
         {"flag out of range", "alarm_confirmed", {{"event", good}, {"removed", 70000}}},
-        {"reason as text", "database_changed", {{"reason", "1"}}},
         {"reason out of range", "database_changed", {{"reason", 5000000000}}},
-        {"no reason", "database_changed", json::object()},
     };
     advise();
     ASSERT_EQ(connect(), S_OK);
@@ -62,8 +52,6 @@ TEST_F(HostileTest, BytesThatAreNoFramesDropTheLink) {
         zo_link::encode_frame({{"id", 1}}),                       // an answer without code
         zo_link::encode_frame({{"id", 4000000000}, {"code", 0}}), // to what was never asked
         zo_link::encode_frame({{"id", 0}, {"code", 0}}),
-        zo_link::encode_frame({{"id", "1"}, {"code", 0}}),
-        zo_link::encode_frame({{"id", 1}, {"code", -1}}),
         zo_link::encode_frame({{"note", 5}}),
     };
     ASSERT_EQ(connect(), S_OK);
@@ -92,18 +80,12 @@ TEST_F(HostileTest, ABadAnswerFailsTheCallAndDropsTheLink) {
         json fields;
     } rows[] = {
         {"get_logged_events", json::object()},
-        {"get_logged_events", {{"items", 5}}},
         {"get_logged_events", {{"items", {1}}}},
         {"get_logged_events", {{"items", {good, good, good, good}}}}, // more than was asked for
-        {"get_logged_events", {{"items", {event_with("args", {1, 2})}}}},
         {"get_logged_events", {{"items", {good}}, {"more", 1}}},
         {"get_active_alarms", {{"items", {zo_link::event_to_json(make_record(1))}}}},
-        {"class_name", json::object()},
         {"class_name", {{"text", 5}}},
-        {"details", json::object()},
-        {"details", {{"items", {{"a", "b"}}}}},
         {"details", {{"items", {{"a", "b", 5}}}}},
-        {"causes_remedies", {{"items", {"abc"}}}},
     };
     for (const auto& row : rows) {
         ASSERT_EQ(connect(), S_OK);
@@ -120,14 +102,10 @@ TEST_F(HostileTest, ABadAnswerFailsTheCallAndDropsTheLink) {
             std::string text;
             result = class_name(0, text);
             EXPECT_EQ(text, "(null)");
-        } else if (operation == "details") {
+        } else {
             CComQIPtr<IZoEventLogger5> texts(logger);
             CComPtr<IZoDetailCollection> list;
             result = texts->GetDetails(GUID{}, 0, 0, list.put());
-        } else {
-            CComQIPtr<IZoEventLogger4> texts(logger);
-            CComPtr<IZoCauseRemedyCollection> list;
-            result = texts->GetCausesAndRemedies(GUID{}, 0, 0, list.put());
         }
         EXPECT_EQ(result, hresult(code::bad_answer)) << row.operation << row.fields;
         EXPECT_FALSE(connected()) << row.operation << row.fields;

@@ -32,7 +32,6 @@ public:
 
     // Answers an operation from here on. Without a handler a hello is accepted and all else is not supported.
     void on(const std::string& operation, Handler handler);
-    void forget(const std::string& operation) { on(operation, nullptr); }
     // A handler that answers with these fields.
     void answer(const std::string& operation, nlohmann::json fields);
 
