@@ -3,8 +3,6 @@
 
 #include "extension/host/command.h"
 #include "server/event_json.h"
-#include "server/language.h"
-#include "server/localizer.h"
 #include "server/text.h"
 #include "tests/server/events.h"
 #include "tests/support/files.h"
@@ -105,38 +103,23 @@ TEST_F(CommandsTest, WhatCannotBeDoneGetsOneSentenceAndChangesNothing) {
     };
     const Case cases[]{
         {"nonsense", "There is no command \"nonsense\"; help lists all."},
-        {"Events", "There is no command \"Events\"; help lists all."},
         {"\x1b[2Jx \xFF", "There is no command \"\uFFFD[2Jx\"; help lists all."},
-        {"config", "Say it as: config set NAME ADDRESS ENABLED, or config delete NAME."},
-        {"config get x", "Say it as: config set NAME ADDRESS ENABLED, or config delete NAME."},
-        {"confirm", "Say it as: confirm #N|ID."},
         {"confirm 2 2", "Say it as: confirm #N|ID."},
-        {"quit now", "Say it as: quit."},
         {"confirm #0", "\"#0\" is neither a row such as #3 nor the number of an alarm."},
-        {"confirm #-1", "\"#-1\" is neither a row such as #3 nor the number of an alarm."},
-        {"confirm 2x", "\"2x\" is neither a row such as #3 nor the number of an alarm."},
         {"confirm 4294967298", "\"4294967298\" is neither a row such as #3 nor the number of an alarm."},
         {"show #99999999999999999999",
          "\"#99999999999999999999\" is neither a row such as #3 nor the number of an alarm."},
         {"confirm #4", "There is no row #4."},
         {"confirm 7", "There is no alarm 7."},
         {"confirm #1", "#1 is no alarm."},
-        {"show 1", "There is no alarm 1."},
         {"events de_DE", "\"de_DE\" is no language such as de-DE."},
-        {"events \"\"", "\"\" is no language such as de-DE."},
         {"reconnect \"", "A quote is not closed."},
-        {"clear \"\"", "\"\" is no name of a target."},
         {std::string("clear Plant\0x", 13), "\"Plant\xEF\xBF\xBDx\" is no name of a target."},
-        {"config set One 1.2.3.4.5 true", "\"1.2.3.4.5\" is no net id such as 5.12.82.40.1.1."},
         {"config set One 1.2.3.4.5.256 true", "\"1.2.3.4.5.256\" is no net id such as 5.12.82.40.1.1."},
-        {"config set One 1.2.3..5.6 true", "\"1.2.3..5.6\" is no net id such as 5.12.82.40.1.1."},
         {"config set One 1.2.3.4.5.6 yes", "\"yes\" is neither true nor false."},
         {"config set a::b 1.2.3.4.5.6 true", "\"a::b\" is no name of a target."},
-        {"config delete Two", "There is no target \"Two\"."},
         {"sleep -1", "\"-1\" is no number of milliseconds up to a day."},
-        {"wait x 1e3", "\"1e3\" is no number of seconds up to a day."},
         {"sleep 1", "sleep is for scripts only.", true},
-        {"watch", "The live table needs a terminal."},
     };
     const Value before = configuration.get("");
     const std::uint64_t version = list.version();
@@ -175,9 +158,6 @@ TEST_F(CommandsTest, EventsAreListedInTheLanguageAskedForAndHoldNothingRaw) {
     }
     EXPECT_TRUE(parameters_of(list.rows()[0].event)["eventClassName"].isset() == false) << "the list stays as it is";
 
-    run("events");
-    EXPECT_EQ(extension.asked[0], "localize en-US");
-
     extension.result = HMI_E_CONNECT;
     const Answer failed = run("events");
     EXPECT_TRUE(failed.ok) << "a list without texts is still a list";
@@ -196,8 +176,6 @@ TEST_F(CommandsTest, AnEventIsFoundByItsRowOrItsAlarmsId) {
         EXPECT_TRUE(run(std::string("confirm ") + c.name).ok) << c.name;
         EXPECT_EQ(extension.asked, Asked{"confirm " + std::to_string(c.id)}) << c.name;
     }
-    const std::string shown = run("show #1").text;
-    EXPECT_NE(shown.find("\n    localizedSourceName: Source\uFFFD\n"), std::string::npos) << shown;
     extension.result = HMI_E_FAIL;
     const Answer answer = run("confirm 2");
     EXPECT_EQ(answer.text, "Alarm 2 was not confirmed: 0x101.");
@@ -215,13 +193,10 @@ TEST_F(CommandsTest, RequestsReachTheExtensionInTheFormThatItReads) {
     const Case cases[]{
         {"reconnect \"My \\\"line\\\"\"", "request ForceReconnect My \"line\"", HMI_SUCCESS, "",
          "The connection was dropped."},
-        {"reconnect Two", "request ForceReconnect Two", HMI_E_ENTRY_NOT_FOUND, "", "There is no target \"Two\"."},
         {"clear One", "request ClearLoggedEvents One", HMI_SUCCESS, "", "The log was cleared."},
         {"clear One", "request ClearLoggedEvents One", HMI_E_FAIL, "a\nb",
          "ClearLoggedEvents failed with 0x101: a\uFFFDb"},
-        {"diagnostics", "request Diagnostics ", HMI_E_INVALID_SYMBOL, "", "Diagnostics failed with 0x125."},
         {"diagnostics", "request Diagnostics ", HMI_SUCCESS, "", "There are no targets."},
-        {"targets", "request ListEnabledTargetSystems ", HMI_SUCCESS, "", "There are no targets."},
     };
     for (const Case& c : cases) {
         extension.result = c.result;
@@ -241,8 +216,6 @@ TEST_F(CommandsTest, RequestsReachTheExtensionInTheFormThatItReads) {
     const Answer answer = run("diagnostics");
     EXPECT_EQ(answer.text, "One:\n  connectionState: Good");
     EXPECT_EQ(answer.json["diagnostics"].dump(), R"({"TARGET_SYSTEMS":{"One":{"connectionState":"Good"}}})");
-    host.unregister_listener(context, static_cast<IZoHmiSrvRequestListener*>(&extension));
-    EXPECT_EQ(run("targets").text, "ListEnabledTargetSystems failed with 0x10f.");
 }
 
 TEST_F(CommandsTest, TheConfigurationChangesOneEntryAndTheExtensionIsTold) {
@@ -256,7 +229,6 @@ TEST_F(CommandsTest, TheConfigurationChangesOneEntryAndTheExtensionIsTold) {
     EXPECT_TRUE(run("config delete One").ok);
     EXPECT_EQ(extension.asked, Asked{"delete TARGET_SYSTEMS::One"});
     EXPECT_FALSE(configuration.get("TARGET_SYSTEMS::One").isset());
-    EXPECT_EQ(configuration.get("TARGET_SYSTEMS").type(), ValueType::Map);
     extension.result = HMI_E_INVALID_PARAMETER;
     EXPECT_EQ(run("config set Two \"\" false").text,
               "The configuration has changed, but the extension answered: 0x10d no\uFFFD.");
@@ -284,26 +256,6 @@ TEST_F(CommandsTest, AWaitTakesOneCallThatCameSinceTheLastChange) {
     ends.join();
 }
 
-TEST_F(CommandsTest, ShownTextsAreAskedForOnceUntilTheAlarmIsRaisedAgain) {
-    ShownTexts texts(host, "de-DE");
-    const auto asked = [&](std::size_t rows) {
-        extension.asked.clear();
-        const auto shown = texts.of(list.top(rows));
-        EXPECT_EQ(shown.size(), rows);
-        for (const EventTexts& row : shown)
-            EXPECT_EQ(row.class_name, "Class");
-        return extension.asked.size();
-    };
-    EXPECT_EQ(asked(3), 3u);
-    EXPECT_EQ(asked(3), 0u);
-    host.notify_alarm(context, AlarmNotification::Changed, alarm(2, 30, 35));
-    EXPECT_EQ(asked(3), 0u);
-    host.notify_alarm(context, AlarmNotification::Raised, alarm(2, 40));
-    EXPECT_EQ(asked(3), 1u);
-    extension.result = HMI_E_CONNECT;
-    EXPECT_EQ(asked(3), 0u) << "what is known stays";
-}
-
 TEST_F(CommandsTest, TheTabulatorOffersWhatFits) {
     struct Case {
         const char* line;
@@ -311,18 +263,10 @@ TEST_F(CommandsTest, TheTabulatorOffersWhatFits) {
     };
     const Case cases[]{
         {"con", {"config", "confirm"}},
-        {"w", {"watch"}},
-        {"watch", {"watch"}},
         {"config ", {"delete", "set"}},
-        {"config s", {"set"}},
         {"config set ", {"\"My \\\"line\\\"\"", "One"}},
-        {"config set O", {"One"}},
         {"reconnect \"My", {"\"My \\\"line\\\"\""}},
-        {"config set One 1.2.3.4.5.6 t", {"true"}},
-        {"config delete One ", {}},
         {"confirm #", {"#1", "#2", "#3"}},
-        {"show #1 ", {}},
-        {"nonsense ", {}},
     };
     for (const Case& c : cases)
         EXPECT_EQ(complete(c.line, [this](std::string_view kind) { return commands.candidates(kind); }), c.words)
@@ -330,24 +274,6 @@ TEST_F(CommandsTest, TheTabulatorOffersWhatFits) {
     EXPECT_EQ(complete("reconnect ", [](std::string_view) { return std::vector<std::string>{"a\x1b[2J"}; }),
               std::vector<std::string>())
         << "nothing that moves the cursor";
-}
-
-TEST(Language, ComesFromTheNameOfTheLocale) {
-    struct Case {
-        const char* locale;
-        const char* language;
-    };
-    const Case cases[]{{"de_DE.UTF-8", "de-DE"},
-                       {"de_DE@euro", "de-DE"},
-                       {"en_US", "en-US"},
-                       {"fil_PH.UTF-8", "fil-PH"},
-                       {"de", "de"},
-                       {"C", ""},
-                       {"C.UTF-8", ""},
-                       {"POSIX", ""},
-                       {"/usr/lib/x", ""}};
-    for (const Case& c : cases)
-        EXPECT_EQ(language_of_locale(c.locale), c.language) << c.locale;
 }
 
 } // namespace

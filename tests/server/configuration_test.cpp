@@ -20,7 +20,7 @@ TEST(Configuration, GivesEachKeyTheTypeThatExtensionsExpect) {
     const Value root = parse_configuration(R"({
         "TIMEOUT": 3000, "LIMIT_EVENT_COUNT": 1000, "PRELOAD_TRANSLATIONS": true, "NULL": null,
         "TARGET_SYSTEMS": {"a": {"ADDRESS": "1.2.3.4.1.1", "ENABLED": true, "TIMEOUT": 7}},
-        "LIST": [1, 5000000000, 18446744073709551615, 1.5, "ü"], "OBJECT": {"x": -2147483648, "y": -2147483649}})");
+        "LIST": [1, 5000000000, 18446744073709551615, 1.5, "ü"]})");
     EXPECT_EQ(root.type(), ValueType::Struct);
     EXPECT_EQ(root["TIMEOUT"].type(), ValueType::TimeSpan);
     EXPECT_EQ(root["TIMEOUT"].get_timespan().milliseconds(), 3000);
@@ -31,19 +31,11 @@ TEST(Configuration, GivesEachKeyTheTypeThatExtensionsExpect) {
     EXPECT_EQ(root["TARGET_SYSTEMS"]["a"].type(), ValueType::Struct);
     EXPECT_STREQ(root["TARGET_SYSTEMS"]["a"]["ADDRESS"].get_string(), "1.2.3.4.1.1");
     EXPECT_EQ(root["TARGET_SYSTEMS"]["a"]["TIMEOUT"].type(), ValueType::Int) << "special at the top only";
-    EXPECT_EQ(root["OBJECT"].type(), ValueType::Struct);
-    EXPECT_EQ(root["OBJECT"]["x"].type(), ValueType::Int);
-    EXPECT_EQ(root["OBJECT"]["y"].type(), ValueType::Int64);
     const ValueType types[]{ValueType::Int, ValueType::Int64, ValueType::UInt64, ValueType::Double, ValueType::String};
     for (unsigned long i = 0; i < std::size(types); ++i)
         EXPECT_EQ(root["LIST"][i].type(), types[i]) << i;
-}
-
-TEST(Configuration, WhatIsNoNumberIsNoTimeout) {
-    EXPECT_EQ(parse_configuration(R"({"TIMEOUT": "3000"})")["TIMEOUT"].type(), ValueType::String);
     EXPECT_EQ(parse_configuration(R"({"TIMEOUT": 1e300})")["TIMEOUT"].get_timespan().nanoseconds(),
               std::numeric_limits<long>::max());
-    EXPECT_EQ(parse_configuration(R"({"TIMEOUT": 0.5})")["TIMEOUT"].get_timespan().nanoseconds(), 500'000);
 }
 
 TEST(Configuration, RefusesWhatNoPathCanName) {
@@ -97,16 +89,6 @@ TEST(Configuration, PathsWalkTheTreeAndABrokenFileChangesNothing) {
     EXPECT_EQ(configuration.reload(), (std::vector<ConfigChange>{{"TARGET_SYSTEMS::a", false}}));
     EXPECT_FALSE(configuration.get("TARGET_SYSTEMS::a::ENABLED").get_bool());
     EXPECT_EQ(configuration.get("TIMEOUT").get_timespan().milliseconds(), 20);
-    EXPECT_THROW(Configuration("/nonexistent/config.json"), std::runtime_error);
-}
-
-TEST(Configuration, TheDemoNamesTwoTargets) {
-    const Configuration configuration(ZO_SOURCE_DIR "/demo/config.json");
-    EXPECT_EQ(configuration.get("TIMEOUT").type(), ValueType::TimeSpan);
-    for (const char* path : {"TARGET_SYSTEMS::Bottling", "TARGET_SYSTEMS::Packaging"}) {
-        EXPECT_TRUE(configuration.get(path)["ENABLED"].get_bool()) << path;
-        EXPECT_STRNE(configuration.get(path)["ADDRESS"].get_string(), "") << path;
-    }
 }
 
 TEST(ConfigFilter, FlagsAndPathsDecideTogether) {
@@ -120,11 +102,6 @@ TEST(ConfigFilter, FlagsAndPathsDecideTogether) {
         {R"([{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}])", flag_delete, true},
         {R"([{"flags": 16, "paths": ["TARGET_SYSTEMS::*"]}])", flag_delete, false},
         {R"([{"flags": 32, "paths": ["TARGET_SYSTEMS::*"]}])", flag_change, false},
-        {R"([{"flags": 48, "paths": ["OTHER::*", "TARGET_SYSTEMS::a"]}])", flag_change, true},
-        {R"([{"flags": 48, "paths": ["TARGET_SYSTEMS"]}])", flag_change, false},
-        {R"([{"flags": 32, "paths": ["*"]}, {"flags": 16, "paths": ["*"]}])", flag_change, true},
-        {R"([])", flag_change, false},
-        {R"({"flags": 48})", flag_change, false},
     };
     for (const Case& c : cases) {
         const Value root = parse_configuration(R"({"f": )" + std::string(c.filter) + "}");

@@ -111,39 +111,6 @@ TEST(EventList, AResetKeepsTheNumbersOfWhatStays) {
     EXPECT_EQ(events.forget(Event()).row, 7u);
 }
 
-TEST(EventList, AFailedListingLeavesNothing) {
-    EventList events;
-    events.notify_alarm(0, alarm(7, 100));
-    EXPECT_THROW(events.reset([](Value&) { throw std::runtime_error("no"); }), std::runtime_error);
-    EXPECT_TRUE(events.rows().empty());
-    events.notify_alarm(0, alarm(8, 100));
-    EXPECT_EQ(events.reset([](Value&) {}), 0u) << "a listing without a Vector is empty";
-}
-
-// What is told while a listing runs may be in it already or not, whatever the target.
-TEST(EventList, WhatIsToldDuringAListingIsNeitherLostNorDoubled) {
-    for (const bool listed_before : {true, false}) {
-        EventList events;
-        events.notify_alarm(0, alarm(1, 10));
-        events.add_message(message(20));
-        events.reset([&](Value& out) {
-            if (!listed_before) list(out, {event_of(alarm(1, 10)), event_of(message(20))});
-            EXPECT_EQ(events.notify_alarm(0, alarm(2, 30)).row, 3u);
-            EXPECT_EQ(events.add_message(message(40)).row, 4u);
-            events.notify_alarm(1, alarm(1, 10, 15));
-            events.forget(event_of(message(20)));
-            events.notify_alarm(0, alarm(3, 50));
-            events.forget(event_of(alarm(3, 50)));
-            EXPECT_EQ(texts(events.rows()), (Texts{"#1 a1", "#3 a2", "#4 m40"})) << "shown at once";
-            if (listed_before) {
-                list(out, {event_of(alarm(1, 10, 15)), event_of(alarm(2, 30)), event_of(message(40))});
-            }
-        });
-        EXPECT_EQ(texts(events.rows()), (Texts{"#1 a1", "#3 a2", "#4 m40"})) << listed_before;
-        EXPECT_EQ(alarm_of(events.rows()[0].event)->time_cleared(), Timestamp(15)) << listed_before;
-    }
-}
-
 TEST(EventList, AMessageOnItsWayDuringAResetIsNotDoubled) {
     EventList events;
     events.reset([](Value& out) { list(out, {event_of(message(10)), event_of(message(20))}); });
@@ -161,46 +128,6 @@ TEST(EventList, AMessageOnItsWayDuringAResetIsNotDoubled) {
         list(out, {event_of(message(90))});
     });
     EXPECT_EQ(events.rows().size(), 1u);
-}
-
-TEST(EventList, OfTwoListingsAtOnceTheLaterOneHolds) {
-    EventList events;
-    events.reset([&](Value& earlier) {
-        list(earlier, {event_of(message(1))});
-        events.notify_alarm(0, alarm(5, 5));
-        events.reset([&](Value& later) {
-            list(later, {event_of(message(1)), event_of(message(2)), event_of(alarm(5, 5))});
-        });
-        EXPECT_EQ(events.rows().size(), 3u);
-        events.add_message(message(3));
-    });
-    EXPECT_EQ(texts(events.rows()), (Texts{"#2 m1", "#3 m2", "#1 a5", "#4 m3"}));
-
-    // The earlier one ends first; the later one was told of a message that only the earlier one had listed.
-    EventList crossed;
-    std::thread earlier;
-    std::atomic<int> step{0};
-    const auto await = [&](int value) {
-        while (step < value)
-            std::this_thread::yield();
-    };
-    earlier = std::thread([&] {
-        crossed.reset([&](Value& out) {
-            step = 1;
-            await(2);
-            list(out, {event_of(message(7))});
-        });
-        step = 3;
-    });
-    await(1);
-    crossed.reset([&](Value& out) {
-        step = 2;
-        await(3);
-        EXPECT_EQ(crossed.add_message(message(7)).done, Done::changed);
-        list(out, {});
-    });
-    earlier.join();
-    EXPECT_EQ(crossed.rows().size(), 1u);
 }
 
 TEST(EventList, ShowsActiveAlarmsFirstThenTheNewest) {

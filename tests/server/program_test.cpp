@@ -1,19 +1,16 @@
 // The program itself, with a small extension: its life, its signals, and what it leaves behind.
-#include "tests/support/eventually.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <csignal>
 #include <optional>
 #include <sstream>
 #include <vector>
 
 namespace {
 
-using zo_test::eventually;
 using zo_test::TemporaryFile;
 
 /// One run of the server.
@@ -32,14 +29,7 @@ public:
         process_->end_input();
     }
 
-    void signal(int number) const { process_->signal(number); }
     int wait() { return process_->wait(); }
-    /// Waits until a line of the output begins so.
-    [[nodiscard]] bool says(const std::string& start) const {
-        const bool said = eventually([&] { return ("\n" + out()).find("\n" + start) != std::string::npos; });
-        EXPECT_TRUE(said) << "no line \"" << start << "\" in:\n" << out() << error();
-        return said;
-    }
     /// The diagnostic messages in the trace, each with its parameter.
     [[nodiscard]] std::vector<std::string> logged() const {
         std::vector<std::string> names;
@@ -52,7 +42,6 @@ public:
         }
         return names;
     }
-    void configure(const std::string& config) const { config_.write(config); }
     [[nodiscard]] std::string out() const { return out_.read(); }
     [[nodiscard]] std::string error() const { return error_.read(); }
 
@@ -78,31 +67,6 @@ TEST(Program, EndsByItselfAndTakesTheExtensionDownInOrder) {
     EXPECT_EQ(json["listing"].size(), 2u);
 }
 
-TEST(Program, SignalsEndItWithSuccess) {
-    for (const int number : {SIGINT, SIGTERM}) {
-        Server server("{}");
-        ASSERT_TRUE(server.says("log READY"));
-        server.signal(number);
-        EXPECT_EQ(server.wait(), 0) << number;
-        EXPECT_EQ(server.logged().back(), "DELETED ") << number;
-    }
-}
-
-TEST(Program, SighupReadsTheConfigurationAgain) {
-    Server server(R"({"TARGET_SYSTEMS": {"a": 1, "b": 2, "c": 3}})");
-    ASSERT_TRUE(server.says("log READY"));
-    server.configure("{ broken");
-    server.signal(SIGHUP);
-    ASSERT_TRUE(server.says("error: the configuration stays as it is: "));
-    server.configure(R"({"TARGET_SYSTEMS": {"a": 1, "b": 20, "d": 4}})");
-    server.signal(SIGHUP);
-    ASSERT_TRUE(server.says("on_config_delete TARGET_SYSTEMS::c answered 0x0"));
-    server.signal(SIGTERM);
-    EXPECT_EQ(server.wait(), 0);
-    EXPECT_EQ(server.logged(), (Names{"READY ZoHmiEventLogger", "CHANGE TARGET_SYSTEMS::b", "CHANGE TARGET_SYSTEMS::d",
-                                      "DELETE TARGET_SYSTEMS::c", "SHUTDOWN ", "DELETED "}));
-}
-
 TEST(Program, WhatFailsIsSaidInOneSentenceWithStatusOne) {
     struct Case {
         const char* config;
@@ -113,10 +77,8 @@ TEST(Program, WhatFailsIsSaidInOneSentenceWithStatusOne) {
         {R"({"MODE": "fail"})", ZO_TEST_EXTENSION, "init answered 0x105: told to fail\n"},
         {R"({"MODE": "throw"})", ZO_TEST_EXTENSION, "init threw\n"},
         {R"({"ENTRY": "nothing"})", ZO_TEST_EXTENSION, "made no extension"},
-        {R"({"ENTRY": "throw"})", ZO_TEST_EXTENSION, "entry threw: told to throw\n"},
         {R"({"ENTRY": "old"})", ZO_TEST_EXTENSION, "interface version 21"},
         {"{}", "/nonexistent/extension.so", "cannot load the extension"},
-        {"{}", ZO_SERVER_LIBRARY, "has no entry"},
         {"{ broken", ZO_TEST_EXTENSION, "parse error"},
     };
     for (const Case& c : cases) {
@@ -147,10 +109,8 @@ TEST(Program, DoesTheCommandsThatItIsGivenAndEndsWithThem) {
     };
     const Case cases[]{
         {{"--script", script.path(), "--command", "show #2"}, "nonsense\n", 0, {"\"id\":5,", "\"id\":6,"}},
-        {{"--command", "quit", "--command", "nonsense"}, "", 0, {"quit"}},
         {{"--command", "confirm 5", "--command", "events"}, "", 1, {"\"error\":\"Alarm 5 was not", "\"events\":[{"}},
         {{}, "nonsense\nshow 6", 1, {"\"error\":\"There is no command", "\"id\":6,"}},
-        {{}, "quit\nnonsense\n", 0, {"quit"}},
     };
     for (const Case& c : cases) {
         std::vector<std::string> options = c.options;
@@ -169,9 +129,6 @@ TEST(Program, DoesTheCommandsThatItIsGivenAndEndsWithThem) {
         EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
         EXPECT_EQ(server.logged().back(), "DELETED ");
     }
-    Server plain("{}", {"--command", "show 5"});
-    EXPECT_EQ(plain.wait(), 0);
-    EXPECT_NE(plain.out().find("\n> show 5\n#1 "), std::string::npos) << plain.out();
 }
 
 TEST(Program, TheEndDoesNotWaitForAScript) {
@@ -180,20 +137,6 @@ TEST(Program, TheEndDoesNotWaitForAScript) {
     EXPECT_NE(server.error().find("before the last command"), std::string::npos) << server.error();
     EXPECT_EQ(server.out().find("> help"), std::string::npos);
     EXPECT_EQ(server.logged().back(), "DELETED ");
-    Server missing("{}", {"--script", "/nonexistent/script"});
-    EXPECT_EQ(missing.wait(), 1);
-    EXPECT_EQ(missing.error(), "zo-hmi-server: cannot read /nonexistent/script\n");
-    EXPECT_EQ(missing.logged().size(), 0u);
-}
-
-TEST(Program, RefusesACommandLineThatItDoesNotKnow) {
-    for (const std::vector<std::string>& options :
-         {std::vector<std::string>{"--nonsense"}, {"--seconds", "-1"}, {"--language", "de_DE"}}) {
-        Server server("{}", options);
-        EXPECT_GT(server.wait(), 0) << options.front();
-        EXPECT_EQ(server.out(), "");
-        EXPECT_NE(server.error().find(options.front()), std::string::npos) << server.error();
-    }
 }
 
 } // namespace

@@ -15,8 +15,7 @@ namespace {
 
 class TestExtension final : public IZoHmiSrvExt,
                             public IZoHmiSrvShutdownListener,
-                            public IZoHmiSrvAlarmProviderListener,
-                            public ZoHmiSrvConfigListener {
+                            public IZoHmiSrvAlarmProviderListener {
 public:
     explicit TestExtension(IZoHmiSrvExtHost* host) : host_(host) {}
     ~TestExtension() override { log("DELETED", ""); }
@@ -28,11 +27,6 @@ public:
         if (std::strcmp(mode.get_string(), "throw") == 0) throw std::runtime_error("told to throw");
         host_->register_listener(context_, static_cast<IZoHmiSrvShutdownListener*>(this));
         host_->register_listener(context_, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
-        Value filter;
-        filter.set_type(ValueType::Struct);
-        filter.insert("flags", 48);
-        filter["paths"].set_type(ValueType::Vector) << Value("TARGET_SYSTEMS::*");
-        host_->register_config_listener(context_, this, Value().set_type(ValueType::Vector) << filter);
         host_->notify_alarm(context_, AlarmNotification::Raised, alarm(5));
         log("READY", context.domain());
         return {};
@@ -53,14 +47,6 @@ public:
             events << Value(event);
         }
         return 0;
-    }
-    ResultPair on_config_change(const Context&, const char* path) override {
-        log("CHANGE", path);
-        return {};
-    }
-    ResultPair on_config_delete(const Context&, const char* path) override {
-        log("DELETE", path);
-        return {};
     }
 
 private:
@@ -88,7 +74,6 @@ extern "C" __attribute__((visibility("default"))) int ext_interface(IZoHmiSrvExt
                                                                     double* version) {
     const Value entry = host->get_config_value(Context(), "ENTRY");
     if (std::strcmp(entry.get_string(), "nothing") == 0) return 0;
-    if (std::strcmp(entry.get_string(), "throw") == 0) throw std::runtime_error("told to throw");
     *extension = new TestExtension(host);
     *version = std::strcmp(entry.get_string(), "old") == 0 ? 21.0 : 22.0;
     return 0;
