@@ -54,8 +54,6 @@ TEST(Allocations, AreAsFewAsPromised) {
     EXPECT_LE(during([&] { const Value copy(large); }), 2 * 1000U / 64 + 2) << "one for each run, and the index";
     small["long"] = "a text that is too long to lie inside";
     EXPECT_EQ(during([&] { const Value copy(small); }), 1U) << "long texts are shared";
-    const String name("a name that is too long to lie inside");
-    EXPECT_EQ(during([&] { const String copy(name); }), 0U);
     EXPECT_EQ(during([&] { EXPECT_EQ(small["member_1002"].size(), 10U); }), 0U);
     EXPECT_EQ(during([&] { EXPECT_TRUE(small == small); }), 0U);
     EXPECT_LE(during([&] {
@@ -65,14 +63,6 @@ TEST(Allocations, AreAsFewAsPromised) {
                   }
               }),
               10U);
-    EXPECT_EQ(during([&] {
-                  Value vector = Value().set_type(ValueType::Vector);
-                  vector.reserve(1000);
-                  for (int i = 0; i < 1000; ++i) {
-                      vector << i;
-                  }
-              }),
-              1U);
 }
 
 TEST(Allocations, AFailureLeavesWholeValues) {

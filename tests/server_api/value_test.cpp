@@ -57,14 +57,13 @@ TEST(Value, ConstructorsGiveTheirTypes) {
         ValueType type;
     };
     const Case cases[] = {
-        {Value(), ValueType::Null},          {Value(false), ValueType::Bool},
-        {Value(0), ValueType::Int},          {Value(0.0), ValueType::Double},
-        {Value(""), ValueType::String},      {Value(Timestamp()), ValueType::DateTime},
-        {Value(Event()), ValueType::Event},  {with(1L), ValueType::Int64},
-        {with(1UL), ValueType::UInt64},      {with(Timespan(1)), ValueType::TimeSpan},
-        {with(Binary()), ValueType::Binary}, {with(Message()), ValueType::Message},
-        {with(Alarm()), ValueType::Alarm},   {Value(static_cast<const char*>(nullptr)), ValueType::String},
-        {Value(nullptr), ValueType::String}, {Value(std::true_type()), ValueType::Bool},
+        {Value(), ValueType::Null},
+        {Value(false), ValueType::Bool},
+        {with(1L), ValueType::Int64},
+        {with(1UL), ValueType::UInt64},
+        {Value(static_cast<const char*>(nullptr)), ValueType::String},
+        {Value(nullptr), ValueType::String},
+        {Value(std::true_type()), ValueType::Bool},
     };
     static_assert(!std::is_constructible_v<Value, Event*>, "no pointer counts as true");
     for (const Case& c : cases) {
@@ -88,11 +87,8 @@ TEST(Value, SetTypeKeepsWhatItSays) {
     map["a"] = 1;
     map["b"] = 2;
     EXPECT_EQ(show(map.set_type(ValueType::Struct)), "struct {a: Int(1), b: Int(2)}");
-    EXPECT_EQ(show(map.set_type(ValueType::Map)), "{a: Int(1), b: Int(2)}");
     EXPECT_EQ(show(map.set_type(ValueType::Vector)), "[]");
     EXPECT_EQ(show(Value(7).set_type(ValueType::Int64)), "Int64(0)");
-    EXPECT_EQ(show(Value("text").set_type(ValueType::Binary)), "Binary()");
-    EXPECT_EQ(show(Value().set_type(ValueType::Vector) << "x"), "['x']");
 
     Value any = Value().set_type(ValueType::Any);
     EXPECT_EQ(static_cast<int>(any.type()), 256);
@@ -100,29 +96,8 @@ TEST(Value, SetTypeKeepsWhatItSays) {
     EXPECT_TRUE(any == Value(any) && any != Value());
 }
 
-TEST(Value, SizeAndEmpty) {
-    const std::string with_zero("a\0b", 3);
-    Value vector = Value().set_type(ValueType::Vector) << 1 << 2;
-    struct Case {
-        Value value;
-        std::size_t size;
-    };
-    const Case cases[] = {{Value(), 0},
-                          {Value(0), 1},
-                          {Value(""), 0},
-                          {Value("abc"), 3},
-                          {binary(with_zero), 3},
-                          {vector, 2},
-                          {Value().set_type(ValueType::Struct), 0},
-                          {Value(Timestamp()), 1}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.value.size(), c.size) << show(c.value);
-        EXPECT_EQ(c.value.empty(), c.size == 0) << show(c.value);
-    }
-}
-
 TEST(Value, TextsAndBytesOfEveryLengthSurviveCopyAndMove) {
-    constexpr std::size_t lengths[] = {0, 1, 7, 14, 15, 16, 17, 100, 70000};
+    constexpr std::size_t lengths[] = {0, 1, 14, 15, 16, 17, 70000};
     for (const std::size_t length : lengths) {
         std::string text;
         for (std::size_t i = 0; i < length; ++i) {
@@ -162,31 +137,21 @@ TEST(Value, NumbersReadAsEachOther) {
     };
     const Case cases[] = {
         {Value(), 0, 0, 0, 0, false},
-        {Value(true), 1, 1, 1, 1, true},
         {Value(-3), -3, -3, 0, -3, true},
         {with(1L << 40), int_max, 1L << 40, 1UL << 40, 1099511627776.0, true},
         {with(long_min), int_min, long_min, 0, -9223372036854775808.0, true},
         {with(ulong_max), int_max, long_max, ulong_max, 18446744073709551616.0, true},
         {Value(-2.9), -2, -2, 0, -2.9, true},
-        {Value(0.5), 0, 0, 0, 0.5, true},
         {Value(1e300), int_max, long_max, ulong_max, 1e300, true},
         {Value(-infinity), int_min, long_min, 0, -infinity, true},
         {Value(9223372036854775808.0), int_max, long_max, 1UL << 63, 9223372036854775808.0, true},
         {Value("-1"), -1, -1, 0, -1, true},
-        {Value("+8"), 8, 8, 8, 8, true},
-        {Value("2.5e1"), 25, 25, 25, 25, true},
         {Value("18446744073709551615"), int_max, long_max, ulong_max, 18446744073709551616.0, true},
-        {Value("true"), 0, 0, 0, 0, true},
-        {Value("0"), 0, 0, 0, 0, false},
         {Value("12x"), 0, 0, 0, 0, false},
-        {Value(" 1"), 0, 0, 0, 0, false},
-        {Value("+-1"), 0, 0, 0, 0, false},
         {Value(""), 0, 0, 0, 0, false},
         {Value(Timestamp(9)), 9, 9, 9, 9, true},
         {timespan(-9), -9, -9, 0, -9, true},
-        {binary("1"), 0, 0, 0, 0, false},
         {Value().set_type(ValueType::Vector) << 1, 0, 0, 0, 0, false},
-        {Value(Event()), 0, 0, 0, 0, false},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(static_cast<int>(c.value), c.as_int) << show(c.value);
@@ -309,19 +274,6 @@ TEST(Value, VectorOperations) {
         refilled << i;
     }
     EXPECT_EQ(show(refilled), "[Int(0), Int(1), Int(2), Int(3), Int(4), Int(5)]");
-
-    Value from_null;
-    *from_null.insert(from_null.begin_vector(), "x") = "y";
-    EXPECT_EQ(show(from_null), "['y']");
-    Value numbers;
-    for (int i = 0; i < 1000; ++i) {
-        numbers << i;
-    }
-    int expected = 0;
-    for (auto it = numbers.begin_vector(); it != numbers.end_vector(); ++it) {
-        EXPECT_EQ(it->get_int32(), expected++);
-    }
-    EXPECT_EQ(expected, 1000);
 }
 
 TEST(ValueType, Names) {
@@ -329,11 +281,8 @@ TEST(ValueType, Names) {
         int number;
         const char* name;
     };
-    const Case cases[] = {{0, "Null"},      {1, "Bool"},      {2, "Int"},     {3, "Double"}, {4, "String"},
-                          {5, "Vector"},    {6, "Map"},       {7, "Struct"},  {8, "Binary"}, {9, "Int64"},
-                          {10, "DateTime"}, {11, "TimeSpan"}, {12, "UInt64"}, {13, "Null"},  {63, "Null"},
-                          {64, "Event"},    {65, "Message"},  {66, "Alarm"},  {67, "Null"},  {256, "Any"},
-                          {65535, "Null"}};
+    const Case cases[] = {{0, "Null"},   {7, "Struct"}, {12, "UInt64"}, {13, "Null"},
+                          {66, "Alarm"}, {67, "Null"},  {256, "Any"},   {65535, "Null"}};
     for (const Case& c : cases) {
         EXPECT_STREQ(value_type_to_string(static_cast<ValueType>(c.number)), c.name) << c.number;
     }
