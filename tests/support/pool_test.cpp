@@ -3,8 +3,6 @@
 #include "tests/support/captured_syslog.h"
 #include "tests/support/waiting.h"
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>
 #include <gtest/gtest.h>
@@ -46,38 +44,6 @@ TEST(Pool, ThreadsAddedLaterRunBesideTheFirst) {
         gate.open();
         EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
     }
-}
-
-TEST(Pool, TheContextIsTheOneThatItsThreadsRun) {
-    Threading pool(1);
-    Gate ran;
-    boost::asio::post(pool.io_context(), [&] { ran.open(); });
-    EXPECT_TRUE(ran.wait());
-    EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
-    EXPECT_TRUE(pool.io_context().stopped());
-}
-
-TEST(Pool, WorkHoldsTheContextUntilItIsGivenUp) {
-    boost::asio::io_context context;
-    ZoHmiSrv::Work work(context);
-    EXPECT_TRUE(work.owns_work());
-    context.poll();
-    EXPECT_FALSE(context.stopped());
-    work.reset();
-    EXPECT_FALSE(work.owns_work());
-    context.poll();
-    EXPECT_TRUE(context.stopped());
-}
-
-TEST(Stop, PendingTimersAreCancelledAndHeardOfBeforeItReturns) {
-    Threading pool(2);
-    TimerRecorder recorder;
-    pool.start_new_timer(hour_ms, recorder.callback());
-    pool.start_timer(pool.register_new_timer(), hour_ms, recorder.callback());
-    EXPECT_FALSE(pool.stopped());
-    EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
-    EXPECT_TRUE(pool.stopped());
-    EXPECT_EQ(recorder.errors(), Errors(2, TimerError::cancelled));
 }
 
 TEST(Stop, AStoppedPoolRefusesEverything) {
@@ -131,26 +97,6 @@ TEST(Stop, TheSecondCallReturnsAtOnceWhileTheFirstStillWaits) {
     EXPECT_EQ(waited, 2);
 }
 
-TEST(Stop, LateThreadsAreInterrupted) {
-    Threading pool(2);
-    Gate entered;
-    std::atomic<bool> interrupted = false;
-    pool.post([&] {
-        entered.open();
-        try {
-            boost::this_thread::sleep_for(boost::chrono::hours(1));
-        } catch (const boost::thread_interrupted&) {
-            interrupted = true;
-            throw;
-        }
-    });
-    ASSERT_TRUE(entered.wait());
-    const auto start = Clock::now();
-    EXPECT_TRUE(pool.stop(50, InterruptMode::join, false));
-    EXPECT_GE(Clock::now() - start, 50ms);
-    EXPECT_TRUE(interrupted);
-}
-
 TEST(Stop, EachThreadHasTheWholeTimeoutForItself) {
     Threading pool(2);
     std::atomic<int> inside = 0;
@@ -199,24 +145,6 @@ TEST(Stop, LateThreadsAreJoinedOrLeftAsAsked) {
         if (opener.joinable()) opener.join();
         EXPECT_TRUE(recorder.errors().empty());
     }
-}
-
-TEST(Stop, WaitsLeftInTheQueueDieWithThePool) {
-    const auto captured = std::make_shared<int>();
-    std::weak_ptr<int> alive = captured;
-    {
-        Threading pool(1);
-        Gate entered;
-        pool.post([&] {
-            entered.open();
-            boost::this_thread::sleep_for(boost::chrono::hours(1));
-        });
-        ASSERT_TRUE(entered.wait());
-        pool.start_new_timer(hour_ms, [captured](TimerError) { FAIL() << "no thread is left to call back"; });
-        pool.post([captured] { FAIL() << "no thread is left to run this"; });
-        EXPECT_TRUE(pool.stop(10, InterruptMode::join, false));
-    }
-    EXPECT_EQ(captured.use_count(), 1);
 }
 
 TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {

@@ -32,53 +32,22 @@ std::string name_of(int number) {
 TEST(ErrorText, TheTableIsWhole) {
     std::size_t rows = 0;
     std::set<std::string> names;
-    std::string sentences;
+    std::string table;
     for (int number = -1; number < 0x2000; ++number) {
         const std::string text = pretty(number);
         EXPECT_EQ(text.empty(), name_of(number).empty()) << number;
         if (text.empty()) continue;
         ++rows;
         names.insert(name_of(number));
-        const std::string tail = " (HMI_E_" + name_of(number) + ")";
-        ASSERT_TRUE(text.ends_with(tail)) << text;
-        sentences +=
-            integer_to_hex(number, true, false, false) + " " + text.substr(0, text.size() - tail.size()) + "\n";
+        EXPECT_TRUE(text.ends_with(" (HMI_E_" + name_of(number) + ")")) << text;
+        table += integer_to_hex(number, true, false, false) + " " + text + "\n";
     }
     EXPECT_EQ(rows, 139u);
     EXPECT_EQ(names.size(), rows);
-    EXPECT_EQ(crc32(sentences), 1349073817u);
-}
-
-TEST(ErrorText, TellingRows) {
-    struct Case {
-        int number;
-        const char* name;
-        const char* pretty;
-    };
-    const Case cases[] = {
-        {0x0, "SUCCESS", "No Error: Success (HMI_E_SUCCESS)"},
-        {0x4, "RESTART", "No Error: Restart required (HMI_E_RESTART)"},
-        {0xa, "", ""},
-        {0x101, "FAIL", "Command failed (HMI_E_FAIL)"},
-        {0x102, "UNEXPECTED", "Unexpected error (HMI_E_UNEXPECTED)"},
-        {0x104, "REQUIRED_EXTENSION_MISSING", "Required extension missing (HMI_E_REQUIRED_EXTENSION_MISSING)"},
-        {0x105, "INIT", "Initialization failed (HMI_E_INIT)"},
-        {0x10d, "INVALID_PARAMETER", "Invalid parameter (HMI_E_INVALID_PARAMETER)"},
-        {0x10e, "INVALID_TYPE", "Invalid type (HMI_E_INVALID_TYPE)"},
-        {0x124, "ENTRY_NOT_FOUND", "Entry not found (HMI_E_ENTRY_NOT_FOUND)"},
-        {0x125, "INVALID_SYMBOL", "Invalid symbol (HMI_E_INVALID_SYMBOL)"},
-        {0x202, "SYMBOL_SCHEMA_MISSING", "Schmea missing (HMI_E_SYMBOL_SCHEMA_MISSING)"},
-        {0x50e, "CONNECT", "Unable to connect (HMI_E_CONNECT)"},
-        {0x60a, "NO_MATCHES", "No matches (HMI_E_NO_MATCHES)"},
-        {0x802, "INVALID_DOMAIN", "Invalid domain (HMI_E_INVALID_DOMAIN)"},
-        {0x1010, "AUTH_INSUFFICIENT_LOGIN_INFORMATION",
-         "Insufficient login information (HMI_E_AUTH_INSUFFICIENT_LOGIN_INFORMATION)"},
-        {std::numeric_limits<int>::min(), "", ""},
-    };
-    for (const auto& row : cases) {
-        EXPECT_EQ(name_of(row.number), row.name) << row.number;
-        EXPECT_EQ(pretty(row.number), row.pretty) << row.number;
-    }
+    EXPECT_EQ(crc32(table), 851384976u);
+    EXPECT_EQ(pretty(0x0), "No Error: Success (HMI_E_SUCCESS)");
+    EXPECT_EQ(pretty(0x202), "Schmea missing (HMI_E_SYMBOL_SCHEMA_MISSING)");
+    EXPECT_EQ(pretty(std::numeric_limits<int>::min()), "");
 }
 
 TEST(ErrorText, AnErrorInAValue) {
@@ -103,13 +72,11 @@ TEST(ExtensionResultStream, FinishesTheText) {
     };
     const Case cases[] = {
         {Stream(7), ""},
-        {Stream(7, ""), ""},
         {Stream(7, "PLC.x"), " [PLC.x]"},
         {Stream(7) << "Type "
                    << "INT"s
                    << " is too small",
          "Type 'INT' is too small."},
-        {Stream(7) << "Done.", "Done."},
         {Stream(7, "PLC.x") << "Done.", "Done. [PLC.x]"},
         {Stream(7, "PLC.x") << "Size " << 4u << ", index " << -1L << ", factor " << 0.5,
          "Size 4, index -1, factor 0.5. [PLC.x]"},
@@ -143,15 +110,11 @@ TEST(Numeric, DoublesSaturate) {
 }
 
 TEST(Numeric, Hexadecimal) {
-    EXPECT_EQ(integer_to_hex(0, false, false, false), "0");
-    EXPECT_EQ(integer_to_hex(6, true, false, true), "0x06");
     EXPECT_EQ(integer_to_hex(0x1B, true, false, true), "0x1b");
     EXPECT_EQ(integer_to_hex(0x745, true, false, true), "0x745");
-    EXPECT_EQ(integer_to_hex<int>(0, true, true, true), "0x00000000");
     EXPECT_EQ(integer_to_hex<int>(static_cast<int>(0x98110745), true, true, true), "0x98110745");
     EXPECT_EQ(integer_to_hex<int>(-1, true, false, false), "0xffffffff");
     EXPECT_EQ(integer_to_hex<std::int8_t>(-1, false, false, true), "ff");
-    EXPECT_EQ(integer_to_hex<std::int64_t>(-2, false, true, false), "fffffffffffffffe");
     EXPECT_EQ(integer_to_hex<std::uint16_t>(0xABC, false, true, false), "00000abc");
 }
 
@@ -169,21 +132,15 @@ TEST(Guid, TextAndBack) {
     };
     const Case cases[] = {
         {text, false, true},
-        {text, true, true},
         {"01234567-89ab-cdef-0123-456789ABcdef", false, true},
         {"{" + text + "}", true, true},
         {"{" + text + "}", false, false},
         {"{" + text, true, false},
-        {text + "}", true, false},
-        {"}" + text + "{", true, false},
-        {"", true, false},
         {"{{" + text + "}}", true, false},
         {"{}", true, false},
-        {text + "0", false, false},
         {text.substr(1), false, false},
         {"01234567-89AB-CDEF-0123-456789ABCDEG", false, false},
         {"01234567089AB-CDEF-0123-456789ABCDEF", false, false},
-        {"0123456-789AB-CDEF-0123-456789ABCDEF", false, false},
         {"01234567-89AB-CDEF-0123-456789ABCDE\0"s, false, false},
     };
     for (const auto& row : cases) {
