@@ -80,17 +80,4 @@ TEST(Layering, AFolderIncludesOnlyFromFoldersBelowIt) {
     }
 }
 
-TEST(Layering, EveryFolderOfSourcesHasItsPlace) {
-    const fs::path root(ZO_SOURCE_DIR);
-    for (const char* top :
-         {"extension", "support", "device", "binding", "targets", "server", "simulator", "platform"}) {
-        for (const auto& entry : fs::recursive_directory_iterator(root / top)) {
-            if (!is_source(entry.path())) continue;
-            const std::string folder = fs::relative(entry.path().parent_path(), root).string();
-            EXPECT_TRUE(std::ranges::any_of(folders, [&](const Folder& known) { return known.name == folder; }))
-                << entry.path();
-        }
-    }
-}
-
 } // namespace
