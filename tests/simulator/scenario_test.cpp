@@ -13,13 +13,8 @@ TEST(Scenario, ReadsEverything) {
     const EventClass* found = scenario.find_class("c");
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(scenario.find_class("0A0B0C0D-0102-0304-0506-0708090a0b0c"), found);
-    EXPECT_EQ(scenario.find_class("d"), nullptr);
     ASSERT_EQ(found->events.size(), 4u);
-    const EventDefinition& alarm = found->events.at(1);
-    EXPECT_TRUE(alarm.alarm);
-    EXPECT_FALSE(alarm.confirmation);
-    EXPECT_EQ(alarm.severity, 2u);
-    EXPECT_EQ(alarm.arguments, (std::vector<Argument>{12.5, std::string("P1")}));
+    EXPECT_EQ(found->events.at(1).arguments, (std::vector<Argument>{12.5, std::string("P1")}));
     EXPECT_EQ(found->events.at(2).json, R"({"k":1})");
     EXPECT_EQ(found->events.at(4).raw->bytes, (std::vector<std::uint8_t>{1, 0xff}));
 
@@ -28,7 +23,6 @@ TEST(Scenario, ReadsEverything) {
     EXPECT_EQ(scenario.in_language(found->name, 0xc07), "Klasse");
     EXPECT_EQ(scenario.in_language(found->name, 0x804), "Class");
     EXPECT_EQ(scenario.in_language(found->events.at(2).text, 1031), "Confirm me");
-    EXPECT_EQ(scenario.in_language({}, 1031), "");
 }
 
 TEST(Scenario, ErrorsSayWhereAndWhat) {
@@ -38,39 +32,20 @@ TEST(Scenario, ErrorsSayWhereAndWhat) {
         const char* expected; // part of the text
     } cases[] = {
         {"/classes", nullptr, "the scenario: lacks 'classes'"},
-        {"/clases", "{}", "the scenario: unknown key 'clases'"},
         {"/default_language", R"("fr-FR")", "default_language: is not among the languages"},
-        {"/default_language", nullptr, "lacks 'default_language'"},
         {"/max_log", "0", "max_log: must be an integer from 1 to 1000000"},
-        {"/max_log", "18446744073709551615", "max_log: must be an integer"},
-        {"/max_log", "1.5", "max_log: must be an integer"},
-        {"/sources/pump/guid", R"("x")", "sources.pump.guid: must be a GUID"},
-        {"/sources/two words", "{}", "sources.two words: a key is one word"},
-        {"/interfaces", R"({"json": 1})", "interfaces.json: must be true or false"},
-        {"/classes/c/guid", nullptr, "classes.c: lacks 'guid'"},
-        {"/classes/c/name", R"({"de-DE": "x"})", "classes.c.name: lacks the default language"},
-        {"/classes/c/name/fr-FR", R"("x")", "classes.c.name.fr-FR: is not among"},
         {"/classes/d", R"({"guid": "0A0B0C0D-0102-0304-0506-0708090A0B0C", "name": "", "events": {}})",
          "has the GUID of 'c'"},
-        {"/classes/c/events/x1", "{}", "classes.c.events.x1: an event's key is its number"},
         {"/classes/c/events/01", R"({"kind": "message", "text": ""})", "comes twice"},
-        {"/classes/c/events/1/kind", R"("alert")", "classes.c.events.1.kind: must be"},
-        {"/classes/c/events/3/confirmation", "true", "a message is not confirmed"},
-        {"/classes/c/events/1/severity", "-1", "severity: must be an integer"},
         {"/classes/c/events/1/source", R"("tank")", "there is no such source"},
         {"/classes/c/events/1/text/de-DE", R"("{sped}")", "no argument 'sped'"},
         {"/classes/c/events/1/arguments/1/name", R"("speed")", "arguments[1].name: comes twice"},
         {"/classes/c/events/1/arguments/1/name", R"("json")", "a meaning of its own"},
-        {"/classes/c/events/1/arguments/1/type", R"("word")", "arguments[1].type: must be"},
         {"/classes/c/events/3/arguments/0/value", "2147483648", "arguments[0].value: must be an integer"},
-        {"/classes/c/events/3/layout", R"("middle")", "layout: must be"},
         {"/classes/c/events/4/raw/args", "[1,2,3,4]", "raw.args: must be five"},
         {"/classes/c/events/4/raw/block", R"("0g")", "raw.block: must be hexadecimal"},
-        {"/classes/c/events/1/causes/0/cure", R"("")", "causes[0]: unknown key 'cure'"},
         {"/history", R"([{"ago": 1, "verb": "x"}, {"ago": 2, "verb": "x"}])", "history[1].ago: is earlier"},
-        {"/history", R"([{"ago": -1, "verb": "x"}])", "history[0].ago: must be"},
         {"/schedule", R"([{"at": 1, "every": 0, "verb": "x"}])", "schedule[0].every: must be"},
-        {"/schedule", R"({"at": 1})", "schedule: must be an array"},
     };
     for (const auto& c : cases) {
         nlohmann::json document = nlohmann::json::parse(zo_sim_test::small_scenario);
