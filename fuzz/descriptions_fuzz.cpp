@@ -13,6 +13,7 @@
 #include "device/code_page.h"
 #include "device/datatype.h"
 #include "device/fix_type_description.h"
+#include "fuzz/require.h"
 
 #include <algorithm>
 #include <array>
@@ -26,10 +27,6 @@ using namespace ZoHmiFdx;
 
 namespace {
 
-void require(bool condition) {
-    if (!condition) __builtin_trap();
-}
-
 template <typename T>
 T number(std::string_view text) {
     T value = 0;
@@ -40,76 +37,66 @@ T number(std::string_view text) {
 struct Input {
     DatatypeDescription type;
     Attributes symbol;
-
-    void read(std::string_view line) {
-        if (line.size() < 2) return;
-        std::array<std::string, 4> parts;
-        std::string_view rest = line.substr(2);
-        for (std::string& part : parts) {
-            const std::size_t end = std::min(rest.find('|'), rest.size());
-            part = rest.substr(0, end);
-            rest.remove_prefix(std::min(end + 1, rest.size()));
-        }
-        const auto& [first, second, third, fourth] = parts;
-        switch (line[0]) {
-        case 'n':
-            type.item_name = first;
-            break;
-        case 't':
-            type.type_name = first;
-            break;
-        case 'z':
-            type.size = number<std::int32_t>(first);
-            break;
-        case 'h':
-            type.hmi_type = ZoHmiSrv::ValueType(number<std::uint16_t>(first));
-            break;
-        case 'x':
-            type.fdx_type = FdxDataType(number<std::uint32_t>(first));
-            break;
-        case 'f':
-            type.flags = number<std::uint32_t>(first);
-            break;
-        case 'r':
-            type.parsed = number<std::uint32_t>(first);
-            break;
-        case 'd':
-            type.array_info.add_dimension(number<std::int32_t>(first), number<std::uint64_t>(second));
-            type.array_info.recalculate_total_nr_of_elements();
-            break;
-        case 'e':
-            type.array_info.set_element_type_name(first);
-            break;
-        case 's':
-            type.subitems.emplace_back(first, second, number<int>(third), number<int>(fourth), "", symbol);
-            break;
-        case 'p':
-            type.property_items.emplace_back(first, second, 0, 0, "", symbol);
-            type.property_items.back().set_prefixed_getter_method_exists((number<unsigned>(third) & 1) != 0);
-            type.property_items.back().set_prefixed_setter_method_exists((number<unsigned>(third) & 2) != 0);
-            break;
-        case 'm':
-            type.method_items.emplace_back(first, second, "", MethodFlags::None);
-            break;
-        case 'a':
-            if (!type.method_items.empty()) {
-                type.method_items.back().add_parameter({first, second, "", number<unsigned>(third), 0});
-            }
-            break;
-        case 'i':
-            type.enum_items.push_back({first, number<std::int64_t>(second)});
-            break;
-        case 'k':
-            type.attributes.add(first, second);
-            break;
-        case 'K':
-            symbol.add(first, second);
-            break;
-        default:
-            break;
-        }
-    }
 };
+using Parts = std::array<std::string, 4>;
+
+void add_property(Input& in, const Parts& parts) {
+    PropertyItem& item = in.type.property_items.emplace_back(parts[0], parts[1], 0, 0, "", in.symbol);
+    item.set_prefixed_getter_method_exists((number<unsigned>(parts[2]) & 1) != 0);
+    item.set_prefixed_setter_method_exists((number<unsigned>(parts[2]) & 2) != 0);
+}
+
+void add_dimension(Input& in, const Parts& parts) {
+    in.type.array_info.add_dimension(number<std::int32_t>(parts[0]), number<std::uint64_t>(parts[1]));
+    in.type.array_info.recalculate_total_nr_of_elements();
+}
+
+void add_parameter(Input& in, const Parts& parts) {
+    if (in.type.method_items.empty()) return;
+    in.type.method_items.back().add_parameter({parts[0], parts[1], "", number<unsigned>(parts[2]), 0});
+}
+
+constexpr struct {
+    char letter;
+    void (*read)(Input&, const Parts&);
+} fields[] = {
+    {'n', [](Input& in, const Parts& p) { in.type.item_name = p[0]; }},
+    {'t', [](Input& in, const Parts& p) { in.type.type_name = p[0]; }},
+    {'z', [](Input& in, const Parts& p) { in.type.size = number<std::int32_t>(p[0]); }},
+    {'h', [](Input& in, const Parts& p) { in.type.hmi_type = ZoHmiSrv::ValueType(number<std::uint16_t>(p[0])); }},
+    {'x', [](Input& in, const Parts& p) { in.type.fdx_type = FdxDataType(number<std::uint32_t>(p[0])); }},
+    {'f', [](Input& in, const Parts& p) { in.type.flags = number<std::uint32_t>(p[0]); }},
+    {'r', [](Input& in, const Parts& p) { in.type.parsed = number<std::uint32_t>(p[0]); }},
+    {'d', add_dimension},
+    {'e', [](Input& in, const Parts& p) { in.type.array_info.set_element_type_name(p[0]); }},
+    {'s',
+     [](Input& in, const Parts& p) {
+         in.type.subitems.emplace_back(p[0], p[1], number<int>(p[2]), number<int>(p[3]), "", in.symbol);
+     }},
+    {'p', add_property},
+    {'m', [](Input& in, const Parts& p) { in.type.method_items.emplace_back(p[0], p[1], "", MethodFlags::None); }},
+    {'a', add_parameter},
+    {'i',
+     [](Input& in, const Parts& p) {
+         in.type.enum_items.push_back({p[0], number<std::int64_t>(p[1])});
+     }},
+    {'k', [](Input& in, const Parts& p) { in.type.attributes.add(p[0], p[1]); }},
+    {'K', [](Input& in, const Parts& p) { in.symbol.add(p[0], p[1]); }},
+};
+
+void read(Input& input, std::string_view line) {
+    if (line.size() < 2) return;
+    Parts parts;
+    std::string_view rest = line.substr(2);
+    for (std::string& part : parts) {
+        const std::size_t end = std::min(rest.find('|'), rest.size());
+        part = rest.substr(0, end);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    for (const auto& field : fields) {
+        if (field.letter == line[0]) field.read(input, parts);
+    }
+}
 
 void check(const Attributes& attributes) {
     const auto& entries = attributes.entries();
@@ -180,7 +167,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string_view text(reinterpret_cast<const char*>(data), size);
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
-        input.read(text.substr(0, end));
+        read(input, text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
     }
 

@@ -5,6 +5,7 @@
 #include "binding/variant.h"
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
+#include "fuzz/require.h"
 #include "platform/link/event_record.h"
 #include "platform/link/frame.h"
 #include "platform/logger_proxy/logger_link.h"
@@ -28,10 +29,6 @@ using nlohmann::json;
 using namespace ZoEventLoggerFdxProxyLib;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) __builtin_trap();
-}
 
 // The product makes a block of the size that the logger tells. Gigabytes are right, and of no use here.
 bool is_small(const zo_link::EventRecord& record) {

@@ -4,6 +4,7 @@
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
 #include "extension/host/value.h"
+#include "fuzz/require.h"
 #include "targets/target_system.h"
 #include "tests/fakes/call_log.h"
 #include "tests/fakes/fake_listener.h"
@@ -24,10 +25,6 @@ using ZoHmiEventLogger::LockHolder;
 using ZoHmiEventLogger::TargetSystem;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) __builtin_trap();
-}
 
 // Zeros once the bytes are used up.
 class Bytes {

@@ -5,6 +5,8 @@
 #include "device/const_symbol_path.h"
 #include "device/symbol_entry.h"
 #include "device/symbol_path.h"
+#include "fuzz/require.h"
+#include "tests/device/path_text.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -13,21 +15,11 @@
 #include <string_view>
 
 using namespace ZoHmiFdx;
+using path_text::path;
 
 namespace {
 
 constexpr std::size_t npos = std::string::npos;
-
-void require(bool condition) {
-    if (!condition) __builtin_trap();
-}
-
-template <typename Path>
-Path path(const std::string& text) {
-    Path made;
-    made.str() = text;
-    return made;
-}
 
 void ask(const UniqueFdxPath& p) {
     const std::string& text = p.str();
@@ -74,20 +66,9 @@ void cut(const UniqueFdxPath& whole, std::size_t n) {
     require(whole.str().starts_with(p.str()) && p.size() == std::min(n, whole.size()));
 }
 
-std::string sanitized_step_by_step(std::string text) {
-    for (std::size_t from = 0;;) {
-        const std::size_t open = text.find('[', from);
-        if (open == npos || open + 1 == text.size()) return text;
-        const std::size_t close = text.find(']', open + 1);
-        if (close == npos) return text;
-        text.erase(open + 1, close - open - 1);
-        from = open + 1;
-    }
-}
-
 void convert(const UniqueFdxPath& p) {
     const SanitizedUniqueFdxPath sanitized = sanitize(p);
-    require(sanitized.str() == sanitized_step_by_step(p.str()));
+    require(sanitized.str() == path_text::empty_groups_in_place(p.str()));
     require(sanitized_path_if_contaminated(p).empty() || sanitized_path_if_contaminated(p) == sanitized.str());
     require(sanitized_path_if_contaminated(p).empty() ==
             (p.str().find(']', std::min(p.str().find('['), p.size())) == npos));

@@ -8,6 +8,7 @@
 #include "device/indirection.h"
 #include "device/type_name.h"
 #include "device/type_name_escape.h"
+#include "fuzz/require.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,10 +19,6 @@ using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) __builtin_trap();
-}
 
 void parse(int size, const std::string& name, const std::string& base_name) {
     constexpr auto untouched_type = FdxDataType(0xABCD);

@@ -19,18 +19,15 @@ TEST(BuildType, TakesWhatTheNameTells) {
         std::uint32_t fdx_type;
     } cases[] = {
         {"INT", "INT", 2, ValueType::Int, 0x02},
-        {"BIT", "BIT", 1, ValueType::Bool, 0x21},
         {"INT ReadOnly", "INT", 2, ValueType::Int, 0x02},
         {"STRING(80)", "STRING(80)", 81, ValueType::String, 0x1E},
         {"WSTRING[80]", "WSTRING[80]", 162, ValueType::String, 0x1F},
         {"STRING", "STRING", 0, ValueType::String, 0x1E},
         {"STRING(-5)", "STRING(-5)", 0, ValueType::String, 0x1E}, // 4294967292 bytes
-        {"INT(0..7)", "INT(0..7)", 2, ValueType::Int, 0x02},
         {"POINTER TO INT", "INT", 0, ValueType::Null, 0},
         {"REFERENCE TO POINTER TO INT", "POINTER TO INT", 0, ValueType::Null, 0},
         {"POINTER TO ", "POINTER TO ", 0, ValueType::Null, 0},
         {"XINT", "XINT", 0, ValueType::Null, 0}, // a size of the target's own
-        {"ST_Pump", "ST_Pump", 0, ValueType::Null, 0},
         {"", "", 0, ValueType::Null, 0},
 
         {"ARRAY [1..3] OF INT", "INT", 6, ValueType::Vector, 0x02},

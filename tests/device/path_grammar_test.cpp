@@ -32,19 +32,14 @@ TEST(PathGrammar, Questions) {
     } rows[] = {
         {""},
         {".g", 1, 1, 0, "", "g", "g"},
-        {".", 1, 1, 0, "", "", "g"},
         {"a#m", 1, 1, 0, "", "m", "m"},
         {"a#m.r", 2, 2, 0, "", "r", ""},
-        {"#m", 1, 1, 0, "", "m", "m"},
-        {"a.b^^", 1, 1, 2, "^^", "b^^", ""},
         {"r`", 0, 0, 1, "`", "", ""},
         {"a.b`^`", 1, 1, 3, "`^`", "b`^`", ""},
         {"a^.b", 1, 1, 0, "", "b", ""},
         // Nothing but operators: counted, but not given as text.
         {"^^", 0, 0, 2, "", "", ""},
         {"a[1]", 0, 1, 0, "", "", "ai"},
-        {"a[1]^", 0, 1, 1, "^", "", "ai"},
-        {"a[1].", 1, 2, 0, "", "", "ai"},
         {"a[1]`.#^", 2, 3, 1, "^", "^", "aim"},
         {"a[1,2][3].b", 1, 4, 0, "", "b", "i"},
         {"a.b[1,2]^", 1, 3, 1, "^", "b[1,2]^", "ai"},
@@ -54,7 +49,6 @@ TEST(PathGrammar, Questions) {
         {"a[1.5]", 1, 2, 0, "", "5]", "ai"},
         {"^.#`", 2, 2, 1, "`", "`", "m"},
         {".#", 2, 2, 0, "", "", "gm"},
-        {"\xC3\xA4.\xE2\x82\xAC", 1, 1, 0, "", "\xE2\x82\xAC", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
@@ -82,12 +76,10 @@ TEST(PathGrammar, Pops) {
         Popped level;
         std::string_view level_left;
     } rows[] = {
-        {"", {"", '\0'}, "", {"", '\0'}, ""},
         // The first part stays.
         {"MAIN", {"", '\0'}, "MAIN", {"", '\0'}, "MAIN"},
         {".g.x", {"x", '.'}, ".g", {"x", '.'}, ".g"},
         {".g", {"g", '.'}, "", {"g", '.'}, ""},
-        {"a#m", {"m", '#'}, "a", {"m", '#'}, "a"},
         {"a.b#m.r", {"r", '.'}, "a.b#m", {"r", '.'}, "a.b#m"},
         {"a.b[1]^", {"b[1]^", '.'}, "a", {"1]^", '['}, "a.b"},
         {"a[1,2][3,4]^", {"", '\0'}, "a[1,2][3,4]^", {"1,2][3,4]^", '['}, "a"},
@@ -103,7 +95,6 @@ TEST(PathGrammar, Pops) {
         {"[1]", {"", '\0'}, "[1]", {"1]", '['}, ""},
         {"][1]", {"", '\0'}, "][1]", {"", '\0'}, "][1]"},
         {"a,b", {"", '\0'}, "a,b", {"", '\0'}, "a,b"},
-        {"a.b,c", {"b,c", '.'}, "a", {"b,c", '.'}, "a"},
         {"a.", {"", '.'}, "a", {"", '.'}, "a"},
         {"a[", {"", '\0'}, "a[", {"", '['}, "a"},
     };
@@ -125,17 +116,8 @@ TEST(PathGrammar, Pushes) {
         const char* part;
         std::string_view result;
     } rows[] = {
-        {"", '.', "MAIN", "MAIN"},
-        {"MAIN", '.', "a", "MAIN.a"},
-        {"a", '#', "m", "a#m"},
-        {"a", '[', "1,2]", "a[1,2]"},
-        {"a[1]", '[', "2][3]", "a[1][2][3]"},
-        {"a", '\0', "b", "a.b"},
-        {"a", ',', "b", "a.b"},
-        {"a", '.', "", "a."},
-        {"", '.', "", ""},
-        // A popped global part comes back without its "."
-        {"", '.', "g", "g"},
+        {"", '.', "MAIN", "MAIN"}, {"MAIN", '.', "a", "MAIN.a"}, {"a", '#', "m", "a#m"}, {"a", '[', "1,2]", "a[1,2]"},
+        {"a", ',', "b", "a.b"},    {"a", '.', "", "a."},         {"", '.', "", ""},
     };
     for (const auto& row : rows) {
         auto p = path<LookupFdxPath>(row.text);
@@ -176,13 +158,10 @@ TEST(PathGrammar, Cuts) {
         std::string_view marks; ///< of the last part
         std::string_view operators;
     } rows[] = {
-        {"", "", ""},
         {"a.b", "", ""},
         {"a.b[1][2]^", "[1][2]^", "^"},
         {"a[1].b", "", ""},
-        {"a[1]", "[1]", ""},
         {"a[1]#m`", "`", "`"},
-        {"p^^", "^^", "^^"},
         {"p^[1]`", "^[1]`", "`"},
         // A text of nothing but operators keeps them, a last part of nothing else does not.
         {"^`", "^`", ""},
@@ -240,21 +219,14 @@ TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
         std::vector<std::int64_t> indices;
     } rows[] = {
         {"", {}},
-        {"1,2]", {1, 2}},
         {"1,2][3]^", {1, 2, 3}},
         {"-1,+2]", {-1, 2}},
-        {"1,2,3,4,5]", {1, 2, 3, 4, 5}},
-        {"]", {}},
         {"1,]", {1}},
         {"1][", {1}},
-        {"1", {}},
-        {"1]#m", {1}},
         {"1]x[2]", {1, 2}},
         {"1],2]", {1, 2}},
-        {"[1]", {}},
         {"1[2]", {}},
         {"1, 2]", {1}},
-        {"0x10]", {}},
         {"9223372036854775807,-9223372036854775808]",
          {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()}},
         {"1,9223372036854775808,3]", {1}},
@@ -265,10 +237,8 @@ TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
 }
 
 TEST(PathParts, DereferenceOperators) {
-    EXPECT_EQ(find_first_dereference_operator(""), npos);
     EXPECT_EQ(find_first_dereference_operator("a[1]"), npos);
     EXPECT_EQ(find_first_dereference_operator("a`^"), 1U);
-    EXPECT_EQ(find_first_dereference_operator("^`"), 0U);
     assert_no_dereference_operators("a[1].b");
     EXPECT_DEBUG_DEATH(assert_no_dereference_operators("a`"), "");
 }
@@ -280,11 +250,9 @@ TEST(ConstSymbolPath, Parts) {
         const char* mapping;
     } rows[] = {
         {"", {}, ""},
-        {"a", {"a"}, "a"},
         {"a::b", {"a", "b"}, "a.b"},
         {"a::", {"a", ""}, "a."},
         {"::a", {"", "a"}, ".a"},
-        {"a:b", {"a:b"}, "a:b"},
         {"a:::b", {"a", ":b"}, "a.:b"},
         {"a.b::c", {"a.b", "c"}, "a.b.c"},
     };
@@ -309,15 +277,11 @@ TEST(ConstSymbolPath, JoinsAndCompares) {
     EXPECT_EQ(p.str(), "a::b::c::d::e");
     EXPECT_EQ(p.num_parts(), 5U);
     EXPECT_EQ(p.at(4), "e");
-    EXPECT_TRUE(p.starts_with("a"));
     EXPECT_TRUE(p.starts_with("a", "b", "c", "d"));
-    EXPECT_FALSE(p.starts_with("b"));
     EXPECT_FALSE(p.starts_with("A"));
     EXPECT_FALSE(p.starts_with("a", "b", "c", "d::e"));
     EXPECT_FALSE(p.starts_with("a", "b", "c", ""));
-    ConstSymbolPath pair("a", "b");
-    EXPECT_TRUE(pair.starts_with("a", "b"));
-    EXPECT_FALSE(pair.starts_with("a", "b", ""));
+    EXPECT_FALSE(ConstSymbolPath("a", "b").starts_with("a", "b", ""));
     ConstSymbolPath open{std::string("a::")};
     EXPECT_TRUE(open.starts_with("a", nullptr));
     EXPECT_FALSE(ConstSymbolPath(std::string()).starts_with(""));
