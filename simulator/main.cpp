@@ -1,15 +1,23 @@
 #include "simulator/scenario.h"
 #include "simulator/target.h"
 
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
 
 #include <CLI/CLI.hpp>
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/prctl.h>
@@ -18,42 +26,93 @@
 namespace {
 
 // Reads lines of standard input on a thread of its own, which can be ended: a terminal, a pipe or a file may give
-// nothing for ever.
+// nothing for ever. The lines are taken on the thread that runs `io`; nothing more is read until they are.
 class Input {
 public:
     template <typename Take>
-    explicit Input(Take take) : stop_(::eventfd(0, EFD_CLOEXEC)), thread_([this, take] { read(take); }) {}
+    Input(boost::asio::io_context& io, Take take)
+        : io_(io), stop_(::eventfd(0, EFD_CLOEXEC)), taken_(::eventfd(0, EFD_CLOEXEC)),
+          thread_([this, take] { read(take); }) {}
     ~Input() {
         (void)::eventfd_write(stop_, 1);
         thread_.join();
+        ::close(taken_);
         ::close(stop_);
     }
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
 private:
-    template <typename Take>
-    void read(const Take& take) {
-        std::string unread;
+    // False at the end of this object.
+    bool wait_for(int file) const {
         for (;;) {
-            pollfd polled[] = {{STDIN_FILENO, POLLIN, 0}, {stop_, POLLIN, 0}};
+            pollfd polled[] = {{file, POLLIN, 0}, {stop_, POLLIN, 0}};
             if (::poll(polled, 2, -1) < 0) continue; // a signal
-            if (polled[1].revents != 0) return;
-            char chunk[65536];
-            const ssize_t count = ::read(STDIN_FILENO, chunk, sizeof chunk);
-            if (count <= 0) {
-                if (!unread.empty()) take(unread);
-                return;
-            }
-            unread.append(chunk, static_cast<std::size_t>(count));
-            std::size_t begin = 0;
-            for (std::size_t end; (end = unread.find('\n', begin)) != std::string::npos; begin = end + 1)
-                take(unread.substr(begin, end - begin));
-            unread.erase(0, begin);
+            return polled[1].revents == 0;
         }
     }
 
+    template <typename Take>
+    void read(const Take& take) {
+        std::string line;
+        while (wait_for(STDIN_FILENO)) {
+            char chunk[65536];
+            const ssize_t count = ::read(STDIN_FILENO, chunk, sizeof chunk);
+            if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+            if (count <= 0) {
+                if (!line.empty()) boost::asio::post(io_, [take, line] { take(line); });
+                return;
+            }
+            std::string_view rest(chunk, static_cast<std::size_t>(count));
+            for (std::size_t end; (end = rest.find('\n')) != rest.npos; rest.remove_prefix(end + 1)) {
+                append(line, rest.substr(0, end));
+                boost::asio::post(io_, [take, line = std::exchange(line, {})] { take(line); });
+            }
+            append(line, rest);
+            boost::asio::post(io_, [this] { (void)::eventfd_write(taken_, 1); });
+            if (!wait_for(taken_)) return;
+            eventfd_t ignored = 0;
+            (void)::eventfd_read(taken_, &ignored);
+        }
+    }
+
+    // Of a line that is too long just enough is kept to be seen as such.
+    static void append(std::string& line, std::string_view more) {
+        line.append(more.substr(0, zo_sim::longest_line + 1 - line.size()));
+    }
+
+    boost::asio::io_context& io_;
     int stop_;
+    int taken_;
+    std::thread thread_;
+};
+
+// SIGINT and SIGTERM end the program from a thread of their own: a flood, or an output that nobody reads, may keep the
+// other one for very long. What clients were told is in the state file by then.
+class Ending {
+public:
+    explicit Ending(boost::asio::io_context& io) {
+        signals_.async_wait([this, &io](const boost::system::error_code& error, int) {
+            if (error) return;
+            io.stop();
+            grace_.expires_after(std::chrono::seconds(2));
+            grace_.async_wait([](const boost::system::error_code& cancelled) {
+                if (!cancelled) std::_Exit(0);
+            });
+        });
+        thread_ = std::thread([this] { io_.run(); });
+    }
+    ~Ending() {
+        io_.stop();
+        thread_.join();
+    }
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+
+private:
+    boost::asio::io_context io_{1};
+    boost::asio::signal_set signals_{io_, SIGINT, SIGTERM};
+    boost::asio::steady_timer grace_{io_};
     std::thread thread_;
 };
 
@@ -65,10 +124,8 @@ void print(std::FILE* file, const std::string& line) {
 
 int run(const std::string& scenario_file, const zo_sim::TargetOptions& options) {
     boost::asio::io_context io(1);
-    boost::asio::signal_set signals(io, SIGINT, SIGTERM);
-    signals.async_wait([&io](const boost::system::error_code& error, int) {
-        if (!error) io.stop();
-    });
+    const auto forever = boost::asio::make_work_guard(io);
+    const Ending ending(io);
     zo_sim::Scenario scenario;
     try {
         scenario = zo_sim::load_scenario(scenario_file);
@@ -79,7 +136,7 @@ int run(const std::string& scenario_file, const zo_sim::TargetOptions& options) 
         io, std::move(scenario), options,
         {[](const std::string& line) { print(stdout, line); }, [](const std::string& line) { print(stderr, line); }});
     print(stdout, "listening " + options.bind + ":" + std::to_string(target.port()));
-    const Input input([&](const std::string& line) { boost::asio::post(io, [&target, line] { target.input(line); }); });
+    const Input input(io, [&target](const std::string& line) { target.input(line); });
     io.run();
     return 0;
 }
@@ -87,6 +144,11 @@ int run(const std::string& scenario_file, const zo_sim::TargetOptions& options) 
 } // namespace
 
 int main(int argc, char** argv) {
+    // A standard stream that is closed would lend its number to the next file, the state file for one.
+    for (int file = 0; file >= 0 && file <= STDERR_FILENO;) {
+        file = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+        if (file > STDERR_FILENO) ::close(file);
+    }
     CLI::App app("A simulated target system's event logger; verbs are read from standard input.", "zo-target");
     std::string scenario_file;
     zo_sim::TargetOptions options;

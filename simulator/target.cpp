@@ -132,6 +132,7 @@ void Target::run_schedule() {
 
 void Target::input(const std::string& line) {
     try {
+        if (line.size() > longest_line) throw VerbError("the line is too long");
         execute(parse_verb(line, scenario_));
         output_.print("ok");
     } catch (const VerbError& error) {

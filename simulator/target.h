@@ -8,6 +8,7 @@
 #include "simulator/verbs.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -23,6 +24,9 @@
 #include <nlohmann/json.hpp>
 
 namespace zo_sim {
+
+// In bytes; a longer line of input is an error.
+inline constexpr std::size_t longest_line = std::size_t{1} << 20;
 
 struct TargetOptions {
     std::string bind = "127.0.0.1";

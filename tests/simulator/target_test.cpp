@@ -397,9 +397,27 @@ TEST(Program, LinesSignalsAndStatus) {
         EXPECT_EQ(process->wait(), 0);
     }
 
+    // Of a line without end nothing is kept, and the next one counts.
+    const std::string endless(10 * longest_line, 'x');
+    EXPECT_EQ(start(endless + "\ndrop\nquit\n")->wait(), 0);
+    EXPECT_TRUE(output().ends_with("\nerror the line is too long\nok\nok\n")) << output().substr(0, 200);
+
     std::ofstream(folder / "state", std::ios::app) << "{\n";
     EXPECT_EQ(start("")->wait(), 1);
     EXPECT_NE(output().find("is damaged in line 3"), std::string::npos);
+}
+
+TEST(Program, EndsWhenNobodyReadsItsOutput) {
+    const zo_test::TemporaryFolder folder;
+    std::ofstream(folder / "scenario.json") << zo_sim_test::small_scenario;
+    const zo_test::UnreadOutput output;
+    zo_test::Process process({ZO_TARGET_PROGRAM, "--scenario", folder / "scenario.json", "--port", "0"}, output.path());
+    for (int i = 0; i < 100; ++i)
+        process.send("list");
+    ASSERT_TRUE(zo_test::eventually([&] { return output.full(); }));
+    process.signal(SIGTERM);
+    ASSERT_TRUE(zo_test::eventually([&] { return !process.runs(); }));
+    EXPECT_EQ(process.wait(), 0);
 }
 
 } // namespace

@@ -3,11 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -75,6 +79,25 @@ int Process::wait() {
     waitpid(pid_, &status, 0);
     pid_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+UnreadOutput::UnreadOutput() {
+    if (mkfifo(path().c_str(), 0600) == 0) pipe_ = open(path().c_str(), O_RDWR | O_CLOEXEC);
+    if (pipe_ < 0) throw std::system_error(errno, std::generic_category(), "mkfifo");
+    fcntl(pipe_, F_SETPIPE_SZ, 4096);
+}
+
+UnreadOutput::~UnreadOutput() {
+    close(pipe_);
+}
+
+bool UnreadOutput::full() const {
+    int before = 0;
+    int after = 0;
+    ioctl(pipe_, FIONREAD, &before);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ioctl(pipe_, FIONREAD, &after);
+    return before == after && after > 3000;
 }
 
 } // namespace zo_test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/files.h"
+
 #include <filesystem>
 #include <string>
 #include <sys/types.h>
@@ -32,6 +34,23 @@ public:
 private:
     pid_t pid_ = -1;
     int input_ = -1;
+};
+
+/// An output that nobody reads, and that is full soon.
+class UnreadOutput {
+public:
+    UnreadOutput();
+    ~UnreadOutput();
+    UnreadOutput(const UnreadOutput&) = delete;
+    UnreadOutput& operator=(const UnreadOutput&) = delete;
+
+    std::filesystem::path path() const { return folder_ / "pipe"; }
+    /// Whether it holds nearly all it can, and gets no more.
+    bool full() const;
+
+private:
+    const TemporaryFolder folder_;
+    int pipe_ = -1;
 };
 
 } // namespace zo_test
