@@ -41,6 +41,7 @@ TEST_F(EventObjectTest, FieldsOfALoggedEventComeAsSent) {
     record.severity = 3;
     record.type = 1;
     record.source_id = 12;
+    record.source_guid = zo_link::Guid{1, 2, 3, {4}};
     record.source_name = "Door";
     record.cleared = 5;
     record.confirmed = 6;
@@ -67,10 +68,13 @@ TEST_F(EventObjectTest, FieldsOfALoggedEventComeAsSent) {
     EXPECT_EQ(read(event, &IZoLoggedEvent::GetSourceId), 12u);
     EXPECT_EQ(read(event, &IZoLoggedEvent::GetEventType), 1);
     EXPECT_EQ(read_text(event, &IZoLoggedEvent::GetSourceName), "Door");
-    for (const auto& [mask, there] : {std::pair(1u, true), std::pair(2u, false), std::pair(4u, true)}) {
+    EXPECT_EQ(read(event, &IZoLoggedEvent::GetSourceGuid), (GUID{1, 2, 3, {4}}));
+    for (const std::uint32_t mask : {1u, 2u, 4u}) {
         VARIANT_BOOL has = 3;
+        VARIANT_BOOL has_not = 3;
         EXPECT_EQ(event->HasSourceField(mask, &has), S_OK);
-        EXPECT_EQ(has, there ? VARIANT_TRUE : VARIANT_FALSE) << mask;
+        EXPECT_EQ(events[1]->HasSourceField(mask, &has_not), S_OK);
+        EXPECT_EQ(std::pair(has, has_not), std::pair(VARIANT_TRUE, VARIANT_FALSE)) << mask;
     }
     EXPECT_EQ(read(event, &IZoLoggedEvent::GetTimeRaised), 133000000000000000);
     EXPECT_EQ(read(event, &IZoLoggedEvent::GetTimeCleared), 5);

@@ -89,6 +89,20 @@ TEST(LinkServer, GivesUpAClientThatDoesNotRead) {
     EXPECT_TRUE(eventually([&] { return peer.open_sessions() == 0; }));
 }
 
+TEST(LinkServer, NotifiesOnlyWhoWasAccepted) {
+    ScriptedPeer peer;
+    RawClient accepted(peer.port());
+    ASSERT_TRUE(accepted.hello());
+    peer.on("hello", [](const auto&, std::uint32_t, const json&) {});
+    RawClient waiting(peer.port());
+    waiting.send({{"id", 1}, {"op", "hello"}, {"version", 1}});
+    ASSERT_TRUE(eventually([&] { return peer.open_sessions() == 2; }));
+    peer.notify_all("database_changed", {{"reason", 2}});
+    EXPECT_EQ(accepted.receive()["reason"], 2);
+    peer.restart(); // ends all
+    EXPECT_EQ(waiting.receive(), nullptr);
+}
+
 TEST(LinkServer, AHeldSessionOutlivesItsServer) {
     ScriptedPeer::Session session;
     {

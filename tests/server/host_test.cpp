@@ -84,6 +84,7 @@ TEST_F(HostTest, AResetListsInsideOnTheSameThread) {
     provider.hook = [] { throw std::runtime_error("lost\x1b[2J"); };
     host.reset_temporary_events(context);
     EXPECT_EQ(said[said.size() - 2], "error: on_get_events threw: lost\xEF\xBF\xBD[2J");
+    EXPECT_TRUE(events.rows().empty());
 }
 
 TEST_F(HostTest, TellsTheConfigListenerWhatItAskedFor) {

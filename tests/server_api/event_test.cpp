@@ -15,6 +15,23 @@ concept Comparable = requires(L& left, R& right) {
 static_assert(Comparable<Message, Message> && !Comparable<Value, Message> && !Comparable<Message, Value> &&
               !Comparable<Value, Alarm>);
 
+TEST(Message, AssignmentAndSwapTakeEverything) {
+    Message message;
+    message.set_name("NAME");
+    message.set_domain("domain");
+    message.set_severity(Severity{-1});
+    message.set_time_raised(Timestamp(5));
+    message.parameters().insert("0", "target");
+    Message other;
+    other = message;
+    EXPECT_TRUE(other == message);
+    other.parameters()["0"] = "other";
+    EXPECT_FALSE(other == message);
+    Message empty;
+    empty.swap(other);
+    EXPECT_TRUE(other == Message());
+}
+
 TEST(Alarm, EveryFieldIsCopiedAndCompared) {
     void (*const changes[])(Alarm&) = {
         [](Alarm& a) { a.set_name("n"); },
@@ -34,6 +51,9 @@ TEST(Alarm, EveryFieldIsCopiedAndCompared) {
         change(alarm);
         EXPECT_FALSE(before == alarm);
         EXPECT_TRUE(Alarm(alarm) == alarm);
+        Alarm assigned;
+        assigned = alarm;
+        EXPECT_TRUE(assigned == alarm);
         Value one;
         one.set(alarm);
         const Value copy = one; // the way through a tree of values is another

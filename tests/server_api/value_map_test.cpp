@@ -113,6 +113,27 @@ TEST_P(MapModel, BehavesAsAnOrderedMap) {
 // Few names stay below the size at which an index takes over, some cross it all the time, many stay above.
 INSTANTIATE_TEST_SUITE_P(Sizes, MapModel, testing::Values(3U, 20U, 60U, 3000U));
 
+TEST(ValueMap, WholeRunsGoFromTheMiddleAndFromTheEnd) {
+    Value map;
+    std::map<std::string, int> model;
+    map.reserve(1'000'000'000); // never more than a run is set aside
+    for (int i = 0; i < 5000; ++i) {
+        const std::string name = std::to_string(10000 + i * 7919 % 5000);
+        map[name.c_str()] = i;
+        model[name] = i;
+    }
+    for (auto it = map.find("11000"); it.name() != std::string("14000");) {
+        it = map.remove(it);
+    }
+    model.erase(model.find("11000"), model.find("14000"));
+    expect_same(map, model);
+    while (model.size() > 10) {
+        ASSERT_TRUE(map.remove(map.find(model.rbegin()->first.c_str())) == map.end());
+        model.erase(std::prev(model.end()));
+    }
+    expect_same(map, model);
+}
+
 namespace {
 
 constexpr char letters[] = "abcdefghijklmnopqrstuvwxyz0123";
