@@ -1,6 +1,7 @@
 #include "simulator/scenario.h"
 #include "simulator/target.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -116,9 +117,12 @@ private:
     std::thread thread_;
 };
 
-void print(std::FILE* file, const std::string& line) {
+// A JSON string may have brought line feeds into a word that is told, and what is told is one line.
+void print(std::FILE* file, std::string line) {
+    std::ranges::replace_if(
+        line, [](char c) { return c >= 0 && c < ' '; }, ' ');
+    line += '\n';
     std::fwrite(line.data(), 1, line.size(), file);
-    std::fputc('\n', file);
     std::fflush(file);
 }
 

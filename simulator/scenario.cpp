@@ -6,12 +6,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <fstream>
 #include <initializer_list>
-#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -23,6 +23,8 @@ using nlohmann::json;
 
 constexpr std::int64_t max_log_size = 1000000;
 constexpr std::int64_t max_milliseconds = std::int64_t{1} << 40;
+constexpr int max_depth = 100;
+constexpr std::size_t largest_file = std::size_t{64} << 20;
 
 // A value of the file with its place in it, for errors.
 class Node {
@@ -322,17 +324,27 @@ const std::string& Scenario::in_language(const LocalizedText& text, std::int32_t
 Scenario parse_scenario(std::string_view text) {
     json document;
     try {
-        document = json::parse(text);
+        document = json::parse(text, [](int depth, json::parse_event_t, const json&) {
+            if (depth > max_depth) throw ScenarioError("nests too deep");
+            return true;
+        });
     } catch (const json::exception& error) {
-        throw ScenarioError(std::string("not JSON: ") + error.what());
+        // Without the library's own number and without what it read last, which may be most of the file.
+        std::string_view what = error.what();
+        what.remove_prefix(std::min(what.find("] ") + 2, what.size()));
+        throw ScenarioError("not JSON: " + std::string(what.substr(0, what.find("; last read: "))));
     }
     return Parser().parse(Node(document, ""));
 }
 
 Scenario load_scenario(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) throw ScenarioError("cannot read it: " + std::string(std::strerror(errno)));
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::string text;
+    char chunk[65536];
+    while (text.size() <= largest_file && (file.read(chunk, sizeof chunk), file.gcount() > 0))
+        text.append(chunk, static_cast<std::size_t>(file.gcount()));
+    if (text.size() > largest_file) throw ScenarioError("is larger than 64 MiB");
+    if (!file.eof()) throw ScenarioError("cannot read it: " + std::string(std::strerror(errno)));
     return parse_scenario(text);
 }
 

@@ -5,7 +5,6 @@
 
 #include <boost/asio/post.hpp>
 
-#include <algorithm>
 #include <random>
 
 namespace zo_sim {
@@ -136,11 +135,7 @@ void Target::input(const std::string& line) {
         execute(parse_verb(line, scenario_));
         output_.print("ok");
     } catch (const VerbError& error) {
-        // A JSON string may have brought line feeds, and an answer is one line.
-        std::string text = error.what();
-        std::ranges::replace_if(
-            text, [](char c) { return c >= 0 && c < ' '; }, ' ');
-        output_.print("error " + text);
+        output_.print(std::string("error ") + error.what());
     }
 }
 

@@ -63,6 +63,11 @@ TEST(Scenario, ErrorsSayWhereAndWhat) {
     }
     EXPECT_THROW((void)parse_scenario("{"), ScenarioError);
     EXPECT_THROW((void)load_scenario("/no/such/file"), ScenarioError);
+    EXPECT_THROW((void)load_scenario("/"), ScenarioError);
+    EXPECT_THROW((void)load_scenario("/dev/zero"), ScenarioError);
+    std::string deep = zo_sim_test::small_scenario;
+    deep.replace(deep.find(R"({"k": 1})"), 8, std::string(200000, '[') + std::string(200000, ']'));
+    EXPECT_THROW((void)parse_scenario(deep), ScenarioError);
 }
 
 } // namespace

@@ -405,6 +405,9 @@ TEST(Program, LinesSignalsAndStatus) {
     std::ofstream(folder / "state", std::ios::app) << "{\n";
     EXPECT_EQ(start("")->wait(), 1);
     EXPECT_NE(output().find("is damaged in line 3"), std::string::npos);
+    zo_test::write_file(folder / "scenario.json", R"({"two\nlines": 1})");
+    EXPECT_EQ(start("")->wait(), 1);
+    EXPECT_TRUE(output().ends_with("unknown key 'two lines'\n")) << output();
 }
 
 TEST(Program, EndsWhenNobodyReadsItsOutput) {
