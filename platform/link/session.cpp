@@ -2,6 +2,7 @@
 
 #include "platform/link/event_record.h"
 
+#include <chrono>
 #include <utility>
 
 #include <boost/asio/buffer.hpp>
@@ -17,6 +18,8 @@ namespace {
 using boost::system::error_code;
 using nlohmann::json;
 
+constexpr std::chrono::seconds longest_silence{10};
+
 std::vector<std::uint8_t> encode_answer(std::uint32_t id, std::uint32_t result, const json& fields) {
     json map = fields.is_object() && !failed(result) ? fields : json::object();
     map["id"] = id;
@@ -31,7 +34,7 @@ std::vector<std::uint8_t> encode_answer(std::uint32_t id, std::uint32_t result, 
 Session::Session(std::shared_ptr<boost::asio::io_context> io, boost::asio::ip::tcp::socket socket, std::uint64_t number,
                  Request request, Ended ended)
     : io_(std::move(io)), socket_(std::move(socket)), number_(number), request_(std::move(request)),
-      ended_(std::move(ended)) {
+      ended_(std::move(ended)), greeting_(*io_) {
 }
 
 Session::Bytes Session::encode_notification(const char* kind, const json& fields) {
@@ -45,6 +48,11 @@ void Session::start() {
     ::fcntl(socket_.native_handle(), F_SETFD, FD_CLOEXEC);
     error_code ignored;
     socket_.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+    // Who says nothing keeps others out.
+    greeting_.expires_after(longest_silence);
+    greeting_.async_wait([self = shared_from_this()](const error_code& error) {
+        if (!error && self->hello_.is_null()) self->end();
+    });
     read();
 }
 
@@ -57,6 +65,7 @@ void Session::end() {
     }
     error_code ignored;
     socket_.close(ignored);
+    greeting_.cancel();
     request_ = nullptr;
     const auto ended = std::exchange(ended_, nullptr);
     try {
@@ -113,8 +122,9 @@ void Session::handle(const json& map) {
         return push_locked(encode_answer(id, code::ok, json()));
     }
     if (!expect(id, is_hello)) return end();
-    if (is_hello) hello_ = map;
     if (is_hello) {
+        hello_ = map;
+        greeting_.cancel();
         std::uint32_t version = 0;
         if (!read_field(map, "version", version) || version != protocol_version) return reply(id, code::incompatible);
     }

@@ -15,6 +15,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <nlohmann/json.hpp>
 
 namespace zo_link {
@@ -79,6 +80,7 @@ private:
     FrameReader frames_;
     std::array<std::uint8_t, std::size_t{64} << 10> chunk_{};
     nlohmann::json hello_;
+    boost::asio::steady_timer greeting_; // until the hello comes
     bool reading_ = false;
 
     std::mutex mutex_; // guards what follows
