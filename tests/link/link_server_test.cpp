@@ -103,6 +103,17 @@ TEST(LinkServer, NotifiesOnlyWhoWasAccepted) {
     EXPECT_EQ(waiting.receive(), nullptr);
 }
 
+TEST(LinkServer, WhoSaysNothingKeepsNobodyOut) {
+    ScriptedPeer peer;
+    RawClient good(peer.port());
+    ASSERT_TRUE(good.hello());
+    RawClient silent(peer.port());
+    silent.send(Bytes{40, 0, 0}); // not even a length
+    EXPECT_EQ(silent.receive(), nullptr);
+    good.send({{"id", 7}, {"op", "ping"}});
+    EXPECT_EQ(good.receive()["id"], 7);
+}
+
 TEST(LinkServer, AHeldSessionOutlivesItsServer) {
     ScriptedPeer::Session session;
     {
