@@ -2,10 +2,10 @@
 
 #include "extension/host/algorithm.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -24,6 +24,7 @@ constexpr const char* timeout_key = "TIMEOUT";
 constexpr const char* limit_key = "LIMIT_EVENT_COUNT";
 constexpr std::string_view separator = "::";
 constexpr int max_depth = 32;
+constexpr std::size_t largest_file = std::size_t{64} << 20;
 
 void check_key(const std::string& key) {
     if (key.find(separator) != std::string::npos || key.find('\0') != std::string::npos) {
@@ -94,8 +95,12 @@ Timespan to_timespan(double milliseconds) {
 
 Value read_file(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
-    if (!in) throw std::runtime_error("cannot read " + file.string() + ": " + std::strerror(errno));
+    std::string text;
+    std::array<char, 65536> chunk{};
+    while (text.size() <= largest_file && (in.read(chunk.data(), chunk.size()), in.gcount() > 0))
+        text.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
+    if (text.size() > largest_file) throw std::runtime_error(file.string() + " is larger than 64 MiB");
+    if (!in.eof()) throw std::runtime_error("cannot read " + file.string() + ": " + std::strerror(errno));
     try {
         return parse_configuration(text);
     } catch (const std::runtime_error& error) {
@@ -110,7 +115,9 @@ Value parse_configuration(std::string_view text) {
     try {
         root = json::parse(text);
     } catch (const json::exception& error) {
-        throw std::runtime_error(error.what());
+        // Without what it read last, which may be most of the file.
+        const std::string_view what = error.what();
+        throw std::runtime_error(std::string(what.substr(0, what.find("; last read: "))));
     }
     if (!root.is_object()) throw std::runtime_error("it is no JSON object");
     Value value = to_value(root, 0);

@@ -1,13 +1,15 @@
 #include "server/console.h"
 
+#include <cerrno>
+
 namespace server {
 
 void Console::say(const std::string& text) {
     const std::lock_guard lock(mutex_);
     last_ = text;
     if (hushed_) return;
-    std::fprintf(stream_, "%s\n", text.c_str());
-    std::fflush(stream_);
+    const bool written = std::fprintf(stream_, "%s\n", text.c_str()) >= 0 && std::fflush(stream_) == 0;
+    if (!written && error_ == 0) error_ = errno;
 }
 
 void Console::hush() {
@@ -18,6 +20,11 @@ void Console::hush() {
 std::string Console::last() const {
     const std::lock_guard lock(mutex_);
     return last_;
+}
+
+int Console::error() const {
+    const std::lock_guard lock(mutex_);
+    return error_;
 }
 
 } // namespace server

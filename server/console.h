@@ -17,11 +17,14 @@ public:
     /// From now on lines are only kept, the last one at a time.
     void hush();
     [[nodiscard]] std::string last() const;
+    /// Why the first line that could not be written was not: an errno, 0 for none.
+    [[nodiscard]] int error() const;
 
 private:
     mutable std::mutex mutex_;
     std::FILE* const stream_;
     bool hushed_ = false;
+    int error_ = 0;
     std::string last_;
 };
 

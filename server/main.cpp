@@ -16,6 +16,7 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <fcntl.h>
 #include <malloc.h>
@@ -94,13 +95,13 @@ void run_extension(Signals& signals, const Options& options, Configuration& conf
 }
 
 int run(const Options& options) {
-    Signals signals;
     Configuration configuration(options.config);
     Trace trace(options.trace);
     EventList events;
     Console console(options.trace_to_stdout() || options.json ? stderr : stdout);
     Host host(configuration, events, trace, [&console](const std::string& line) { console.say(line); });
     Operator commander(options, host, events, configuration, console);
+    Signals signals; // behind all that may wait for a file, and before the first thread
 
     std::string failure;
     try {
@@ -108,9 +109,10 @@ int run(const Options& options) {
     } catch (const std::exception& error) {
         failure = error.what();
     }
-    if (failure.empty()) return 0;
-    complain(failure);
-    return 1;
+    if (failure.empty() && console.error() != 0)
+        failure = std::string("the output cannot be written: ") + std::strerror(console.error());
+    if (!failure.empty()) complain(failure);
+    return failure.empty() && !trace.failed() ? 0 : 1;
 }
 
 } // namespace

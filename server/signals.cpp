@@ -1,11 +1,9 @@
 #include "server/signals.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <limits>
+#include <cstdio>
+#include <cstdlib>
 #include <poll.h>
-#include <sys/signalfd.h>
+#include <string_view>
 #include <system_error>
 #include <unistd.h>
 
@@ -13,45 +11,72 @@ namespace server {
 
 namespace {
 
-[[noreturn]] void fail(const char* what) {
-    throw std::system_error(errno, std::generic_category(), what);
+constexpr timespec step{0, 100'000'000};
+constexpr int most_steps = 20;
+
+bool takes(int file) {
+    pollfd waiting{file, POLLOUT, 0};
+    return poll(&waiting, 1, 0) != 0;
 }
 
-/// Milliseconds until the deadline for poll: rounded up, so that it never spins, and cut to what an int holds.
-int poll_timeout(std::optional<Signals::Clock::time_point> deadline) {
-    if (!deadline) return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Signals::Clock::now()).count();
-    return static_cast<int>(std::clamp<decltype(left)>(left, 0, std::numeric_limits<int>::max()));
+[[noreturn]] void end_now() {
+    constexpr std::string_view sentence = "zo-hmi-server: ended at once: nobody reads its output\n";
+    if (takes(STDERR_FILENO)) {
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, sentence.data(), sentence.size());
+    }
+    std::_Exit(1);
 }
 
 } // namespace
 
 Signals::Signals() {
-    sigset_t set;
-    sigemptyset(&set);
+    sigemptyset(&set_);
     for (const int number : {SIGINT, SIGTERM, SIGHUP})
-        sigaddset(&set, number);
-    if (const int error = pthread_sigmask(SIG_BLOCK, &set, nullptr); error != 0) {
+        sigaddset(&set_, number);
+    if (const int error = pthread_sigmask(SIG_BLOCK, &set_, nullptr); error != 0) {
         throw std::system_error(error, std::generic_category(), "pthread_sigmask");
     }
     std::signal(SIGPIPE, SIG_IGN);
-    fd_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
-    if (fd_ < 0) fail("signalfd");
+    thread_ = std::jthread([this](const std::stop_token& stop) { listen(stop); });
 }
 
 Signals::~Signals() {
-    close(fd_);
+    thread_.request_stop();
+    pthread_kill(thread_.native_handle(), SIGHUP);
+}
+
+void Signals::listen(const std::stop_token& stop) {
+    int steps = 0; // without an output that takes something
+    for (bool ending = false;;) {
+        siginfo_t info{};
+        const int number = ending ? sigtimedwait(&set_, &info, &step) : sigwaitinfo(&set_, &info);
+        if (stop.stop_requested()) return;
+        if (number > 0) {
+            {
+                const std::lock_guard lock(mutex_);
+                numbers_.push_back(number);
+            }
+            came_.notify_one();
+            // When its own commands are done, it waits for whoever reads their answers.
+            ending = ending || (number != SIGHUP && info.si_pid != getpid());
+        } else if (ending) {
+            steps = takes(STDOUT_FILENO) && takes(STDERR_FILENO) ? 0 : steps + 1;
+            if (steps == most_steps) end_now();
+        }
+    }
 }
 
 std::optional<int> Signals::wait(std::optional<Clock::time_point> deadline) {
-    while (true) {
-        signalfd_siginfo info{};
-        if (read(fd_, &info, sizeof info) == sizeof info) return static_cast<int>(info.ssi_signo);
-        pollfd waiting{fd_, POLLIN, 0};
-        const int ready = poll(&waiting, 1, poll_timeout(deadline));
-        if (ready < 0 && errno != EINTR) fail("poll");
-        if (ready == 0 && deadline && Clock::now() >= *deadline) return std::nullopt;
+    std::unique_lock lock(mutex_);
+    const auto any = [this] { return !numbers_.empty(); };
+    if (!deadline) {
+        came_.wait(lock, any);
+    } else if (!came_.wait_until(lock, *deadline, any)) {
+        return std::nullopt;
     }
+    const int number = numbers_.front();
+    numbers_.pop_front();
+    return number;
 }
 
 } // namespace server

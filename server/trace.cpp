@@ -36,6 +36,11 @@ void Trace::write(ordered_json fields) {
     }
 }
 
+bool Trace::failed() const {
+    const std::lock_guard lock(mutex_);
+    return failed_;
+}
+
 void Trace::call(const char* call, const char* name) {
     if (!file_) return;
     ordered_json line{{"call", call}};

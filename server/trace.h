@@ -25,6 +25,9 @@ public:
     void alarm(std::int32_t mode, const ZoHmiSrv::Alarm& alarm);
     void forgotten(const ZoHmiSrv::Event& event);
 
+    /// Whether a line could not be written; standard error has been told why.
+    [[nodiscard]] bool failed() const;
+
 private:
     struct Close {
         void operator()(std::FILE* file) const;
@@ -32,7 +35,7 @@ private:
 
     void write(nlohmann::ordered_json line);
 
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::unique_ptr<std::FILE, Close> file_;
     bool failed_ = false; // reported once
 };

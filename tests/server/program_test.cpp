@@ -1,16 +1,19 @@
 // The program itself, with a small extension: its life, its signals, and what it leaves behind.
+#include "tests/support/eventually.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <csignal>
 #include <optional>
 #include <sstream>
 #include <vector>
 
 namespace {
 
+using zo_test::eventually;
 using zo_test::TemporaryFile;
 
 /// One run of the server.
@@ -79,13 +82,37 @@ TEST(Program, WhatFailsIsSaidInOneSentenceWithStatusOne) {
         {R"({"ENTRY": "nothing"})", ZO_TEST_EXTENSION, "made no extension"},
         {R"({"ENTRY": "old"})", ZO_TEST_EXTENSION, "interface version 21"},
         {"{}", "/nonexistent/extension.so", "cannot load the extension"},
-        {"{ broken", ZO_TEST_EXTENSION, "parse error"},
+        {"{ broken", ZO_TEST_EXTENSION, "invalid literal\n"},
     };
     for (const Case& c : cases) {
         Server server(c.config, {"--seconds", "5"}, c.extension);
         EXPECT_EQ(server.wait(), 1) << c.sentence;
         EXPECT_NE(server.error().find(c.sentence), std::string::npos) << server.error();
     }
+}
+
+TEST(Program, AnOutputThatIsFullOrUnreadIsTold) {
+    Server server("{}", {"--seconds", "0"}, ZO_TEST_EXTENSION, "/dev/full");
+    EXPECT_EQ(server.wait(), 1);
+    EXPECT_NE(server.error().find("the trace cannot be written: No space left"), std::string::npos) << server.error();
+
+    const TemporaryFile config("{}"), error;
+    std::vector<std::string> words{ZO_SERVER,     "--extension", ZO_TEST_EXTENSION, "--config",
+                                   config.path(), "--plain",     "--seconds",       "0"};
+    zo_test::Process full(words, "/dev/full", {}, error.path());
+    EXPECT_EQ(full.wait(), 1);
+    EXPECT_NE(error.read().find("the output cannot be written: No space left"), std::string::npos) << error.read();
+
+    words.resize(6);
+    const zo_test::UnreadOutput output;
+    zo_test::Process unread(words, output.path(), {}, error.path());
+    for (int i = 0; i < 100; ++i)
+        unread.send("help");
+    ASSERT_TRUE(eventually([&] { return output.full(); }));
+    unread.signal(SIGTERM);
+    ASSERT_TRUE(eventually([&] { return !unread.runs(); }));
+    EXPECT_EQ(unread.wait(), 1);
+    EXPECT_NE(error.read().find("nobody reads its output"), std::string::npos) << error.read();
 }
 
 TEST(Program, TheTraceMayTakeStandardOutputForItself) {
