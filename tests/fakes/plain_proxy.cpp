@@ -1,5 +1,7 @@
 #include "tests/fakes/plain_proxy.h"
 
+#include "tests/fakes/fake_collections.h"
+
 namespace plain {
 
 using namespace ZoEventLoggerFdxProxyLib;
@@ -13,26 +15,6 @@ public:
 
 protected:
     void* find(const GUID&) override { return static_cast<IZoConnectionSettings*>(this); }
-};
-
-class PlainCauseRemedy final : public fakes::ComObject<fakes::Dispatch<IZoCauseRemedy>> {
-public:
-    HRESULT GetId(char** out) override { return fakes::hand_out("1", out); }
-    HRESULT GetCause(char** out) override { return fakes::hand_out("The filler ran empty", out); }
-    HRESULT GetRemedy(char** out) override { return fakes::hand_out("Open valve 3 and confirm", out); }
-
-protected:
-    void* find(const GUID&) override { return static_cast<IZoCauseRemedy*>(this); }
-};
-
-class PlainDetail final : public fakes::ComObject<fakes::Dispatch<IZoDetail>> {
-public:
-    HRESULT GetId(char** out) override { return fakes::hand_out("1", out); }
-    HRESULT GetText(char** out) override { return fakes::hand_out("Level", out); }
-    HRESULT GetComment(char** out) override { return fakes::hand_out("Of the tank before the filler", out); }
-
-protected:
-    void* find(const GUID&) override { return static_cast<IZoDetail*>(this); }
 };
 
 template <class Collection, class Interface, class Item>
@@ -90,13 +72,16 @@ HRESULT PlainLogger::GetLoggedEvents(std::uint32_t, IZoLoggedEventCollection** o
 }
 
 HRESULT PlainLogger::GetCausesAndRemedies(const GUID&, std::uint32_t, std::int32_t, IZoCauseRemedyCollection** out) {
-    return give_items<IZoCauseRemedyCollection, IZoCauseRemedy>(
-        std::vector<CComPtr<PlainCauseRemedy>>{new PlainCauseRemedy, new PlainCauseRemedy}, out);
+    const fakes::ThreeTexts texts{"1", "The filler ran empty", "Open valve 3 and confirm"};
+    const std::vector<CComPtr<fakes::FakeCauseRemedy>> items{new fakes::FakeCauseRemedy(texts),
+                                                             new fakes::FakeCauseRemedy(texts)};
+    return give_items<IZoCauseRemedyCollection, IZoCauseRemedy>(items, out);
 }
 
 HRESULT PlainLogger::GetDetails(const GUID&, std::uint32_t, std::int32_t, IZoDetailCollection** out) {
-    return give_items<IZoDetailCollection, IZoDetail>(
-        std::vector<CComPtr<PlainDetail>>{new PlainDetail, new PlainDetail}, out);
+    const fakes::ThreeTexts texts{"1", "Level", "Of the tank before the filler"};
+    const std::vector<CComPtr<fakes::FakeDetail>> items{new fakes::FakeDetail(texts), new fakes::FakeDetail(texts)};
+    return give_items<IZoDetailCollection, IZoDetail>(items, out);
 }
 
 HRESULT PlainLogger::Advise(IUnknown* sink, std::uint32_t* cookie) {
