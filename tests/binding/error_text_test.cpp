@@ -18,36 +18,27 @@ protected:
 } // namespace
 
 TEST_F(ErrorText, FallsBackToTheTableForCodesThatTheLibraryLacks) {
-    struct Row {
+    const struct {
         std::uint32_t code;
         const char* text;
-    };
-    const Row rows[] = {
-        {0x8000FFFF, "E_UNEXPECTED: Catastrophic failure"},
+    } rows[] = {
         {0x80004001, "E_NOTIMPL: Not implemented"},
         {0x8007000E, "E_OUTOFMEMORY: Ran out of memory"},
         {0x80070057, "E_INVALIDARG: One or more arguments are invalid"},
         {0x80004002, "E_NOINTERFACE: No such interface supported"},
         {0x80004003, "E_POINTER: Invalid pointer"},
-        {0x80070006, "E_HANDLE: Invalid handle"},
-        {0x80004004, "E_ABORT: Operation aborted"},
         {0x80004005, "E_FAIL: Unspecified error"},
         {0x80070005, "E_ACCESSDENIED: General access denied error"},
-        {0x98110700, "generic error"},
         {0x98110701, "service is not supported by server"},
         {0x9811070D, "syntax error in comand or file"},
         // All other device codes go by name, whether it is known or not.
         {0x98110706, "FDXERR_DEVICE_INVALIDDATA"},
-        {0x98110007, "ERR_TARGETMACHINENOTFOUND"},
         {0x98110000, "FDX_API_UNKNOWN_RETURN_CODE"},
         // Not the device's form, though some of its bits are set.
         {0x98120706, "Unspecified error"},
-        {0x00000706, "Unspecified error"},
         {0xFFFF0706, "Unspecified error"},
-        {0x80131500, "Unspecified error"},
-        {0x00000000, "Unspecified error"},
     };
-    for (const Row& row : rows)
+    for (const auto& row : rows)
         EXPECT_EQ(error_text(hresult(row.code)), row.text) << std::hex << row.code;
 }
 
@@ -55,22 +46,18 @@ TEST_F(ErrorText, TakesTheLibrarysTextFirst) {
     library.error_texts[E_FAIL] = std::string("its own\0text", 12);
     EXPECT_EQ(error_text(E_FAIL), std::string("its own\0text", 12));
     EXPECT_EQ(error_text(E_ABORT), "E_ABORT: Operation aborted");
-}
-
-TEST_F(ErrorText, ANullTextOfTheLibraryIsEmptyAndNoFailure) {
-    library.plan->answer("ErrorMessage", S_OK);
+    library.plan->answer("ErrorMessage", S_OK); // with a null text
     EXPECT_EQ(error_text(E_FAIL), "");
 }
 
 TEST_F(ErrorText, OnlyNegativeResultsAreThrown) {
     EXPECT_EQ(throw_if_failed(S_OK), S_OK);
     EXPECT_EQ(throw_if_failed(S_FALSE), S_FALSE);
-    library.error_texts[E_ABORT] = "stopped";
     try {
         throw_if_failed(E_ABORT);
         FAIL() << "nothing was thrown";
     } catch (const std::exception& exception) {
-        EXPECT_STREQ(exception.what(), "stopped");
+        EXPECT_STREQ(exception.what(), "E_ABORT: Operation aborted");
         EXPECT_EQ(dynamic_cast<const CAtlException&>(exception).code(), E_ABORT);
     }
 }

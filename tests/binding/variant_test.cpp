@@ -27,18 +27,17 @@ SAFEARRAY* make_array(std::string bytes) {
 } // namespace
 
 TEST(Variant, RefusesTagsThatCannotBe) {
-    struct Row {
+    const struct {
         unsigned tag;
         bool valid;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {0, true},       {1, true},       {14, true},      {15, false},     {16, true},      {23, true},
         {24, false},     {27, false},     {35, false},     {36, true},      {37, false},     {0x0FFF, false},
         {0x1003, false}, {0x8003, false}, {0x9003, false}, {0x2000, false}, {0x2001, false}, {0x2002, true},
         {0x4000, false}, {0x4001, false}, {0x4002, true},  {0x4009, true},  {0x6003, true},  {0x400F, false},
         {0x2024, true},  {0x4018, false},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.tag);
         VARIANT cleared = tagged(row.tag);
         EXPECT_EQ(VariantClear(&cleared), row.valid ? S_OK : E_INVALIDARG);
