@@ -34,8 +34,10 @@ TEST_F(Allocations, AnyOfAConnectMayFail) {
             EXPECT_TRUE(Access::is_free(*mutex));
         logger->plan->clear();
         log();
-        EXPECT_EQ(logger->fire_message(message(5)), S_OK);
-        EXPECT_EQ(fakes::call_log().count("on_message @5s"), 1U); // live
+        for (std::int64_t second = 5; second < 9; ++second)
+            EXPECT_EQ(logger->fire_message(message(second)), S_OK);
+        EXPECT_EQ(fakes::call_log().count("on_message @5s"), 1U);   // live
+        EXPECT_EQ(fakes::call_log().count("forget_event @5s"), 1U); // and evictions are told
         logger->connected = VARIANT_FALSE;
         EXPECT_TRUE(connect());
         EXPECT_EQ(stored().size(), 3U);
@@ -48,13 +50,12 @@ TEST_F(Allocations, AnyOfAConnectMayFail) {
 // take an event says so, and what the target holds stays in order.
 TEST_F(Allocations, AnyOfALiveCallbackMayFail) {
     using Events = ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents;
-    struct Case {
+    constexpr struct {
         const char* name;
         std::int32_t callback;
         bool known; // an alarm that is active already, else a new one
         VARIANT_BOOL removed;
-    };
-    constexpr Case cases[] = {
+    } cases[] = {
         {"message", Events::OnMessageSent, false, VARIANT_FALSE},
         {"raised", Events::OnAlarmRaised, false, VARIANT_FALSE},
         {"raised again", Events::OnAlarmRaised, true, VARIANT_FALSE},
@@ -62,7 +63,7 @@ TEST_F(Allocations, AnyOfALiveCallbackMayFail) {
         {"cleared", Events::OnAlarmCleared, true, VARIANT_FALSE},
         {"removed", Events::OnAlarmCleared, true, VARIANT_TRUE},
     };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         bool failed = true;
         std::size_t nth = 0;
         for (; failed; ++nth) {

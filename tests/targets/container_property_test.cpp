@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <utility>
@@ -88,6 +89,14 @@ public:
             for (const auto& entry : entries)
                 if (entry.pointer) expected_live.emplace_back(entry.event.name());
         ASSERT_EQ(live, expected_live);
+        // The pool holds an alarm, and each of the three stores does for each entry of it.
+        for (const auto& alarm : pool_) {
+            std::uint32_t held_by = 1;
+            for (const auto& [key, entries] : reference_.buckets)
+                held_by += 3 * std::uint32_t(
+                                   std::ranges::count(entries, alarm.get(), [](auto& e) { return e.pointer.get(); }));
+            ASSERT_EQ(alarm->references(), held_by);
+        }
     }
 
 private:

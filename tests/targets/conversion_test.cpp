@@ -111,23 +111,12 @@ TEST(Conversion, LeavesOutWhatTheObjectDoesNotTell) {
                   " eventId=5.0 jsonAttribute=\"\" numArguments=0.0 sourceId=3.0 sourceName=\"\" targetName=\"T\"}");
 }
 
-TEST(Conversion, LoggedEventOfAnotherTypeKeepsItsDomainAlone) {
-    for (const std::int32_t type : {2, -1}) {
-        const Event event = logged({.type = type});
-        EXPECT_STREQ(event.domain(), "dom");
-        EXPECT_STREQ(event.name(), "");
-        EXPECT_FALSE(event.payload().isset());
-        EXPECT_EQ(event.time_received(), Timestamp());
-    }
-}
-
 TEST(Conversion, StatesOfLoggedAlarms) {
-    struct Case {
+    const struct {
         VARIANT_BOOL with_confirmation;
         std::int64_t confirmed, cleared;
         int confirmation, state;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {VARIANT_TRUE, file_time(5), file_time(6), 3, 0},
         {VARIANT_TRUE, 0, file_time(6), 4, 0},
         {VARIANT_FALSE, file_time(5), file_time(6), 0, 0},
@@ -135,7 +124,7 @@ TEST(Conversion, StatesOfLoggedAlarms) {
         {VARIANT_FALSE, 0, 0, 0, 4},
         {VARIANT_TRUE, file_time(5), 0, 3, 4},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         const Event event =
             logged({.cleared = row.cleared, .confirmed = row.confirmed, .with_confirmation = row.with_confirmation});
         const Alarm& alarm = event.payload().get_alarm();
@@ -184,13 +173,12 @@ TEST(Conversion, ClampsSeverityAndConfirmation) {
 
 TEST(Conversion, ArgumentBlocksOfAllKinds) {
     constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
-    struct Case {
+    const struct {
         const char* about;
         ZoEventLoggerFdxProxyLib::ArgumentDescriptor arguments; // count, types at, size, data at, size
         const char* expected;
         std::vector<std::uint32_t> asked; // block sizes
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"in order", {1, 0, 2, 2, 3}, "data=<020304> numArguments=1.0 types=<0001>", {5}},
         {"data first", {1, 3, 2, 0, 3}, "data=<000102> numArguments=1.0 types=<0304>", {5}},
         {"overlapping, with a gap", {1, 1, 2, 2, 3}, "data=<020304> numArguments=1.0 types=<0102>", {5}},
@@ -205,7 +193,7 @@ TEST(Conversion, ArgumentBlocksOfAllKinds) {
         {"a sum of 2^31", {1, 0, 1U << 31, 0, 0}, "numArguments=1.0", {}},
         {"a count beyond all", {most, 0, 1, 0, 0}, "data=<> numArguments=4294967295.0 types=<00>", {1}},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(row.about);
         const EventFields fields{.arguments = row.arguments, .block = {0, 1, 2, 3, 4}, .moves_block = true};
         const auto check = [&](const auto& proxy, const Value& converted) {

@@ -12,15 +12,6 @@ using testing::IsEmpty;
 
 class Destruction : public TargetTest {};
 
-TEST_F(Destruction, UnsubscribesTwiceAndDisconnects) {
-    make_connected();
-    const auto cookie = Access::event_cookie(*target);
-    release();
-    EXPECT_EQ(log(), (Lines{"FindConnectionPoint", "Unadvise", "Disconnect", "FindConnectionPoint", "Unadvise"}));
-    EXPECT_EQ(logger->record().unadvised, (std::vector{cookie, ZoAtlCom::not_advised}));
-    EXPECT_EQ(logger->references(), 2U); // the test and the library
-}
-
 TEST_F(Destruction, OfADisabledTargetOnlyUnsubscribes) {
     make();
     const auto cookie = Access::event_cookie(*target);

@@ -2,8 +2,6 @@
 
 #include "extension/host/event_payload.h"
 
-#include <algorithm>
-
 namespace {
 
 using namespace ZoHmiSrv;
@@ -299,66 +297,6 @@ TEST_F(Import, ClearingThatFailsIsAFailureOfTheImport) {
     EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 1U); // of the first connect: it failed before
     EXPECT_EQ(stored(), (Lines{"1@5s"}));                  // nothing was emptied
     expect_idle();
-}
-
-// Every single call of the proxy that an import makes fails once.
-TEST_F(Import, LeavesTheTargetWorkingWhicheverCallFails) {
-    const auto prepare = [this] {
-        fresh_logger();
-        logger->history = {logged(is_alarm, 1, 10), logged(is_message, 2, 11), logged(is_alarm, 3, 12)};
-        logger->history[2]->update([](auto& fields) { fields.is_active = VARIANT_TRUE; });
-        logger->active = {alarm(3, 12)};
-        make(5);
-    };
-    const auto import = [this] {
-        return connect_while([this] {
-            fakes::call_log().add("(");
-            const auto other = alarm(5, 14);
-            logger->fire_message(message(4, 13));
-            logger->fire_raised(other);
-            logger->fire_confirmed(other);
-            logger->fire_cleared(other, VARIANT_TRUE);
-            fakes::call_log().add(")");
-        });
-    };
-    prepare();
-    logger->plan->log_reads(true);
-    ASSERT_TRUE(import());
-    // The calls that were not made for the callbacks, each with its number among those of its name.
-    std::vector<std::pair<std::string, unsigned>> calls;
-    std::map<std::string, unsigned> counts;
-    bool own = false;
-    for (const std::string& line : lines) {
-        if (is_report(line) || line == "(" || line == ")")
-            own = line != "(";
-        else if (++counts[line]; own)
-            calls.emplace_back(line, counts[line]);
-    }
-    release();
-    ASSERT_GT(calls.size(), 80U);
-
-    for (const auto& [call, number] : calls) {
-        SCOPED_TRACE(call + " " + std::to_string(number));
-        prepare();
-        logger->plan->answer(call, E_ACCESSDENIED, number);
-        EXPECT_FALSE(import());
-        EXPECT_EQ(after_connected.back(), "log_exception T 0x80070005");
-        expect_idle();
-        log();
-        for (int i = 0; i < 6; ++i)
-            EXPECT_EQ(logger->fire_message(message(6 + i)), S_OK); // live again, and evictions are told again
-        const Lines live = log();
-        EXPECT_EQ(std::count(live.begin(), live.end(), "on_message @6s"), 1);
-        EXPECT_EQ(std::count(live.begin(), live.end(), "forget_event @6s"), 1);
-        logger->plan->clear();
-        logger->connected = VARIANT_FALSE;
-        EXPECT_TRUE(poll());
-        Lines times;
-        for (const std::string& line : stored())
-            times.push_back(line.substr(line.find('@')));
-        EXPECT_EQ(times, (Lines{"@1s", "@2s", "@3s"}));
-        release();
-    }
 }
 
 } // namespace

