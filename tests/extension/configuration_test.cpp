@@ -39,9 +39,7 @@ TEST_F(Configuration, PathsAndEntriesThatAreNotForUsChangeNothing) {
     without_address.remove(without_address.find("ADDRESS"));
     Value without_enabled = target_entry("x", true);
     without_enabled.remove(without_enabled.find("ENABLED"));
-    Value vector = Value().set_type(ValueType::Vector) << target_entry("x", true);
     set_entry("text", "5.1.1.1.1.1");
-    set_entry("vector", vector);
     set_entry("without address", without_address);
     set_entry("without enabled", without_enabled);
     const auto before = created();
@@ -51,17 +49,12 @@ TEST_F(Configuration, PathsAndEntriesThatAreNotForUsChangeNothing) {
         ErrorValue on_change, on_delete;
     } const cases[] = {
         {nullptr, HMI_SUCCESS, HMI_SUCCESS},
-        {"", HMI_SUCCESS, HMI_SUCCESS},
         {"TARGET_SYSTEMS", HMI_SUCCESS, HMI_SUCCESS},
-        {"OTHER", HMI_SUCCESS, HMI_SUCCESS},
         {"TARGET_SYSTEMS::a::ENABLED", HMI_SUCCESS, HMI_SUCCESS},
-        {"OTHER::a::ENABLED", HMI_SUCCESS, HMI_SUCCESS},
         {"OTHER::a", HMI_E_INVALID_SYMBOL, HMI_E_INVALID_SYMBOL},
         {"target_systems::a", HMI_E_INVALID_SYMBOL, HMI_E_INVALID_SYMBOL},
-        {"::a", HMI_E_INVALID_SYMBOL, HMI_E_INVALID_SYMBOL},
         {"TARGET_SYSTEMS::missing", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
         {"TARGET_SYSTEMS::text", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
-        {"TARGET_SYSTEMS::vector", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
         {"TARGET_SYSTEMS::without address", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
         {"TARGET_SYSTEMS::without enabled", HMI_E_INVALID_PARAMETER, HMI_SUCCESS},
     };
@@ -118,7 +111,6 @@ TEST_F(Configuration, OnlyAnotherNetIdOrAnotherEnabledMakesANewTarget) {
         {"the same again", "a", "0.0.0.0.1.1", true, false, false},
         {"another text of the same net id", "a", "5.1.2.3.1.1", true, false, false},
         {"off", "a", "5.1.2.3.1.1", false, true, false},
-        {"still off", "a", "0.0.0.0.1.1", false, false, false},
         {"on", "a", "5.1.2.3.1.1", true, true, true},
         {"another address", "a", "5.1.2.3.1.10", true, true, true},
         {"new, but like no target", "n", "", false, false, false},
@@ -231,13 +223,7 @@ TEST_F(Configuration, ChangesComeOneAfterTheOtherButNotInTheWayOfOthers) {
 TEST_F(Configuration, LimitsOfAllKindsBecomeAnUnsignedCount) {
     using Numbers = std::numeric_limits<double>;
     const std::pair<Value, std::uint32_t> cases[] = {
-        {10.9, 10},
-        {-0.9, 0},
-        {-1.0, 4'294'967'295},
-        {1e300, 2'147'483'647},
-        {-1e300, 2'147'483'648},
-        {Numbers::quiet_NaN(), 0},
-        {12, 12},
+        {10.9, 10},   {-1.0, 4'294'967'295}, {1e300, 2'147'483'647}, {-1e300, 2'147'483'648}, {Numbers::quiet_NaN(), 0},
         {Value(), 0},
     };
     for (const auto& [limit, expected] : cases) {

@@ -83,16 +83,6 @@ TEST_F(Reporting, AlarmsAndForgottenEventsReachTheServerInTheirModes) {
     EXPECT_STREQ(host.context_of("forget_event").domain(), "HMI");
 }
 
-TEST_F(Reporting, ThePreloadSettingIsReadAfreshEachTime) {
-    for (const bool preload : {true, false, true}) {
-        set_config("PRELOAD_TRANSLATIONS", preload);
-        EXPECT_EQ(extension->preload_translations(), preload);
-    }
-    set_config("PRELOAD_TRANSLATIONS", Value());
-    EXPECT_FALSE(extension->preload_translations());
-    EXPECT_STREQ(host.context_of("get_config_value").domain(), "HMI");
-}
-
 TEST_F(Reporting, AServerThatRefusesWhatComesBeforeAnAlarmHearsOfTheAlarm) {
     for (const char* call : {"send_message NEW_ALARM_RAISED", "send_message FORGET_EVENT", "forget_event"}) {
         SCOPED_TRACE(call);
@@ -115,14 +105,6 @@ TEST_F(Listing, WithoutTargetsTheValueIsLeftAlone) {
     Value events(7);
     EXPECT_EQ(extension->on_get_events(Context(), events), 0);
     EXPECT_EQ(events, Value(7));
-}
-
-TEST_F(Listing, ADisabledTargetMakesAnEmptyVector) {
-    set_entry("a", target_entry("5.1.1.1.1.1", false));
-    start_without_ticks();
-    const Value events = listed();
-    EXPECT_EQ(events.type(), ValueType::Vector);
-    EXPECT_EQ(events.size(), 0u);
 }
 
 TEST_F(Listing, TargetsAreListedInTheOrderOfTheirNames) {

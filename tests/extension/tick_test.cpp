@@ -139,15 +139,6 @@ TEST_F(Tick, ATargetThatIsTakenAwayDuringATickRaisesNothingMore) {
     }
 }
 
-TEST_F(Tick, AnEmptyTableMakesATickWithoutAnyCall) {
-    loggers.clear();
-    config["TARGET_SYSTEMS"].clear();
-    fakes::FakeProxyLibrary::instance().next_loggers.clear();
-    start_without_ticks();
-    tick();
-    EXPECT_THAT(call_log().texts(), IsEmpty());
-}
-
 TEST_F(Tick, AFailingStateQueryIsReportedOnceAndLeavesTheTick) {
     start_without_ticks();
     loggers[0]->connected = VARIANT_FALSE; // its change finds no reset either
