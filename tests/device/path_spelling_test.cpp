@@ -2,7 +2,6 @@
 #include "device/symbol_path.h"
 #include "extension/host/command.h"
 #include "tests/device/path_text.h"
-#include "tests/server_api/allocations.h"
 
 #include <gtest/gtest.h>
 
@@ -112,33 +111,6 @@ TEST(PathSpellings, PoppedPartsGoBack) {
     EXPECT_GT(round_trips, 10'000U);
 }
 
-TEST(PathSpellings, AllocateAtMostOnce) {
-    std::string many_groups = "MAIN";
-    for (int i = 0; i < 1000; ++i) {
-        many_groups += ".some_array[" + std::to_string(i) + "]^`";
-    }
-    const std::string plain = "MAIN.a_name_that_is_not_kept_inline.value";
-    for (const std::string& text : {std::string("a[1].p^"), plain, plain + "[1,2].p^.r`", many_groups}) {
-        SCOPED_TRACE(text.substr(0, 60));
-        const auto unique = path<UniqueFdxPath>(text);
-        EXPECT_LE(allocations::during([&] { (void)to_native(unique); }), 1U);
-        EXPECT_LE(allocations::during([&] { (void)to_lookup(unique); }), 1U);
-        SanitizedUniqueFdxPath sanitized;
-        EXPECT_LE(allocations::during([&] { sanitized = sanitize(unique); }), 1U);
-        EXPECT_LE(allocations::during([&] { (void)simplify(sanitized); }), 1U);
-        std::size_t answers = 0;
-        EXPECT_EQ(allocations::during([&] {
-                      answers = unique.depth() + unique.full_depth() + unique.dereference_count() +
-                                std::size_t(unique.is_global() || unique.is_array_access() ||
-                                            unique.includes_array_access() || unique.last_part_is_method());
-                  }),
-                  0U);
-        EXPECT_GT(answers, 0U);
-    }
-    const auto unique = path<UniqueFdxPath>(plain);
-    EXPECT_EQ(allocations::during([&] { EXPECT_EQ(sanitized_path_if_contaminated(unique), ""); }), 0U);
-}
-
 TEST(PathSpellings, ReplacesAPrefixOfText) {
     const struct {
         std::string_view text;
@@ -181,7 +153,6 @@ TEST(PathSpellings, AreKeysThatATextFinds) {
         table[path<UniqueFdxPath>(text)] = int(text.size());
         set.insert(path<UniqueFdxPath>(text));
     }
-    const std::size_t start = allocations::count();
     for (const std::string_view text : texts) {
         ASSERT_NE(table.find(text), table.end());
         EXPECT_EQ(table.find(text)->second, int(text.size()));
@@ -189,7 +160,6 @@ TEST(PathSpellings, AreKeysThatATextFinds) {
     }
     EXPECT_FALSE(table.contains("MAIN"sv));
     EXPECT_FALSE(set.contains("MAIN"sv));
-    EXPECT_EQ(allocations::count(), start);
     // Bytes are ordered as unsigned numbers, with the functors as with the operators.
     std::vector<UniqueFdxPath> in_order(set.begin(), set.end());
     EXPECT_EQ(in_order.back().str(), "\xC3\xA4");
