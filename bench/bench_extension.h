@@ -1,10 +1,10 @@
 #pragma once
 
+#include "bench/plain_proxy.h"
 #include "extension/host/context.h"
 #include "extension/host/timestamp.h"
 #include "extension/host/value.h"
 #include "extension/zo_hmi_event_logger.h"
-#include "tests/fakes/plain_proxy.h"
 #include "tests/fakes/quiet_host.h"
 
 #include <string>

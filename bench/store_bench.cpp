@@ -2,9 +2,9 @@
 // orders and with the plain walk: events added at ascending times, each of which pushes the oldest one out, and a mix
 // of operations on stores in which a tenth of the events are live alarms.
 
+#include "bench/plain_proxy.h"
 #include "targets/conversion.h"
 #include "targets/limited_event_container.h"
-#include "tests/fakes/plain_proxy.h"
 #include "tests/targets/reference_container.h"
 
 #include <benchmark/benchmark.h>

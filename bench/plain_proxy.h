@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-// A proxy library for benchmarks and for counting allocations: its loggers and events answer at once and keep no
-// record, so that what is measured is the product's own work.
+// A proxy library for benchmarks: its loggers and events answer at once and keep no record, so that what is measured is
+// the product's own work.
 namespace plain {
 
 /// The file time of nanoseconds since 1970.

@@ -1,4 +1,4 @@
-#include "tests/fakes/plain_proxy.h"
+#include "bench/plain_proxy.h"
 
 #include "tests/fakes/fake_collections.h"
 
