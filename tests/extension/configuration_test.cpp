@@ -264,7 +264,7 @@ TEST_F(Configuration, TheLocalNetIdIsFetchedUntilItIsKnownAndThenKept) {
     fakes::device_client().set_local({{5, 4, 4, 4, 1, 1}});
     call_log().clear();
     EXPECT_EQ(change("a"), HMI_SUCCESS);
-    EXPECT_THAT(call_log().texts_with_prefix("Fdx"), IsEmpty());
+    EXPECT_THAT(call_log().texts("Fdx"), IsEmpty());
     EXPECT_EQ(resets(), 0u);
     const auto loopback = expect("l");
     set_entry("l", target_entry("127.0.0.1.1.1", true));

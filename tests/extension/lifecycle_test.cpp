@@ -16,6 +16,8 @@ using fakes::call_log;
 using fakes::FakeProxyLibrary;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Pair;
+using testing::UnorderedElementsAre;
 
 namespace {
 
@@ -78,11 +80,14 @@ TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
     EXPECT_EQ(filter[0]["flags"], Value(48));
     EXPECT_EQ(filter[0]["paths"], Value().set_type(ValueType::Vector) << "TARGET_SYSTEMS::*");
     // Each listener is registered as what it says it is.
-    EXPECT_EQ(host.alarm_provider(), extension.get());
-    EXPECT_EQ(host.localization_listener(), extension.get());
-    EXPECT_EQ(host.shutdown_listener(), extension.get());
-    EXPECT_EQ(host.request_listener(), extension.get());
-    EXPECT_EQ(host.config_listener(), extension.get());
+    ZoHmiEventLogger::ZoHmiEventLogger* const own = extension.get();
+    EXPECT_THAT(host.listeners(),
+                UnorderedElementsAre(
+                    Pair(ListenerType::AlarmProvider, static_cast<IZoHmiSrvAlarmProviderListener*>(own)),
+                    Pair(ListenerType::EventLocalization, static_cast<IZoHmiSrvEventLocalizationListener*>(own)),
+                    Pair(ListenerType::Shutdown, static_cast<IZoHmiSrvShutdownListener*>(own)),
+                    Pair(ListenerType::Request, static_cast<IZoHmiSrvRequestListener*>(own)),
+                    Pair(ListenerType::Config, static_cast<IZoHmiSrvConfigListener*>(own))));
 }
 
 TEST_F(LifeCycle, AServerWithTheLicenceInterfaceSeesTheSameInit) {
@@ -144,7 +149,7 @@ TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
         failure.arrange(*this, host);
         call_log().clear();
         EXPECT_EQ(init(), failure.result);
-        EXPECT_EQ(host.listener_count(), failure.listeners);
+        EXPECT_EQ(host.listeners().size(), failure.listeners);
         if (failure.stopping && failure.result == HMI_E_INIT) {
             EXPECT_THAT(take_calls("host.unregister"),
                         ElementsAre("host.unregister_listener AlarmProvider",
@@ -157,9 +162,7 @@ TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
         host.plan().clear();
         library()->clear();
         EXPECT_NE(applies_changes(), failure.stopping);
-        for (IZoHmiSrvListener* left :
-             std::initializer_list<IZoHmiSrvListener*>{host.alarm_provider(), host.localization_listener(),
-                                                       host.shutdown_listener(), host.request_listener()})
+        for (const auto& [kind, left] : host.listeners())
             host.unregister_listener(Context(), left);
         EXPECT_EQ(destroyed_while_running(), failure.threads_run);
         host.set_config(config);
@@ -278,7 +281,7 @@ TEST_F(LifeCycle, DestructionWithoutShutdownStopsTheThreadsAndThenDisconnects) {
     ASSERT_FALSE(host.messages().empty());
     EXPECT_EQ(host.messages().back().message.domain(), domain);
     EXPECT_EQ(host.messages().back().context.domain(), domain);
-    EXPECT_EQ(host.listener_count(), 5u);
+    EXPECT_EQ(host.listeners().size(), 5u);
 }
 
 } // namespace

@@ -20,11 +20,7 @@ std::vector<Call> CallLog::calls() const {
     return calls_;
 }
 
-std::vector<std::string> CallLog::texts() const {
-    return texts_with_prefix("");
-}
-
-std::vector<std::string> CallLog::texts_with_prefix(std::string_view prefix) const {
+std::vector<std::string> CallLog::texts(std::string_view prefix) const {
     const std::lock_guard lock(mutex_);
     std::vector<std::string> texts;
     for (const Call& call : calls_)

@@ -25,9 +25,8 @@ public:
     void clear();
 
     [[nodiscard]] std::vector<Call> calls() const;
-    [[nodiscard]] std::vector<std::string> texts() const;
-    // The texts that begin so.
-    [[nodiscard]] std::vector<std::string> texts_with_prefix(std::string_view prefix) const;
+    // The texts, or those that begin so.
+    [[nodiscard]] std::vector<std::string> texts(std::string_view prefix = {}) const;
     // How often exactly this text stands in the log.
     [[nodiscard]] std::size_t count(std::string_view text) const;
     // Waits until the text stands there `times` times; false when time runs out.

@@ -2,7 +2,6 @@
 
 #include "tests/fakes/call_log.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace fakes {
@@ -63,33 +62,6 @@ void FakeHost::clear() {
     messages_.clear();
     alarms_.clear();
     forgotten_.clear();
-}
-
-IZoHmiSrvListener* FakeHost::listener(ListenerType type) const {
-    const std::lock_guard lock(mutex_);
-    const auto found =
-        std::find_if(listeners_.rbegin(), listeners_.rend(), [type](const auto& entry) { return entry.first == type; });
-    return found == listeners_.rend() ? nullptr : found->second;
-}
-
-IZoHmiSrvShutdownListener* FakeHost::shutdown_listener() const {
-    return static_cast<IZoHmiSrvShutdownListener*>(listener(ListenerType::Shutdown));
-}
-
-IZoHmiSrvAlarmProviderListener* FakeHost::alarm_provider() const {
-    return static_cast<IZoHmiSrvAlarmProviderListener*>(listener(ListenerType::AlarmProvider));
-}
-
-IZoHmiSrvEventLocalizationListener* FakeHost::localization_listener() const {
-    return static_cast<IZoHmiSrvEventLocalizationListener*>(listener(ListenerType::EventLocalization));
-}
-
-IZoHmiSrvRequestListener* FakeHost::request_listener() const {
-    return static_cast<IZoHmiSrvRequestListener*>(listener(ListenerType::Request));
-}
-
-IZoHmiSrvConfigListener* FakeHost::config_listener() const {
-    return static_cast<IZoHmiSrvConfigListener*>(listener(ListenerType::Config));
 }
 
 void FakeHost::send_message(const Context& context, Message message, bool is_event) {

@@ -66,15 +66,11 @@ public:
     // Drops what was kept of messages, alarms and forgotten events; listeners, configuration and plan stay.
     void clear();
 
-    // What is registered now, null when nothing of the kind is.
-    [[nodiscard]] ZoHmiSrv::IZoHmiSrvShutdownListener* shutdown_listener() const;
-    [[nodiscard]] ZoHmiSrv::IZoHmiSrvAlarmProviderListener* alarm_provider() const;
-    [[nodiscard]] ZoHmiSrv::IZoHmiSrvEventLocalizationListener* localization_listener() const;
-    [[nodiscard]] ZoHmiSrv::IZoHmiSrvRequestListener* request_listener() const;
-    [[nodiscard]] ZoHmiSrv::IZoHmiSrvConfigListener* config_listener() const;
+    // What is registered now, each with its kind, so that a listener that died registered is never asked.
+    using Listeners = std::vector<std::pair<ZoHmiSrv::ListenerType, ZoHmiSrv::IZoHmiSrvListener*>>;
+    [[nodiscard]] Listeners listeners() const { return copy_of(listeners_); }
     // What the config listener asked for when it registered.
     [[nodiscard]] ZoHmiSrv::Value config_filter() const { return copy_of(config_filter_); }
-    [[nodiscard]] std::size_t listener_count() const { return copy_of(listeners_).size(); }
 
     void send_message(const ZoHmiSrv::Context& context, ZoHmiSrv::Message message, bool is_event) override;
     void execute_command(const ZoHmiSrv::Context& context, ZoHmiSrv::Command& command) override;
@@ -97,7 +93,6 @@ private:
         const std::lock_guard lock(mutex_);
         return member;
     }
-    [[nodiscard]] ZoHmiSrv::IZoHmiSrvListener* listener(ZoHmiSrv::ListenerType type) const;
 
     CallPlan plan_;
     std::function<void(std::string_view)> probe_;
@@ -107,8 +102,7 @@ private:
     std::vector<SentMessage> messages_;
     std::vector<NotifiedAlarm> alarms_;
     std::vector<ForgottenEvent> forgotten_;
-    // With its kind, so that a listener that died registered is never asked.
-    std::vector<std::pair<ZoHmiSrv::ListenerType, ZoHmiSrv::IZoHmiSrvListener*>> listeners_;
+    Listeners listeners_;
     std::map<std::string, ZoHmiSrv::Context, std::less<>> contexts_;
 };
 
