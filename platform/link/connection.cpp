@@ -2,6 +2,7 @@
 
 #include "platform/link/event_record.h"
 #include "platform/link/frame.h"
+#include "platform/link/lookup.h"
 
 #include <algorithm>
 #include <array>
@@ -38,6 +39,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds shortest_heartbeat{20};
 constexpr milliseconds longest_heartbeat{5000};
+constexpr milliseconds lookup_period{5};
 // A deadline this far away is none, and keeps the clock from overflowing.
 constexpr milliseconds longest_timeout{std::chrono::hours(24 * 365)};
 
@@ -69,6 +71,7 @@ struct Connection::Impl {
 
     // All of these run on the reader thread.
     void resolve(const std::string& host, const std::string& port);
+    void await_lookup(std::uint16_t port);
     void connected(const error_code& error);
     void read();
     void received(std::size_t size);
@@ -88,9 +91,9 @@ struct Connection::Impl {
 
     const std::shared_ptr<ConnectionEvents> events;
     boost::asio::io_context io{1};
-    tcp::resolver resolver{io};
     tcp::socket socket{io};
     boost::asio::steady_timer heartbeat{io};
+    boost::asio::steady_timer lookup_timer{io};
 
     mutable std::mutex mutex; // guards what follows, to the blank line
     std::condition_variable answered;
@@ -104,6 +107,7 @@ struct Connection::Impl {
     bool writing = false;
 
     // Of the reader thread alone.
+    std::optional<Lookup> lookup;
     FrameReader frames;
     std::array<std::uint8_t, std::size_t{64} << 10> chunk{};
     std::uint32_t ping_id = 0; // 0: none is under way
@@ -127,22 +131,32 @@ void Connection::Impl::run() {
 }
 
 void Connection::Impl::resolve(const std::string& host, const std::string& port) {
-    // An address in numbers needs no resolver, which would start a thread of its own.
     error_code error;
     const auto address = boost::asio::ip::make_address(host, error);
     std::uint16_t number = 0;
     const auto [end, result] = std::from_chars(port.data(), port.data() + port.size(), number);
-    // A resolver would cut a number that is too large to some other port.
     if (result != std::errc() || end != port.data() + port.size()) return fail(code::host_unreachable);
     if (!error) {
         socket.async_connect(tcp::endpoint(address, number), [this](const error_code& outcome) { connected(outcome); });
         return;
     }
-    resolver.async_resolve(host, port, [this](const error_code& failure, const tcp::resolver::results_type& found) {
-        if (failure) return connected(failure);
-        boost::asio::async_connect(socket, found,
-                                   [this](const error_code& outcome, const tcp::endpoint&) { connected(outcome); });
-    });
+    lookup.emplace(host);
+    await_lookup(number);
+}
+
+void Connection::Impl::await_lookup(std::uint16_t port) {
+    if (!lookup->done()) {
+        lookup_timer.expires_after(lookup_period);
+        lookup_timer.async_wait([this, port](const error_code& error) {
+            if (!error) await_lookup(port);
+        });
+        return;
+    }
+    const auto endpoints = lookup->endpoints(port);
+    lookup.reset();
+    if (endpoints.empty()) return fail(code::host_unreachable);
+    boost::asio::async_connect(socket, endpoints,
+                               [this](const error_code& outcome, const tcp::endpoint&) { connected(outcome); });
 }
 
 void Connection::Impl::connected(const error_code& error) {
@@ -330,7 +344,7 @@ void Connection::Impl::fail(std::uint32_t result) {
     }
     error_code ignored;
     socket.close(ignored);
-    resolver.cancel();
+    lookup_timer.cancel();
     heartbeat.cancel();
     if (was_open) events->on_lost(result);
 }
