@@ -18,7 +18,6 @@ TEST(BuildType, TakesWhatTheNameTells) {
         ValueType hmi_type;
         std::uint32_t fdx_type;
     } cases[] = {
-        {"INT", "INT", 2, ValueType::Int, 0x02},
         {"INT ReadOnly", "INT", 2, ValueType::Int, 0x02},
         {"STRING(80)", "STRING(80)", 81, ValueType::String, 0x1E},
         {"WSTRING[80]", "WSTRING[80]", 162, ValueType::String, 0x1F},
@@ -30,7 +29,6 @@ TEST(BuildType, TakesWhatTheNameTells) {
         {"XINT", "XINT", 0, ValueType::Null, 0}, // a size of the target's own
         {"", "", 0, ValueType::Null, 0},
 
-        {"ARRAY [1..3] OF INT", "INT", 6, ValueType::Vector, 0x02},
         {"ARRAY [-1..1,0 .. 9] OF BOOL ReadOnly", "BOOL", 30, ValueType::Vector, 0x21},
         {"ARRAY [0..1] OF ARRAY [0..2] OF DINT", "ARRAY [0..2] OF DINT", 24, ValueType::Vector, 0x03},
         {"ARRAY [0..1] OF ST_Pump", "ST_Pump", 0, ValueType::Vector, 0},

@@ -48,7 +48,6 @@ TEST(MethodItem, Signature) {
         {"nothing", "", {}, "METHOD-VOID"},
         {"parameters without result", "", {{"a", "INT", "", 1}}, "METHOD-PARAMETERS-a-INT"},
         {"without the flag of an output it is an input", "", {{"a", "INT", "", 0xFFFFFFFD}}, "METHOD-PARAMETERS-a-INT"},
-        {"both ways alone", "", {{"a", "INT", "", 7}}, "METHOD-PARAMETERS-a-IN_OUT-INT"},
         {"groups in their order, each sorted by its texts",
          "POINTER TO INT",
          {{"a", "REAL", "", 3},

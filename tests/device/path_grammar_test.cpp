@@ -180,18 +180,6 @@ TEST(PathGrammar, Cuts) {
     }
 }
 
-TEST(PathGrammar, Shrinks) {
-    for (const std::size_t n : {std::size_t(0), std::size_t(3), std::size_t(5), std::size_t(6), npos}) {
-        SCOPED_TRACE(n);
-        auto p = path<UniqueFdxPath>("abc.d");
-        EXPECT_EQ(p.shrink(n), n < 5 ? std::string("abc.d").substr(n) : "");
-        EXPECT_EQ(p.str(), std::string("abc.d").substr(0, n));
-        auto q = path<UniqueFdxPath>("something longer that goes away");
-        q.shrink_from(path<UniqueFdxPath>("abc.d"), n);
-        EXPECT_EQ(q, p);
-    }
-}
-
 TEST(PathGrammar, TakesItselfAsAnArgument) {
     const std::string long_text = "MAIN.a_name_that_is_not_kept_inline";
     auto p = path<LookupFdxPath>(long_text);
@@ -223,7 +211,6 @@ TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
         {"-1,+2]", {-1, 2}},
         {"1,]", {1}},
         {"1][", {1}},
-        {"1]x[2]", {1, 2}},
         {"1],2]", {1, 2}},
         {"1[2]", {}},
         {"1, 2]", {1}},
