@@ -135,10 +135,6 @@ public:
         counters.imported_events = counters.active_alarms + counters.not_live;
         counters.imported_messages = counters.cached_messages;
         counters.imported_invalid_alarms = counters.cached_invalid_alarms;
-        return events();
-    }
-
-    std::vector<const Event*> events() const {
         std::vector<const Event*> events;
         for (const auto& [key, entries] : buckets)
             for (const Entry& entry : entries)
