@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -98,13 +97,6 @@ TEST_F(ClientStandIn, RoutesFile) {
     const auto beside = zo_link::default_routes_path(reinterpret_cast<const void*>(&FdxPortOpenEx));
     EXPECT_EQ(std::filesystem::path(beside).filename(), "routes.json");
     EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(beside).parent_path() / "libZoFdxDll.so")) << beside;
-}
-
-TEST(NetIdText, SixNumbersAndNothingElse) {
-    using Bytes = std::array<std::uint8_t, 6>;
-    EXPECT_EQ(zo_link::parse_net_id("5.1.2.3.1.255"), (Bytes{5, 1, 2, 3, 1, 255}));
-    for (const char* text : {"5.1.2.3.1", "5.1.2.3.1.", "5.1.2.3.1.1.", "5.1.2.3.1.256", "5..2.3.1.1", "5.1.2.3.1. 1"})
-        EXPECT_FALSE(zo_link::parse_net_id(text).has_value()) << text;
 }
 
 } // namespace

@@ -87,6 +87,9 @@ TEST(Conversion, FillsAllThreeKindsAlike) {
         EXPECT_STREQ(event->name(), event == &logged_message ? "ZOEVENTLOGGER_MESSAGE" : "ZOEVENTLOGGER_ALARM");
         EXPECT_EQ(event->time_received().nanoseconds(), 10'000'000'100); // when it was raised, not now
     }
+    const Event other = logged({.type = 2});
+    EXPECT_STREQ(other.domain(), "dom"); // and nothing else
+    EXPECT_EQ(std::string(other.name()) + describe(other.payload()), describe(Value()));
 }
 
 TEST(Conversion, LeavesOutWhatTheObjectDoesNotTell) {
