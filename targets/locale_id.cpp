@@ -29,24 +29,37 @@ constexpr OldTag old_tags[] = {
 
 constexpr std::size_t rows = std::size(locale_table);
 
-// Where the rows of each first character begin. Every text that is read in a language asks here, so the search is
-// short.
-constexpr auto starts = [] {
-    std::array<std::uint16_t, 257> counts{};
-    for (const LocaleRow& row : locale_table)
-        ++counts[static_cast<unsigned char>(row.tag[0]) + 1U];
-    for (std::size_t i = 1; i < counts.size(); ++i)
-        counts[i] = static_cast<std::uint16_t>(counts[i] + counts[i - 1]);
-    return counts;
+constexpr std::size_t slot_count = 2048; // at most half of them are taken, so that searches are short
+static_assert(2 * rows <= slot_count);
+
+// FNV-1a; the product's high bits, since the low ones of tags have little to tell them apart.
+constexpr std::size_t slot_of(std::string_view tag) {
+    std::uint32_t hash = 0x811C9DC5;
+    for (const char c : tag)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x01000193;
+    return hash * 0x9E3779B9 >> 21;
+}
+
+// Each row's number at the slot of its tag or the next free one, `rows` in the others. Every text that is read in a
+// language asks here, so the search is short.
+constexpr auto slots = [] {
+    std::array<std::uint16_t, slot_count> taken{};
+    taken.fill(rows);
+    for (std::size_t row = 0; row < rows; ++row) {
+        std::size_t slot = slot_of(locale_table[row].tag);
+        while (taken[slot] != rows)
+            slot = (slot + 1) % slot_count;
+        taken[slot] = static_cast<std::uint16_t>(row);
+    }
+    return taken;
 }();
 
 // The index of a tag's row, or `rows`.
 constexpr std::size_t find(std::string_view tag) {
-    if (tag.empty()) return rows;
-    const auto first = static_cast<unsigned char>(tag[0]);
-    const LocaleRow* const end = locale_table + starts[first + 1U];
-    const LocaleRow* const row = std::lower_bound(locale_table + starts[first], end, LocaleRow{tag, 0}, in_order);
-    return row != end && row->tag == tag ? static_cast<std::size_t>(row - locale_table) : rows;
+    std::size_t slot = slot_of(tag);
+    while (slots[slot] != rows && locale_table[slots[slot]].tag != tag)
+        slot = (slot + 1) % slot_count;
+    return slots[slot];
 }
 
 constexpr std::size_t fallback = find("en");

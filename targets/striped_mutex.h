@@ -3,9 +3,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <mutex>
-#include <thread>
+#include <pthread.h>
 
 namespace ZoHmiEventLogger {
 
@@ -37,8 +36,7 @@ private:
     // Not by a variable of the thread: threads of the server outlive an extension that is unloaded. The numbers of
     // threads are addresses, far apart; the multiplier of Fibonacci hashing spreads them.
     std::mutex& mine() {
-        const std::uint64_t thread = std::hash<std::thread::id>()(std::this_thread::get_id());
-        return stripes_[thread * 0x9E3779B97F4A7C15U >> 32 & (count - 1)].mutex;
+        return stripes_[std::uint64_t{pthread_self()} * 0x9E3779B97F4A7C15U >> 32 & (count - 1)].mutex;
     }
 
     std::array<Stripe, count> stripes_;
