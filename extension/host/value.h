@@ -43,14 +43,15 @@ concept ValueIndex = std::integral<T> && !std::same_as<T, bool> && !std::same_as
 /// The variant that carries everything between server and extension.
 ///
 /// A `Value` owns all it holds; two of them never share anything that can be changed, so a reference into one never
-/// shows a change of another. Reading (every const operation) may happen on several threads at once, writing needs the
-/// value for itself. [any thread]
+/// shows a change of another: what copies share (long texts, Binary, and trees by `share`) is copied before it changes.
+/// Reading (every const operation) may happen on several threads at once, writing needs the value for itself. [any
+/// thread]
 ///
 /// References, iterators, texts and binary views taken from a Value hold until it, or the Map, Struct or Vector around
-/// it, is written, moved or destroyed; the reference that `operator[]` gives is no exception: a later insertion beside
-/// it may move it. Moves never allocate or throw; nobody may swap a Value with a part of itself, nor hand it as an
-/// rvalue to the operations of one. Copies may throw `std::bad_alloc` and then leave the target as it was. Destruction,
-/// copy and comparison take any depth.
+/// it, is written, moved or destroyed; in a Value that shares a tree, asking for something to write counts as writing;
+/// the reference that `operator[]` gives is no exception: a later insertion beside it may move it. Moves never allocate
+/// or throw; nobody may swap a Value with a part of itself, nor hand it as an rvalue to the operations of one. Copies
+/// may throw `std::bad_alloc` and then leave the target as it was. Destruction, copy and comparison take any depth.
 ///
 /// A Map and a Struct order their members by the bytes of the names. An operation for one type, used on a Value of
 /// another, never fails: reads give 0, "", false, an empty range or a shared Null, writes turn the Value into the type
@@ -69,10 +70,16 @@ public:
     Value(const char* text);               // NOLINT(google-explicit-constructor): null counts as ""
     Value(const Timestamp& time) noexcept; // NOLINT(google-explicit-constructor)
     Value(const Event& event);             // NOLINT(google-explicit-constructor)
-    Value(const Value& other);
+    Value(const Value& other) {
+        if (other.on_heap()) {
+            copy(other);
+        } else {
+            take_bytes(other);
+        }
+    }
     Value(Value&& other) noexcept { take(other); }
     ~Value() {
-        if (on_heap_) {
+        if (on_heap()) {
             release();
         }
     }
@@ -84,7 +91,13 @@ public:
         return *this;
     }
     Value& operator=(const Event& event);
-    void swap(Value& other) noexcept;
+    void swap(Value& other) noexcept {
+        Value kept;
+        kept.take_bytes(*this);
+        take_bytes(other);
+        other.take_bytes(kept);
+        kept.storage_ = Storage::Inside;
+    }
 
     /// By content. Values of different types differ, 1 and 1.0 too; NaN equals itself.
     friend bool operator==(const Value& left, const Value& right) { return compare(left, right) == 0; }
@@ -108,10 +121,15 @@ public:
     std::size_t size() const noexcept;
     /// Empties the value; the type stays.
     void clear() noexcept;
-    /// Room for n elements or members in all; never give it a count that nobody checked.
+    /// Room for n elements or members in all; never give it a count that nobody checked. Of a Map or Struct a copy has
+    /// up to four places of what is left.
     void reserve(std::size_t count);
     /// Cuts or fills a Vector to n elements.
     void resize(std::size_t count, const Value& fill);
+    /// From now on copies of this Vector, Map or Struct share its members instead of copying them, however many there
+    /// are; whichever is to be written first makes itself a copy. For what is copied often and seldom changed. Ends the
+    /// validity of references into the Value; of other types it does nothing.
+    Value& share() noexcept;
 
     /// @name Map and Struct
     /// A null name counts as "".
@@ -124,7 +142,7 @@ public:
     }
     /// The member, inserted as Null where there is none. A Null becomes a Map, and so does any other type, which loses
     /// its content.
-    Value& operator[](const char* name);
+    Value& operator[](const char* name) { return member(Layout::NameKey(name)); }
     /// A name in a buffer, which would be ambiguous otherwise.
     template <std::same_as<char*> T>
     const Value& operator[](T name) const noexcept {
@@ -139,27 +157,37 @@ public:
         const Found found = look_up(name);
         return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
     }
-    [[gnu::always_inline]] Iterator<Value> find(const char* name) noexcept {
+    [[gnu::always_inline]] Iterator<Value> find(const char* name) {
+        own();
         const Found found = look_up(name);
         return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
     }
     ConstIterator<Value> begin() const noexcept { return first_member(); }
     ConstIterator<Value> end() const noexcept { return {}; }
-    Iterator<Value> begin() noexcept { return first_member(); }
+    Iterator<Value> begin() {
+        own();
+        return first_member();
+    }
     Iterator<Value> end() noexcept { return {}; }
 
     /// Inserts a member; a member of that name stays as it is. Gives the member of that name in both cases.
-    Iterator<Value> insert(const char* name, const Value& value);
-    Iterator<Value> insert(const char* name, Value&& value);
-    Iterator<Value> insert(const char* name, const char* text);
+    Iterator<Value> insert(const char* name, const Value& value) { return insert(name, Value(value)); }
+    Iterator<Value> insert(const char* name, Value&& value) {
+        return insert_member(Layout::NameKey(name), std::move(value));
+    }
+    Iterator<Value> insert(const char* name, const char* text) { return insert(name, Value(text)); }
     template <ValueScalar T>
     Iterator<Value> insert(const char* name, T scalar) {
         return insert(name, from_scalar(scalar));
     }
     /// Inserts a member, or gives the member of that name a new value.
-    Iterator<Value> insert_or_update(const char* name, const Value& value);
-    Iterator<Value> insert_or_update(const char* name, Value&& value);
-    Iterator<Value> insert_or_update(const char* name, const char* text);
+    Iterator<Value> insert_or_update(const char* name, const Value& value) {
+        return insert_or_update(name, Value(value));
+    }
+    Iterator<Value> insert_or_update(const char* name, Value&& value) {
+        return insert_or_update_member(Layout::NameKey(name), std::move(value));
+    }
+    Iterator<Value> insert_or_update(const char* name, const char* text) { return insert_or_update(name, Value(text)); }
     template <ValueScalar T>
     Iterator<Value> insert_or_update(const char* name, T scalar) {
         return insert_or_update(name, from_scalar(scalar));
@@ -196,21 +224,27 @@ public:
     }
 
     ConstVectorIterator<Value> find(unsigned long index) const noexcept;
-    VectorIterator<Value> find(unsigned long index) noexcept;
+    VectorIterator<Value> find(unsigned long index);
     template <ValueIndex T>
     ConstVectorIterator<Value> find(T index) const noexcept {
         return find(static_cast<unsigned long>(index));
     }
     template <ValueIndex T>
-    VectorIterator<Value> find(T index) noexcept {
+    VectorIterator<Value> find(T index) {
         return find(static_cast<unsigned long>(index));
     }
     ConstVectorIterator<Value> begin_vector() const noexcept { return ConstVectorIterator<Value>(elements()); }
     ConstVectorIterator<Value> end_vector() const noexcept {
         return ConstVectorIterator<Value>(elements() + element_count());
     }
-    VectorIterator<Value> begin_vector() noexcept { return VectorIterator<Value>(elements()); }
-    VectorIterator<Value> end_vector() noexcept { return VectorIterator<Value>(elements() + element_count()); }
+    VectorIterator<Value> begin_vector() {
+        own();
+        return VectorIterator<Value>(elements());
+    }
+    VectorIterator<Value> end_vector() {
+        own();
+        return VectorIterator<Value>(elements() + element_count());
+    }
 
     /// Inserts before a position of this Vector and gives the inserted element.
     VectorIterator<Value> insert(VectorIterator<Value> position, const Value& value);
@@ -286,12 +320,24 @@ private:
 
     static constexpr std::size_t inline_limit = 15;
 
+    /// Where the content lies; `Shared` is a tree on the heap that other Values may hold too.
+    enum class Storage : std::uint8_t { Inside, Heap, Shared };
+
+    bool on_heap() const noexcept { return storage_ != Storage::Inside; }
+    /// To come before anything through which the content could be changed.
+    void own() {
+        if (storage_ == Storage::Shared) [[unlikely]] {
+            unshare();
+        }
+    }
+    [[gnu::cold]] void unshare();
+
     std::size_t element_count() const noexcept {
-        return type_ == ValueType::Vector && on_heap_ ? payload_.heap.block->size : 0;
+        return type_ == ValueType::Vector && on_heap() ? payload_.heap.block->size : 0;
     }
     /// Null when there are none.
     Value* elements() const noexcept {
-        return type_ == ValueType::Vector && on_heap_ ? reinterpret_cast<Value*>(payload_.heap.block + 1) : nullptr;
+        return type_ == ValueType::Vector && on_heap() ? reinterpret_cast<Value*>(payload_.heap.block + 1) : nullptr;
     }
     Iterator<Value> first_member() const noexcept {
         return owns_members() ? Iterator<Value>::first_of(payload_.heap.block) : Iterator<Value>();
@@ -311,8 +357,12 @@ private:
         const Layout::NameKey key(name);
         return payload_.heap.index == nullptr && !key.is_long() ? look_up_short(key) : look_up_long(name);
     }
+    /// The key's text may lie in this Value.
+    Value& member(const Layout::NameKey& key);
+    Iterator<Value> insert_member(const Layout::NameKey& key, Value&& value);
+    Iterator<Value> insert_or_update_member(const Layout::NameKey& key, Value&& value);
     [[gnu::always_inline]] bool owns_members() const noexcept {
-        return (type_ == ValueType::Map || type_ == ValueType::Struct) && on_heap_;
+        return (type_ == ValueType::Map || type_ == ValueType::Struct) && on_heap();
     }
     /// In a single run, with the words of the name in registers.
     [[gnu::always_inline]] Found look_up_short(const Layout::NameKey& key) const noexcept {
@@ -330,11 +380,13 @@ private:
         return value;
     }
     static int compare(const Value& left, const Value& right);
+    void copy(const Value& other);
     void release() noexcept;
+    void take_bytes(const Value& other) noexcept { std::memcpy(static_cast<void*>(this), &other, sizeof *this); }
     void take(Value& other) noexcept {
-        std::memcpy(static_cast<void*>(this), &other, sizeof *this);
+        take_bytes(other);
         other.type_ = ValueType::Null;
-        other.on_heap_ = false;
+        other.storage_ = Storage::Inside;
     }
 
     /// What lies on the heap is one block, or for a Map or Struct a chain of runs, with an index once there are
@@ -354,7 +406,7 @@ private:
 
     Payload payload_;
     ValueType type_ = ValueType::Null;
-    bool on_heap_ = false;
+    Storage storage_ = Storage::Inside;
     std::uint8_t inline_size_ = 0;
 };
 

@@ -19,7 +19,8 @@ struct Block {
     Block* next;
     std::size_t size;     ///< elements in use
     std::size_t capacity; ///< elements that fit; of bytes, which never change: the values that share them
-    std::uint64_t kind;
+    std::uint32_t kind;
+    std::uint32_t owners; ///< of a tree: the values that share it
 };
 
 /// A name of a Map's member, or another short text. Up to 23 bytes lie here, padded with zeros, so that three words
@@ -80,8 +81,7 @@ struct NameKey {
     /// One byte that tells most names apart. Long ones are told apart by their ends too.
     [[gnu::always_inline]] std::uint8_t tag() const noexcept {
         const std::uint64_t last = is_long() ? load(text + length - 8) + length : words[2];
-        const std::uint64_t mixed =
-            words[0] * 0xD6E8FEB86659FD93U + words[1] * 0x9E3779B97F4A7C15U + last * 0xC2B2AE3D27D4EB4FU;
+        const std::uint64_t mixed = (words[0] ^ std::rotl(words[1], 21) ^ std::rotl(last, 42)) * 0xD6E8FEB86659FD93U;
         return static_cast<std::uint8_t>(mixed >> 56);
     }
 

@@ -9,7 +9,7 @@
 namespace ZoHmiSrv::Layout {
 
 /// What follows the head of a block: `size` bytes, Values, members, or one object.
-enum BlockKind : std::uint64_t { Bytes, Elements, Members, EventBox, MessageBox, AlarmBox };
+enum BlockKind : std::uint32_t { Bytes, Elements, Members, EventBox, MessageBox, AlarmBox };
 
 /// A block with room for `capacity` things of `element` bytes and `extra` bytes more; nothing in use. Throws
 /// `std::bad_alloc`, also for a size that no memory has.
@@ -27,6 +27,15 @@ void release_bytes(Block* block) noexcept;
 inline char* bytes_of(Block* block) noexcept {
     return reinterpret_cast<char*>(block + 1);
 }
+/// @}
+
+/// @name Trees
+/// What a Value shares by `share`: counted in its first block. `share_tree` is false, with nothing done, when the count
+/// is full; `release_tree` is true for the last owner, whose tree it is again.
+/// @{
+bool share_tree(Block* block) noexcept;
+bool release_tree(Block* block) noexcept;
+bool is_sole_owner(Block* block) noexcept;
 /// @}
 
 /// A run of members never grows beyond this: a Map with more of them is a chain of runs in name order, so that an

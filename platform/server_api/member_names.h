@@ -9,9 +9,9 @@
 
 namespace ZoHmiSrv::Layout {
 
-/// A word turned so that numbers compare as their bytes in memory do.
-inline std::uint64_t in_byte_order(std::uint64_t word) noexcept {
-    return __builtin_bswap64(word);
+/// As their bytes in memory compare.
+inline int compare_words(std::uint64_t left, std::uint64_t right) noexcept {
+    return left == right ? 0 : __builtin_bswap64(left) < __builtin_bswap64(right) ? -1 : 1;
 }
 
 /// Makes, shares, releases and compares the names of members. A MemberName itself is plain memory: it may be moved
@@ -24,19 +24,20 @@ struct MemberNames {
 
     /// Byte-wise: negative, 0 or positive.
     static int compare(const MemberName& name, const NameKey& key) noexcept {
-        for (std::size_t i = 0; i < std::size(key.words); ++i) {
-            const std::uint64_t word = NameKey::load(name.bytes_ + 8 * i);
-            if (word != key.words[i]) {
-                // Only the first word of a long name is part of its text.
-                if (i > 0 && (name.is_shared() || key.is_long())) {
-                    break;
-                }
-                return in_byte_order(word) < in_byte_order(key.words[i]) ? -1 : 1;
-            }
+        // Mostly the first eight bytes decide; of a long name the other words are no part of its text.
+        if (const int order = compare_words(NameKey::load(name.bytes_), key.words[0]); order != 0) {
+            return order;
         }
-        return name.is_shared() || key.is_long() ? compare_texts(name, key) : 0;
+        if (name.is_shared() || key.is_long()) {
+            return compare_texts(name, key);
+        }
+        const int order = compare_words(NameKey::load(name.bytes_ + 8), key.words[1]);
+        return order != 0 ? order : compare_words(NameKey::load(name.bytes_ + 16), key.words[2]);
     }
     static int compare(const MemberName& left, const MemberName& right) noexcept {
+        if (const int order = compare_words(NameKey::load(left.bytes_), NameKey::load(right.bytes_)); order != 0) {
+            return order;
+        }
         // Long names with a text in common have the same bytes too.
         const NameKey::Words words = {NameKey::load(right.bytes_), NameKey::load(right.bytes_ + 8),
                                       NameKey::load(right.bytes_ + 16)};

@@ -2,6 +2,7 @@
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -38,11 +39,10 @@ std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
     return static_cast<std::size_t>(after - index.runs.begin()) - 1;
 }
 
-/// The member, or the run that one of that name belongs to.
-ValueAccess::Place search(Block* block, const MemberIndex* index, const NameKey& key) noexcept {
-    ValueAccess::Place place;
+/// Sets the place of the member, or the run that one of that name belongs to.
+void search(ValueAccess::Place& place, Block* block, const MemberIndex* index, const NameKey& key) noexcept {
     if (block == nullptr) {
-        return place;
+        return;
     }
     place.ordinal = index == nullptr ? 0 : run_for(*index, key);
     place.run = index == nullptr ? block : index->runs[place.ordinal];
@@ -50,7 +50,6 @@ ValueAccess::Place search(Block* block, const MemberIndex* index, const NameKey&
         place.run, key.tag(), [&](const MemberName& name) { return MemberNames::equal(name, key); });
     place.found = member != nullptr;
     place.at = place.found ? static_cast<std::size_t>(member - members_of(place.run)) : 0;
-    return place;
 }
 
 void move_members(MapMember* to, const MapMember* from, std::size_t count) noexcept {
@@ -65,7 +64,7 @@ Block* last_run(const Value& map) noexcept {
 } // namespace
 
 std::size_t ValueAccess::member_count(const Value& map) noexcept {
-    if (!is_map(map) || !map.on_heap_) {
+    if (!is_map(map) || !map.on_heap()) {
         return 0;
     }
     return index(map) == nullptr ? block(map)->size : index(map)->total;
@@ -78,19 +77,27 @@ Block* ValueAccess::allocate_run(std::size_t capacity) {
 }
 
 ValueAccess::Place ValueAccess::find(const Value& map, const NameKey& key) noexcept {
-    return is_map(map) ? search(block(map), index(map), key) : Place();
+    Place place;
+    if (is_map(map)) {
+        search(place, block(map), index(map), key);
+    }
+    return place;
 }
 
 ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noexcept {
+    Place place;
+    const MemberIndex* runs = index(map);
     if (Block* run = last_run(map); run != nullptr && run->size > 0) {
         const int order = MemberNames::compare(members_of(run)[run->size - 1].name, key);
         if (order <= 0) {
-            const MemberIndex* runs = index(map);
-            return {run, order == 0 ? run->size - 1 : run->size, runs == nullptr ? 0 : runs->runs.size() - 1,
-                    order == 0};
+            place.run = run;
+            place.found = order == 0;
+            place.at = place.found ? run->size - 1 : run->size;
+            place.ordinal = runs == nullptr ? 0 : runs->runs.size() - 1;
+            return place;
         }
     }
-    Place place = search(block(map), index(map), key);
+    search(place, block(map), runs, key);
     if (!place.found && place.run != nullptr) {
         place.at = lower_bound(place.run, key);
     }
@@ -172,9 +179,11 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
         throw;
     }
     MapMember* at = members_of(place.run) + place.at;
-    move_members(at + 1, at, place.run->size - place.at);
     unsigned char* tag = tags_of(place.run) + place.at;
-    std::memmove(tag + 1, tag, place.run->size - place.at);
+    if (const std::size_t behind = place.run->size - place.at; behind > 0) {
+        move_members(at + 1, at, behind);
+        std::memmove(tag + 1, tag, behind);
+    }
     *tag = key.tag();
     ++place.run->size;
     if (MemberIndex* runs = index(map); runs != nullptr) {
@@ -221,7 +230,7 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
 
 void ValueAccess::reserve_members(Value& map, std::size_t count) {
     const std::size_t capacity = std::min(count, run_limit);
-    if (!map.on_heap_) {
+    if (!map.on_heap()) {
         if (capacity > 0) {
             attach(map, map.type_, allocate_run(capacity));
         }

@@ -49,11 +49,11 @@ Value ValueAccess::make_bytes(ValueType type, const void* data, std::size_t size
 }
 
 const char* ValueAccess::bytes(const Value& value) noexcept {
-    return value.on_heap_ ? Layout::bytes_of(block(value)) : value.payload_.bytes;
+    return value.on_heap() ? Layout::bytes_of(block(value)) : value.payload_.bytes;
 }
 
 std::size_t ValueAccess::bytes_size(const Value& value) noexcept {
-    return value.on_heap_ ? block(value)->size : value.inline_size_;
+    return value.on_heap() ? block(value)->size : value.inline_size_;
 }
 
 Value::Value(int number) noexcept {
@@ -79,7 +79,7 @@ Value::Value(const Timestamp& time) noexcept {
 Value::Value(const Event& event) : Value(box(event)) {
 }
 
-Value::Value(const Value& other) {
+void Value::copy(const Value& other) {
     if (!ValueAccess::copy_plain(other, this)) {
         ValueAccess::copy(other, *this);
     }
@@ -87,13 +87,6 @@ Value::Value(const Value& other) {
 
 Value& Value::operator=(const Event& event) {
     return *this = box(event);
-}
-
-void Value::swap(Value& other) noexcept {
-    alignas(Value) char bytes[sizeof(Value)];
-    std::memcpy(bytes, this, sizeof *this);
-    std::memcpy(static_cast<void*>(this), &other, sizeof *this);
-    std::memcpy(static_cast<void*>(&other), bytes, sizeof *this);
 }
 
 void Value::release() noexcept {
@@ -170,6 +163,7 @@ void Value::clear() noexcept {
 }
 
 void Value::reserve(std::size_t count) {
+    own();
     if (type_ == ValueType::Vector) {
         ValueAccess::reserve_elements(*this, count);
     } else if (ValueAccess::is_map(*this)) {

@@ -38,22 +38,24 @@ struct ValueAccess {
     static bool is_map(const Value& value) noexcept {
         return value.type_ == ValueType::Map || value.type_ == ValueType::Struct;
     }
-    static bool on_heap(const Value& value) noexcept { return value.on_heap_; }
+    static bool on_heap(const Value& value) noexcept { return value.on_heap(); }
+    static void own(Value& value) { value.own(); }
+    static bool is_shared(const Value& value) noexcept { return value.storage_ == Value::Storage::Shared; }
     /// The only or first block, null when there is none.
-    static Block* block(const Value& value) noexcept { return value.on_heap_ ? value.payload_.heap.block : nullptr; }
+    static Block* block(const Value& value) noexcept { return value.on_heap() ? value.payload_.heap.block : nullptr; }
     static MemberIndex* index(const Value& value) noexcept {
-        return value.on_heap_ ? value.payload_.heap.index : nullptr;
+        return value.on_heap() ? value.payload_.heap.index : nullptr;
     }
     /// Makes a Value that owns nothing the owner of blocks.
     static void attach(Value& value, ValueType type, Block* block, MemberIndex* index = nullptr) noexcept {
         value.payload_.heap = {block, index};
         value.type_ = type;
-        value.on_heap_ = true;
+        value.storage_ = Value::Storage::Heap;
     }
     /// Forgets what the value owns without giving it back; the type stays.
     static void detach(Value& value) noexcept {
         value.payload_.int64 = 0;
-        value.on_heap_ = false;
+        value.storage_ = Value::Storage::Inside;
         value.inline_size_ = 0;
     }
     static void replace_block(Value& value, Block* block) noexcept { value.payload_.heap.block = block; }
@@ -101,19 +103,20 @@ struct ValueAccess {
     static void destroy_shell(Block* box) noexcept;
 
     /// @name Trees
-    /// Copies into raw memory what is no tree: what lies inside, and bytes, which copies share. False, with nothing
-    /// done, for all others.
+    /// Copies into raw memory what needs no new block: what lies inside, and the bytes and trees that copies share.
+    /// False, with nothing done, for all others.
     static bool copy_plain(const Value& from, void* to) noexcept {
-        if (from.on_heap_) {
-            if (block(from)->kind != Layout::Bytes) {
+        if (from.on_heap()) {
+            if (block(from)->kind == Layout::Bytes) {
+                Layout::share_bytes(block(from));
+            } else if (!is_shared(from) || !Layout::share_tree(block(from))) {
                 return false;
             }
-            Layout::share_bytes(block(from));
         }
-        std::memcpy(to, static_cast<const void*>(&from), sizeof from);
+        static_cast<Value*>(to)->take_bytes(from);
         return true;
     }
-    /// Copies into a Null. Strong.
+    /// Copies what is not plain, or a shared tree, into a Null that shares it with nobody. Strong.
     static void copy(const Value& from, Value& to);
     static void release(Value& value) noexcept;
 

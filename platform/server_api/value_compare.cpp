@@ -152,7 +152,9 @@ int Value::compare(const Value& left, const Value& right) {
         case ValueType::Vector:
         case ValueType::Map:
         case ValueType::Struct:
-            stack.push(Walk(*a, *b));
+            if (ValueAccess::block(*a) != ValueAccess::block(*b)) { // else both are empty, or share a tree
+                stack.push(Walk(*a, *b));
+            }
             break;
         case ValueType::Event:
         case ValueType::Message:

@@ -8,18 +8,23 @@ namespace ZoHmiSrv {
 
 namespace {
 
-/// Runs an operation on a Map by a name. What the value was before it became a Map lives until the operation is done:
-/// the name and the value to insert may be parts of it.
+/// Runs an operation on a Map by a name, which may be a part of the value, as the value to insert may be: what that was
+/// before it became a Map lives until the operation is done, and of a tree that others share the name is kept.
 template <class Operation>
-auto as_map(Value& value, const char* name, Operation operation) {
-    if (ValueAccess::is_map(value)) {
-        return operation(NameKey(name));
+auto as_map(Value& value, const NameKey& key, Operation operation) {
+    const bool is_map = ValueAccess::is_map(value);
+    if (is_map && !ValueAccess::is_shared(value)) {
+        return operation(key);
     }
-    const std::string kept = name == nullptr ? "" : name;
+    const std::string name(key.text, key.length);
     Value before;
-    before.swap(value);
-    value.set_type(ValueType::Map);
-    return operation(NameKey(kept.c_str()));
+    if (is_map) {
+        ValueAccess::own(value);
+    } else {
+        before.swap(value);
+        value.set_type(ValueType::Map);
+    }
+    return operation(NameKey(name.c_str()));
 }
 
 } // namespace
@@ -33,7 +38,7 @@ Value::Found Value::look_up_long(const char* name) const noexcept {
     return place.found ? Found{place.run, members_of(place.run) + place.at} : Found{};
 }
 
-Value& Value::operator[](const char* name) {
+Value& Value::member(const NameKey& name) {
     return *as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
         if (place.found) {
@@ -44,13 +49,9 @@ Value& Value::operator[](const char* name) {
     });
 }
 
-Iterator<Value> Value::insert(const char* name, const Value& value) {
-    return insert(name, Value(value));
-}
-
-Iterator<Value> Value::insert(const char* name, Value&& value) {
+Iterator<Value> Value::insert_member(const NameKey& name, Value&& value) {
     if (&value == this) {
-        return insert(name, Value(*this));
+        return insert_member(name, Value(*this));
     }
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
@@ -62,17 +63,9 @@ Iterator<Value> Value::insert(const char* name, Value&& value) {
     });
 }
 
-Iterator<Value> Value::insert(const char* name, const char* text) {
-    return insert(name, Value(text));
-}
-
-Iterator<Value> Value::insert_or_update(const char* name, const Value& value) {
-    return insert_or_update(name, Value(value));
-}
-
-Iterator<Value> Value::insert_or_update(const char* name, Value&& value) {
+Iterator<Value> Value::insert_or_update_member(const NameKey& name, Value&& value) {
     if (&value == this) {
-        return insert_or_update(name, Value(*this));
+        return insert_or_update_member(name, Value(*this));
     }
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
@@ -84,10 +77,6 @@ Iterator<Value> Value::insert_or_update(const char* name, Value&& value) {
         }
         return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
     });
-}
-
-Iterator<Value> Value::insert_or_update(const char* name, const char* text) {
-    return insert_or_update(name, Value(text));
 }
 
 Iterator<Value> Value::remove(Iterator<Value> position) noexcept {

@@ -1,6 +1,7 @@
 // Copy and destruction of whole trees of Values, of any depth, and the boxes of events in them.
 #include "platform/server_api/value_access.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -15,6 +16,9 @@ namespace {
 /// Copies go down this far by recursion; what lies deeper waits on a list.
 constexpr int recursion_limit = 64;
 
+/// What is copied is often added to, and mostly little: a copy keeps as much of its original's room, in members.
+constexpr std::size_t spare_room = 4;
+
 struct CopyJob {
     const Value* from;
     Value* to;
@@ -25,24 +29,24 @@ public:
     /// Every Value that is not copied yet is a Null, and every block is attached before it is filled, so that what is
     /// there can be destroyed at any time.
     void run(const Value& from, Value& to) {
-        node(from, to, 0);
+        tree(from, to, 0);
         while (!later_.empty()) {
             const CopyJob job = later_.back();
             later_.pop_back();
-            node(*job.from, *job.to, 0);
+            tree(*job.from, *job.to, 0);
         }
     }
 
 private:
     void child(const Value& from, Value& to, int depth) {
         if (depth < recursion_limit) {
-            node(from, to, depth + 1);
+            tree(from, to, depth + 1);
         } else {
             later_.push_back({&from, &to});
         }
     }
 
-    /// A copy of a Value that is no tree, else a Null that `child` fills.
+    /// A copy of a Value that needs no block, else a Null that `tree` fills.
     static bool shallow(const Value& from, void* to) noexcept {
         if (ValueAccess::copy_plain(from, to)) {
             return true;
@@ -51,10 +55,7 @@ private:
         return false;
     }
 
-    void node(const Value& from, Value& to, int depth) {
-        if (shallow(from, &to)) {
-            return;
-        }
+    void tree(const Value& from, Value& to, int depth) {
         Block* block = ValueAccess::block(from);
         switch (block->kind) {
         case Layout::Elements:
@@ -66,7 +67,9 @@ private:
         default:
             Block* shell = ValueAccess::copy_shell(block);
             ValueAccess::attach(to, from.type(), shell);
-            child(ValueAccess::inner(block), ValueAccess::inner(shell), depth);
+            if (const Value& inner = ValueAccess::inner(block); !shallow(inner, &ValueAccess::inner(shell))) {
+                child(inner, ValueAccess::inner(shell), depth);
+            }
             break;
         }
     }
@@ -95,7 +98,7 @@ private:
         }
         Block* last = nullptr;
         for (Block* source = ValueAccess::block(from); source != nullptr; source = source->next) {
-            Block* run = ValueAccess::allocate_run(source->size);
+            Block* run = ValueAccess::allocate_run(std::min(source->capacity, source->size + spare_room));
             if (last == nullptr) {
                 ValueAccess::attach(to, from.type(), run, index.release());
             } else {
@@ -135,6 +138,9 @@ void push(Value& value, Block*& list) noexcept {
         ValueAccess::detach(value);
         return Layout::release_bytes(block);
     }
+    if (ValueAccess::is_shared(value) && !Layout::release_tree(block)) {
+        return ValueAccess::detach(value);
+    }
     delete ValueAccess::index(value);
     ValueAccess::detach(value);
     while (block != nullptr) {
@@ -151,7 +157,7 @@ void ValueAccess::copy(const Value& from, Value& to) {
     try {
         TreeCopy().run(from, to);
     } catch (...) {
-        if (to.on_heap_) {
+        if (to.on_heap()) {
             release(to);
         }
         throw;
@@ -167,7 +173,7 @@ void ValueAccess::release(Value& value) noexcept {
         switch (block->kind) {
         case Layout::Elements:
             for (std::size_t i = 0; i < block->size; ++i) {
-                if (Value& element = elements_of(block)[i]; element.on_heap_) {
+                if (Value& element = elements_of(block)[i]; element.on_heap()) {
                     push(element, list);
                 }
             }
@@ -176,13 +182,13 @@ void ValueAccess::release(Value& value) noexcept {
             for (std::size_t i = 0; i < block->size; ++i) {
                 MapMember& member = members_of(block)[i];
                 MemberNames::release(member.name);
-                if (member.value.on_heap_) {
+                if (member.value.on_heap()) {
                     push(member.value, list);
                 }
             }
             break;
         default:
-            if (inner(block).on_heap_) {
+            if (inner(block).on_heap()) {
                 push(inner(block), list);
             }
             destroy_shell(block);
@@ -190,6 +196,24 @@ void ValueAccess::release(Value& value) noexcept {
         }
         Layout::deallocate(block);
     }
+}
+
+Value& Value::share() noexcept {
+    if (storage_ == Storage::Heap && (element_count() > 0 || ValueAccess::is_map(*this))) {
+        payload_.heap.block->owners = 1;
+        storage_ = Storage::Shared;
+    }
+    return *this;
+}
+
+void Value::unshare() {
+    if (Layout::is_sole_owner(payload_.heap.block)) {
+        storage_ = Storage::Heap;
+        return;
+    }
+    Value copy;
+    ValueAccess::copy(*this, copy);
+    swap(copy);
 }
 
 } // namespace ZoHmiSrv

@@ -55,13 +55,13 @@ Value& Value::operator<<(Value&& value) {
         return *this << Value(*this);
     }
     Value taken = std::move(value); // it may be an element, which an append moves
-    set_type(ValueType::Vector);
+    set_type(ValueType::Vector).own();
     new (ValueAccess::open_gap(*this, element_count())) Value(std::move(taken));
     return *this;
 }
 
 Value& Value::operator[](unsigned long index) {
-    set_type(ValueType::Vector);
+    set_type(ValueType::Vector).own();
     if (index >= element_count()) {
         if (index + 1 == 0) {
             throw std::bad_array_new_length();
@@ -76,7 +76,8 @@ ConstVectorIterator<Value> Value::find(unsigned long index) const noexcept {
                                    : end_vector();
 }
 
-VectorIterator<Value> Value::find(unsigned long index) noexcept {
+VectorIterator<Value> Value::find(unsigned long index) {
+    own();
     return index < element_count() ? VectorIterator<Value>(elements_of(ValueAccess::block(*this)) + index)
                                    : end_vector();
 }
@@ -105,7 +106,7 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, const char* 
 void Value::resize(std::size_t count, const Value& fill) {
     if (type_ != ValueType::Vector || count > element_count()) {
         const Value kept(fill); // it may be an element
-        set_type(ValueType::Vector);
+        set_type(ValueType::Vector).own();
         const Block* before = ValueAccess::block(*this);
         if (before != nullptr && before->capacity < count) {
             ValueAccess::reserve_elements(*this, std::max(count, 2 * before->capacity));
@@ -119,6 +120,7 @@ void Value::resize(std::size_t count, const Value& fill) {
         }
         return;
     }
+    own();
     Block* elements = ValueAccess::block(*this);
     while (elements != nullptr && elements->size > count) {
         --elements->size;

@@ -1,4 +1,4 @@
-// What a failed allocation leaves behind.
+// What allocates, how often, and what a failed allocation leaves behind.
 #include "tests/server_api/allocations.h"
 
 #include "extension/host/event.h"
@@ -11,6 +11,7 @@
 #include <type_traits>
 
 using namespace ZoHmiSrv;
+using allocations::during;
 using values::show;
 
 static_assert(std::is_nothrow_move_constructible_v<Value> && std::is_nothrow_move_assignable_v<Value>);
@@ -40,6 +41,34 @@ Value rich_tree() {
 }
 
 } // namespace
+
+TEST(Allocations, AreAsFewAsPromised) {
+    Value small = record(30);
+    Value large = record(1000);
+    Value texts("short");
+    Value out;
+    EXPECT_EQ(during([&] { out = std::move(large); }), 0U);
+    EXPECT_EQ(during([&] { large.swap(out); }), 0U);
+    EXPECT_EQ(during([&] { Value moved(std::move(texts)); }), 0U);
+    EXPECT_EQ(during([&] { const Value copy(small); }), 1U) << "names and short texts lie in the one run";
+    EXPECT_EQ(during([&] { const Value copy(small.share()); }), 0U);
+    Value roomy = record(10);
+    roomy.reserve(14);
+    Value copied = roomy;
+    EXPECT_EQ(during([&] { copied["1"] = copied["2"] = copied["3"] = copied["4"] = true; }), 0U);
+    EXPECT_LE(during([&] { const Value copy(large); }), 2 * 1000U / 64 + 2) << "one for each run, and the index";
+    small["long"] = "a text that is too long to lie inside";
+    EXPECT_EQ(during([&] { const Value copy(small); }), 1U) << "long texts are shared";
+    EXPECT_EQ(during([&] { EXPECT_EQ(small["member_1002"].size(), 10U); }), 0U);
+    EXPECT_EQ(during([&] { EXPECT_TRUE(small == small); }), 0U);
+    EXPECT_LE(during([&] {
+                  Value vector;
+                  for (int i = 0; i < 1000; ++i) {
+                      vector << i;
+                  }
+              }),
+              10U);
+}
 
 TEST(Allocations, AFailureLeavesWholeValues) {
     struct Case {
