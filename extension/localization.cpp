@@ -6,8 +6,6 @@
 #include "targets/locale_id.h"
 #include "targets/target_system.h"
 
-#include <cstring>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -21,13 +19,9 @@ namespace {
 // What an event shows in place of a text when its target has been deleted since.
 constexpr char target_not_found[] = "TARGET_NOT_FOUND";
 
-// All that is fetched for one event.
+// All that is fetched for one event; Null where there is no answer.
 struct Localization {
-    std::shared_ptr<const std::string> text;
-    std::shared_ptr<const std::string> class_name;
-    std::shared_ptr<const std::string> source_name;
-    std::shared_ptr<const Value> causes;  // a Vector
-    std::shared_ptr<const Value> details; // a Struct
+    Value text, class_name, source_name, causes, details;
 };
 
 // The first failure ends it.
@@ -39,20 +33,10 @@ ErrorValue fetch(TargetSystem& target, const EventReference& event, Localization
     return target.list_details(event, fetched.details);
 }
 
-const char* text_or_empty(const std::shared_ptr<const std::string>& text) {
-    return text ? text->c_str() : "";
-}
-
 // Servers localize an event again and again, for each client and each drawing, and mostly it holds the answers already:
 // then nothing is written, which is the greater part of the work.
-void update(Value& parameters, const char* name, const char* text) {
-    const Value& present = std::as_const(parameters)[name];
-    if (present.type() == ValueType::String && std::strcmp(present.get_string(), text) == 0) return;
-    parameters.insert_or_update(name, text);
-}
-
-void update(Value& parameters, const char* name, const Value& list) {
-    if (!list.empty() && std::as_const(parameters)[name] != list) parameters.insert_or_update(name, list);
+void update(Value& parameters, const char* name, Value& answer) {
+    if (std::as_const(parameters)[name] != answer) parameters.insert_or_update(name, std::move(answer));
 }
 
 } // namespace
@@ -77,13 +61,14 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
     Localization fetched;
     if (const ErrorValue result = fetch(*target, reference, fetched)) return result;
 
-    text.set_name(text_or_empty(fetched.text));
-    update(parameters, "eventClassName", text_or_empty(fetched.class_name));
+    text.set_name(fetched.text.get_string());
+    if (!fetched.class_name.isset()) fetched.class_name = "";
+    update(parameters, "eventClassName", fetched.class_name);
     if (reference.converted_types) parameters.insert_or_update("types", std::move(*reference.converted_types));
     if (reference.converted_data) parameters.insert_or_update("data", std::move(*reference.converted_data));
-    if (fetched.source_name) update(parameters, "localizedSourceName", fetched.source_name->c_str());
-    if (fetched.causes) update(parameters, "causeRemedy", *fetched.causes);
-    if (fetched.details) update(parameters, "details", *fetched.details);
+    if (fetched.source_name.isset()) update(parameters, "localizedSourceName", fetched.source_name);
+    if (!fetched.causes.empty()) update(parameters, "causeRemedy", fetched.causes);
+    if (!fetched.details.empty()) update(parameters, "details", fetched.details);
     return HMI_SUCCESS;
 }
 

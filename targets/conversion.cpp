@@ -32,8 +32,8 @@ namespace {
 constexpr char alarm_name[] = "ZOEVENTLOGGER_ALARM";
 constexpr char message_name[] = "ZOEVENTLOGGER_MESSAGE";
 
-// As many as an event has before anybody localizes it.
-constexpr std::size_t most_parameters = 10;
+// As many as an event has, and the answers that localization adds to it.
+constexpr std::size_t most_parameters = 10 + 4;
 
 // Confirmation states of alarms from the log, which tell only whether one was asked for and given.
 constexpr AlarmConfirmationState none{0}, confirmed{3}, not_confirmed{4};

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "extension/host/value.h"
 #include "targets/striped_mutex.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <shared_mutex>
 #include <unordered_map>
@@ -15,22 +15,20 @@ namespace ZoHmiEventLogger {
 
 /// Answers of a logger, kept to spare the link. First in, first out; looking up does not refresh, and storing a key
 /// that is there changes nothing. Keys have `hash()` and `==`, and may be asked for in another form that has the same
-/// and converts to them. The lock is a leaf, held for one operation, shared by those who look up, and answers are
-/// shared, so that none is copied under it. [any thread]
-template <class Key, class Answer>
+/// and converts to them. The lock is a leaf, held for one operation, shared by those who look up. Answers are texts, or
+/// trees that share themselves, so that copying one under the lock takes no memory. [any thread]
+template <class Key>
 class LocalizationCache {
 public:
-    using Shared = std::shared_ptr<const Answer>;
-
     /// At most `bound` answers; with 0 it stores nothing.
     explicit LocalizationCache(std::uint64_t bound = default_bound) : bound_(bound) {}
 
     /// Null when there is none.
     template <class Question = Key>
-    Shared find(const Question& key) const {
+    ZoHmiSrv::Value find(const Question& key) const {
         const std::shared_lock lock(mutex_);
         const auto found = answers_.find(key);
-        return found != answers_.end() ? found->second : nullptr;
+        return found != answers_.end() ? found->second : ZoHmiSrv::Value();
     }
 
     /// How often it was cleared.
@@ -42,7 +40,7 @@ public:
     /// Stores nothing when it was cleared since `clears`: an answer that was on its way meanwhile is that of another
     /// connection.
     template <class Question = Key>
-    void store(const Question& key, const Shared& answer, std::uint64_t clears) {
+    void store(const Question& key, const ZoHmiSrv::Value& answer, std::uint64_t clears) {
         if (bound_ == 0) return;
         const std::lock_guard lock(mutex_);
         if (clears != clears_) return;
@@ -80,7 +78,7 @@ private:
     mutable StripedMutex mutex_;
     std::uint64_t bound_;
     std::uint64_t clears_ = 0;
-    std::unordered_map<Key, Shared, Hash, std::equal_to<>> answers_;
+    std::unordered_map<Key, ZoHmiSrv::Value, Hash, std::equal_to<>> answers_;
     std::deque<const Key*> order_; // oldest first; the keys of a hash map stay where they are
 };
 

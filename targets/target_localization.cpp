@@ -74,18 +74,17 @@ Value details_of(IZoDetailCollection* collection) {
 
 } // namespace
 
-// The frame of the five questions. An answer in the cache is given even while the target is away. `question` gives null
+// The frame of the five questions. An answer in the cache is given even while the target is away. `question` gives Null
 // when the logger lacks the interface, which is a success and not kept. No lock is held across a question, so two
 // threads that miss both ask.
-template <class Cache, class Key, class Answer, class Question, class Keep>
-ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, std::shared_ptr<const Answer>& answer,
-                                    Question&& question, Keep&& keep) {
+template <class Cache, class Key, class Question, class Keep>
+ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, Value& answer, Question&& question, Keep&& keep) {
     answer = cache.find(key);
-    if (answer) return ZoHmiSrv::HMI_SUCCESS;
+    if (answer.isset()) return ZoHmiSrv::HMI_SUCCESS;
     const auto clears = cache.clears();
     const ZoHmiSrv::ResultPair asked = ask_connected([&] { answer = question(); });
     if (asked.result() != ZoHmiSrv::HMI_SUCCESS) return asked.result();
-    if (answer && keep()) cache.store(key, answer, clears);
+    if (answer.isset() && keep()) cache.store(key, answer, clears);
     return ZoHmiSrv::HMI_SUCCESS;
 }
 
@@ -107,7 +106,7 @@ ZoHmiSrv::ResultPair TargetSystem::ask_connected(Question&& question) {
     return {ZoHmiSrv::HMI_E_UNEXPECTED, "An exception was raised."};
 }
 
-ErrorValue TargetSystem::localize_text(const EventReference& event, std::shared_ptr<const std::string>& text) {
+ErrorValue TargetSystem::localize_text(const EventReference& event, Value& text) {
     if (!event.text) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
         texts_, *event.text, text,
@@ -117,39 +116,39 @@ ErrorValue TargetSystem::localize_text(const EventReference& event, std::shared_
             CountedString answer;
             throw_if_failed(proxy_->GetText(key.event_class, key.event_id, key.language, &event.arguments,
                                             reinterpret_cast<const std::uint8_t*>(block.data()), answer.put()));
-            return std::make_shared<const std::string>(answer.str());
+            return Value(answer.str().c_str());
         },
         // With preloaded translations the logger answers from its own memory.
         [&] { return !listener_->preload_translations(); });
 }
 
-ErrorValue TargetSystem::localize_class_name(const EventReference& event, std::shared_ptr<const std::string>& name) {
+ErrorValue TargetSystem::localize_class_name(const EventReference& event, Value& name) {
     if (!event.class_name) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
         class_names_, *event.class_name, name,
-        [&]() -> std::shared_ptr<const std::string> {
+        [&]() -> Value {
             const auto logger = query<IZoEventLoggerClassName>(*proxy_);
-            if (!logger) return nullptr;
+            if (!logger) return {};
             CountedString answer;
             throw_if_failed(
                 logger->GetEventClassName(event.class_name->event_class, event.class_name->language, answer.put()));
-            return std::make_shared<const std::string>(answer.str());
+            return Value(answer.str().c_str());
         },
         always);
 }
 
-ErrorValue TargetSystem::localize_source_name(const EventReference& event, std::shared_ptr<const std::string>& name) {
+ErrorValue TargetSystem::localize_source_name(const EventReference& event, Value& name) {
     if (!event.source_name) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
         source_names_, *event.source_name, name,
-        [&]() -> std::shared_ptr<const std::string> {
+        [&]() -> Value {
             const auto logger = query<IZoEventLoggerSourceName>(*proxy_);
-            if (!logger) return nullptr;
+            if (!logger) return {};
             const SourceNameQuestion& key = *event.source_name; // a zero-terminated view
             CountedString answer;
             throw_if_failed(
                 logger->GetSourceNameText(key.language, key.event_class, key.source_name.data(), answer.put()));
-            return std::make_shared<const std::string>(answer.str());
+            return Value(answer.str().c_str());
         },
         always);
 }
@@ -157,28 +156,28 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, std::
 // Causes with remedies, and details: a list for a kind of event. Both are asked of the newest interface, although a
 // logger might offer an older one that has one of them.
 template <class Logger, class Collection>
-ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey, Value>& cache,
+ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
-                                  Value (*read)(Collection*), std::shared_ptr<const Value>& list) {
+                                  Value (*read)(Collection*), Value& list) {
     if (!event.kind) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
         cache, *event.kind, list,
-        [&]() -> std::shared_ptr<const Value> {
+        [&]() -> Value {
             const auto logger = query<IZoEventLogger5>(*proxy_);
-            if (!logger) return nullptr;
+            if (!logger) return {};
             const EventKindKey& key = *event.kind;
             CComPtr<Collection> collection;
             throw_if_failed((logger.get()->*get)(key.event_class, key.event_id, key.language, collection.put()));
-            return std::make_shared<const Value>(read(collection.get()));
+            return std::move(read(collection.get()).share());
         },
         always);
 }
 
-ErrorValue TargetSystem::list_causes_and_remedies(const EventReference& event, std::shared_ptr<const Value>& list) {
+ErrorValue TargetSystem::list_causes_and_remedies(const EventReference& event, Value& list) {
     return list_for(event, cause_remedies_, &IZoEventLogger4::GetCausesAndRemedies, &causes_and_remedies_of, list);
 }
 
-ErrorValue TargetSystem::list_details(const EventReference& event, std::shared_ptr<const Value>& list) {
+ErrorValue TargetSystem::list_details(const EventReference& event, Value& list) {
     return list_for(event, details_, &IZoEventLogger5::GetDetails, &details_of, list);
 }
 

@@ -70,8 +70,8 @@ protected:
 
     // Answers of the logger: class_names with class_name_mutex and texts with text_mutex inside. All but the texts go
     // with the connection.
-    LocalizationCache<ClassNameKey, std::string> class_names_;
-    LocalizationCache<TextKey, std::string> texts_;
+    LocalizationCache<ClassNameKey> class_names_;
+    LocalizationCache<TextKey> texts_;
 
     ZoAtlCom::CComPtr<ZoEventLoggerFdxProxyLib::IZoEventLogger> proxy_;
     // True until the first connect: the target was never asked to connect. Never set again.

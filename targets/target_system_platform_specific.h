@@ -18,9 +18,9 @@ protected:
     ~TargetSystemPlatformSpecific() = default;
 
     // cause_remedies, source_names and details, with cause_remedy_mutex, source_name_mutex and detail_mutex inside.
-    LocalizationCache<EventKindKey, ZoHmiSrv::Value> cause_remedies_; // as they stand in an event: a Vector
-    LocalizationCache<SourceNameKey, std::string> source_names_;
-    LocalizationCache<EventKindKey, ZoHmiSrv::Value> details_; // a Struct
+    LocalizationCache<EventKindKey> cause_remedies_; // as they stand in an event: a Vector
+    LocalizationCache<SourceNameKey> source_names_;
+    LocalizationCache<EventKindKey> details_; // a Struct
 };
 
 } // namespace ZoHmiEventLogger

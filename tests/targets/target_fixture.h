@@ -36,9 +36,9 @@ struct TargetSystemTestAccess {
     static SavedAlarmIds& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
     static std::uint32_t event_cookie(TargetSystem& target) { return target.event_cookie; }
 
-    template <class Key, class Answer>
-    static void fill(LocalizationCache<Key, Answer>& cache) {
-        cache.store({}, std::make_shared<const Answer>(), cache.clears());
+    template <class Key>
+    static void fill(LocalizationCache<Key>& cache) {
+        cache.store({}, "", cache.clears());
     }
     static void fill_caches(TargetSystem& target) {
         fill(target.class_names_);
@@ -49,9 +49,9 @@ struct TargetSystemTestAccess {
     }
     // Class names, texts, causes and remedies, source names, details: 1 where the answer is still there.
     static std::vector<int> cached(TargetSystem& target) {
-        return {target.class_names_.find({}) ? 1 : 0, target.texts_.find({}) ? 1 : 0,
-                target.cause_remedies_.find({}) ? 1 : 0, target.source_names_.find({}) ? 1 : 0,
-                target.details_.find({}) ? 1 : 0};
+        return {target.class_names_.find({}).isset(), target.texts_.find({}).isset(),
+                target.cause_remedies_.find({}).isset(), target.source_names_.find({}).isset(),
+                target.details_.find({}).isset()};
     }
 };
 
