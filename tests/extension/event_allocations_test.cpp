@@ -1,0 +1,69 @@
+// How many allocations the road of an event makes at most, on the set-up of the benchmarks. Who must raise a number
+// here makes that road slower for every event.
+#include "bench/bench_extension.h"
+#include "extension/host/event.h"
+#include "targets/conversion.h"
+#include "tests/server_api/allocations.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t count = 50;
+
+template <class Call>
+std::size_t most(Call call) {
+    std::size_t found = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        found = std::max(found, allocations::during([&] { call(i); }));
+    return found;
+}
+
+template <class Pointer>
+std::vector<Pointer> make(std::uint32_t from) {
+    std::vector<Pointer> events;
+    for (std::uint32_t id = from; id < from + count; ++id)
+        events.emplace_back(new std::remove_reference_t<decltype(*Pointer())>(
+            plain::EventFields{.raised = id * std::int64_t{1'000'000'000}, .cleared = 0, .unique_id = id}));
+    return events;
+}
+
+TEST(EventAllocations, OfALiveEvent) {
+    BenchExtension bench(1, count);
+    std::vector<plain::AlarmPtr> alarms = make<plain::AlarmPtr>(1);
+    const auto raise = [&](std::size_t i) { ASSERT_EQ(bench.logger->raise(alarms[i]), S_OK); };
+    const auto clear = [&](std::size_t i) { ASSERT_EQ(bench.logger->clear(alarms[i], VARIANT_TRUE), S_OK); };
+    most(raise);
+    most(clear);
+    alarms = make<plain::AlarmPtr>(1 + count);
+    EXPECT_LE(most(raise), 18U) << "an alarm that is raised and pushes another one out";
+    EXPECT_LE(most(raise), 17U) << "an alarm that is raised again";
+    EXPECT_LE(most(clear), 3U) << "an alarm that is cleared and stays as history";
+    const auto messages = make<plain::MessagePtr>(1 + 2 * count);
+    EXPECT_LE(most([&](std::size_t i) { ASSERT_EQ(bench.logger->send(messages[i]), S_OK); }), 15U)
+        << "a message that pushes an alarm out";
+    EXPECT_EQ(bench.host.forgotten, 2 * count);
+}
+
+TEST(EventAllocations, OfAKnownText) {
+    BenchExtension bench(1, count);
+    ZoHmiSrv::Event event;
+    ZoHmiEventLogger::convert_alarm(event, make<plain::AlarmPtr>(1)[0].get(), "HMI", "T1", 1, false);
+    std::vector<ZoHmiSrv::Alarm> listed(count + 1, event.payload().get_alarm());
+    const ZoHmiSrv::Context context;
+    const auto localize = [&](std::size_t i) {
+        ZoHmiSrv::String text;
+        ASSERT_EQ(bench.extension.on_localize_event(context, "de-DE", listed[i], text), ZoHmiSrv::HMI_SUCCESS);
+        ASSERT_FALSE(listed[i].parameters()["details"].empty());
+    };
+    localize(count); // asks the logger
+    EXPECT_LE(most(localize), 1U) << "the text alone";
+}
+
+} // namespace
