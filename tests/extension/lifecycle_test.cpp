@@ -53,6 +53,7 @@ TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
     FakeProxyLibrary::instance().expect_logger("c");
 
     ASSERT_EQ(init(), HMI_SUCCESS);
+    EXPECT_STREQ(extension->extension_info().name(), "");
     const auto calls = call_log().texts();
     EXPECT_THAT(calls,
                 ElementsAre("host.set_display_name Zorvane EventLogger", "host.get_config_value",
