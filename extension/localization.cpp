@@ -19,24 +19,23 @@ namespace {
 // What an event shows in place of a text when its target has been deleted since.
 constexpr char target_not_found[] = "TARGET_NOT_FOUND";
 
-// All that is fetched for one event; Null where there is no answer.
+// All that is fetched for one event. Servers localize an event again and again, for each client and each drawing, and
+// mostly it holds the answers already: what is Null here needs no writing, which is the greater part of the work.
 struct Localization {
-    Value text, class_name, source_name, causes, details;
+    String text;
+    Value class_name, source_name, causes, details;
 };
 
 // The first failure ends it.
-ErrorValue fetch(TargetSystem& target, const EventReference& event, Localization& fetched) {
-    if (const ErrorValue result = target.localize_text(event, fetched.text)) return result;
-    if (const ErrorValue result = target.localize_class_name(event, fetched.class_name)) return result;
-    if (const ErrorValue result = target.localize_source_name(event, fetched.source_name)) return result;
-    if (const ErrorValue result = target.list_causes_and_remedies(event, fetched.causes)) return result;
-    return target.list_details(event, fetched.details);
-}
-
-// Servers localize an event again and again, for each client and each drawing, and mostly it holds the answers already:
-// then nothing is written, which is the greater part of the work.
-void update(Value& parameters, const char* name, Value& answer) {
-    if (std::as_const(parameters)[name] != answer) parameters.insert_or_update(name, std::move(answer));
+ErrorValue fetch(TargetSystem& target, const EventReference& event, const Value& present, Localization& fetched) {
+    if (const auto result = target.localize_text(event, fetched.text)) return result;
+    if (const auto result = target.localize_class_name(event, present["eventClassName"], fetched.class_name))
+        return result;
+    if (const auto result = target.localize_source_name(event, present["localizedSourceName"], fetched.source_name))
+        return result;
+    if (const auto result = target.list_causes_and_remedies(event, present["causeRemedy"], fetched.causes))
+        return result;
+    return target.list_details(event, present["details"], fetched.details);
 }
 
 } // namespace
@@ -59,16 +58,15 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
 
     EventReference reference(parameters, event.type(), language);
     Localization fetched;
-    if (const ErrorValue result = fetch(*target, reference, fetched)) return result;
+    if (const ErrorValue result = fetch(*target, reference, parameters, fetched)) return result;
 
-    text.set_name(fetched.text.get_string());
-    if (!fetched.class_name.isset()) fetched.class_name = "";
-    update(parameters, "eventClassName", fetched.class_name);
+    text = std::move(fetched.text);
+    if (fetched.class_name.isset()) parameters.insert_or_update("eventClassName", std::move(fetched.class_name));
     if (reference.converted_types) parameters.insert_or_update("types", std::move(*reference.converted_types));
     if (reference.converted_data) parameters.insert_or_update("data", std::move(*reference.converted_data));
-    if (fetched.source_name.isset()) update(parameters, "localizedSourceName", fetched.source_name);
-    if (!fetched.causes.empty()) update(parameters, "causeRemedy", fetched.causes);
-    if (!fetched.details.empty()) update(parameters, "details", fetched.details);
+    if (fetched.source_name.isset()) parameters.insert_or_update("localizedSourceName", std::move(fetched.source_name));
+    if (!fetched.causes.empty()) parameters.insert_or_update("causeRemedy", std::move(fetched.causes));
+    if (!fetched.details.empty()) parameters.insert_or_update("details", std::move(fetched.details));
     return HMI_SUCCESS;
 }
 

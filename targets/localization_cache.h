@@ -16,19 +16,22 @@ namespace ZoHmiEventLogger {
 /// Answers of a logger, kept to spare the link. First in, first out; looking up does not refresh, and storing a key
 /// that is there changes nothing. Keys have `hash()` and `==`, and may be asked for in another form that has the same
 /// and converts to them. The lock is a leaf, held for one operation, shared by those who look up. Answers are texts, or
-/// trees that share themselves, so that copying one under the lock takes no memory. [any thread]
+/// trees that share themselves, of which a copy takes no memory. [any thread]
 template <class Key>
 class LocalizationCache {
 public:
     /// At most `bound` answers; with 0 it stores nothing.
     explicit LocalizationCache(std::uint64_t bound = default_bound) : bound_(bound) {}
 
-    /// Null when there is none.
-    template <class Question = Key>
-    ZoHmiSrv::Value find(const Question& key) const {
+    /// Shows an answer to `take`, under the lock: what needs no copy of it spares the threads counting its holders,
+    /// which is most of what they would wait for each other. False when there is none.
+    template <class Take, class Question = Key>
+    bool find(const Question& key, Take&& take) const {
         const std::shared_lock lock(mutex_);
         const auto found = answers_.find(key);
-        return found != answers_.end() ? found->second : ZoHmiSrv::Value();
+        if (found == answers_.end()) return false;
+        take(found->second);
+        return true;
     }
 
     /// How often it was cleared.
@@ -42,18 +45,24 @@ public:
     template <class Question = Key>
     void store(const Question& key, const ZoHmiSrv::Value& answer, std::uint64_t clears) {
         if (bound_ == 0) return;
+        typename Answers::node_type added, dropped; // made and destroyed outside of the lock
+        {
+            Answers made;
+            made.emplace(static_cast<Key>(key), answer);
+            added = made.extract(made.begin());
+        }
         const std::lock_guard lock(mutex_);
         if (clears != clears_) return;
-        const auto [position, added] = answers_.emplace(static_cast<Key>(key), answer);
-        if (!added) return;
+        const auto stored = answers_.insert(std::move(added));
+        if (!stored.inserted) return;
         try {
-            order_.push_back(&position->first);
+            order_.push_back(&stored.position->first);
         } catch (...) {
-            answers_.erase(position);
+            answers_.erase(stored.position);
             throw;
         }
         if (order_.size() > bound_) {
-            answers_.erase(*order_.front());
+            dropped = answers_.extract(*order_.front());
             order_.pop_front();
         }
     }
@@ -75,10 +84,12 @@ private:
         }
     };
 
+    using Answers = std::unordered_map<Key, ZoHmiSrv::Value, Hash, std::equal_to<>>;
+
     mutable StripedMutex mutex_;
     std::uint64_t bound_;
     std::uint64_t clears_ = 0;
-    std::unordered_map<Key, ZoHmiSrv::Value, Hash, std::equal_to<>> answers_;
+    Answers answers_;
     std::deque<const Key*> order_; // oldest first; the keys of a hash map stay where they are
 };
 

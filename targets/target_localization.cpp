@@ -23,6 +23,13 @@ namespace {
 
 constexpr auto always = [] { return true; };
 
+// Takes an answer that the event does not hold yet.
+auto unless_present(const Value& present, Value& answer) {
+    return [&present, &answer](const Value& given) {
+        if (given != present) answer = given;
+    };
+}
+
 // One record of a list: its id, and a Struct of the two texts that it has besides.
 struct Record {
     std::string id;
@@ -77,14 +84,16 @@ Value details_of(IZoDetailCollection* collection) {
 // The frame of the five questions. An answer in the cache is given even while the target is away. `question` gives Null
 // when the logger lacks the interface, which is a success and not kept. No lock is held across a question, so two
 // threads that miss both ask.
-template <class Cache, class Key, class Question, class Keep>
-ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, Value& answer, Question&& question, Keep&& keep) {
-    answer = cache.find(key);
-    if (answer.isset()) return ZoHmiSrv::HMI_SUCCESS;
+template <class Cache, class Key, class Take, class Question, class Keep>
+ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep) {
+    if (cache.find(key, take)) return ZoHmiSrv::HMI_SUCCESS;
     const auto clears = cache.clears();
+    Value answer;
     const ZoHmiSrv::ResultPair asked = ask_connected([&] { answer = question(); });
     if (asked.result() != ZoHmiSrv::HMI_SUCCESS) return asked.result();
-    if (answer.isset() && keep()) cache.store(key, answer, clears);
+    if (!answer.isset()) return ZoHmiSrv::HMI_SUCCESS;
+    if (keep()) cache.store(key, answer, clears);
+    take(answer);
     return ZoHmiSrv::HMI_SUCCESS;
 }
 
@@ -106,10 +115,10 @@ ZoHmiSrv::ResultPair TargetSystem::ask_connected(Question&& question) {
     return {ZoHmiSrv::HMI_E_UNEXPECTED, "An exception was raised."};
 }
 
-ErrorValue TargetSystem::localize_text(const EventReference& event, Value& text) {
+ErrorValue TargetSystem::localize_text(const EventReference& event, ZoHmiSrv::String& text) {
     if (!event.text) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
-        texts_, *event.text, text,
+        texts_, *event.text, [&](const Value& answer) { text.set_name(answer.get_string()); },
         [&] {
             const TextQuestion& key = *event.text;
             const std::string block = event.argument_block();
@@ -122,25 +131,30 @@ ErrorValue TargetSystem::localize_text(const EventReference& event, Value& text)
         [&] { return !listener_->preload_translations(); });
 }
 
-ErrorValue TargetSystem::localize_class_name(const EventReference& event, Value& name) {
-    if (!event.class_name) return ZoHmiSrv::HMI_SUCCESS;
+ErrorValue TargetSystem::localize_class_name(const EventReference& event, const Value& present, Value& name) {
+    if (!event.class_name) {
+        name = "";
+        return ZoHmiSrv::HMI_SUCCESS;
+    }
+    bool asked = true;
     return ask_logger(
-        class_names_, *event.class_name, name,
+        class_names_, *event.class_name, unless_present(present, name),
         [&]() -> Value {
             const auto logger = query<IZoEventLoggerClassName>(*proxy_);
-            if (!logger) return {};
+            asked = logger != nullptr;
+            if (!asked) return "";
             CountedString answer;
             throw_if_failed(
                 logger->GetEventClassName(event.class_name->event_class, event.class_name->language, answer.put()));
             return Value(answer.str().c_str());
         },
-        always);
+        [&] { return asked; });
 }
 
-ErrorValue TargetSystem::localize_source_name(const EventReference& event, Value& name) {
+ErrorValue TargetSystem::localize_source_name(const EventReference& event, const Value& present, Value& name) {
     if (!event.source_name) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
-        source_names_, *event.source_name, name,
+        source_names_, *event.source_name, unless_present(present, name),
         [&]() -> Value {
             const auto logger = query<IZoEventLoggerSourceName>(*proxy_);
             if (!logger) return {};
@@ -158,10 +172,10 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, Value
 template <class Logger, class Collection>
 ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
-                                  Value (*read)(Collection*), Value& list) {
+                                  Value (*read)(Collection*), const Value& present, Value& list) {
     if (!event.kind) return ZoHmiSrv::HMI_SUCCESS;
     return ask_logger(
-        cache, *event.kind, list,
+        cache, *event.kind, unless_present(present, list),
         [&]() -> Value {
             const auto logger = query<IZoEventLogger5>(*proxy_);
             if (!logger) return {};
@@ -173,12 +187,13 @@ ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache
         always);
 }
 
-ErrorValue TargetSystem::list_causes_and_remedies(const EventReference& event, Value& list) {
-    return list_for(event, cause_remedies_, &IZoEventLogger4::GetCausesAndRemedies, &causes_and_remedies_of, list);
+ErrorValue TargetSystem::list_causes_and_remedies(const EventReference& event, const Value& present, Value& list) {
+    return list_for(event, cause_remedies_, &IZoEventLogger4::GetCausesAndRemedies, &causes_and_remedies_of, present,
+                    list);
 }
 
-ErrorValue TargetSystem::list_details(const EventReference& event, Value& list) {
-    return list_for(event, details_, &IZoEventLogger5::GetDetails, &details_of, list);
+ErrorValue TargetSystem::list_details(const EventReference& event, const Value& present, Value& list) {
+    return list_for(event, details_, &IZoEventLogger5::GetDetails, &details_of, present, list);
 }
 
 } // namespace ZoHmiEventLogger

@@ -18,6 +18,7 @@
 namespace ZoHmiSrv {
 class Alarm;
 class Message;
+class String;
 class Value;
 } // namespace ZoHmiSrv
 
@@ -84,17 +85,23 @@ public:
     EventStore::Counters counters();
 
     /// @name Localization
-    /// Each asks the logger unless a cache has the answer, and leaves the argument Null where the event does not hold
-    /// what the question needs or the logger cannot be asked it, with success. HMI_E_CONNECT when the target is
-    /// disabled or away, HMI_E_UNEXPECTED, after reporting it, when the logger raised an error. [any thread]
+    /// Each asks the logger unless a cache has the answer. With success it leaves the last argument alone where the
+    /// event does not hold what the question needs, where the logger cannot be asked it, and where the answer is what
+    /// is `present` in the event already. HMI_E_CONNECT when the target is disabled or away, HMI_E_UNEXPECTED, after
+    /// reporting it, when the logger raised an error. [any thread]
     /// @{
-    ZoHmiSrv::ErrorValue localize_text(const EventReference& event, ZoHmiSrv::Value& text);
-    ZoHmiSrv::ErrorValue localize_class_name(const EventReference& event, ZoHmiSrv::Value& name);
-    ZoHmiSrv::ErrorValue localize_source_name(const EventReference& event, ZoHmiSrv::Value& name);
+    ZoHmiSrv::ErrorValue localize_text(const EventReference& event, ZoHmiSrv::String& text);
+    /// Where there is nothing to ask or nobody to ask it gives "".
+    ZoHmiSrv::ErrorValue localize_class_name(const EventReference& event, const ZoHmiSrv::Value& present,
+                                             ZoHmiSrv::Value& name);
+    ZoHmiSrv::ErrorValue localize_source_name(const EventReference& event, const ZoHmiSrv::Value& present,
+                                              ZoHmiSrv::Value& name);
     /// A Vector of Structs with "id", "cause" and "remedy".
-    ZoHmiSrv::ErrorValue list_causes_and_remedies(const EventReference& event, ZoHmiSrv::Value& list);
+    ZoHmiSrv::ErrorValue list_causes_and_remedies(const EventReference& event, const ZoHmiSrv::Value& present,
+                                                  ZoHmiSrv::Value& list);
     /// A Struct of Structs with "text" and "comment", by the details' ids.
-    ZoHmiSrv::ErrorValue list_details(const EventReference& event, ZoHmiSrv::Value& list);
+    ZoHmiSrv::ErrorValue list_details(const EventReference& event, const ZoHmiSrv::Value& present,
+                                      ZoHmiSrv::Value& list);
     /// @}
 
     /// The logger's events, called by the sink. What they throw becomes the sink's result. [proxy callback]
@@ -125,15 +132,15 @@ private:
     void clear_events_and_report();
 
     // target_localization.cpp
-    template <class Cache, class Key, class Question, class Keep>
-    ZoHmiSrv::ErrorValue ask_logger(Cache& cache, const Key& key, ZoHmiSrv::Value& answer, Question&& question,
-                                    Keep&& keep);
+    template <class Cache, class Key, class Take, class Question, class Keep>
+    ZoHmiSrv::ErrorValue ask_logger(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep);
     template <class Question>
     ZoHmiSrv::ResultPair ask_connected(Question&& question);
     template <class Logger, class Collection>
     ZoHmiSrv::ErrorValue list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
-                                  ZoHmiSrv::Value (*read)(Collection*), ZoHmiSrv::Value& list);
+                                  ZoHmiSrv::Value (*read)(Collection*), const ZoHmiSrv::Value& present,
+                                  ZoHmiSrv::Value& list);
 
     // target_import.cpp
     LockHolder import_events();

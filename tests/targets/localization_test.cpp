@@ -26,8 +26,9 @@ using Cache = LocalizationCache<Key>;
 std::string kept(const Cache& cache) {
     std::string text;
     for (int key = 0; key < 10; ++key)
-        if (const ZoHmiSrv::Value answer = cache.find({key}); answer.isset())
+        cache.find(Key{key}, [&](const ZoHmiSrv::Value& answer) {
             text += std::to_string(key) + ":" + std::to_string(answer.get_int32()) + " ";
+        });
     return text;
 }
 
@@ -41,7 +42,7 @@ TEST(LocalizationCache, DropsWhatCameFirst) {
         Cache cache(row.bound);
         for (const auto& [key, answer] : {std::pair{1, 1}, {2, 2}, {1, 3}, {3, 4}, {4, 5}}) {
             cache.store({key}, answer, 0);
-            cache.find({1}); // refreshes nothing
+            cache.find(Key{1}, [](const auto&) {}); // refreshes nothing
         }
         EXPECT_EQ(kept(cache), row.kept) << row.bound;
         cache.clear();
@@ -55,8 +56,9 @@ TEST(LocalizationCache, HoldsABoundThatNobodyNamed) {
     LocalizationCache<ClassNameKey> cache;
     for (std::int32_t language = 0; language <= 65'536; ++language)
         cache.store({{}, language}, "name", 0);
-    EXPECT_FALSE(cache.find({{}, 0}).isset());
-    EXPECT_TRUE(cache.find({{}, 1}).isset());
+    const auto nothing = [](const auto&) {};
+    EXPECT_FALSE(cache.find(ClassNameKey{{}, 0}, nothing));
+    EXPECT_TRUE(cache.find(ClassNameKey{{}, 1}, nothing));
 }
 
 TEST(Locale, TagsHaveTheirPublishedNumbers) {

@@ -40,6 +40,10 @@ struct TargetSystemTestAccess {
     static void fill(LocalizationCache<Key>& cache) {
         cache.store({}, "", cache.clears());
     }
+    template <class Key>
+    static bool has_answer(const LocalizationCache<Key>& cache) {
+        return cache.find(Key{}, [](const ZoHmiSrv::Value&) {});
+    }
     static void fill_caches(TargetSystem& target) {
         fill(target.class_names_);
         fill(target.texts_);
@@ -49,9 +53,8 @@ struct TargetSystemTestAccess {
     }
     // Class names, texts, causes and remedies, source names, details: 1 where the answer is still there.
     static std::vector<int> cached(TargetSystem& target) {
-        return {target.class_names_.find({}).isset(), target.texts_.find({}).isset(),
-                target.cause_remedies_.find({}).isset(), target.source_names_.find({}).isset(),
-                target.details_.find({}).isset()};
+        return {has_answer(target.class_names_), has_answer(target.texts_), has_answer(target.cause_remedies_),
+                has_answer(target.source_names_), has_answer(target.details_)};
     }
 };
 
