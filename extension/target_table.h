@@ -1,5 +1,6 @@
 #pragma once
 
+#include "targets/striped_mutex.h"
 #include "targets/target_system_base.h"
 
 #include <atomic>
@@ -41,7 +42,7 @@ public:
     void clear();
 
 private:
-    mutable std::mutex mutex_; // targets_mutex in the picture of the locks
+    mutable StripedMutex mutex_; // targets_mutex in the picture of the locks
     std::map<std::string, std::shared_ptr<TargetSystem>> targets_;
 };
 

@@ -8,7 +8,6 @@
 #include <deque>
 #include <functional>
 #include <mutex>
-#include <shared_mutex>
 #include <unordered_map>
 
 namespace ZoHmiEventLogger {
@@ -27,7 +26,7 @@ public:
     /// which is most of what they would wait for each other. False when there is none.
     template <class Take, class Question = Key>
     bool find(const Question& key, Take&& take) const {
-        const std::shared_lock lock(mutex_);
+        const auto lock = mutex_.lock_shared();
         const auto found = answers_.find(key);
         if (found == answers_.end()) return false;
         take(found->second);
@@ -36,7 +35,7 @@ public:
 
     /// How often it was cleared.
     std::uint64_t clears() const {
-        const std::shared_lock lock(mutex_);
+        const auto lock = mutex_.lock_shared();
         return clears_;
     }
 

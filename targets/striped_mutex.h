@@ -2,18 +2,22 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <mutex>
-#include <pthread.h>
+#include <sched.h>
 
 namespace ZoHmiEventLogger {
 
-/// A shared mutex for what is looked up all the time and seldom written. Each reading thread locks one stripe, which it
-/// shares with few others or none, so that readers on several processors do not pull one cache line to and fro; a
-/// writer locks all stripes. A reader that locks twice locks itself out. For std::shared_lock and std::lock_guard. [any
-/// thread]
+/// A shared mutex for what is looked up all the time and seldom written. A reader locks the stripe of the processor
+/// that it runs on, so that readers on several processors do not pull one cache line to and fro; a writer locks all
+/// stripes, by std::lock_guard. A reader that locks twice may lock itself out. [any thread]
 class StripedMutex {
 public:
+    /// For a reader, who keeps the lock where it was taken: by then its thread may run on another processor.
+    [[nodiscard]] std::unique_lock<std::mutex> lock_shared() {
+        // A failure, -1, counts as some processor too.
+        return std::unique_lock(stripes_[static_cast<unsigned>(sched_getcpu()) % count].mutex);
+    }
+
     void lock() {
         for (Stripe& stripe : stripes_)
             stripe.mutex.lock();
@@ -22,22 +26,13 @@ public:
         for (Stripe& stripe : stripes_)
             stripe.mutex.unlock();
     }
-    void lock_shared() { mine().lock(); }
-    /// On the thread that locked.
-    void unlock_shared() { mine().unlock(); }
 
 private:
     static constexpr std::size_t count = 8;
-    static constexpr std::size_t cache_line = 64; // bytes
-    struct alignas(cache_line) Stripe {
+    static constexpr std::size_t cache_lines = 128; // bytes; processors fetch lines in pairs
+    struct alignas(cache_lines) Stripe {
         std::mutex mutex;
     };
-
-    // Not by a variable of the thread: threads of the server outlive an extension that is unloaded. The numbers of
-    // threads are addresses, far apart; the multiplier of Fibonacci hashing spreads them.
-    std::mutex& mine() {
-        return stripes_[std::uint64_t{pthread_self()} * 0x9E3779B97F4A7C15U >> 32 & (count - 1)].mutex;
-    }
 
     std::array<Stripe, count> stripes_;
 };
