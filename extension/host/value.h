@@ -158,7 +158,9 @@ public:
         return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
     }
     [[gnu::always_inline]] Iterator<Value> find(const char* name) {
-        own();
+        if (storage_ == Storage::Shared) [[unlikely]] {
+            return unshare_and_find(name);
+        }
         const Found found = look_up(name);
         return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
     }
@@ -331,6 +333,7 @@ private:
         }
     }
     [[gnu::cold]] void unshare();
+    [[gnu::cold]] Iterator<Value> unshare_and_find(const char* name);
 
     std::size_t element_count() const noexcept {
         return type_ == ValueType::Vector && on_heap() ? payload_.heap.block->size : 0;
@@ -423,8 +426,8 @@ public:
     Iterator<T> find(const char* name) const { return value_->find(name); }
     Iterator<T> begin() const { return value_->begin(); }
     Iterator<T> end() const { return value_->end(); }
-    std::size_t size() const noexcept { return begin() == end() ? 0 : value_->size(); }
-    bool empty() const noexcept { return begin() == end(); }
+    std::size_t size() const noexcept { return empty() ? 0 : value_->size(); }
+    bool empty() const noexcept { return std::as_const(*value_).begin() == std::as_const(*value_).end(); }
 
 private:
     T* value_;
@@ -440,8 +443,8 @@ public:
     T& get(unsigned long index) const { return (*value_)[index]; }
     VectorIterator<T> begin() const { return value_->begin_vector(); }
     VectorIterator<T> end() const { return value_->end_vector(); }
-    std::size_t size() const noexcept { return static_cast<std::size_t>(end() - begin()); }
-    bool empty() const noexcept { return begin() == end(); }
+    std::size_t size() const noexcept { return value_->type() == ValueType::Vector ? value_->size() : 0; }
+    bool empty() const noexcept { return size() == 0; }
 
 private:
     T* value_;

@@ -38,6 +38,13 @@ Value::Found Value::look_up_long(const char* name) const noexcept {
     return place.found ? Found{place.run, members_of(place.run) + place.at} : Found{};
 }
 
+Iterator<Value> Value::unshare_and_find(const char* name) {
+    const NameKey key(name);
+    const std::string kept(key.text, key.length); // it may lie in the tree, which its last other owner may leave to us
+    unshare();
+    return find(kept.c_str());
+}
+
 Value& Value::member(const NameKey& name) {
     return *as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);

@@ -2,6 +2,8 @@
 #include "extension/host/event_payload.h"
 #include "tests/server_api/values.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
@@ -149,6 +151,42 @@ TEST(ValueShare, NameToWriteMayLieInTheSharedTree) {
     other = Value();
     value[name] = 2;
     EXPECT_EQ(show(value), "{" + std::string(long_text) + ": Int(2)}");
+}
+
+TEST(ValueShare, AskingForSizesCopiesNothing) {
+    Value value;
+    value["list"] << 1 << 2;
+    value["list"].share();
+    Value list = std::as_const(value)["list"];
+    const Value map = value.share();
+    EXPECT_EQ(value.get_map().size(), 1U);
+    EXPECT_EQ(list.get_vector().size(), 2U);
+    EXPECT_FALSE(value.get_map().empty() || list.get_vector().empty());
+    EXPECT_EQ(&std::as_const(value)["list"], &map["list"]);
+    EXPECT_EQ(&std::as_const(list)[0], &map["list"][0]);
+}
+
+TEST(ValueShare, NameToFindMayLieInATreeThatTheOtherOwnerLeavesMeanwhile) {
+    Value large; // takes long to copy
+    for (int i = 0; i < 4000; ++i) {
+        large[std::to_string(i).c_str()] = i;
+    }
+    for (int round = 0; round < 40; ++round) {
+        Value value;
+        value["large"] = large;
+        value["name"] = "large";
+        Value other = value.share();
+        std::atomic<bool> started = false;
+        std::thread leaving([&] {
+            started = true;
+            std::this_thread::sleep_for(std::chrono::microseconds(1));
+            other = Value();
+        });
+        while (!started) {
+        }
+        EXPECT_TRUE(value.find(std::as_const(value)["name"].get_string()) != value.end());
+        leaving.join();
+    }
 }
 
 TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
