@@ -6,6 +6,7 @@
 #include "targets/locale_id.h"
 #include "targets/target_system.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -18,6 +19,9 @@ namespace {
 
 // What an event shows in place of a text when its target has been deleted since.
 constexpr char target_not_found[] = "TARGET_NOT_FOUND";
+
+// Class name, source name, causes with remedies, details.
+constexpr std::size_t most_new_parameters = 4;
 
 // All that is fetched for one event. Servers localize an event again and again, for each client and each drawing, and
 // mostly it holds the answers already: what is Null here needs no writing, which is the greater part of the work.
@@ -60,6 +64,10 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
     Localization fetched;
     if (const ErrorValue result = fetch(*target, reference, parameters, fetched)) return result;
 
+    // Room first: from then on nothing fails, and the event is written whole or not at all.
+    const bool changes = fetched.class_name.isset() || fetched.source_name.isset() || fetched.causes.isset() ||
+                         fetched.details.isset() || reference.converted_types || reference.converted_data;
+    if (changes) parameters.reserve(parameters.size() + most_new_parameters);
     text = std::move(fetched.text);
     if (fetched.class_name.isset()) parameters.insert_or_update("eventClassName", std::move(fetched.class_name));
     if (reference.converted_types) parameters.insert_or_update("types", std::move(*reference.converted_types));

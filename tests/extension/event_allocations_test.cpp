@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <type_traits>
 #include <vector>
 
@@ -51,11 +52,42 @@ TEST(EventAllocations, OfALiveEvent) {
     EXPECT_EQ(bench.host.forgotten, 2 * count);
 }
 
-TEST(EventAllocations, OfAKnownText) {
-    BenchExtension bench(1, count);
+ZoHmiSrv::Alarm listed_alarm() {
     ZoHmiSrv::Event event;
     ZoHmiEventLogger::convert_alarm(event, make<plain::AlarmPtr>(1)[0].get(), "HMI", "T1", 1, false);
-    std::vector<ZoHmiSrv::Alarm> listed(count + 1, event.payload().get_alarm());
+    return event.payload().get_alarm();
+}
+
+// On a miss first, then on hits; into events with room for the answers, and into one without.
+TEST(EventAllocations, AnyOfALocalizationMayFailAndThenNothingChanged) {
+    BenchExtension bench(1, count);
+    const ZoHmiSrv::Context context;
+    ZoHmiSrv::Alarm full = listed_alarm();
+    for (const char* name : {"a", "b", "c"})
+        full.parameters().insert(name, 1);
+    for (const ZoHmiSrv::Alarm& before : {listed_alarm(), full}) {
+        bool failed = true;
+        std::size_t nth = 0;
+        for (; failed; ++nth) {
+            ZoHmiSrv::Alarm alarm = before;
+            ZoHmiSrv::String text;
+            ZoHmiSrv::ErrorValue result = ZoHmiSrv::HMI_E_UNEXPECTED;
+            allocations::fail_after(nth);
+            try {
+                result = bench.extension.on_localize_event(context, "de-DE", alarm, text);
+            } catch (const std::bad_alloc&) {
+            }
+            failed = allocations::stop_failing();
+            const bool changed = alarm.parameters() != before.parameters() || !text.empty();
+            EXPECT_EQ(changed, result == ZoHmiSrv::HMI_SUCCESS) << nth;
+        }
+        EXPECT_GT(nth, 1U);
+    }
+}
+
+TEST(EventAllocations, OfAKnownText) {
+    BenchExtension bench(1, count);
+    std::vector<ZoHmiSrv::Alarm> listed(count + 1, listed_alarm());
     const ZoHmiSrv::Context context;
     const auto localize = [&](std::size_t i) {
         ZoHmiSrv::String text;
