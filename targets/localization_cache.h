@@ -44,7 +44,7 @@ public:
     template <class Question = Key>
     void store(const Question& key, const ZoHmiSrv::Value& answer, std::uint64_t clears) {
         if (bound_ == 0) return;
-        typename Answers::node_type added, dropped; // made and destroyed outside of the lock
+        typename Answers::node_type added, dropped; // made before the lock, and let go behind it
         {
             Answers made;
             made.emplace(static_cast<Key>(key), answer);
