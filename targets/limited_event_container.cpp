@@ -36,20 +36,22 @@ template <class Pointer, class Proxy, class RawPointer>
 void LimitedEventContainer<Pointer, Proxy, RawPointer>::add(Event& event, Proxy* pointer, bool has_pointer,
                                                             unsigned limit, long key, bool use_key) {
     if (!use_key) key = event.time_received().nanoseconds();
-    add_held(event, has_pointer ? Pointer(pointer) : Pointer(), limit, key);
+    const Iterator added = insert(event, has_pointer ? Pointer(pointer) : Pointer(), key);
+    evict_behind(limit, added);
 }
 
 template <class Pointer, class Proxy, class RawPointer>
 void LimitedEventContainer<Pointer, Proxy, RawPointer>::replace_alarm(Position position, Event& event, Proxy* pointer,
                                                                       unsigned limit) {
-    Pointer held(pointer);
+    // In this order a failure loses nothing; that there is one entry too many meanwhile shows nowhere.
+    const Iterator added = insert(event, Pointer(pointer), event.time_received().nanoseconds());
     erase_alarm(position);
-    add_held(event, std::move(held), limit, event.time_received().nanoseconds());
+    evict_behind(limit, added);
 }
 
 template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::add_held(Event& event, Pointer held, unsigned limit,
-                                                                 std::int64_t key) {
+auto LimitedEventContainer<Pointer, Proxy, RawPointer>::insert(Event& event, Pointer held, std::int64_t key)
+    -> Iterator {
     const auto entries_before = entries_.size();
     // Times mostly ascend, and the newest entry stands in front.
     const Iterator entry =
@@ -80,7 +82,7 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::add_held(Event& event, P
         }
     }
     note_added(entry, entries_before);
-    evict_behind(limit, entry);
+    return entry;
 }
 
 template <class Pointer, class Proxy, class RawPointer>

@@ -8,7 +8,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <utility>
 
 namespace ZoHmiSrv {
@@ -96,8 +95,8 @@ public:
     /// The object of the first live entry whose alarm has this id, or null.
     RawPointer find_alarm_by_id(int id) const;
 
-    /// Removes a live alarm and adds the event in its place, which holds `pointer`. The proxy is asked first: when that
-    /// fails, all is as it was.
+    /// Removes a live alarm and adds the event in its place, which holds `pointer`. When the proxy fails or memory
+    /// lacks, all is as it was.
     void replace_alarm(Position position, Event& event, Proxy* pointer, unsigned limit);
     /// Removes a live alarm without calling back; does nothing for any other entry.
     void erase_alarm(Position position);
@@ -126,7 +125,7 @@ private:
 
     template <class Visit>
     void for_each_in_order(Visit&& visit) const;
-    void add_held(Event& event, Pointer held, unsigned limit, std::int64_t key);
+    Iterator insert(Event& event, Pointer held, std::int64_t key); // evicts nothing yet
     void index(Iterator entry);
     void unindex(Iterator entry);
     void remove(Iterator entry);

@@ -152,7 +152,7 @@ private:
         reference_.release_alarm(*expected, limit);
     }
 
-    // As for an alarm that is raised again: found by its object, erased, and mostly added anew.
+    // As for an alarm that is raised again: found by its object and mostly replaced, which is erased and added anew.
     void raise_again(unsigned limit) {
         fakes::FakeAlarm* const alarm = pool_[any_index(pool_.size())].get();
         const auto expected = reference_.find_if([&](const auto& entry) { return entry.pointer.get() == alarm; });
@@ -161,12 +161,13 @@ private:
         if (!found) return;
         ASSERT_STREQ(found.event().name(), reference_.at(*expected).event.name());
         Event event = found.event();
-        store_.erase_alarm(found);
-        const bool was_alarm = event.payload().type() == ValueType::Alarm;
         reference_.erase_alarm(*expected);
-        if (!was_alarm || !any(4)) return;
+        if (event.payload().type() != ValueType::Alarm || !any(4)) return store_.erase_alarm(found);
         event.set_time_received(Timestamp::from_file_time(any_file_time()));
-        add_to_all(event, alarm, limit, true, 0, false);
+        Event copy = event;
+        reference_.add(copy, alarm, limit, 0, false);
+        store_.replace_alarm(found, event, alarm, limit);
+        ASSERT_TRUE(event == Event());
     }
 
     void find_by_id() {
