@@ -4,9 +4,9 @@
 #include "binding/com_ptr.h"
 #include "binding/counted_string.h"
 #include "binding/error.h"
+#include "extension/host/timestamp.h"
 
 #include <cstdint>
-#include <string>
 
 namespace ZoHmiEventLogger {
 
@@ -18,12 +18,18 @@ T ask(Object& object, HRESULT (Interface::*getter)(T*)) {
     return value;
 }
 
-/// The same for counted strings, which are taken over and freed; a null one is "".
+/// The same for file times, as the server's.
 template <class Object, class Interface>
-std::string ask_text(Object& object, HRESULT (Interface::*getter)(char**)) {
+ZoHmiSrv::Timestamp ask_time(Object& object, HRESULT (Interface::*getter)(std::int64_t*)) {
+    return ZoHmiSrv::Timestamp::from_file_time(ask(object, getter));
+}
+
+/// The same for counted strings, which are taken over and freed; a null one counts as "".
+template <class Object, class Interface>
+ZoAtlCom::CountedString ask_text(Object& object, HRESULT (Interface::*getter)(char**)) {
     ZoAtlCom::CountedString text;
     ZoAtlCom::throw_if_failed((object.*getter)(text.put()));
-    return text.str();
+    return text;
 }
 
 /// An optional interface of an object; null when it is not offered.

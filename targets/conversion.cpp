@@ -38,23 +38,10 @@ constexpr std::size_t most_parameters = 10 + 4;
 // Confirmation states of alarms from the log, which tell only whether one was asked for and given.
 constexpr AlarmConfirmationState none{0}, confirmed{3}, not_confirmed{4};
 
-template <class Object, class Interface>
-Timestamp ask_time(Object& object, HRESULT (Interface::*getter)(std::int64_t*)) {
-    return Timestamp::from_file_time(ask(object, getter));
-}
-
 bool has_source_field(IZoEvent& event, SourceField field) {
     VARIANT_BOOL present = VARIANT_FALSE;
     ZoAtlCom::throw_if_failed(event.HasSourceField(field, &present));
     return present != VARIANT_FALSE;
-}
-
-// Straight from the proxy's string.
-template <class Object, class Interface>
-void set_text(Value& parameters, const char* name, Object& object, HRESULT (Interface::*getter)(char**)) {
-    ZoAtlCom::CountedString text;
-    ZoAtlCom::throw_if_failed((object.*getter)(text.put()));
-    parameters.insert_or_update(name, text.get());
 }
 
 void set_identity(Value& parameters, IZoEvent& event, const std::string& target_name) {
@@ -64,7 +51,8 @@ void set_identity(Value& parameters, IZoEvent& event, const std::string& target_
     parameters.insert_or_update("eventId", static_cast<double>(ask(event, &IZoEvent::GetEventId)));
     if (has_source_field(event, SourceFieldId))
         parameters.insert_or_update("sourceId", static_cast<double>(ask(event, &IZoEvent::GetSourceId)));
-    if (has_source_field(event, SourceFieldName)) set_text(parameters, "sourceName", event, &IZoEvent::GetSourceName);
+    if (has_source_field(event, SourceFieldName))
+        parameters.insert_or_update("sourceName", ask_text(event, &IZoEvent::GetSourceName).get());
     if (has_source_field(event, SourceFieldGuid))
         parameters.insert_or_update("sourceGuid", uuid_to_string(ask(event, &IZoEvent::GetSourceGuid), true).c_str());
 }
@@ -72,7 +60,7 @@ void set_identity(Value& parameters, IZoEvent& event, const std::string& target_
 template <class Interface>
 void set_json_attribute(Value& parameters, IUnknown& event) {
     if (const auto json = query<Interface>(event))
-        set_text(parameters, "jsonAttribute", *json, &Interface::GetJsonAttribute);
+        parameters.insert_or_update("jsonAttribute", ask_text(*json, &Interface::GetJsonAttribute).get());
 }
 
 // Copies the two ranges out of the logger's argument block, without a look at what they hold. Offsets and sizes come

@@ -1,21 +1,12 @@
 #include "targets/event_key.h"
 
 #include "extension/host/algorithm.h"
-#include "extension/host/timestamp.h"
 #include "targets/ask.h"
 
 namespace ZoHmiEventLogger {
 
 using namespace ZoEventLoggerFdxProxyLib;
 namespace Algorithm = ZoHmiSrv::Algorithm;
-
-namespace {
-
-std::int64_t raised_nanoseconds(IZoEvent& event) {
-    return ZoHmiSrv::Timestamp::from_file_time(ask(event, &IZoEvent::GetTimeRaised)).nanoseconds();
-}
-
-} // namespace
 
 std::optional<std::uint32_t> unique_id_of(IUnknown& object) {
     const auto identity = query<IZoEventIdentity>(object);
@@ -31,7 +22,7 @@ std::string EventKey::text() const {
 
 template <class T>
 EventKey EventKey::of(T& event) {
-    const auto raised = raised_nanoseconds(event);
+    const auto raised = ask_time(event, &IZoEvent::GetTimeRaised).nanoseconds();
     const auto event_class = ask(event, &IZoEvent::GetEventClass);
     const auto event_id = ask(event, &IZoEvent::GetEventId);
     return {unique_id_of(event), raised, event_class, event_id};
@@ -57,7 +48,7 @@ bool EventKeySet::contains(const EventKey& key) const {
 AlarmKey AlarmKey::of(IZoAlarm& alarm) {
     AlarmKey key;
     key.id = unique_id_of(alarm);
-    key.raised = raised_nanoseconds(alarm);
+    key.raised = ask_time(alarm, &IZoEvent::GetTimeRaised).nanoseconds();
     return key;
 }
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 
 namespace ZoHmiEventLogger {
 
@@ -257,20 +258,12 @@ void TargetSystem::empty_store() {
 
 // The store is emptied even when the ids cannot be saved, since the connection is gone in any case.
 void TargetSystem::clear_events_and_report() {
-    std::exception_ptr failure;
-    {
-        const std::lock_guard lock(event_mutex_);
-        try {
-            clear_events();
-        } catch (...) {
-            failure = std::current_exception();
-            empty_store();
-        }
-    }
-    if (!failure) return;
+    std::unique_lock lock(event_mutex_);
     try {
-        std::rethrow_exception(failure);
+        clear_events();
     } catch (...) {
+        empty_store();
+        lock.unlock();
         report_current_exception();
     }
 }

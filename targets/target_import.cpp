@@ -11,6 +11,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace ZoHmiEventLogger {
 
@@ -90,17 +91,14 @@ LockHolder TargetSystem::import_events() {
         import_active_alarms(import);
         saved_alarm_ids_.clear();
         events.unlock();
-        if (!replay(import)) {
-            set_notify(true);
-            trace_sizes(recorded);
-            return {};
-        }
-        listener_->log_message(trace_message("GETLOGGEDEVENTS_GETACTIVEALARMS",
-                                             {name_.c_str(), static_cast<double>(event_limit_), import.logged_count,
-                                              import.skipped_count, import.active_count}));
+        const bool complete = replay(import);
+        if (complete)
+            listener_->log_message(trace_message("GETLOGGEDEVENTS_GETACTIVEALARMS",
+                                                 {name_.c_str(), static_cast<double>(event_limit_), import.logged_count,
+                                                  import.skipped_count, import.active_count}));
         set_notify(true);
         trace_sizes(recorded);
-        return holder;
+        return complete ? holder : nullptr;
     } catch (const CAtlException& exception) {
         abandon();
         listener_->log_exception(name_, exception);

@@ -22,18 +22,6 @@ using ZoHmiSrv::Value;
 
 namespace {
 
-Timestamp ask_time(IZoAlarm& alarm, HRESULT (IZoAlarm::*getter)(std::int64_t*)) {
-    return Timestamp::from_file_time(ask(alarm, getter));
-}
-
-Timestamp time_raised(IZoAlarm& alarm) {
-    return Timestamp::from_file_time(ask(alarm, &IZoEvent::GetTimeRaised));
-}
-
-int as_int(std::uint32_t id) {
-    return static_cast<int>(id);
-}
-
 const char* reason_text(tagDatabaseChangeReasonEnum reason) {
     switch (reason) {
     case tagDatabaseChangeReasonEnum::Undefined:
@@ -98,11 +86,9 @@ void TargetSystem::OnDatabaseChanged(DatabaseChangeReason reason) {
 void TargetSystem::handle_message(IZoMessage* proxy, bool replay) {
     Message message;
     convert_message(message, proxy, domain_, name_);
-    {
-        EventLock lock(*this);
-        events_.add_message(message, event_limit_, 0, false);
-        lock.unlock();
-    }
+    EventLock lock(*this);
+    events_.add_message(message, event_limit_, 0, false);
+    lock.unlock();
     if (!replay) listener_->on_message(std::move(message));
 }
 
@@ -151,7 +137,7 @@ void TargetSystem::handle_alarm_changed(IZoAlarm* proxy, std::int16_t removed_fl
     const auto position = events_.find_alarm(AlarmKey::of(*proxy));
     if (!position) {
         lock.unlock();
-        const Timestamp raised = time_raised(*proxy);
+        const Timestamp raised = ask_time(*proxy, &IZoEvent::GetTimeRaised);
         const Timestamp changed = ask_time(*proxy, change.get_time);
         listener_->log_message(trace_message(change.unknown, {name_.c_str(), removed, raised, changed}));
         return;
@@ -207,7 +193,7 @@ EventStore::Counters TargetSystem::counters() {
 }
 
 int TargetSystem::take_event_id() {
-    return as_int(next_event_id_->fetch_add(1));
+    return static_cast<int>(next_event_id_->fetch_add(1));
 }
 
 } // namespace ZoHmiEventLogger

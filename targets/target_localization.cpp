@@ -32,7 +32,7 @@ auto unless_present(const Value& present, Value& answer) {
 
 // One record of a list: its id, and a Struct of the two texts that it has besides.
 struct Record {
-    std::string id;
+    CountedString id;
     Value texts;
 };
 
@@ -41,8 +41,8 @@ Record record_of(Item& item, HRESULT (Item::*first)(char**), const char* first_n
                  const char* second_name) {
     Record record{ask_text(item, &Item::GetId), Value()};
     record.texts.set_type(ValueType::Struct);
-    record.texts.insert(first_name, ask_text(item, first).c_str());
-    record.texts.insert(second_name, ask_text(item, second).c_str());
+    record.texts.insert(first_name, ask_text(item, first).get());
+    record.texts.insert(second_name, ask_text(item, second).get());
     return record;
 }
 
@@ -62,7 +62,7 @@ Value causes_and_remedies_of(IZoCauseRemedyCollection* collection) {
     list.set_type(ValueType::Vector);
     for_each_item<IZoCauseRemedy>(collection, [&list](IZoCauseRemedy& item) {
         Record record = record_of(item, &IZoCauseRemedy::GetCause, "cause", &IZoCauseRemedy::GetRemedy, "remedy");
-        record.texts.insert("id", record.id.c_str());
+        record.texts.insert("id", record.id.get());
         list << std::move(record.texts);
     });
     return list;
@@ -74,7 +74,7 @@ Value details_of(IZoDetailCollection* collection) {
     list.set_type(ValueType::Struct);
     for_each_item<IZoDetail>(collection, [&list](IZoDetail& item) {
         Record record = record_of(item, &IZoDetail::GetText, "text", &IZoDetail::GetComment, "comment");
-        list.insert_or_update(record.id.c_str(), std::move(record.texts));
+        list.insert_or_update(record.id.get(), std::move(record.texts));
     });
     return list;
 }
@@ -125,7 +125,7 @@ ErrorValue TargetSystem::localize_text(const EventReference& event, ZoHmiSrv::St
             CountedString answer;
             throw_if_failed(proxy_->GetText(key.event_class, key.event_id, key.language, &event.arguments,
                                             reinterpret_cast<const std::uint8_t*>(block.data()), answer.put()));
-            return Value(answer.str().c_str());
+            return Value(answer.get());
         },
         // With preloaded translations the logger answers from its own memory.
         [&] { return !listener_->preload_translations(); });
@@ -146,7 +146,7 @@ ErrorValue TargetSystem::localize_class_name(const EventReference& event, const 
             CountedString answer;
             throw_if_failed(
                 logger->GetEventClassName(event.class_name->event_class, event.class_name->language, answer.put()));
-            return Value(answer.str().c_str());
+            return Value(answer.get());
         },
         [&] { return asked; });
 }
@@ -162,7 +162,7 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, const
             CountedString answer;
             throw_if_failed(
                 logger->GetSourceNameText(key.language, key.event_class, key.source_name.data(), answer.put()));
-            return Value(answer.str().c_str());
+            return Value(answer.get());
         },
         always);
 }

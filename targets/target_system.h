@@ -9,11 +9,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <unordered_set>
 
 namespace ZoHmiSrv {
 class Alarm;
