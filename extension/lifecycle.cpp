@@ -7,7 +7,9 @@
 #include "targets/target_system.h"
 #include "targets/trace_message.h"
 
+#include <chrono>
 #include <exception>
+#include <thread>
 
 namespace ZoHmiEventLogger {
 
@@ -25,13 +27,16 @@ ILicenseHost* license_part(IZoHmiSrvExtHost* host) {
 
 } // namespace
 
-// Runs a step that concerns no target. What it throws is reported, and the next step comes all the same.
+// Runs a step that concerns no target. What it throws is reported, and the next step comes all the same. False when it
+// threw.
 template <class Step>
-void ZoHmiEventLogger::guard(Step&& step) {
+bool ZoHmiEventLogger::guard(Step&& step) {
     try {
         step();
+        return true;
     } catch (...) {
         report_current_exception(no_target);
+        return false;
     }
 }
 
@@ -131,7 +136,9 @@ void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
     std::exception_ptr failed_poll;
     guard([&] { failed_poll = run_tick(context, slots); });
     if (failed_poll) std::rethrow_exception(failed_poll);
-    guard([this] { arm_timer(); });
+    // Nothing but a tick reconnects: where memory lacks for the next one it is armed later.
+    while (!guard([this] { arm_timer(); }) && !*stopping_)
+        std::this_thread::sleep_for(std::chrono::milliseconds(tick_ms));
     // Only now do the slots let live callbacks of fresh connections through, behind the reset.
 }
 

@@ -90,7 +90,7 @@ private:
     void arm_timer();
     std::exception_ptr run_tick(const ZoHmiSrv::Context& context, std::vector<HeldTarget>& slots);
     template <class Step>
-    void guard(Step&& step);
+    bool guard(Step&& step);
     void send_reset_temporary_events(const ZoHmiSrv::Context& context);
     void register_config_listener();
     void unregister_listeners(const ZoHmiSrv::Context& context);

@@ -2,6 +2,7 @@
 
 #include "binding/error.h"
 #include "tests/fakes/callback_thread.h"
+#include "tests/server_api/allocations.h"
 
 #include <gmock/gmock.h>
 
@@ -176,6 +177,26 @@ TEST_F(Tick, WhatElseATickThrowsIsReportedAndTheChainGoesOn) {
     Message error = errors[0];
     EXPECT_EQ(error.parameters()["0"], Value("")); // of no target
     EXPECT_EQ(error.parameters()["2"], Value("server"));
+}
+
+TEST_F(Tick, ATimerThatFindsNoMemoryIsArmedAllTheSame) {
+    const auto end_chain = [this] {
+        loggers[1]->plan->answer("IsConnected", E_FAIL);
+        ASSERT_TRUE(call_log().wait_for("host.send_message ZORVANE_EVENTLOGGER_ERROR b"));
+        loggers[1]->plan->clear();
+        call_log().clear();
+    };
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    std::size_t in_a_tick = 0;
+    for (int round = 0; round < 2; ++round) { // in the first one the log still grows
+        end_chain();
+        in_a_tick = allocations::during([this] { tick(); });
+    }
+    end_chain();
+    allocations::fail_after(in_a_tick - 1); // the last one of a quiet tick is the timer's
+    tick();
+    EXPECT_TRUE(allocations::stop_failing());
+    EXPECT_TRUE(call_log().wait_for("a.IsConnected", 3)); // those of the next tick
 }
 
 TEST_F(Tick, AServerThatRefusesACallLosesNoEventOfAReconnect) {
