@@ -63,13 +63,9 @@ ResultPair ZoHmiEventLogger::init(const Context& context) {
     const Value timeout = config["TIMEOUT"];
     if (timeout.type() != ValueType::TimeSpan) return HMI_E_INIT; // the workers stay until the object goes
 
-    host_->register_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
-    host_->register_listener(context, static_cast<IZoHmiSrvEventLocalizationListener*>(this));
-    host_->register_listener(context, static_cast<IZoHmiSrvShutdownListener*>(this));
-    host_->register_listener(context, static_cast<IZoHmiSrvRequestListener*>(this));
-
     std::vector<std::shared_ptr<TargetSystem>> started; // no target dies before the end
     try {
+        register_listeners(context);
         if (!start_targets(timeout.get_timespan(), started)) {
             stop_threads();
             return HMI_E_INIT;
@@ -84,6 +80,15 @@ ResultPair ZoHmiEventLogger::init(const Context& context) {
         return HMI_E_INIT;
     }
     return {};
+}
+
+// A shutdown can come as soon as its listener is there, and finds those that are registered after it not there yet.
+void ZoHmiEventLogger::register_listeners(const Context& context) {
+    host_->register_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
+    host_->register_listener(context, static_cast<IZoHmiSrvEventLocalizationListener*>(this));
+    host_->register_listener(context, static_cast<IZoHmiSrvShutdownListener*>(this));
+    host_->register_listener(context, static_cast<IZoHmiSrvRequestListener*>(this));
+    if (*stopping_) unregister_listeners(context);
 }
 
 // False when a proxy could not be created. What was started until then stays.
@@ -118,6 +123,7 @@ void ZoHmiEventLogger::register_config_listener() {
     filter.insert("flags", 48); // changes and deletions
     filter.insert("paths", Value().set_type(ValueType::Vector) << "TARGET_SYSTEMS::*");
     host_->register_config_listener(context_, this, Value().set_type(ValueType::Vector) << filter);
+    if (*stopping_) unregister(context_, static_cast<IZoHmiSrvConfigListener*>(this)); // as in register_listeners
 }
 
 // One-shot: each tick arms the next one as its last act, so that ticks never overlap.

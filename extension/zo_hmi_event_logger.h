@@ -85,6 +85,7 @@ public:
 
 private:
     // lifecycle.cpp
+    void register_listeners(const ZoHmiSrv::Context& context);
     bool start_targets(const ZoHmiSrv::Timespan& timeout, std::vector<std::shared_ptr<TargetSystem>>& started);
     void connect_first(TargetSystem& target, const std::string& name);
     void arm_timer();

@@ -134,6 +134,7 @@ TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
         {"proxy refused",
          [](ExtensionTest&, Host&) { FakeProxyLibrary::instance().plan->answer("CreateInstance.Logger", E_FAIL, 2); },
          HMI_E_INIT, false, false, 4, true},
+        {"listener refused", host_throws("register_listener Shutdown"), HMI_E_INIT, false, true, 0, false},
         {"targets unreadable", host_throws("get_config_value TARGET_SYSTEMS"), HMI_E_INIT, false, true, 0, false},
         {"limit unreadable",
          [](ExtensionTest&, Host& server) { server.plan().throw_foreign("get_config_value LIMIT_EVENT_COUNT"); },
@@ -168,6 +169,22 @@ TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
         EXPECT_EQ(destroyed_while_running(), failure.threads_run);
         host.set_config(config);
         FakeProxyLibrary::instance().reset();
+    }
+}
+
+TEST_F(LifeCycle, AShutdownDuringInitLeavesNothingBehind) {
+    for (const char* call :
+         {"register_listener Request", "get_config_value PRELOAD_TRANSLATIONS", "register_config_listener"}) {
+        SCOPED_TRACE(call);
+        const auto a = add_target("a");
+        host.plan().run(
+            call, [this] { EXPECT_EQ(extension->on_shutdown(Context()), 0); }, 1);
+        init();
+        EXPECT_THAT(host.listeners(), IsEmpty());
+        EXPECT_EQ(listed().type(), ValueType::Null);
+        EXPECT_EQ(a->sink(), nullptr);
+        EXPECT_FALSE(destroyed_while_running());
+        host.plan().clear();
     }
 }
 
