@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <string>
 #include <utility>
 
 namespace ZoHmiEventLogger {
@@ -54,9 +53,9 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
     const Value& target_name = std::as_const(parameters)["targetName"];
     const auto target = target_name.isset() ? targets_.find(target_name.get_string()) : nullptr;
     if (!target) {
-        const std::string stand_in = target_name.isset() ? target_not_found : event.name();
-        text.set_name(stand_in.c_str());
-        parameters.insert_or_update("eventClassName", stand_in.c_str());
+        const String stand_in = target_name.isset() ? target_not_found : event.name();
+        parameters.insert_or_update("eventClassName", stand_in.name());
+        text = stand_in; // cannot fail
         return HMI_SUCCESS;
     }
 

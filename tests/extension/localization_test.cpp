@@ -360,16 +360,21 @@ TEST_F(Localization, ReadsWhatNoTargetCanTell) {
     class Odd final : public EventPayload {
     public:
         void set_name(const char*) override {}
-        const char* name() const noexcept override { return ""; }
-        const char* domain() const noexcept override { return ""; }
+        const char* name() const noexcept override { return nullptr; }
+        const char* domain() const noexcept override { return nullptr; }
         Value& parameters() override { return parameters_; }
-        ValueType type() const noexcept override { return ValueType::Event; }
+        ValueType type() const noexcept override { return kind; }
+
+        ValueType kind = ValueType::Event;
 
     private:
         Value parameters_;
     } odd;
     start();
     EXPECT_EQ(localize(odd), HMI_E_INVALID_TYPE);
+    odd.kind = ValueType::Message;
+    EXPECT_EQ(localize(odd), HMI_SUCCESS);
+    EXPECT_STREQ(text.name(), "");
     Message message;
     message.set_name("own name");
     EXPECT_EQ(localize(message), HMI_SUCCESS);
