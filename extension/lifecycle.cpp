@@ -142,10 +142,16 @@ void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
     std::exception_ptr failed_poll;
     guard([&] { failed_poll = run_tick(context, slots); });
     if (failed_poll) std::rethrow_exception(failed_poll);
-    // Nothing but a tick reconnects: where memory lacks for the next one it is armed later.
-    while (!guard([this] { arm_timer(); }) && !*stopping_)
+    bool armed = guard([this] { arm_timer(); });
+    // Only now do live callbacks of fresh connections come through, behind the reset; all of them before a target goes,
+    // which can take its time.
+    for (HeldTarget& slot : slots)
+        slot.holder.reset();
+    // Nothing but a tick reconnects: where memory lacks for the next one, it is armed later.
+    while (!armed && !*stopping_) {
         std::this_thread::sleep_for(std::chrono::milliseconds(tick_ms));
-    // Only now do the slots let live callbacks of fresh connections through, behind the reset.
+        armed = guard([this] { arm_timer(); });
+    }
 }
 
 // Gives what a poll threw, which ends the tick at once.

@@ -179,24 +179,28 @@ TEST_F(Tick, WhatElseATickThrowsIsReportedAndTheChainGoesOn) {
     EXPECT_EQ(error.parameters()["2"], Value("server"));
 }
 
-TEST_F(Tick, ATimerThatFindsNoMemoryIsArmedAllTheSame) {
-    const auto end_chain = [this] {
-        loggers[1]->plan->answer("IsConnected", E_FAIL);
-        ASSERT_TRUE(call_log().wait_for("host.send_message ZORVANE_EVENTLOGGER_ERROR b"));
-        loggers[1]->plan->clear();
-        call_log().clear();
-    };
+TEST_F(Tick, WantOfMemoryForTheNextTimerOnlyDelaysIt) {
+    loggers[2]->plan->run(
+        "IsConnected", [] { allocations::fail_after(0); }, 2); // the last question of the first tick
     ASSERT_EQ(init(), HMI_SUCCESS);
-    std::size_t in_a_tick = 0;
-    for (int round = 0; round < 2; ++round) { // in the first one the log still grows
-        end_chain();
-        in_a_tick = allocations::during([this] { tick(); });
-    }
-    end_chain();
-    allocations::fail_after(in_a_tick - 1); // the last one of a quiet tick is the timer's
-    tick();
-    EXPECT_TRUE(allocations::stop_failing());
-    EXPECT_TRUE(call_log().wait_for("a.IsConnected", 3)); // those of the next tick
+    EXPECT_TRUE(call_log().wait_for("c.IsConnected", 4));
+    EXPECT_EQ(host.messages("ZORVANE_EVENTLOGGER_ERROR").size(), 1u);
+}
+
+TEST_F(Tick, LiveCallbacksDoNotWaitForATargetThatGoes) {
+    start_without_ticks();
+    loggers[2]->connected = VARIANT_FALSE;
+    loggers[0]->plan->run(
+        "IsConnected", [this] { EXPECT_EQ(remove("a"), HMI_SUCCESS); }, 1);
+    const auto going = loggers[0]->plan->block("Disconnect");
+    const auto alarm = loggers[2]->make_alarm();
+    std::thread ticking([this] { tick(); });
+    EXPECT_TRUE(going->wait_until_entered());
+    fakes::CallbackThread callbacks;
+    callbacks.post([&] { loggers[2]->fire_raised(alarm); });
+    EXPECT_TRUE(call_log().wait_for("host.notify_alarm 0 1"));
+    going->release();
+    ticking.join();
 }
 
 TEST_F(Tick, AServerThatRefusesACallLosesNoEventOfAReconnect) {
