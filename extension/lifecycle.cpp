@@ -175,16 +175,20 @@ std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vecto
             changed = changed || slot.holder;
         }
     }
-    reset_due_ = reset_due_ || changed;
-    if (!reset_due_) return nullptr;
-    send_reset_temporary_events(context);
-    reset_due_ = false;
+    if (changed || reset_due_) send_reset_temporary_events(context);
     return nullptr;
 }
 
+// What the server refuses the next tick repeats: the server would go on to show events of targets that are gone.
 void ZoHmiEventLogger::send_reset_temporary_events(const Context& context) {
-    log_message(trace_message("RESET_TEMPORARY_EVENTS", {}));
-    host_->reset_temporary_events(context);
+    reset_due_ = false; // before the server lists, so that no refusal on another thread is lost
+    try {
+        log_message(trace_message("RESET_TEMPORARY_EVENTS", {}));
+        host_->reset_temporary_events(context);
+    } catch (...) {
+        reset_due_ = true;
+        throw;
+    }
 }
 
 int ZoHmiEventLogger::on_shutdown(const Context& context) {

@@ -133,7 +133,7 @@ private:
     ZoHmiSrv::ILicenseHost* const license_host_; // license_host: null when the host has none
     ZoHmiSrv::Context context_;                  // set by init, constant from then on
     std::set<std::string> licensed_;             // net ids for the licence report; the same
-    bool reset_due_ = false;                     // tick only: the server did not take the last reset
+    std::atomic<bool> reset_due_ = false;        // the server did not take the last reset
     // Behind all that a target uses while it disconnects and reports.
     TargetTable targets_;
     // Last, so that no tick outlives what it uses.
