@@ -2,6 +2,7 @@
 
 #include "tests/fakes/callback_thread.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/support/eventually.h"
 
 #include <gmock/gmock.h>
 
@@ -279,6 +280,21 @@ TEST_F(LifeCycle, ShutdownGoesOnWhenTheServerThrows) {
     EXPECT_EQ(take_calls("host.unregister_listener").size(), 5u);
     EXPECT_EQ(a->connected, VARIANT_FALSE);
     EXPECT_FALSE(destroyed_while_running());
+}
+
+TEST_F(LifeCycle, DestructionDuringATickPollsNoFurtherTarget) {
+    const auto a = add_target("a");
+    const auto b = add_target("b");
+    const auto block = a->plan->block("IsConnected", 1);
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    ASSERT_TRUE(block->wait_until_entered());
+    take_syslog_lines();
+    auto destroyed = std::async(std::launch::async, [this] { destroy(); });
+    // The pool's line tells that the destructor has begun.
+    EXPECT_TRUE(zo_test::eventually([] { return !take_syslog_lines().empty(); }));
+    block->release();
+    destroyed.get();
+    EXPECT_EQ(b->plan->count("IsConnected"), 0u);
 }
 
 TEST_F(LifeCycle, DestructionWithoutShutdownStopsTheThreadsAndThenDisconnects) {

@@ -204,9 +204,16 @@ TEST_F(Tick, LiveCallbacksDoNotWaitForATargetThatGoes) {
 }
 
 TEST_F(Tick, AServerThatRefusesACallLosesNoEventOfAReconnect) {
-    for (const char* call : {"get_config_value PRELOAD_TRANSLATIONS", "send_message TARGET_SYSTEM_CONNECT_FAILED",
-                             "send_message TARGET_SYSTEM_CONNECTED", "send_message GETLOGGEDEVENTS_GETACTIVEALARMS",
-                             "send_message RESET_TEMPORARY_EVENTS", "reset_temporary_events"}) {
+    // Errors are told by messages, so a message that is refused is not told of.
+    const std::pair<const char*, Texts> cases[] = {
+        {"get_config_value PRELOAD_TRANSLATIONS", {"host.send_message ZORVANE_EVENTLOGGER_ERROR b"}},
+        {"send_message TARGET_SYSTEM_CONNECT_FAILED", {}},
+        {"send_message TARGET_SYSTEM_CONNECTED", {}},
+        {"send_message GETLOGGEDEVENTS_GETACTIVEALARMS", {}},
+        {"send_message RESET_TEMPORARY_EVENTS", {}},
+        {"reset_temporary_events", {"host.send_message ZORVANE_EVENTLOGGER_ERROR"}},
+    };
+    for (const auto& [call, errors] : cases) {
         SCOPED_TRACE(call);
         start_without_ticks();
         loggers[1]->active = {loggers[1]->make_alarm()};
@@ -218,12 +225,22 @@ TEST_F(Tick, AServerThatRefusesACallLosesNoEventOfAReconnect) {
         for (int ticks = 0; ticks < 3; ++ticks)
             EXPECT_NO_THROW(tick());
         EXPECT_EQ(listed_in_reset, 1u);
+        EXPECT_EQ(take_calls("host.send_message ZORVANE_EVENTLOGGER_ERROR"), errors);
         shut_down();
         host.plan().clear();
         loggers.clear();
         for (const char* name : {"a", "b", "c"})
             loggers.push_back(add_target(name));
     }
+}
+
+TEST_F(Tick, WhatAProxyThrowsBehindAnImportHoldsUpNoReset) {
+    start_without_ticks();
+    loggers[0]->connected = VARIANT_FALSE;
+    loggers[0]->plan->throw_foreign("IsConnected", 3); // no result code, which would be the end of the ticks
+    tick();
+    EXPECT_EQ(call_log().count("host.reset_temporary_events"), 1u);
+    EXPECT_GT(questions(2), 0u);
 }
 
 TEST_F(Tick, ComesHalfASecondAfterInitAndAfterEachTick) {
