@@ -67,10 +67,11 @@ public:
     }
 
     void clear() {
+        Answers dropped; // let go behind the lock
         const std::lock_guard lock(mutex_);
         ++clears_;
         order_.clear();
-        answers_.clear();
+        answers_.swap(dropped);
     }
 
 private:
