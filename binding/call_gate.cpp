@@ -44,8 +44,12 @@ void CallGate::leave() noexcept {
         run(work);
 }
 
+bool CallGate::is_inside() noexcept {
+    return gates_entered > 0;
+}
+
 void CallGate::run_outside(std::function<void()> work) noexcept {
-    if (gates_entered == 0) return run(work);
+    if (!is_inside()) return run(work);
     try {
         if (!deferred) deferred = new Works;
         deferred->push_back(std::move(work));

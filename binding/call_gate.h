@@ -18,6 +18,8 @@ public:
     // itself. [any thread]
     void wait_until_idle();
 
+    // Whether this thread is inside a gate, whichever. [any thread]
+    static bool is_inside() noexcept;
     // Runs `work` at once; on a thread that is inside a gate, whichever, when it has left the outermost one. For work
     // that would destroy an object under its own call. [any thread]
     static void run_outside(std::function<void()> work) noexcept;

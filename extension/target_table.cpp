@@ -8,10 +8,12 @@ namespace ZoHmiEventLogger {
 
 bool TargetTable::insert_or_replace(const std::string& name, std::shared_ptr<TargetSystem> target,
                                     const std::atomic<bool>& stopping) {
-    const std::lock_guard lock(mutex_); // unlocked before `target`, which then is the old one, goes
-    if (stopping) return false;
-    targets_[name].swap(target);
-    if (target) target->retire();
+    {
+        const std::lock_guard lock(mutex_);
+        if (stopping) return false;
+        targets_[name].swap(target);
+    }
+    if (target) target->retire(); // the old one, which goes with this call
     return true;
 }
 
@@ -32,12 +34,14 @@ std::vector<std::string> TargetTable::names() const {
 
 bool TargetTable::erase(const std::string& name) {
     std::shared_ptr<TargetSystem> erased;
-    const std::lock_guard lock(mutex_);
-    const auto found = targets_.find(name);
-    if (found == targets_.end()) return false;
-    erased = std::move(found->second);
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = targets_.find(name);
+        if (found == targets_.end()) return false;
+        erased = std::move(found->second);
+        targets_.erase(found);
+    }
     erased->retire();
-    targets_.erase(found);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "targets/target_system.h"
 
+#include "binding/call_gate.h"
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
 #include "extension/host/value.h"
@@ -52,10 +53,19 @@ struct TargetSystem::AlarmChange {
 template <class Record, class Handle>
 void TargetSystem::receive(Record&& record, Handle&& handle) {
     const std::lock_guard lock(*callback_mutex_);
-    if (recording_)
+    if (recording_) {
         recorded_.push_back(record());
-    else if (!stopping_->load(std::memory_order_acquire) && !retired_)
-        handle();
+        return;
+    }
+    const std::lock_guard handling(handling_mutex_);
+    if (!stopping_->load(std::memory_order_acquire) && !retired_) handle();
+}
+
+// The callback mutex would not do: a tick can hold it until it has polled all other targets.
+void TargetSystem::retire() {
+    retired_ = true;
+    if (ZoAtlCom::CallGate::is_inside()) return;
+    const std::lock_guard handled(handling_mutex_);
 }
 
 void TargetSystem::OnMessageSent(IZoMessage* message) {

@@ -53,8 +53,9 @@ public:
     /// True until the first `connect`: the target was never asked to connect. [any thread]
     bool disabled() const { return disabled_; }
     /// From now on live callbacks are dropped: the target has left the table and lives only until those who still use
-    /// it are done. [any thread]
-    void retire() { retired_ = true; }
+    /// it are done. Waits for one that is being handled, so that nothing of it reaches the server later; on a thread
+    /// that is itself inside a callback it does not wait. [any thread]
+    void retire();
     /// The resolved net id. [any thread]
     std::string net_id() const { return net_id_; }
 

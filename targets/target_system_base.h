@@ -61,6 +61,7 @@ protected:
     bool recording_ = false;                                       // [callback_mutex]
     std::deque<std::shared_ptr<const RecordedCallback>> recorded_; // [callback_mutex]
 
+    std::mutex handling_mutex_; // a live callback while it is handled
     std::mutex connection_mutex_;
 
     std::mutex event_mutex_;

@@ -140,6 +140,29 @@ TEST_F(Tick, ATargetThatIsTakenAwayDuringATickRaisesNothingMore) {
     }
 }
 
+TEST_F(Tick, AnAlarmOnItsWayComesBeforeTheResetThatTakesItsTargetAway) {
+    start_without_ticks();
+    fakes::CallbackThread callbacks;
+    const auto alarm = loggers[0]->make_alarm();
+    const auto told = host.plan().block("notify_alarm");
+    std::thread remover;
+    // The tick still holds the first target while it polls the last one.
+    loggers[2]->plan->run(
+        "IsConnected",
+        [&] {
+            callbacks.post([&] { loggers[0]->fire_raised(alarm); });
+            ASSERT_TRUE(told->wait_until_entered());
+            remover = std::thread([this] { EXPECT_EQ(remove("a"), HMI_SUCCESS); });
+            EXPECT_FALSE(call_log().wait_for("host.reset_temporary_events", 1, std::chrono::milliseconds(200)));
+            told->release();
+            remover.join();
+            EXPECT_EQ(call_log().count("host.reset_temporary_events"), 1u);
+        },
+        1);
+    tick();
+    callbacks.drain();
+}
+
 TEST_F(Tick, AFailingStateQueryIsReportedOnceAndLeavesTheTick) {
     start_without_ticks();
     loggers[0]->connected = VARIANT_FALSE; // its change finds no reset either
