@@ -1,6 +1,7 @@
 #include "platform/logger_proxy/parked_threads.h"
 
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -28,7 +29,11 @@ public:
 
     void add(Parked parked) {
         const std::lock_guard lock(mutex_);
-        threads_.push_back(std::move(parked));
+        try {
+            threads_.push_back(std::move(parked));
+        } catch (const std::bad_alloc&) { // on its own from here on: a thread that nobody joins would end the process
+            parked.thread.detach();
+        }
     }
 
     void reap() {
