@@ -83,7 +83,7 @@ void load_and_unload(fakes::QuietHost& host) {
 
 class Reload : public testing::TestWithParam<const char*> {};
 
-TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
+TEST_P(Reload, ManyRoundsLeaveNothingBehind) {
     Value targets = Value().set_type(ValueType::Map);
     if (GetParam() != std::string("empty")) {
         Value entry = Value().set_type(ValueType::Struct);
@@ -100,7 +100,7 @@ TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
     const zo_test::TemporaryFile routes(R"({"local":"5.1.2.3.1.1","routes":{"5.9.9.9.1.1":"127.0.0.1:1"}})");
     setenv("ZO_ROUTES", routes.path().c_str(), 1);
 
-    constexpr int rounds = 50;
+    constexpr int rounds = sanitized ? 50 : 200;
     std::thread([] {}).join(); // a sanitizer starts one of its own with the first
     const auto threads = entries("/proc/self/task");
     Use early;
@@ -117,7 +117,8 @@ TEST_P(Reload, FiftyRoundsLeaveNothingBehind) {
     EXPECT_LE(late.descriptors, early.descriptors);
     if (sanitized) GTEST_SKIP() << "sanitizers keep libraries mapped and count memory in their own way";
     EXPECT_EQ(mapped, 0);
-    // Sizes are rounded up differently from round to round, but the smallest piece of memory takes 32 bytes.
+    // The smallest piece of memory takes 32 bytes. Far less than that for each round is no leak: sizes are rounded up
+    // differently, and the C library keeps the stacks of ended threads, more of them where more ran at once.
     EXPECT_LT(late.heap, early.heap + 32 * (rounds - 10) / 2);
 }
 
