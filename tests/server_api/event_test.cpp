@@ -15,53 +15,39 @@ concept Comparable = requires(L& left, R& right) {
 static_assert(Comparable<Message, Message> && !Comparable<Value, Message> && !Comparable<Message, Value> &&
               !Comparable<Value, Alarm>);
 
-TEST(Message, AssignmentAndSwapTakeEverything) {
-    Message message;
-    message.set_name("NAME");
-    message.set_domain("domain");
-    message.set_severity(Severity{-1});
-    message.set_time_raised(Timestamp(5));
-    message.parameters().insert("0", "target");
-    Message other;
-    other = message;
-    EXPECT_TRUE(other == message);
-    other.parameters()["0"] = "other";
-    EXPECT_FALSE(other == message);
-    Message empty;
-    empty.swap(other);
-    EXPECT_TRUE(other == Message());
-}
-
-TEST(Alarm, EveryFieldIsCopiedAndCompared) {
-    void (*const changes[])(Alarm&) = {
-        [](Alarm& a) { a.set_name("n"); },
-        [](Alarm& a) { a.set_domain("d"); },
-        [](Alarm& a) { a.set_id(-3); },
-        [](Alarm& a) { a.set_severity(Severity{4}); },
-        [](Alarm& a) { a.set_alarm_state(AlarmState::Invalid); },
-        [](Alarm& a) { a.set_confirmation_state(AlarmConfirmationState{2}); },
-        [](Alarm& a) { a.set_time_raised(Timestamp(1)); },
-        [](Alarm& a) { a.set_time_cleared(Timestamp(2)); },
-        [](Alarm& a) { a.set_time_confirmed(Timestamp(3)); },
-        [](Alarm& a) { a.parameters()["p"] = 1; },
-    };
-    Alarm alarm;
+template <class Payload>
+void expect_copies(std::initializer_list<void (*)(Payload&)> changes, const Payload& (*inside)(const Value&)) {
+    Payload payload;
     for (const auto change : changes) {
-        const Alarm before = alarm;
-        change(alarm);
-        EXPECT_FALSE(before == alarm);
-        EXPECT_TRUE(Alarm(alarm) == alarm);
-        Alarm assigned;
-        assigned = alarm;
-        EXPECT_TRUE(assigned == alarm);
-        Value one;
-        one.set(alarm);
-        const Value copy = one; // the way through a tree of values is another
-        EXPECT_TRUE(copy.get_alarm() == alarm);
-        Value other;
+        const Payload before = payload;
+        change(payload);
+        EXPECT_FALSE(before == payload);
+        EXPECT_TRUE(Payload(payload) == payload);
+        Payload assigned, swapped;
+        assigned = payload;
+        swapped.swap(assigned);
+        EXPECT_TRUE(swapped == payload && assigned == Payload());
+        Value one, other;
+        one.set(payload);
         other.set(before);
         EXPECT_TRUE(one != other);
+        EXPECT_TRUE(inside(Value(one)) == payload); // the way through a tree of values is another
     }
+}
+
+TEST(EventPayloads, EveryFieldIsCopiedAndCompared) {
+    expect_copies<Alarm>(
+        {[](Alarm& a) { a.set_name("n"); }, [](Alarm& a) { a.set_domain("d"); }, [](Alarm& a) { a.set_id(-3); },
+         [](Alarm& a) { a.set_severity(Severity{4}); }, [](Alarm& a) { a.set_alarm_state(AlarmState::Invalid); },
+         [](Alarm& a) { a.set_confirmation_state(AlarmConfirmationState{2}); },
+         [](Alarm& a) { a.set_time_raised(Timestamp(1)); }, [](Alarm& a) { a.set_time_cleared(Timestamp(2)); },
+         [](Alarm& a) { a.set_time_confirmed(Timestamp(3)); }, [](Alarm& a) { a.parameters()["p"] = 1; }},
+        [](const Value& value) -> const Alarm& { return value.get_alarm(); });
+    expect_copies<Message>({[](Message& m) { m.set_name("n"); }, [](Message& m) { m.set_domain("d"); },
+                            [](Message& m) { m.set_severity(Severity{-1}); },
+                            [](Message& m) { m.set_time_raised(Timestamp(5)); },
+                            [](Message& m) { m.parameters()["p"] = 1; }},
+                           [](const Value& value) -> const Message& { return value.get_message(); });
 }
 
 TEST(Alarm, IsActiveWhileRaisedAndNotCleared) {

@@ -39,20 +39,17 @@ TEST(Algorithm, Split) {
 }
 
 TEST(Algorithm, TryAsInt64) {
-    struct Case {
-        const char* text;
-        std::optional<std::int64_t> number;
-    };
-    const Case cases[] = {{"0", 0},
-                          {"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
-                          {"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
-                          {"9223372036854775808", {}},
-                          {"", {}},
-                          {"+-1", {}},
-                          {" 1", {}},
-                          {"1.0", {}}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(Algorithm::try_as_int64(c.text), c.number) << c.text;
+    const std::pair<const char*, std::optional<std::int64_t>> cases[] = {
+        {"0", 0},
+        {"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
+        {"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
+        {"9223372036854775808", {}},
+        {"", {}},
+        {"+-1", {}},
+        {" 1", {}},
+        {"1.0", {}}};
+    for (const auto& [text, number] : cases) {
+        EXPECT_EQ(Algorithm::try_as_int64(text), number) << text;
     }
 }
 
@@ -95,39 +92,31 @@ TEST(Algorithm, CheckedMemory) {
 }
 
 TEST(TimeText, ThereAndBack) {
-    struct Case {
-        long nanoseconds;
-        const char* text;
-    };
-    const Case cases[] = {{0, "1970-01-01T00:00:00Z"},
-                          {1, "1970-01-01T00:00:00.000000001Z"},
-                          {-1, "1969-12-31T23:59:59.999999999Z"},
-                          {1709164800000340000, "2024-02-29T00:00:00.000340Z"},
-                          {-8644473600000000000, "1696-01-25T05:20:00Z"},
-                          {std::numeric_limits<long>::max(), "2262-04-11T23:47:16.854775807Z"},
-                          {std::numeric_limits<long>::min(), "1677-09-21T00:12:43.145224192Z"}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(ns_to_iso(c.nanoseconds), c.text);
-        EXPECT_EQ(iso_to_ns(c.text), c.nanoseconds) << c.text;
+    const std::pair<long, const char*> cases[] = {{0, "1970-01-01T00:00:00Z"},
+                                                  {1, "1970-01-01T00:00:00.000000001Z"},
+                                                  {-1, "1969-12-31T23:59:59.999999999Z"},
+                                                  {1709164800000340000, "2024-02-29T00:00:00.000340Z"},
+                                                  {-8644473600000000000, "1696-01-25T05:20:00Z"},
+                                                  {std::numeric_limits<long>::max(), "2262-04-11T23:47:16.854775807Z"},
+                                                  {std::numeric_limits<long>::min(), "1677-09-21T00:12:43.145224192Z"}};
+    for (const auto& [nanoseconds, text] : cases) {
+        EXPECT_EQ(ns_to_iso(nanoseconds), text);
+        EXPECT_EQ(iso_to_ns(text), nanoseconds) << text;
     }
 }
 
 TEST(TimeText, OtherFormsAndNonsense) {
-    struct Case {
-        const char* text;
-        long seconds;
-    };
-    const Case cases[] = {{"1970-01-02", 86400},
-                          {"1970-01-01T02:00:00+02:00", 0},
-                          {"1970-01-01T00:00:10-01:30", 5410},
-                          {nullptr, 0},
-                          {"", 0},
-                          {"1971-02-29", 0},
-                          {"1971-01-01T24:00:00", 0},
-                          {"1971-01-01T00:00:00.1234567890Z", 0},
-                          {"9999-01-01", 0}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(iso_to_ns(c.text), c.seconds * 1'000'000'000) << (c.text == nullptr ? "null" : c.text);
+    const std::pair<const char*, long> cases[] = {{"1970-01-02", 86400},
+                                                  {"1970-01-01T02:00:00+02:00", 0},
+                                                  {"1970-01-01T00:00:10-01:30", 5410},
+                                                  {nullptr, 0},
+                                                  {"", 0},
+                                                  {"1971-02-29", 0},
+                                                  {"1971-01-01T24:00:00", 0},
+                                                  {"1971-01-01T00:00:00.1234567890Z", 0},
+                                                  {"9999-01-01", 0}};
+    for (const auto& [text, seconds] : cases) {
+        EXPECT_EQ(iso_to_ns(text), seconds * 1'000'000'000) << (text == nullptr ? "null" : text);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <random>
 #include <string>
 #include <thread>
@@ -35,69 +36,38 @@ void change(Value& root, std::uint32_t seed) {
         }
     }
     Value& value = *at;
-    switch (any(18)) {
-    case 0:
-        value[name()] = static_cast<int>(any(9));
-        break;
-    case 1:
-        value[name()] = long_text;
-        break;
-    case 2:
-        value.insert(name(), root);
-        break;
-    case 3:
-        value.insert_or_update(name(), std::as_const(value)[name()]);
-        break;
-    case 4:
-        value.remove(value.find(name()));
-        break;
-    case 5:
-        value << static_cast<int>(any(9)) << long_text;
-        break;
-    case 6:
-        value << root;
-        break;
-    case 7:
-        value.insert(value.begin_vector(), std::as_const(value)[any(3)]);
-        break;
-    case 8:
-        value.resize(any(4), std::as_const(value)[any(2)]);
-        break;
-    case 9:
-        value = std::as_const(value)[name()];
-        break;
-    case 10:
-        value.get_message().parameters()[name()] = value;
-        break;
-    case 11:
-        value.clear();
-        break;
-    case 12:
-        value.set_type(any(2) == 0 ? ValueType::Map : ValueType::Struct);
-        break;
-    case 13:
-        for (Value& element : value.get_vector()) {
-            element = long_text;
-        }
-        break;
-    case 14:
-        for (Value& member : value.get_map()) {
-            member = 1;
-        }
-        break;
-    case 15:
-        value.reserve(any(20));
-        value[name()] = 1;
-        break;
-    case 16:
-        if (auto element = value.find(any(2)); element != value.end_vector()) {
-            *element = 1;
-        }
-        break;
-    default:
-        value[any(3)] = name();
-        break;
-    }
+    const std::function<void()> changes[] = {
+        [&] { value[name()] = static_cast<int>(any(9)); },
+        [&] { value[name()] = long_text; },
+        [&] { value.insert(name(), root); },
+        [&] { value.insert_or_update(name(), std::as_const(value)[name()]); },
+        [&] { value.remove(value.find(name())); },
+        [&] { value << static_cast<int>(any(9)) << long_text; },
+        [&] { value << root; },
+        [&] { value.insert(value.begin_vector(), std::as_const(value)[any(3)]); },
+        [&] { value.resize(any(4), std::as_const(value)[any(2)]); },
+        [&] { value = std::as_const(value)[name()]; },
+        [&] { value.get_message().parameters()[name()] = value; },
+        [&] { value.clear(); },
+        [&] { value.set_type(any(2) == 0 ? ValueType::Map : ValueType::Struct); },
+        [&] {
+            for (Value& element : value.get_vector())
+                element = long_text;
+        },
+        [&] {
+            for (Value& member : value.get_map())
+                member = 1;
+        },
+        [&] {
+            value.reserve(any(20));
+            value[name()] = 1;
+        },
+        [&] {
+            if (auto element = value.find(any(2)); element != value.end_vector()) *element = 1;
+        },
+        [&] { value[any(3)] = name(); },
+    };
+    changes[any(std::size(changes))]();
     if (root.size() > 40) {
         root = Value();
     }
@@ -194,6 +164,7 @@ TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
     for (int i = 0; i < 200; ++i) { // more than one run
         original[std::to_string(i).c_str()]["text"] = long_text;
     }
+    original[names[3]] = long_text;
     const std::string expected = show(original);
     original.share();
     std::vector<std::thread> threads;
@@ -214,4 +185,89 @@ TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
     }
 }
 
+Value sample_map() {
+    Value map;
+    map["a"] = long_text;
+    map["b"]["c"] = "short";
+    return map;
+}
+
+Value sample_vector() {
+    return Value().set_type(ValueType::Vector) << 1 << sample_map() << long_text << "end";
+}
+
 } // namespace
+
+TEST(ValueAlias, OperationsOnItself) {
+    struct Case {
+        const char* name;
+        std::function<void(Value&)> operation;
+        Value (*start)();
+        std::string result;
+    };
+    const std::string map = show(sample_map());
+    const std::string in_map = map.substr(1, map.size() - 2);
+    const std::string vector = show(sample_vector());
+    const std::string in_vector = vector.substr(1, vector.size() - 2);
+    const std::string text = "'" + std::string(long_text) + "'";
+    const Case cases[] = {
+        {"v << v", [](Value& v) { v << v; }, sample_vector, "[" + in_vector + ", " + vector + "]"},
+        {"v << v[2], a full vector", [](Value& v) { v << v[2]; }, sample_vector, "[" + in_vector + ", " + text + "]"},
+        {"v.insert(begin, v[3])", [](Value& v) { v.insert(v.begin_vector(), v[3]); }, sample_vector,
+         "['end', " + in_vector + "]"},
+        {"v.resize(5, v[3])", [](Value& v) { v.resize(5, v[3]); }, sample_vector, "[" + in_vector + ", 'end']"},
+        {"v = v[1]", [](Value& v) { v = v[1]; }, sample_vector, map},
+        {"v = move(v[1])", [](Value& v) { v = std::move(v[1]); }, sample_vector, map},
+        {"v[1] = v", [](Value& v) { v[1] = v; }, [] { return Value().set_type(ValueType::Vector) << 1 << 2; },
+         "[Int(1), [Int(1), Int(2)]]"},
+        {"v[x] = v, a map", [](Value& v) { v["x"] = v; }, sample_map, "{" + in_map + ", x: " + map + "}"},
+        {"v[b][x] = move(v)", [](Value& v) { v["b"]["x"] = std::move(v); }, sample_map, "{b: {x: " + map + "}}"},
+        {"v[Z] = v[b], which the insertion moves", [](Value& v) { v["Z"] = v["b"]; }, sample_map,
+         "{Z: {c: 'short'}, " + in_map + "}"},
+        {"v[5] = v[1], a full vector", [](Value& v) { v[5] = v[1]; }, sample_vector,
+         "[" + in_vector + ", Null(), " + map + "]"},
+        {"v = move(v)",
+         [](Value& v) {
+             Value& same = v;
+             v = std::move(same);
+         },
+         sample_map, map},
+        {"v.insert(x, v)", [](Value& v) { v.insert("x", v); }, sample_map, "{" + in_map + ", x: " + map + "}"},
+        {"v.insert_or_update(a, v)", [](Value& v) { v.insert_or_update("a", v); }, sample_map,
+         "{a: " + map + ", b: {c: 'short'}}"},
+        {"v.insert(x, move(v[b]))", [](Value& v) { v.insert("x", std::move(v["b"])); }, sample_map,
+         "{a: " + text + ", b: Null(), x: {c: 'short'}}"},
+        {"v.insert(x, move(v[3])), a vector", [](Value& v) { v.insert("x", std::move(v[3])); }, sample_vector,
+         "{x: 'end'}"},
+        {"v[own short text]", [](Value& v) { v[v.get_string()] = 1; }, [] { return Value("name"); }, "{name: Int(1)}"},
+        {"v[text of a member]", [](Value& v) { v[v["a"].get_string()] = 1; }, sample_map,
+         "{a: " + text + ", " + long_text + ": Int(1), b: {c: 'short'}}"},
+        {"v.insert(text of the value, move(value))",
+         [](Value& v) { v.insert(v["b"]["c"].get_string(), std::move(v["b"]["c"])); }, sample_map,
+         "{a: " + text + ", b: {c: Null()}, short: 'short'}"},
+        {"v.set(own long text)", [](Value& v) { v.set(v.get_string() + 2); }, [] { return Value(long_text); },
+         "'" + std::string(long_text + 2) + "'"},
+        {"v.set(own bytes)", [](Value& v) { v.set(static_cast<Binary>(v)); }, [] { return Value("xyz"); },
+         "Binary(eHl6)"},
+    };
+    for (const Case& c : cases) {
+        Value value = c.start();
+        c.operation(value);
+        EXPECT_EQ(show(value), c.result) << c.name;
+    }
+}
+
+TEST(ValueAlias, EventsInsideThemselves) {
+    Value value;
+    value.get_message().set_name("outer");
+    value.get_message().parameters()["inner"] = value;
+    EXPECT_EQ(value.get_message().parameters().size(), 1U);
+    value.set(value.get_message().parameters()["inner"].get_message());
+    EXPECT_STREQ(value.get_message().name(), "outer");
+    EXPECT_TRUE(value.get_message().parameters().empty()) << "the copy is of what was there before";
+
+    Message message;
+    message.parameters()["m"].get_message().set_name("inside");
+    message = message.parameters()["m"].get_message();
+    EXPECT_STREQ(message.name(), "inside");
+}

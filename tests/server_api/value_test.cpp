@@ -1,5 +1,6 @@
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
+#include "extension/host/timestamp.h"
 #include "tests/server_api/values.h"
 
 #include <cmath>
@@ -52,11 +53,7 @@ std::vector<Value> samples() {
 } // namespace
 
 TEST(Value, ConstructorsGiveTheirTypes) {
-    struct Case {
-        Value value;
-        ValueType type;
-    };
-    const Case cases[] = {
+    const std::pair<Value, ValueType> cases[] = {
         {Value(), ValueType::Null},
         {Value(false), ValueType::Bool},
         {with(1L), ValueType::Int64},
@@ -66,9 +63,9 @@ TEST(Value, ConstructorsGiveTheirTypes) {
         {Value(std::true_type()), ValueType::Bool},
     };
     static_assert(!std::is_constructible_v<Value, Event*>, "no pointer counts as true");
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.value.type(), c.type) << value_type_to_string(c.type);
-        EXPECT_EQ(c.value.isset(), c.type != ValueType::Null);
+    for (const auto& [value, type] : cases) {
+        EXPECT_EQ(value.type(), type) << value_type_to_string(type);
+        EXPECT_EQ(value.isset(), type != ValueType::Null);
     }
 }
 
@@ -277,13 +274,86 @@ TEST(Value, VectorOperations) {
 }
 
 TEST(ValueType, Names) {
-    struct Case {
-        int number;
-        const char* name;
-    };
-    const Case cases[] = {{0, "Null"},   {7, "Struct"}, {12, "UInt64"}, {13, "Null"},
-                          {66, "Alarm"}, {67, "Null"},  {256, "Any"},   {65535, "Null"}};
-    for (const Case& c : cases) {
-        EXPECT_STREQ(value_type_to_string(static_cast<ValueType>(c.number)), c.name) << c.number;
+    const std::pair<int, const char*> cases[] = {{0, "Null"},   {7, "Struct"}, {12, "UInt64"}, {13, "Null"},
+                                                 {66, "Alarm"}, {67, "Null"},  {256, "Any"},   {65535, "Null"}};
+    for (const auto& [number, name] : cases) {
+        EXPECT_STREQ(value_type_to_string(static_cast<ValueType>(number)), name) << number;
     }
+}
+
+TEST(ValueConvert, Table) {
+    const Value vector = Value().set_type(ValueType::Vector) << 1;
+    Value map;
+    map["a"] = 1;
+    struct Case {
+        Value value;
+        ValueType type;
+        std::string result;
+    };
+    const Case cases[] = {
+        {Value("2.5"), ValueType::Double, "Double(2.5)"},
+        {Value("1e400"), ValueType::Double, "Double(0)"},
+        {Value(0.1), ValueType::String, "'0.1'"},
+        {Value(5.9), ValueType::Int, "Int(5)"},
+        {Value(1e10), ValueType::Int, "Int(2147483647)"},
+        {Value(-1), ValueType::UInt64, "UInt64(0)"},
+        {with(1L << 40), ValueType::Int, "Int(2147483647)"},
+        {Value(true), ValueType::String, "'true'"},
+        {Value(Timestamp(0)), ValueType::String, "'1970-01-01T00:00:00Z'"},
+        {Value("1970-01-01T00:00:01Z"), ValueType::DateTime, "DateTime(1970-01-01T00:00:01Z)"},
+        {timespan(1500), ValueType::String, "'1500'"},
+        {Value("TWFu"), ValueType::Binary, "Binary(TWFu)"},
+        {Value(7), ValueType::Binary, "Binary()"},
+        {map, ValueType::Struct, "struct {a: Int(1)}"},
+        {map, ValueType::String, "''"},
+        {vector, ValueType::Int, "Int(0)"},
+        {Value("text"), ValueType::Null, "Null()"},
+    };
+    for (const Case& c : cases) {
+        Value value = c.value;
+        EXPECT_EQ(&value.convert(c.type), &value);
+        EXPECT_EQ(show(value), c.result) << show(c.value);
+    }
+}
+
+TEST(ValueConvert, Base64) {
+    struct Case {
+        const char* text;
+        const char* bytes; // null: refused
+    };
+    const Case cases[] = {
+        {"", ""},          {"Zg==", "f"},     {"Zm9vYmFy", "foobar"}, {"+/+/", "\xfb\xff\xbf"}, {"Zg", nullptr},
+        {"Zh==", nullptr}, {"=Zm9", nullptr}, {"Zg==Zg==", nullptr},  {"Zm-_", nullptr},        {"Zm\xc3\xbc", nullptr},
+    };
+    for (const Case& c : cases) {
+        Value value(c.text);
+        value.convert(ValueType::Binary);
+        ASSERT_EQ(value.type(), ValueType::Binary);
+        const Binary bytes = static_cast<Binary>(value);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
+                  c.bytes == nullptr ? "" : c.bytes)
+            << c.text;
+        if (c.bytes != nullptr) {
+            EXPECT_STREQ(value.convert(ValueType::String).get_string(), c.text);
+        }
+    }
+}
+
+TEST(Timestamp, FileTimesAndMilliseconds) {
+    constexpr long max = std::numeric_limits<long>::max();
+    constexpr long min = std::numeric_limits<long>::min();
+    const std::pair<Timestamp, long> cases[] = {
+        {Timestamp::from_file_time(116444736000000001), 100},
+        {Timestamp::from_file_time(133537536000000000), 1709280000000000000},
+        {Timestamp::from_file_time(116444735999999999), -100},
+        {Timestamp::from_file_time(1), min},
+        {Timestamp::from_file_time(max), max},
+        {Timestamp::from_milliseconds(1500), 1500000000},
+        {Timestamp::from_milliseconds(max), max},
+    };
+    for (const auto& [time, nanoseconds] : cases) {
+        EXPECT_EQ(time.nanoseconds(), nanoseconds);
+    }
+    EXPECT_EQ(Timestamp(2'999'999'999L).seconds(), 2);
+    EXPECT_EQ(Timespan(1'999'999L).milliseconds(), 1);
 }
