@@ -68,8 +68,7 @@ TEST(Utf8, EveryCharacterSurvivesBothWays) {
 
 TEST(Utf8, MalformedTextIsRefusedAndSaysWhy) {
     struct Case {
-        std::string text;
-        std::string error;
+        std::string text, error;
     };
     const Case cases[] = {
         {"\x80", from_bytes},     // a continuation alone
