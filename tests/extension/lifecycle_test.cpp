@@ -1,6 +1,9 @@
 #include "tests/extension/extension_fixture.h"
 
+#include "extension/ext_interface.h"
 #include "tests/fakes/callback_thread.h"
+#include "tests/server_api/allocations.h"
+#include "tests/server_api/values.h"
 #include "tests/support/captured_syslog.h"
 #include "tests/support/eventually.h"
 
@@ -21,6 +24,56 @@ using testing::Pair;
 using testing::UnorderedElementsAre;
 
 namespace {
+
+IZoHmiSrvExt* const untouched = reinterpret_cast<IZoHmiSrvExt*>(0x1000);
+
+TEST(ExtInterface, DoesNothingWithoutBothOutArguments) {
+    fakes::FakeHost host;
+    IZoHmiSrvExt* out = untouched;
+    double version = -1.0;
+    EXPECT_EQ(ext_interface(&host, nullptr, &version), 0);
+    EXPECT_EQ(ext_interface(&host, &out, nullptr), 0);
+    EXPECT_EQ(ext_interface(nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(out, untouched);
+    EXPECT_EQ(version, -1.0);
+    EXPECT_TRUE(take_syslog_lines().empty()); // no extension came and went
+}
+
+TEST(ExtInterface, HandsOutTheExtensionAndItsVersionEvenWithoutAHost) {
+    fakes::FakeHost host;
+    fakes::call_log().clear();
+    for (IZoHmiSrvExtHost* given : {static_cast<IZoHmiSrvExtHost*>(&host), static_cast<IZoHmiSrvExtHost*>(nullptr)}) {
+        IZoHmiSrvExt* out = nullptr;
+        double version = -1.0;
+        EXPECT_EQ(ext_interface(given, &out, &version), 0);
+        const std::unique_ptr<IZoHmiSrvExt> extension(out); // the server deletes it through this pointer
+        ASSERT_NE(dynamic_cast<ZoHmiEventLogger::ZoHmiEventLogger*>(out), nullptr);
+        EXPECT_EQ(version, 22.0);
+    }
+    EXPECT_TRUE(fakes::call_log().texts().empty());
+    EXPECT_EQ(take_syslog_lines().size(), 2u); // neither was shut down
+}
+
+TEST(ExtInterface, StoresNothingWhenTheExtensionCannotBeMade) {
+    fakes::FakeHost host;
+    std::size_t failures = 0;
+    for (bool failed = true; failed; ++failures) {
+        ASSERT_LT(failures, 1000u);
+        IZoHmiSrvExt* out = untouched;
+        double version = -1.0;
+        allocations::fail_after(failures);
+        EXPECT_EQ(ext_interface(&host, &out, &version), 0);
+        failed = allocations::stop_failing();
+        if (!failed) {
+            delete out;
+            break;
+        }
+        EXPECT_EQ(out, untouched) << failures;
+        EXPECT_EQ(version, -1.0) << failures;
+    }
+    EXPECT_GT(failures, 5u);
+    take_syslog_lines();
+}
 
 class LifeCycle : public ExtensionTest {
 protected:
@@ -74,13 +127,7 @@ TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
     for (const char* call : {"set_display_name", "get_config_value", "register_listener", "register_config_listener"})
         EXPECT_STREQ(host.context_of(call).domain(), "HMI") << call;
 
-    const Value filter = host.config_filter();
-    ASSERT_EQ(filter.type(), ValueType::Vector);
-    ASSERT_EQ(filter.size(), 1u);
-    ASSERT_EQ(filter[0].type(), ValueType::Struct);
-    EXPECT_EQ(filter[0].size(), 2u);
-    EXPECT_EQ(filter[0]["flags"], Value(48));
-    EXPECT_EQ(filter[0]["paths"], Value().set_type(ValueType::Vector) << "TARGET_SYSTEMS::*");
+    EXPECT_EQ(values::show(host.config_filter()), "[struct {flags: Int(48), paths: ['TARGET_SYSTEMS::*']}]");
     // Each listener is registered as what it says it is.
     ZoHmiEventLogger::ZoHmiEventLogger* const own = extension.get();
     EXPECT_THAT(host.listeners(),
@@ -90,21 +137,6 @@ TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
                     Pair(ListenerType::Shutdown, static_cast<IZoHmiSrvShutdownListener*>(own)),
                     Pair(ListenerType::Request, static_cast<IZoHmiSrvRequestListener*>(own)),
                     Pair(ListenerType::Config, static_cast<IZoHmiSrvConfigListener*>(own))));
-}
-
-TEST_F(LifeCycle, AServerWithTheLicenceInterfaceSeesTheSameInit) {
-    ReadingHost<fakes::FakeLicenseHost> with_license;
-    with_license.set_config(config);
-    make_extension(&with_license);
-    ASSERT_EQ(init(), HMI_SUCCESS);
-    const auto calls = take_calls("host.");
-    tick(); // reports what it knows, and reads no configuration for it
-    EXPECT_THAT(take_calls("host."), IsEmpty());
-    shut_down();
-    make_extension();
-    call_log().clear();
-    ASSERT_EQ(init(), HMI_SUCCESS);
-    EXPECT_EQ(take_calls("host."), calls);
 }
 
 TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
@@ -123,8 +155,7 @@ TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
         const char* what;
         std::function<void(ExtensionTest&, fakes::FakeHost&)> arrange;
         ErrorValue result;
-        bool threads_run;
-        bool stopping;
+        bool threads_run, stopping;
         std::size_t listeners;
         bool first_target_stays;
     } cases[] = {
@@ -237,7 +268,7 @@ TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
     // which the tick does not hold yet.
     const auto block = b->plan->block("IsConnected", 1);
     ASSERT_EQ(init(), HMI_SUCCESS);
-    ASSERT_TRUE(block->wait_until_entered());
+    ASSERT_TRUE(block->wait_for_arrivals());
     call_log().clear();
     fakes::CallbackThread callbacks;
     const auto alarm = a->make_alarm();
@@ -253,7 +284,7 @@ TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
                             "host.unregister_listener Shutdown", "host.unregister_listener Request",
                             "host.unregister_listener Config"));
     EXPECT_STREQ(host.context_of("unregister_listener").domain(), "shutdown");
-    block->release();
+    block->open();
     EXPECT_EQ(ended.get(), 0);
     EXPECT_THAT(take_calls(),
                 ElementsAre("a.FindConnectionPoint", "a.Unadvise", "a.Disconnect", "a.FindConnectionPoint",
@@ -265,7 +296,7 @@ TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
 
     EXPECT_EQ(extension->on_shutdown(Context()), 0); // harmless again
     EXPECT_FALSE(destroyed_while_running());
-    EXPECT_TRUE(host.alarms().empty());
+    EXPECT_EQ(host.alarms(), 0u);
 }
 
 TEST_F(LifeCycle, ShutdownGoesOnWhenTheServerThrows) {
@@ -314,7 +345,7 @@ TEST_F(LifeCycle, DestructionWithoutShutdownStopsTheThreadsAndThenDisconnects) {
                                           "b.FindConnectionPoint", "b.Unadvise"));
     ASSERT_FALSE(host.messages().empty());
     EXPECT_EQ(host.messages().back().message.domain(), domain);
-    EXPECT_EQ(host.messages().back().context.domain(), domain);
+    EXPECT_EQ(host.context_of("send_message").domain(), domain);
     EXPECT_EQ(host.listeners().size(), 5u);
 }
 

@@ -1,13 +1,17 @@
-// What an operator asks of the extension: confirm alarms, and run commands.
+// What goes to the server, and what an operator asks through it: lists, confirmations, commands.
 #include "tests/extension/extension_fixture.h"
 
 #include "extension/host/command.h"
 #include "extension/host/event_payload.h"
+#include "tests/server_api/values.h"
 
-#include <initializer_list>
+#include <exception>
+#include <gmock/gmock.h>
 #include <utility>
 
 using namespace ZoHmiSrv;
+using testing::ElementsAre;
+using values::show;
 
 namespace {
 
@@ -25,15 +29,7 @@ protected:
         return group[0];
     }
     unsigned result(const char* mapping, const Value& input) { return run(mapping, input).extension_result(); }
-    // The diagnostics of one target.
-    Value diagnose(const char* name) { return run("Diagnostics").read_value()["TARGET_SYSTEMS"][name]; }
-    static Value structure(std::initializer_list<std::pair<const char*, Value>> members) {
-        Value value;
-        value.set_type(ValueType::Struct);
-        for (const auto& [name, member] : members)
-            value.insert(name, member);
-        return value;
-    }
+    std::string diagnose() { return show(run("Diagnostics").read_value()); }
 
     fakes::LoggerPtr logger;
 };
@@ -54,30 +50,23 @@ TEST_F(Operator, ConfirmsAtTheLogger) {
 TEST_F(Operator, ReadsTheStateOfEveryTarget) {
     set_entry("off", target_entry("5.2.2.2.1.1", false));
     start_without_ticks();
-    const Value good = structure({{"connectionState", "Good"},
-                                  {"importedEventsCount", 3},
-                                  {"importedAlarmsCount", 2},
-                                  {"importedInvalidAlarmsCount", 1},
-                                  {"importedMessagesCount", 1},
-                                  {"activeAlarmsCount", 1},
-                                  {"cachedAlarmsCount", 2},
-                                  {"cachedInvalidAlarmsCount", 1},
-                                  {"cachedMessagesCount", 1}});
-    const Value off = structure({{"connectionState", "Disabled"}});
-    const Value lost = structure({{"connectionState", "Not Connected"}});
-    Value targets;
-    targets.set_type(ValueType::Map).insert("a", good);
-    targets.insert("off", off);
-    EXPECT_EQ(run("Diagnostics").read_value(), structure({{"TARGET_SYSTEMS", targets}}));
+    const auto of_both = [](const std::string& state) {
+        return "struct {TARGET_SYSTEMS: {a: struct {" + state + "}, off: struct {connectionState: 'Disabled'}}}";
+    };
+    const std::string good =
+        of_both("activeAlarmsCount: Int(1), cachedAlarmsCount: Int(2), cachedInvalidAlarmsCount: Int(1), "
+                "cachedMessagesCount: Int(1), connectionState: 'Good', importedAlarmsCount: Int(2), "
+                "importedEventsCount: Int(3), importedInvalidAlarmsCount: Int(1), importedMessagesCount: Int(1)");
+    EXPECT_EQ(diagnose(), good);
     tick();
     EXPECT_EQ(result("ForceReconnect", "a"), 0u);
-    EXPECT_EQ(diagnose("a"), lost) << "no attempt has failed yet";
+    EXPECT_EQ(diagnose(), of_both("connectionState: 'Not Connected'")) << "no attempt has failed yet";
     logger->plan->answer("ConnectWithSettings", hresult(0x98110745), 1);
     tick();
-    EXPECT_EQ(diagnose("a"), structure({{"connectionState", "Not Connected"},
-                                        {"connectError", "FDXERR_CLIENT_SYNCTIMEOUT (0x98110745)"}}));
+    EXPECT_EQ(diagnose(), of_both("connectError: 'FDXERR_CLIENT_SYNCTIMEOUT (0x98110745)', "
+                                  "connectionState: 'Not Connected'"));
     tick();
-    EXPECT_EQ(diagnose("a"), good);
+    EXPECT_EQ(diagnose(), good);
     logger->plan->answer("IsConnected", E_FAIL, 1);
     EXPECT_ANY_THROW(run("Diagnostics"));
 }
@@ -86,7 +75,11 @@ TEST_F(Operator, ActsOnTheTargetThatACommandNames) {
     set_entry("off", target_entry("5.2.2.2.1.1", false));
     start_without_ticks();
     // One takes the name itself, the other a Struct; each finds no name in what the other takes.
-    const auto named = [](const Value& name) { return structure({{"targetName", name}}); };
+    const auto named = [](const char* name) {
+        Value input = Value().set_type(ValueType::Struct);
+        input.insert("targetName", name);
+        return input;
+    };
     struct {
         const char* mapping;
         const char* call;
@@ -138,8 +131,125 @@ TEST_F(Operator, AnEmptyTableGivesEmptyAnswers) {
     set_entry("a", Value());
     fakes::FakeProxyLibrary::instance().next_loggers.clear();
     start_without_ticks();
-    EXPECT_EQ(run("Diagnostics").read_value(), structure({{"TARGET_SYSTEMS", Value().set_type(ValueType::Map)}}));
+    EXPECT_EQ(diagnose(), "struct {TARGET_SYSTEMS: {}}");
     EXPECT_EQ(run("ListEnabledTargetSystems").read_value(), Value().set_type(ValueType::Vector));
+}
+
+class Reporting : public ExtensionTest {
+protected:
+    Reporting() { start_without_ticks(); }
+};
+
+class TextError : public std::exception {
+public:
+    explicit TextError(const char* text) : text_(text) {}
+    const char* what() const noexcept override { return text_; }
+
+private:
+    const char* text_;
+};
+
+TEST_F(Reporting, ExceptionsBecomeOneMessageWithATextInAllCases) {
+    const char* const fallback = "An error occurred in the communication with the Zorvane EventLogger.";
+    const std::pair<const char*, const char*> cases[] = {
+        {"boom", "boom"}, {"caf\xc3\xa9", "caf\xc3\xa9"}, {"", fallback}, {nullptr, fallback}};
+    std::size_t sent = 0;
+    const auto check = [&](const char* text) {
+        const auto all = host.messages();
+        ASSERT_EQ(all.size(), ++sent);
+        EXPECT_FALSE(all.back().is_event);
+        EXPECT_STREQ(host.context_of("send_message").domain(), "HMI");
+        Message message = all.back().message;
+        EXPECT_STREQ(message.name(), "ZORVANE_EVENTLOGGER_ERROR");
+        EXPECT_STREQ(message.domain(), "HMI");
+        EXPECT_EQ(message.severity(), Severity{-1});
+        EXPECT_EQ(show(message.parameters()), "{0: 'target', 1: Double(-1), 2: '" + std::string(text) + "'}");
+        const auto age = Timestamp::now().nanoseconds() - message.time_raised().nanoseconds();
+        EXPECT_GE(age, 0);
+        EXPECT_LT(age, 60'000'000'000);
+    };
+    for (const auto& [what, text] : cases) {
+        extension->log_exception("target", TextError(what));
+        check(text);
+    }
+    extension->log_unknown_exception("target");
+    check(fallback);
+}
+
+TEST_F(Reporting, MessagesOfTheExtensionGetItsDomainAndThoseOfTargetsKeepTheirs) {
+    Message message;
+    message.set_name("M");
+    message.set_domain("target's");
+    extension->log_message(message);
+    extension->on_message(message);
+    const auto sent = host.messages();
+    ASSERT_EQ(sent.size(), 2u);
+    EXPECT_FALSE(sent[0].is_event);
+    EXPECT_STREQ(sent[0].message.domain(), "HMI");
+    EXPECT_TRUE(sent[1].is_event);
+    EXPECT_STREQ(sent[1].message.domain(), "target's");
+    EXPECT_STREQ(host.context_of("send_message").domain(), "HMI");
+}
+
+TEST_F(Reporting, AlarmsAndForgottenEventsReachTheServerInTheirModes) {
+    Alarm alarm;
+    alarm.set_id(7);
+    extension->on_alarm_raised(alarm);
+    extension->on_alarm_changed(alarm, false);
+    extension->on_alarm_changed(alarm, true);
+    Event event;
+    event.set_name("E");
+    extension->forget_event(event);
+    EXPECT_THAT(take_calls("host."), ElementsAre("host.notify_alarm 0 7", "host.notify_alarm 1 7",
+                                                 "host.notify_alarm 2 7", "host.forget_event E"));
+    EXPECT_STREQ(host.context_of("notify_alarm").domain(), "HMI");
+    EXPECT_STREQ(host.context_of("forget_event").domain(), "HMI");
+}
+
+TEST_F(Reporting, AServerThatRefusesWhatComesBeforeAnAlarmHearsOfTheAlarm) {
+    for (const char* call : {"send_message NEW_ALARM_RAISED", "send_message FORGET_EVENT", "forget_event"}) {
+        SCOPED_TRACE(call);
+        set_config("LIMIT_EVENT_COUNT", 1.0);
+        shut_down();
+        host.clear();
+        const auto logger = add_target("a");
+        start_without_ticks();
+        logger->fire_message(logger->make_message());
+        host.plan().throw_error(call, "busy", 1);
+        EXPECT_EQ(logger->fire_raised(logger->make_alarm({.raised = fakes::file_time(2)})), S_OK);
+        EXPECT_EQ(host.alarms(), 1u);
+    }
+}
+
+class Listing : public ExtensionTest {};
+
+TEST_F(Listing, WithoutTargetsTheValueIsLeftAlone) {
+    start_without_ticks();
+    Value events(7);
+    EXPECT_EQ(extension->on_get_events(Context(), events), 0);
+    EXPECT_EQ(events, Value(7));
+}
+
+TEST_F(Listing, TargetsAreListedInTheOrderOfTheirNames) {
+    // Configured last, but first in byte-wise order, whatever its events' times are.
+    const auto lower = add_target("a");
+    const auto upper = add_target("B");
+    std::swap(fakes::FakeProxyLibrary::instance().next_loggers[0], fakes::FakeProxyLibrary::instance().next_loggers[1]);
+    lower->history.push_back(lower->make_logged_event({.raised = fakes::file_time(1)}));
+    lower->history.push_back(lower->make_logged_event({.raised = fakes::file_time(3)}));
+    upper->history.push_back(upper->make_logged_event({.raised = fakes::file_time(2)}));
+    start_without_ticks();
+    Value events = listed();
+    ASSERT_EQ(events.size(), 3u);
+    Texts names;
+    for (unsigned long index = 0; index < events.size(); ++index) {
+        Event& event = events[index].get_event();
+        names.push_back(event.payload().get_alarm().parameters()["targetName"].get_string());
+        EXPECT_STREQ(event.domain(), "HMI");
+        // Ids count up from 1 over all targets, in the order of their imports.
+        EXPECT_EQ(event.payload().get_alarm().id(), static_cast<int>(index) + 1);
+    }
+    EXPECT_THAT(names, ElementsAre("B", "a", "a"));
 }
 
 } // namespace

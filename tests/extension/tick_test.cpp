@@ -18,7 +18,9 @@ namespace {
 
 class Tick : public ExtensionTest {
 protected:
-    Tick() {
+    Tick() { add_targets(); }
+    void add_targets() {
+        loggers.clear();
         for (const char* name : {"a", "b", "c"})
             loggers.push_back(add_target(name));
     }
@@ -86,14 +88,14 @@ TEST_F(Tick, LiveCallbacksOfFreshConnectionsComeBehindTheReset) {
     loggers[2]->history.push_back(loggers[2]->make_logged_event());
     host.plan().run("reset_temporary_events", [&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        raised_before_reset = host.alarms().size();
+        raised_before_reset = host.alarms();
         listed_in_reset = listed().size(); // as the server does, inside the call
     });
     tick();
     callbacks.drain();
     EXPECT_EQ(raised_before_reset, 0u);
     EXPECT_EQ(listed_in_reset, 1u);
-    EXPECT_EQ(host.alarms().size(), 1u);
+    EXPECT_EQ(host.alarms(), 1u);
     EXPECT_EQ(listed().size(), 2u);
 }
 
@@ -132,11 +134,9 @@ TEST_F(Tick, ATargetThatIsTakenAwayDuringATickRaisesNothingMore) {
             "IsConnected", [&] { callbacks.post([&] { loggers[0]->fire_raised(alarm); }); }, own_turn ? 3 : 2);
         tick();
         callbacks.drain();
-        EXPECT_EQ(host.alarms().size(), 0u) << own_turn; // the server would never be told to forget it
+        EXPECT_EQ(host.alarms(), 0u) << own_turn; // the server would never be told to forget it
         shut_down();
-        loggers.clear();
-        for (const char* name : {"a", "b", "c"})
-            loggers.push_back(add_target(name));
+        add_targets();
     }
 }
 
@@ -251,9 +251,7 @@ TEST_F(Tick, AServerThatRefusesACallLosesNoEventOfAReconnect) {
         EXPECT_EQ(take_calls("host.send_message ZORVANE_EVENTLOGGER_ERROR"), errors);
         shut_down();
         host.plan().clear();
-        loggers.clear();
-        for (const char* name : {"a", "b", "c"})
-            loggers.push_back(add_target(name));
+        add_targets();
     }
 }
 

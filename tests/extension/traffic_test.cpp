@@ -2,7 +2,6 @@
 
 #include "extension/host/command.h"
 #include "extension/host/event_payload.h"
-#include "tests/fakes/callback_thread.h"
 
 #include <algorithm>
 #include <atomic>

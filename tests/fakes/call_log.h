@@ -1,7 +1,9 @@
 #pragma once
 
+#include "tests/support/eventually.h"
+
+#include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <mutex>
 #include <string>
@@ -21,27 +23,46 @@ struct Call {
 // and the host can be checked. [any thread]
 class CallLog {
 public:
-    void add(std::string text);
-    void clear();
+    void add(std::string text) {
+        const std::lock_guard lock(mutex_);
+        calls_.push_back({std::move(text), std::this_thread::get_id()});
+    }
+    void clear() {
+        const std::lock_guard lock(mutex_);
+        calls_.clear();
+    }
 
-    [[nodiscard]] std::vector<Call> calls() const;
+    [[nodiscard]] std::vector<Call> calls() const {
+        const std::lock_guard lock(mutex_);
+        return calls_;
+    }
     // The texts, or those that begin so.
-    [[nodiscard]] std::vector<std::string> texts(std::string_view prefix = {}) const;
+    [[nodiscard]] std::vector<std::string> texts(std::string_view prefix = {}) const {
+        std::vector<std::string> texts;
+        for (const Call& call : calls())
+            if (call.text.starts_with(prefix)) texts.push_back(call.text);
+        return texts;
+    }
     // How often exactly this text stands in the log.
-    [[nodiscard]] std::size_t count(std::string_view text) const;
+    [[nodiscard]] std::size_t count(std::string_view text) const {
+        const auto all = texts(text);
+        return static_cast<std::size_t>(std::ranges::count(all, text));
+    }
     // Waits until the text stands there `times` times; false when time runs out.
     bool wait_for(std::string_view text, std::size_t times = 1,
-                  std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
+                  std::chrono::milliseconds timeout = std::chrono::seconds(10)) const {
+        return zo_test::eventually([&] { return count(text) >= times; }, timeout);
+    }
 
 private:
-    [[nodiscard]] std::size_t count_locked(std::string_view text) const;
-
     mutable std::mutex mutex_;
-    mutable std::condition_variable added_;
     std::vector<Call> calls_;
 };
 
 // The log of this test program.
-CallLog& call_log();
+inline CallLog& call_log() {
+    static CallLog log;
+    return log;
+}
 
 } // namespace fakes

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "binding/hresult.h"
+#include "tests/fakes/call_log.h"
 #include "tests/support/gate.h"
 
 #include <functional>
@@ -8,25 +9,12 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace fakes {
-
-// A call held inside a fake until the test lets it go. [any thread]
-class Block {
-public:
-    // Waits until a call is held; false when time runs out.
-    bool wait_until_entered() { return gate_.wait_for_arrivals(); }
-    // Lets the held calls and all later ones go.
-    void release() { gate_.open(); }
-    // By the fake.
-    void hold() { gate_.wait(); }
-
-private:
-    zo_test::Gate gate_;
-};
 
 // What the calls of a fake do out of the ordinary. Calls have short names such as "IsConnected", "Alarm.GetTimeRaised".
 // A rule holds for the n-th call from now on, 1 being the next, or for each call. [any thread]
@@ -41,28 +29,83 @@ public:
     CallPlan& operator=(const CallPlan&) = delete;
 
     // The call does nothing, leaves its out arguments null or 0, and answers the code (which may be a success).
-    void answer(std::string_view call, HRESULT code, unsigned nth = each);
+    void answer(std::string_view call, HRESULT code, unsigned nth = each) { add(call, nth, {}, code); }
     // The same for the n-th call from now on, whatever its name. `answered` names it once it came.
-    void answer_any(HRESULT code, std::size_t nth);
-    [[nodiscard]] std::string answered() const;
+    void answer_any(HRESULT code, std::size_t nth) {
+        const std::lock_guard lock(mutex_);
+        until_any_ = nth;
+        any_code_ = code;
+        answered_.clear();
+    }
+    [[nodiscard]] std::string answered() const {
+        const std::lock_guard lock(mutex_);
+        return answered_;
+    }
     // The hook runs on the calling thread before the work; what it throws leaves the call.
-    void run(std::string_view call, std::function<void()> hook, unsigned nth = each);
+    void run(std::string_view call, std::function<void()> hook, unsigned nth = each) {
+        add(call, nth, std::move(hook), {});
+    }
     // The call throws: a std::runtime_error of the text, or something that is no standard exception.
-    void throw_error(std::string_view call, std::string text, unsigned nth = each);
-    void throw_foreign(std::string_view call, unsigned nth = each);
-    // The call waits inside until the block is released (or the plan cleared), then goes on.
-    std::shared_ptr<Block> block(std::string_view call, unsigned nth = each);
-    // Drops all rules and releases all blocks; counts stay.
-    void clear();
+    void throw_error(std::string_view call, std::string text, unsigned nth = each) {
+        add(call, nth, [text = std::move(text)] { throw std::runtime_error(text); }, {});
+    }
+    void throw_foreign(std::string_view call, unsigned nth = each) {
+        add(call, nth, [] { throw 42; }, {});
+    }
+    // The call waits inside until the gate is opened (or the plan cleared), then goes on.
+    std::shared_ptr<zo_test::Gate> block(std::string_view call, unsigned nth = each) {
+        auto gate = std::make_shared<zo_test::Gate>();
+        add(call, nth, [gate] { gate->wait(); }, {});
+        const std::lock_guard lock(mutex_);
+        gates_.push_back(gate);
+        return gate;
+    }
+    // Drops all rules and opens all gates; counts stay.
+    void clear() {
+        const std::lock_guard lock(mutex_);
+        rules_.clear();
+        until_any_ = 0;
+        for (const auto& gate : gates_)
+            gate->open();
+        gates_.clear();
+    }
 
     // How often the call came, planned answers included.
-    [[nodiscard]] std::size_t count(std::string_view call) const;
+    [[nodiscard]] std::size_t count(std::string_view call) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = counts_.find(call);
+        return found == counts_.end() ? 0 : found->second;
+    }
     // Log the reads of events and collections, too.
-    void log_reads(bool on);
+    void log_reads(bool on) {
+        const std::lock_guard lock(mutex_);
+        log_reads_ = on;
+    }
 
     // By the fakes, first thing in each call: counts, logs (reads only if asked to), runs the hooks and hands back the
     // planned answer.
-    std::optional<HRESULT> enter(std::string_view call, bool is_read = false);
+    std::optional<HRESULT> enter(std::string_view call, bool is_read = false) {
+        std::vector<Rule> due;
+        std::optional<HRESULT> answer;
+        {
+            const std::lock_guard lock(mutex_);
+            const std::size_t number = ++counts_[std::string(call)];
+            if (!is_read || log_reads_)
+                call_log().add(name_.empty() ? std::string(call) : name_ + "." + std::string(call));
+            if (until_any_ != 0 && --until_any_ == 0) {
+                answered_ = call;
+                answer = any_code_;
+            }
+            const auto [first, last] = rules_.equal_range(call);
+            for (auto rule = first; rule != last; ++rule)
+                if (rule->second.number == each || rule->second.number == number) due.push_back(rule->second);
+        }
+        for (const Rule& rule : due) {
+            if (rule.hook) rule.hook();
+            if (rule.code) answer = rule.code;
+        }
+        return answer;
+    }
 
 private:
     struct Rule {
@@ -70,13 +113,18 @@ private:
         std::function<void()> hook;
         std::optional<HRESULT> code;
     };
-    void add(std::string_view call, unsigned nth, std::function<void()> hook, std::optional<HRESULT> code);
+    void add(std::string_view call, unsigned nth, std::function<void()> hook, std::optional<HRESULT> code) {
+        const std::lock_guard lock(mutex_);
+        const auto found = counts_.find(call);
+        const std::size_t before = found == counts_.end() ? 0 : found->second;
+        rules_.emplace(std::string(call), Rule{nth == each ? each : before + nth, std::move(hook), code});
+    }
 
     const std::string name_;
     mutable std::mutex mutex_;
     std::map<std::string, std::size_t, std::less<>> counts_;
     std::multimap<std::string, Rule, std::less<>> rules_;
-    std::vector<std::shared_ptr<Block>> blocks_;
+    std::vector<std::shared_ptr<zo_test::Gate>> gates_;
     bool log_reads_ = false;
     std::size_t until_any_ = 0; // 1 for the next call, 0 for none
     HRESULT any_code_ = S_OK;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "binding/counted_string.h"
 #include "binding/variant.h"
 
 #include <atomic>
@@ -9,10 +10,16 @@
 namespace fakes {
 
 // Number of fake objects that someone still holds; 0 at the end of a test that lost no reference.
-std::atomic<int>& live_objects();
+inline std::atomic<int>& live_objects() {
+    static std::atomic<int> count = 0;
+    return count;
+}
 
 // A counted string for an out argument.
-HRESULT hand_out(std::string_view text, char** out);
+inline HRESULT hand_out(std::string_view text, char** out) {
+    *out = ZoAtlCom::SysAllocStringLen(text.data(), static_cast<std::uint32_t>(text.size()));
+    return *out ? S_OK : E_OUTOFMEMORY;
+}
 
 // An interface with its calls by number refused.
 template <class Interface>

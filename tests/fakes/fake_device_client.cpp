@@ -4,23 +4,30 @@
 
 #include <string>
 
-namespace fakes {
+using fakes::call_log;
+using fakes::device_client;
+using State = fakes::FakeDeviceClient::State;
 
 namespace {
 
 constexpr std::int32_t service_not_supported = 0x701;
 constexpr std::int32_t port_not_open = 0x748;
 
-} // namespace
-
-void FakeDeviceClient::run_hook() {
-    const std::function<void()> hook = with_state([](State& state) { return state.hook; });
+void run_hook() {
+    const std::function<void()> hook = device_client().with_state([](State& state) { return state.hook; });
     if (hook) hook();
 }
 
-std::int32_t FakeDeviceClient::open() {
+} // namespace
+
+fakes::FakeDeviceClient& fakes::device_client() {
+    static FakeDeviceClient client;
+    return client;
+}
+
+std::int32_t FdxPortOpenEx() {
     run_hook();
-    return with_state([](State& state) {
+    return device_client().with_state([](State& state) {
         const std::int32_t port = state.refuse ? 0 : ++state.last_port;
         if (port != 0) state.open.insert(port);
         call_log().add("FdxPortOpenEx() = " + std::to_string(port));
@@ -28,72 +35,49 @@ std::int32_t FakeDeviceClient::open() {
     });
 }
 
-std::int32_t FakeDeviceClient::close(std::int32_t port) {
+std::int32_t FdxPortCloseEx(std::int32_t port) {
     run_hook();
     call_log().add("FdxPortCloseEx(" + std::to_string(port) + ")");
-    return with_state([&](State& state) { return state.open.erase(port) == 1 ? 0 : port_not_open; });
+    return device_client().with_state([&](State& state) { return state.open.erase(port) == 1 ? 0 : port_not_open; });
 }
 
-std::int32_t FakeDeviceClient::local_address(std::int32_t port, ZoHmiFdx::NrxAddr* address) {
+std::int32_t FdxGetLocalAddressEx(std::int32_t port, ZoHmiFdx::NrxAddr* address) {
     call_log().add("FdxGetLocalAddressEx(" + std::to_string(port) + ")");
-    return with_state([&](State& state) {
+    return device_client().with_state([&](State& state) {
         if (!state.open.contains(port)) return port_not_open;
         if (state.local_result == 0) *address = {state.local, static_cast<std::uint16_t>(port)};
         return state.local_result;
     });
 }
 
-std::int32_t FakeDeviceClient::set_timeout(std::int32_t port, std::int32_t timeout) {
+std::int32_t FdxSyncSetTimeoutEx(std::int32_t port, std::int32_t timeout) {
     call_log().add("FdxSyncSetTimeoutEx(" + std::to_string(port) + ", " + std::to_string(timeout) + ")");
-    return open_ports().contains(port) ? 0 : port_not_open;
-}
-
-FakeDeviceClient& device_client() {
-    static FakeDeviceClient client;
-    return client;
-}
-
-} // namespace fakes
-
-std::int32_t FdxPortOpenEx() {
-    return fakes::device_client().open();
-}
-
-std::int32_t FdxPortCloseEx(std::int32_t port) {
-    return fakes::device_client().close(port);
-}
-
-std::int32_t FdxGetLocalAddressEx(std::int32_t port, ZoHmiFdx::NrxAddr* address) {
-    return fakes::device_client().local_address(port, address);
+    return device_client().open_ports().contains(port) ? 0 : port_not_open;
 }
 
 std::int32_t FdxSyncGetTimeoutEx(std::int32_t, std::int32_t*) {
-    return fakes::service_not_supported;
-}
-
-std::int32_t FdxSyncSetTimeoutEx(std::int32_t port, std::int32_t timeout) {
-    return fakes::device_client().set_timeout(port, timeout);
+    return service_not_supported;
 }
 
 std::int32_t FdxSyncReadReqEx2(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint32_t, std::uint32_t, std::uint32_t,
                                void*, std::uint32_t*) {
-    return fakes::service_not_supported;
+    return service_not_supported;
 }
 
 std::int32_t FdxSyncWriteReqEx(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint32_t, std::uint32_t, std::uint32_t,
                                const void*) {
-    return fakes::service_not_supported;
+    return service_not_supported;
 }
 
 std::int32_t FdxSyncReadWriteReqEx2(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint32_t, std::uint32_t, std::uint32_t,
                                     void*, std::uint32_t, const void*, std::uint32_t*) {
-    return fakes::service_not_supported;
+    return service_not_supported;
 }
 
 std::int32_t FdxSyncReadStateReqEx(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint16_t*, std::uint16_t*) {
-    return fakes::service_not_supported;
+    return service_not_supported;
 }
 
 std::int32_t FdxSyncReadDeviceInfoReqEx(std::int32_t, const ZoHmiFdx::NrxAddr*, char*, ZoHmiFdx::FdxVersion*) {
-    return fakes::service_not_supported;
+    return service_not_supported;
 }

@@ -39,13 +39,7 @@ public:
         return with_state([](State& state) { return state.open; });
     }
 
-    // The functions of the client.
-    std::int32_t open();
-    std::int32_t close(std::int32_t port);
-    std::int32_t local_address(std::int32_t port, ZoHmiFdx::NrxAddr* address);
-    std::int32_t set_timeout(std::int32_t port, std::int32_t timeout);
-
-private:
+    // By the functions of the client.
     struct State {
         ZoHmiFdx::NrxNetId local{{5, 1, 2, 3, 1, 1}};
         std::int32_t local_result = 0;
@@ -59,8 +53,8 @@ private:
         const std::lock_guard lock(mutex_);
         return use(state_);
     }
-    void run_hook();
 
+private:
     std::mutex mutex_;
     State state_;
 };

@@ -5,6 +5,7 @@
 #include "tests/fakes/call_plan.h"
 #include "tests/fakes/com_object.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -54,10 +55,19 @@ public:
         : kind_(kind), plan_(std::move(plan)), fields_(std::move(fields)) {}
 
     // Changes the fields while other threads may read.
-    void update(const std::function<void(EventFields&)>& change);
-    [[nodiscard]] EventFields fields() const;
+    void update(const std::function<void(EventFields&)>& change) {
+        const std::lock_guard lock(mutex_);
+        change(fields_);
+    }
+    [[nodiscard]] EventFields fields() const {
+        const std::lock_guard lock(mutex_);
+        return fields_;
+    }
     // The sizes that GetArgumentData was asked for, in order.
-    [[nodiscard]] std::vector<std::uint32_t> asked_block_sizes() const;
+    [[nodiscard]] std::vector<std::uint32_t> asked_block_sizes() const {
+        const std::lock_guard lock(mutex_);
+        return asked_block_sizes_;
+    }
 
 protected:
     ~EventState() = default;
@@ -70,10 +80,32 @@ protected:
         *out = std::invoke(read, fields_);
         return S_OK;
     }
-    HRESULT read_text(const char* call, std::optional<std::string> EventFields::*field, char** out);
-    HRESULT read_source_flag(std::uint32_t mask, VARIANT_BOOL* out);
-    HRESULT fill_block(std::uint8_t** block, std::uint32_t size);
-    std::optional<HRESULT> enter(const char* call, bool is_read = true);
+    HRESULT read_text(const char* call, std::optional<std::string> EventFields::*field, char** out) {
+        *out = nullptr;
+        if (const auto planned = enter(call)) return *planned;
+        const std::lock_guard lock(mutex_);
+        return fields_.null_strings ? S_OK : hand_out((fields_.*field).value_or(""), out);
+    }
+    HRESULT read_source_flag(std::uint32_t mask, VARIANT_BOOL* out) {
+        using namespace ZoEventLoggerFdxProxyLib;
+        return read("HasSourceField", out, [mask](const EventFields& fields) {
+            const bool has = (mask == SourceFieldId && fields.source_id) ||
+                             (mask == SourceFieldGuid && fields.source_guid) ||
+                             (mask == SourceFieldName && fields.source_name);
+            return has ? fields.source_flag : VARIANT_FALSE;
+        });
+    }
+    HRESULT fill_block(std::uint8_t** block, std::uint32_t size) {
+        if (const auto planned = enter("GetArgumentData")) return *planned;
+        const std::lock_guard lock(mutex_);
+        asked_block_sizes_.push_back(size);
+        std::copy_n(fields_.block.begin(), std::min<std::size_t>(size, fields_.block.size()), *block);
+        if (fields_.moves_block) *block += 1;
+        return S_OK;
+    }
+    std::optional<HRESULT> enter(const char* call, bool is_read = true) {
+        return plan_->enter(std::string(kind_) + "." + call, is_read);
+    }
 
 private:
     const char* kind_;
@@ -87,7 +119,9 @@ private:
 template <class Interface>
 class FakeEvent : public ComObject<Dispatch<Interface>, ZoEventLoggerFdxProxyLib::IZoEventIdentity>, public EventState {
 public:
-    using EventState::EventState;
+    // `own` is the interface of the kind itself, `json` the one of its attribute.
+    FakeEvent(const char* kind, const GUID& own, const GUID& json, EventFields fields, std::shared_ptr<CallPlan> plan)
+        : EventState(kind, std::move(fields), std::move(plan)), own_(own), json_(json) {}
 
     HRESULT GetEventClass(GUID* out) override { return read("GetEventClass", out, &EventFields::event_class); }
     HRESULT GetEventId(std::uint32_t* out) override { return read("GetEventId", out, &EventFields::event_id); }
@@ -117,11 +151,11 @@ protected:
         using namespace ZoEventLoggerFdxProxyLib;
         const EventFields now = fields();
         if (iid == IID_IZoEventIdentity) return now.unique_id ? static_cast<IZoEventIdentity*>(this) : nullptr;
-        const bool known = iid == IID_IUnknown || iid == IID_IDispatch || offers(iid, now);
+        const bool has_own = now.extended || own_ != IID_IZoLoggedEvent2;
+        const bool known =
+            iid == IID_IUnknown || iid == IID_IDispatch || (iid == own_ && has_own) || (iid == json_ && now.json);
         return known ? static_cast<Interface*>(this) : nullptr;
     }
-    // The interfaces of the kind itself.
-    virtual bool offers(const GUID& iid, const EventFields& fields) const = 0;
 
 private:
     // Nothing reads as zero.
@@ -129,12 +163,16 @@ private:
     static auto value_of(std::optional<T> EventFields::*field) {
         return [field](const EventFields& fields) { return (fields.*field).value_or(T{}); };
     }
+
+    const GUID& own_;
+    const GUID& json_;
 };
 
 class FakeLoggedEvent final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoLoggedEvent2> {
 public:
     explicit FakeLoggedEvent(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
-        : FakeEvent("LoggedEvent", std::move(fields), std::move(plan)) {}
+        : FakeEvent("LoggedEvent", ZoEventLoggerFdxProxyLib::IID_IZoLoggedEvent2,
+                    ZoEventLoggerFdxProxyLib::IID_IZoLoggedEventJson, std::move(fields), std::move(plan)) {}
     HRESULT GetTimeCleared(std::int64_t* out) override { return read("GetTimeCleared", out, &EventFields::cleared); }
     HRESULT GetWithConfirmation(VARIANT_BOOL* out) override {
         return read("GetWithConfirmation", out, &EventFields::with_confirmation);
@@ -143,15 +181,13 @@ public:
         return read("GetTimeConfirmed", out, &EventFields::confirmed);
     }
     HRESULT GetIsActive(VARIANT_BOOL* out) override { return read("GetIsActive", out, &EventFields::is_active); }
-
-protected:
-    bool offers(const GUID& iid, const EventFields& fields) const override;
 };
 
 class FakeAlarm final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoAlarmJson> {
 public:
     explicit FakeAlarm(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
-        : FakeEvent("Alarm", std::move(fields), std::move(plan)) {}
+        : FakeEvent("Alarm", ZoEventLoggerFdxProxyLib::IID_IZoAlarm, ZoEventLoggerFdxProxyLib::IID_IZoAlarmJson,
+                    std::move(fields), std::move(plan)) {}
     HRESULT GetIsRaised(VARIANT_BOOL* out) override { return read("GetIsRaised", out, &EventFields::is_raised); }
     HRESULT GetTimeCleared(std::int64_t* out) override { return read("GetTimeCleared", out, &EventFields::cleared); }
     HRESULT GetConfirmationState(std::int32_t* out) override {
@@ -161,18 +197,13 @@ public:
     HRESULT GetTimeConfirmed(std::int64_t* out) override {
         return read("GetTimeConfirmed", out, &EventFields::confirmed);
     }
-
-protected:
-    bool offers(const GUID& iid, const EventFields& fields) const override;
 };
 
 class FakeMessage final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoMessageJson> {
 public:
     explicit FakeMessage(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
-        : FakeEvent("Message", std::move(fields), std::move(plan)) {}
-
-protected:
-    bool offers(const GUID& iid, const EventFields& fields) const override;
+        : FakeEvent("Message", ZoEventLoggerFdxProxyLib::IID_IZoMessage, ZoEventLoggerFdxProxyLib::IID_IZoMessageJson,
+                    std::move(fields), std::move(plan)) {}
 };
 
 using LoggedEventPtr = ZoAtlCom::CComPtr<FakeLoggedEvent>;

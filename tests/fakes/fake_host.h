@@ -6,6 +6,8 @@
 #include "extension/host/event_payload.h"
 #include "extension/host/host.h"
 #include "extension/host/listeners.h"
+#include "extension/host/value.h"
+#include "tests/fakes/call_log.h"
 #include "tests/fakes/call_plan.h"
 
 #include <cstdint>
@@ -31,18 +33,8 @@ namespace fakes {
 class FakeHost : public ZoHmiSrv::IZoHmiSrvExtHost {
 public:
     struct SentMessage {
-        ZoHmiSrv::Context context;
         ZoHmiSrv::Message message;
         bool is_event;
-    };
-    struct NotifiedAlarm {
-        ZoHmiSrv::Context context;
-        std::int32_t mode;
-        ZoHmiSrv::Alarm alarm;
-    };
-    struct ForgottenEvent {
-        ZoHmiSrv::Context context;
-        ZoHmiSrv::Event event;
     };
 
     FakeHost() = default;
@@ -51,20 +43,38 @@ public:
     FakeHost& operator=(const FakeHost&) = delete;
 
     // The whole configuration; Null at first.
-    void set_config(const ZoHmiSrv::Value& config);
+    void set_config(const ZoHmiSrv::Value& config) {
+        const std::lock_guard lock(mutex_);
+        config_ = config;
+    }
     // Runs inside every call, on its thread, before all else, with the call's name. Set it before the calls begin.
     void set_probe(std::function<void(std::string_view)> probe) { probe_ = std::move(probe); }
     [[nodiscard]] CallPlan& plan() { return plan_; }
 
     [[nodiscard]] std::vector<SentMessage> messages() const { return copy_of(messages_); }
     // The diagnostic messages of that name.
-    [[nodiscard]] std::vector<ZoHmiSrv::Message> messages(std::string_view name) const;
-    [[nodiscard]] std::vector<NotifiedAlarm> alarms() const { return copy_of(alarms_); }
-    [[nodiscard]] std::vector<ForgottenEvent> forgotten() const { return copy_of(forgotten_); }
-    // The context of the latest call of that name; a default one when there was none.
-    [[nodiscard]] ZoHmiSrv::Context context_of(std::string_view call) const;
-    // Drops what was kept of messages, alarms and forgotten events; listeners, configuration and plan stay.
-    void clear();
+    [[nodiscard]] std::vector<ZoHmiSrv::Message> messages(std::string_view name) const {
+        const std::lock_guard lock(mutex_);
+        std::vector<ZoHmiSrv::Message> found;
+        for (const SentMessage& sent : messages_) {
+            if (!sent.is_event && name == sent.message.name()) found.push_back(sent.message);
+        }
+        return found;
+    }
+    // How many calls of notify_alarm there were.
+    [[nodiscard]] std::size_t alarms() const { return copy_of(alarms_); }
+    // The context of the latest call of that name, or of a name for the plan; a default one when there was none.
+    [[nodiscard]] ZoHmiSrv::Context context_of(std::string_view call) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = contexts_.find(call);
+        return found == contexts_.end() ? ZoHmiSrv::Context() : found->second;
+    }
+    // Drops what was kept of messages and alarms; listeners, configuration and plan stay.
+    void clear() {
+        const std::lock_guard lock(mutex_);
+        messages_.clear();
+        alarms_ = 0;
+    }
 
     // What is registered now, each with its kind, so that a listener that died registered is never asked.
     using Listeners = std::vector<std::pair<ZoHmiSrv::ListenerType, ZoHmiSrv::IZoHmiSrvListener*>>;
@@ -72,22 +82,88 @@ public:
     // What the config listener asked for when it registered.
     [[nodiscard]] ZoHmiSrv::Value config_filter() const { return copy_of(config_filter_); }
 
-    void send_message(const ZoHmiSrv::Context& context, ZoHmiSrv::Message message, bool is_event) override;
-    void execute_command(const ZoHmiSrv::Context& context, ZoHmiSrv::Command& command) override;
-    void register_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvListener* listener) override;
+    void send_message(const ZoHmiSrv::Context& context, ZoHmiSrv::Message message, bool is_event) override {
+        const std::string name = message.name();
+        const ZoHmiSrv::Value& target = std::as_const(message).parameters()["0"];
+        enter(context, "send_message", is_event ? "event " + name : joined(name, target.get_string()), name);
+        const std::lock_guard lock(mutex_);
+        messages_.push_back({std::move(message), is_event});
+    }
+    void execute_command(const ZoHmiSrv::Context& context, ZoHmiSrv::Command& command) override {
+        enter(context, "execute_command", command.name(), "");
+    }
+    void register_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvListener* listener) override {
+        const char* kind = kind_of(listener);
+        enter(context, "register_listener", kind, kind);
+        const std::lock_guard lock(mutex_);
+        if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
+    }
     void register_config_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvConfigListener* listener,
-                                  ZoHmiSrv::Value filter) override;
-    void unregister_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvListener* listener) override;
+                                  ZoHmiSrv::Value filter) override {
+        enter(context, "register_config_listener", "", "");
+        const std::lock_guard lock(mutex_);
+        if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
+        config_filter_ = std::move(filter);
+    }
+    void unregister_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvListener* listener) override {
+        const char* kind = kind_of(listener);
+        enter(context, "unregister_listener", kind, kind);
+        const std::lock_guard lock(mutex_);
+        std::erase_if(listeners_, [listener](const auto& entry) { return entry.second == listener; });
+    }
     void notify_alarm(const ZoHmiSrv::Context& context, ZoHmiSrv::AlarmNotification mode,
-                      const ZoHmiSrv::Alarm& alarm) override;
-    void forget_event(const ZoHmiSrv::Context& context, const ZoHmiSrv::Event& event) override;
-    ZoHmiSrv::Value get_config_value(const ZoHmiSrv::Context& context, const char* path) override;
-    void reset_temporary_events(const ZoHmiSrv::Context& context) override;
-    void set_display_name(const ZoHmiSrv::Context& context, const char* name) override;
+                      const ZoHmiSrv::Alarm& alarm) override {
+        const auto number = static_cast<std::int32_t>(mode);
+        enter(context, "notify_alarm", std::to_string(number) + " " + std::to_string(alarm.id()),
+              std::to_string(number));
+        const std::lock_guard lock(mutex_);
+        ++alarms_;
+    }
+    void forget_event(const ZoHmiSrv::Context& context, const ZoHmiSrv::Event& event) override {
+        enter(context, "forget_event", event.name(), "");
+    }
+    ZoHmiSrv::Value get_config_value(const ZoHmiSrv::Context& context, const char* path) override {
+        enter(context, "get_config_value", path, path);
+        const std::lock_guard lock(mutex_);
+        const ZoHmiSrv::Value* value = &config_;
+        for (std::string_view rest = path; !rest.empty();) {
+            const std::size_t end = rest.find("::");
+            value = &(*value)[std::string(rest.substr(0, end)).c_str()];
+            rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 2);
+        }
+        return *value;
+    }
+    void reset_temporary_events(const ZoHmiSrv::Context& context) override {
+        enter(context, "reset_temporary_events", "", "");
+    }
+    void set_display_name(const ZoHmiSrv::Context& context, const char* name) override {
+        enter(context, "set_display_name", name, "");
+    }
 
 private:
+    static const char* kind_of(const ZoHmiSrv::IZoHmiSrvListener* listener) {
+        if (listener == nullptr) return "null";
+        constexpr const char* kinds[] = {"Unknown",           "Shutdown", "AlarmProvider",
+                                         "EventLocalization", "Request",  "Config"};
+        const auto number = static_cast<std::size_t>(listener->type());
+        return kinds[number < std::size(kinds) ? number : 0];
+    }
+    static std::string joined(const std::string& first, const std::string& second) {
+        return second.empty() ? first : first + " " + second;
+    }
     void enter(const ZoHmiSrv::Context& context, const std::string& call, const std::string& about,
-               const std::string& plan_detail);
+               const std::string& plan_detail) {
+        if (probe_) probe_(call);
+        call_log().add(joined("host." + call, about));
+        {
+            const std::lock_guard lock(mutex_);
+            contexts_[call] = contexts_[joined(call, plan_detail)] = context;
+        }
+        // The log has its line already: for the plan these count as reads, which it does not log.
+        constexpr bool is_read = true;
+        plan_.enter(call, is_read);
+        if (!plan_detail.empty()) plan_.enter(joined(call, plan_detail), is_read);
+    }
     template <class T>
     T copy_of(const T& member) const {
         const std::lock_guard lock(mutex_);
@@ -100,13 +176,9 @@ private:
     ZoHmiSrv::Value config_;
     ZoHmiSrv::Value config_filter_;
     std::vector<SentMessage> messages_;
-    std::vector<NotifiedAlarm> alarms_;
-    std::vector<ForgottenEvent> forgotten_;
+    std::size_t alarms_ = 0;
     Listeners listeners_;
     std::map<std::string, ZoHmiSrv::Context, std::less<>> contexts_;
 };
-
-// A server that has the licence interface, too.
-class FakeLicenseHost : public FakeHost, public ZoHmiSrv::ILicenseHost {};
 
 } // namespace fakes

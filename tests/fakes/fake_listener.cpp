@@ -75,10 +75,6 @@ std::string describe(const Value& value) {
         for (auto member = value.begin(); member != value.end(); ++member)
             text += std::string(text.empty() ? "" : " ") + member.name() + "=" + describe(*member);
         return "{" + text + "}";
-    case ValueType::Vector:
-        for (std::size_t i = 0; i < value.size(); ++i)
-            text += (i ? " " : "") + describe(value[i]);
-        return "[" + text + "]";
     case ValueType::Alarm:
         return describe(value.get_alarm());
     case ValueType::Message:

@@ -12,8 +12,8 @@
 
 namespace fakes {
 
-// A value with its type: "text", 5 (Int), 5.0 (Double), true (Bool), <0a0b> (Binary), {name=1 other=2.0}, [1 2]. A
-// DateTime is @5s (whole seconds since 1970), @5ns, @0 or, within a minute of the present, @now.
+// A value with its type: "text", 5 (Int), 5.0 (Double), true (Bool), <0a0b> (Binary), {name=1 other=2.0}. A DateTime is
+// @5s (whole seconds since 1970), @5ns, @0 or, within a minute of the present, @now.
 std::string describe(const ZoHmiSrv::Value& value);
 // All but the parameters: "NAME@domain id=1 severity=2 state=0 confirmation=3 raised=@1s cleared=@0 confirmed=@0".
 std::string describe(const ZoHmiSrv::Alarm& alarm);

@@ -4,9 +4,6 @@
 
 namespace fakes {
 
-using namespace ZoEventLoggerFdxProxyLib;
-using ZoAtlCom::CComPtr;
-
 FakeProxyLibrary& FakeProxyLibrary::instance() {
     static FakeProxyLibrary library;
     return library;
@@ -15,11 +12,6 @@ FakeProxyLibrary& FakeProxyLibrary::instance() {
 LoggerPtr FakeProxyLibrary::expect_logger(std::string name) {
     const std::lock_guard lock(mutex_);
     return next_loggers.emplace_back(new FakeLogger(std::move(name)));
-}
-
-LoggerPtr FakeProxyLibrary::created(std::size_t index) const {
-    const std::lock_guard lock(mutex_);
-    return index < created_.size() ? created_[index] : LoggerPtr();
 }
 
 int FakeProxyLibrary::reset() {
@@ -42,45 +34,33 @@ int FakeProxyLibrary::reset() {
     return live_objects();
 }
 
-HRESULT FakeProxyLibrary::create(const GUID& clsid, const GUID& iid, void** out) {
-    *out = nullptr;
-    if (clsid == CLSID_ZoConnectionSettings) {
-        if (const auto planned = plan->enter("CreateInstance.ConnectionSettings")) return *planned;
-        const CComPtr<FakeConnectionSettings> settings(new FakeConnectionSettings(plan));
-        return settings->QueryInterface(iid, out);
-    }
-    if (clsid != CLSID_ZoEventLogger) return E_NOINTERFACE;
-    if (const auto planned = plan->enter("CreateInstance.Logger")) return *planned;
+LoggerPtr FakeProxyLibrary::take_next_logger() {
     const std::lock_guard lock(mutex_);
-    LoggerPtr logger;
-    if (next_loggers.empty()) {
-        logger = new FakeLogger();
-    } else {
-        logger = next_loggers.front();
-        next_loggers.pop_front();
-    }
-    created_.push_back(logger);
-    return logger->QueryInterface(iid, out);
-}
-
-HRESULT FakeProxyLibrary::error_message(HRESULT code, char** out) {
-    *out = nullptr;
-    if (const auto planned = plan->enter("ErrorMessage", true)) return *planned;
-    const std::lock_guard lock(mutex_);
-    const auto found = error_texts.find(code);
-    return found == error_texts.end() ? E_FAIL : hand_out(found->second, out);
+    if (next_loggers.empty()) next_loggers.emplace_back(new FakeLogger());
+    created_.push_back(next_loggers.front());
+    next_loggers.pop_front();
+    return created_.back();
 }
 
 } // namespace fakes
 
-namespace ZoEventLoggerFdxProxyLib {
-
-HRESULT CreateInstance(const GUID& clsid, const GUID& iid, void** out) {
-    return fakes::FakeProxyLibrary::instance().create(clsid, iid, out);
+HRESULT ZoEventLoggerFdxProxyLib::CreateInstance(const GUID& clsid, const GUID& iid, void** out) {
+    *out = nullptr;
+    auto& library = fakes::FakeProxyLibrary::instance();
+    if (clsid == CLSID_ZoConnectionSettings) {
+        if (const auto planned = library.plan->enter("CreateInstance.ConnectionSettings")) return *planned;
+        const ZoAtlCom::CComPtr<fakes::FakeConnectionSettings> made(new fakes::FakeConnectionSettings(library.plan));
+        return made->QueryInterface(iid, out);
+    }
+    if (clsid != CLSID_ZoEventLogger) return E_NOINTERFACE;
+    if (const auto planned = library.plan->enter("CreateInstance.Logger")) return *planned;
+    return library.take_next_logger()->QueryInterface(iid, out);
 }
 
-} // namespace ZoEventLoggerFdxProxyLib
-
 HRESULT ZoEventLoggerFdxProxyLibErrorMessage(HRESULT code, char** out) {
-    return fakes::FakeProxyLibrary::instance().error_message(code, out);
+    *out = nullptr;
+    const auto& library = fakes::FakeProxyLibrary::instance();
+    if (const auto planned = library.plan->enter("ErrorMessage", true)) return *planned;
+    const auto found = library.error_texts.find(code);
+    return found == library.error_texts.end() ? E_FAIL : fakes::hand_out(found->second, out);
 }

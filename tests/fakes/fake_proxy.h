@@ -23,8 +23,6 @@ public:
     std::deque<LoggerPtr> next_loggers;
     // Prepares and hands back the next logger.
     LoggerPtr expect_logger(std::string name = {});
-    // The n-th logger that was created since the reset; null when there is none.
-    [[nodiscard]] LoggerPtr created(std::size_t index = 0) const;
 
     std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>();
     // The texts that the library knows; it fails for all other codes.
@@ -34,8 +32,8 @@ public:
     // held by others: 0 in a test that lost no reference.
     int reset();
 
-    HRESULT create(const GUID& clsid, const GUID& iid, void** out);
-    HRESULT error_message(HRESULT code, char** out);
+    // By the two functions.
+    LoggerPtr take_next_logger();
 
 private:
     mutable std::mutex mutex_;

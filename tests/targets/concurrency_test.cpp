@@ -1,5 +1,6 @@
 #include "tests/targets/target_fixture.h"
 
+#include "binding/event_sink.h"
 #include "extension/host/event_payload.h"
 #include "tests/fakes/callback_thread.h"
 
@@ -11,14 +12,7 @@ namespace {
 
 using namespace ZoHmiSrv;
 
-class Concurrency : public TargetTest {
-protected:
-    static bool passes_soon(const std::function<bool()>& condition) {
-        for (int i = 0; i < 30'000 && !condition(); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        return condition();
-    }
-};
+class Concurrency : public TargetTest {};
 
 TEST_F(Concurrency, CallbacksWaitUntilTheLockHolderIsReleased) {
     logger->active = {alarm(1, 1)};
@@ -34,11 +28,11 @@ TEST_F(Concurrency, CallbacksWaitUntilTheLockHolderIsReleased) {
         fakes::call_log().add("released");
         holder.reset();
     });
-    ASSERT_TRUE(block->wait_until_entered());
+    ASSERT_TRUE(block->wait_for_arrivals());
     callbacks.post([this] { logger->fire_message(message(2)); });
     callbacks.post([this] { logger->fire_raised(alarm(3, 3)); });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    block->release();
+    block->open();
     tick.join();
     callbacks.drain();
     const Lines lines = log();
@@ -55,15 +49,15 @@ TEST_F(Concurrency, OneImportAtATime) {
     const auto block = logger->plan->block("GetActiveAlarms", 1);
     const auto holding = listener.plan().block("log_message GETLOGGEDEVENTS_GETACTIVEALARMS", 1);
     std::thread one([this] { EXPECT_TRUE(connect()); });
-    ASSERT_TRUE(block->wait_until_entered());
+    ASSERT_TRUE(block->wait_for_arrivals());
     logger->connected = VARIANT_FALSE; // lost meanwhile, so another thread connects anew
     std::thread two([this] { EXPECT_TRUE(connect()); });
     EXPECT_TRUE(fakes::call_log().wait_for(R"(log_message TARGET_SYSTEM_CONNECTED "T")", 2));
     std::this_thread::sleep_for(std::chrono::milliseconds(20)); // so that it has come to its import
-    block->release();
-    ASSERT_TRUE(holding->wait_until_entered());
+    block->open();
+    ASSERT_TRUE(holding->wait_for_arrivals());
     EXPECT_FALSE(fakes::call_log().wait_for("GetLoggedEvents", 2, std::chrono::milliseconds(50)));
-    holding->release();
+    holding->open();
     one.join();
     two.join();
     EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 2U);
@@ -120,7 +114,7 @@ TEST_F(Concurrency, StormOfCallbacksDuringImports) {
     const std::thread::id here = std::this_thread::get_id();
     for (int round = 0; round < 60; ++round) {
         const int before = handled;
-        EXPECT_TRUE(passes_soon([&] { return handled > before + 3; }));
+        EXPECT_TRUE(zo_test::eventually([&] { return handled > before + 3; }));
         fakes::call_log().clear();
         EXPECT_EQ(target->force_disconnect(), S_OK);
         const bool fails = round % 5 == 4;
@@ -156,6 +150,76 @@ TEST_F(Concurrency, StormOfCallbacksDuringImports) {
         EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [&](const auto& line) { return line.ends_with(time); }), 1)
             << time;
     }
+}
+
+class Destruction : public TargetTest {};
+
+TEST_F(Destruction, OfADisabledTargetOnlyUnsubscribes) {
+    make();
+    const auto cookie = Access::event_cookie(*target);
+    log();
+    release();
+    EXPECT_EQ(log(), (Lines{"FindConnectionPoint", "Unadvise"}));
+    EXPECT_EQ(logger->record().unadvised, std::vector{cookie});
+}
+
+TEST_F(Destruction, ReportsWhatFailsAndSurvivesAListenerThatThrows) {
+    logger->active = {alarm(1, 1)};
+    make_connected();
+    logger->plan->answer("Unadvise", E_FAIL, 1);
+    logger->plan->answer("Disconnect", E_FAIL);
+    logger->plan->answer("Alarm.GetUniqueId", E_ACCESSDENIED);
+    release();
+    EXPECT_EQ(reports(), (Lines{"log_exception T 0x80004005", "log_exception T 0x80070005"}));
+    fresh_logger();
+    make_connected();
+    logger->plan->answer("Disconnect", E_FAIL);
+    listener.plan().throw_error("log_exception", "host");
+    release();
+    EXPECT_EQ(logger->sink(), nullptr);
+}
+
+TEST_F(Destruction, WaitsForACallbackInsideTheSink) {
+    make_connected();
+    const auto block = listener.plan().block("on_message");
+    fakes::CallbackThread callbacks;
+    callbacks.post([this] { logger->fire_message(message(1)); });
+    ASSERT_TRUE(block->wait_for_arrivals());
+    std::atomic<bool> gone = false;
+    std::thread destroyer([&] {
+        target.reset();
+        gone = true;
+    });
+    EXPECT_TRUE(fakes::call_log().wait_for("Unadvise", 2)); // has come to the end of its own work
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_FALSE(gone);
+    block->open();
+    destroyer.join();
+    callbacks.drain();
+}
+
+TEST_F(Destruction, FromInsideACallbackComesAfterIt) {
+    make_connected();
+    const std::weak_ptr<TargetSystem> watched = target;
+    listener.plan().run("on_message", [&] {
+        target.reset();
+        EXPECT_TRUE(watched.expired());
+        EXPECT_NE(logger->sink(), nullptr); // still there
+    });
+    EXPECT_EQ(logger->fire_message(message(1)), S_OK);
+    probed = nullptr;
+    EXPECT_EQ(logger->sink(), nullptr);
+    EXPECT_EQ(log(), (Lines{"on_message @1s", "FindConnectionPoint", "Unadvise", "Disconnect", "FindConnectionPoint",
+                            "Unadvise"}));
+}
+
+TEST_F(Destruction, LockHolderMayOutliveTheTarget) {
+    make();
+    LockHolder holder;
+    ASSERT_TRUE(target->connect(holder));
+    release();
+    EXPECT_TRUE(holder);
+    holder.reset();
 }
 
 } // namespace

@@ -197,12 +197,10 @@ TEST_F(Connection, TicksThroughALoss) {
 
     lose_link();
     refuse(hresult(0x98110745));
-    Access::fill_caches(*target);
     LockHolder holder;
     EXPECT_TRUE(target->poll(holder));
     EXPECT_FALSE(holder);
     EXPECT_THAT(stored(), IsEmpty());
-    EXPECT_EQ(Access::cached(*target), (std::vector{0, 1, 0, 0, 0})); // texts do not depend on the connection
     EXPECT_EQ(Access::saved_alarm_ids(*target).size(), 1U);
     const Lines attempt{"IsConnected",
                         "IsConnected",
@@ -282,7 +280,6 @@ TEST_F(Connection, WhatTheOperatorsOrdersComeTo) {
 TEST_F(Connection, DisconnectEndsTheSubscription) {
     logger->active = {alarm(1, 1)};
     make_connected();
-    Access::fill_caches(*target);
     const auto cookie = Access::event_cookie(*target);
     logger->plan->answer("Disconnect", E_ACCESSDENIED, 1); // reported, and on
     target->disconnect();
@@ -290,7 +287,6 @@ TEST_F(Connection, DisconnectEndsTheSubscription) {
     EXPECT_EQ(logger->record().unadvised, std::vector{cookie});
     EXPECT_EQ(Access::event_cookie(*target), ZoAtlCom::not_advised);
     EXPECT_THAT(stored(), IsEmpty());
-    EXPECT_EQ(Access::cached(*target), (std::vector{0, 1, 0, 0, 0}));
     lose_link();
     EXPECT_TRUE(poll());
     EXPECT_EQ(logger->sink(), nullptr); // nothing subscribes again
@@ -303,12 +299,10 @@ TEST_F(Connection, ClearingThatFailsStillEmpties) {
     logger->plan->answer("Alarm.GetUniqueId", E_ACCESSDENIED);
     lose_link();
     refuse();
-    Access::fill_caches(*target);
     EXPECT_TRUE(poll());
     EXPECT_EQ(reports(),
               (Lines{R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" "0x80004005")", "log_exception T 0x80070005"}));
     EXPECT_THAT(stored(), IsEmpty());
-    EXPECT_EQ(Access::cached(*target), (std::vector{0, 1, 0, 0, 0}));
     EXPECT_EQ(Access::saved_alarm_ids(*target).size(), 0U);
     EXPECT_EQ(target->counters(), ZoHmiEventLogger::EventStore::Counters());
 

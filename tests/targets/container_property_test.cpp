@@ -35,36 +35,25 @@ public:
     void step() {
         const unsigned limit = any(40) ? limit_ : any_limit();
         if (!any(200)) limit_ = any_limit();
-        switch (any(16)) {
-        case 0:
-        case 1:
-        case 2:
-            return add_message(limit);
-        case 3:
-        case 4:
-        case 5:
-        case 6:
-        case 7:
-            return add(limit);
-        case 8:
-        case 9:
-            return release(limit);
-        case 10:
-            return raise_again(limit);
-        case 11:
-            return find_by_id();
-        case 12:
+        const int kind = any(16);
+        if (kind < 3) return add_message(limit);
+        if (kind < 8) return add(limit);
+        if (kind < 10) return release(limit);
+        if (kind == 10) return raise_again(limit);
+        if (kind == 11) return find_by_id();
+        if (kind == 12) {
             reference_.prune(limit);
-            return store_.prune(limit);
-        case 13:
+            store_.prune(limit);
+        } else if (kind == 13) {
             reference_.notify = any(4) != 0;
-            return store_.set_notify(reference_.notify);
-        case 14:
-            return list();
-        default:
-            if (any(40)) return pool_[any_index(pool_.size())]->update([&](auto& f) { f.raised = any_file_time(); });
+            store_.set_notify(reference_.notify);
+        } else if (kind == 14) {
+            list();
+        } else if (any(40)) {
+            pool_[any_index(pool_.size())]->update([&](auto& fields) { fields.raised = any_file_time(); });
+        } else {
             reference_.clear();
-            return store_.clear();
+            store_.clear();
         }
     }
 

@@ -17,6 +17,9 @@ using namespace ZoHmiSrv;
 using namespace ZoHmiEventLogger;
 using fakes::describe;
 using fakes::EventFields;
+using fakes::FakeAlarm;
+using fakes::FakeLoggedEvent;
+using fakes::FakeMessage;
 using fakes::file_time;
 
 constexpr GUID some_class{0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
@@ -42,44 +45,52 @@ const std::string full_parameters =
     " eventId=4294967295.0 jsonAttribute=\"{\"a\":1}\" numArguments=2.0 sourceGuid=" + class_text +
     " sourceId=4294967295.0 sourceName=\"Press\" targetName=\"T\" types=<0102>}";
 
-Event logged(const EventFields& fields) {
-    const fakes::LoggedEventPtr item = new fakes::FakeLoggedEvent(fields);
+template <class Fake>
+ZoAtlCom::CComPtr<Fake> make(const EventFields& fields,
+                             std::shared_ptr<fakes::CallPlan> plan = std::make_shared<fakes::CallPlan>()) {
+    return new Fake(fields, std::move(plan));
+}
+
+Event converted(const fakes::LoggedEventPtr& item) {
     Event event;
     convert_logged_event(event, item.get(), "dom", "T", 7);
     return event;
 }
-Event converted_alarm(const EventFields& fields, Event event = {}, bool keep_id = false) {
-    const fakes::AlarmPtr alarm = new fakes::FakeAlarm(fields);
+Event converted(const fakes::AlarmPtr& alarm, Event event = {}, bool keep_id = false) {
     convert_alarm(event, alarm.get(), "dom", "T", 7, keep_id);
     return event;
 }
-Message converted_message(const EventFields& fields) {
-    const fakes::MessagePtr proxy = new fakes::FakeMessage(fields);
+Message converted(const fakes::MessagePtr& proxy) {
     Message message;
     convert_message(message, proxy.get(), "dom", "T");
     return message;
 }
-std::string parameters(const Event& event) {
+const Value& parameters_of(const Message& message) {
+    return message.parameters();
+}
+const Value& parameters_of(const Event& event) {
     const Value& payload = event.payload();
-    return describe(payload.type() == ValueType::Alarm ? payload.get_alarm().parameters()
-                                                       : payload.get_message().parameters());
+    return payload.type() == ValueType::Alarm ? payload.get_alarm().parameters() : payload.get_message().parameters();
+}
+std::string parameters(const Event& event) {
+    return describe(parameters_of(event));
 }
 
 TEST(Conversion, FillsAllThreeKindsAlike) {
-    const Event alarm = converted_alarm(full);
+    const Event alarm = converted(make<FakeAlarm>(full));
     EXPECT_EQ(describe(alarm.payload()), "ZOEVENTLOGGER_ALARM@dom id=7 severity=3 state=0 confirmation=2 "
                                          "raised=@10000000100ns cleared=@20s confirmed=@15s");
     EXPECT_EQ(parameters(alarm), full_parameters);
-    const Event logged_alarm = logged(full);
+    const Event logged_alarm = converted(make<FakeLoggedEvent>(full));
     EXPECT_EQ(describe(logged_alarm.payload()), "ZOEVENTLOGGER_ALARM@dom id=7 severity=3 state=0 confirmation=3 "
                                                 "raised=@10000000100ns cleared=@20s confirmed=@15s");
     EXPECT_EQ(parameters(logged_alarm), full_parameters);
     EventFields message_fields = full;
     message_fields.type = ZoEventLoggerFdxProxyLib::EventTypeMessage;
-    const Event logged_message = logged(message_fields);
+    const Event logged_message = converted(make<FakeLoggedEvent>(message_fields));
     EXPECT_EQ(describe(logged_message.payload()), "ZOEVENTLOGGER_MESSAGE@dom severity=3 raised=@10000000100ns");
     EXPECT_EQ(parameters(logged_message), full_parameters);
-    const Message message = converted_message(full);
+    const Message message = converted(make<FakeMessage>(full));
     EXPECT_EQ(describe(message), "ZOEVENTLOGGER_MESSAGE@dom severity=3 raised=@10000000100ns");
     EXPECT_EQ(describe(message.parameters()), full_parameters);
     for (const Event* event : {&alarm, &logged_alarm, &logged_message}) {
@@ -87,7 +98,7 @@ TEST(Conversion, FillsAllThreeKindsAlike) {
         EXPECT_STREQ(event->name(), event == &logged_message ? "ZOEVENTLOGGER_MESSAGE" : "ZOEVENTLOGGER_ALARM");
         EXPECT_EQ(event->time_received().nanoseconds(), 10'000'000'100); // when it was raised, not now
     }
-    const Event other = logged({.type = 2});
+    const Event other = converted(make<FakeLoggedEvent>({.type = 2}));
     EXPECT_STREQ(other.domain(), "dom"); // and nothing else
     EXPECT_EQ(std::string(other.name()) + describe(other.payload()), describe(Value()));
 }
@@ -96,12 +107,12 @@ TEST(Conversion, LeavesOutWhatTheObjectDoesNotTell) {
     const std::string bare =
         std::string("{eventClass=") + class_text + " eventId=5.0 numArguments=0.0 targetName=\"T\"}";
     const EventFields fields{.event_class = some_class, .event_id = 5};
-    EXPECT_EQ(parameters(converted_alarm(fields)), bare);
-    EXPECT_EQ(describe(converted_message(fields).parameters()), bare);
-    EXPECT_EQ(parameters(logged(fields)), bare);
+    EXPECT_EQ(parameters(converted(make<FakeAlarm>(fields))), bare);
+    EXPECT_EQ(describe(converted(make<FakeMessage>(fields)).parameters()), bare);
+    EXPECT_EQ(parameters(converted(make<FakeLoggedEvent>(fields))), bare);
     EventFields old = fields;
     old.extended = false; // an Int, where nobody could be asked
-    EXPECT_EQ(parameters(logged(old)),
+    EXPECT_EQ(parameters(converted(make<FakeLoggedEvent>(old))),
               std::string("{eventClass=") + class_text + " eventId=5.0 numArguments=0 targetName=\"T\"}");
     EventFields other_flag = fields;
     other_flag.source_id = 3;
@@ -109,7 +120,7 @@ TEST(Conversion, LeavesOutWhatTheObjectDoesNotTell) {
     other_flag.source_name = "x";
     other_flag.json = "y";
     other_flag.null_strings = true;
-    EXPECT_EQ(parameters(converted_alarm(other_flag)),
+    EXPECT_EQ(parameters(converted(make<FakeAlarm>(other_flag))),
               std::string("{eventClass=") + class_text +
                   " eventId=5.0 jsonAttribute=\"\" numArguments=0.0 sourceId=3.0 sourceName=\"\" targetName=\"T\"}");
 }
@@ -128,8 +139,8 @@ TEST(Conversion, StatesOfLoggedAlarms) {
         {VARIANT_TRUE, file_time(5), 0, 3, 4},
     };
     for (const auto& row : cases) {
-        const Event event =
-            logged({.cleared = row.cleared, .confirmed = row.confirmed, .with_confirmation = row.with_confirmation});
+        const Event event = converted(make<FakeLoggedEvent>(
+            {.cleared = row.cleared, .confirmed = row.confirmed, .with_confirmation = row.with_confirmation}));
         const Alarm& alarm = event.payload().get_alarm();
         EXPECT_EQ(static_cast<int>(alarm.confirmation_state()), row.confirmation);
         EXPECT_EQ(static_cast<int>(alarm.alarm_state()), row.state);
@@ -139,7 +150,7 @@ TEST(Conversion, StatesOfLoggedAlarms) {
 TEST(Conversion, LiveAlarmIsClearedOnlyAfterItWasRaised) {
     for (const auto& [raised, cleared, expected] :
          {std::tuple{10, 10, "@0"}, {10, 9, "@0"}, {10, 11, "@11s"}, {10, 0, "@0"}}) {
-        const Event event = converted_alarm({.raised = file_time(raised), .cleared = file_time(cleared)});
+        const Event event = converted(make<FakeAlarm>({.raised = file_time(raised), .cleared = file_time(cleared)}));
         EXPECT_EQ(describe(Value(event.payload().get_alarm().time_cleared())), expected);
     }
 }
@@ -151,14 +162,14 @@ TEST(Conversion, RaisedAgainIsUpdatedInPlace) {
     old.set_alarm_state(AlarmState(2));
     old.parameters().insert("causeRemedy", 1);
     event.payload().set(old);
-    const Event kept = converted_alarm({.raised = file_time(4)}, event, true);
+    const Event kept = converted(make<FakeAlarm>({.raised = file_time(4)}), event, true);
     EXPECT_EQ(describe(kept.payload()),
               "ZOEVENTLOGGER_ALARM@dom id=3 severity=0 state=2 confirmation=0 raised=@4s cleared=@0 confirmed=@0");
     EXPECT_FALSE(kept.payload().get_alarm().parameters()["causeRemedy"].isset());
-    EXPECT_EQ(converted_alarm({}, event, false).payload().get_alarm().id(), 7);
+    EXPECT_EQ(converted(make<FakeAlarm>({}), event, false).payload().get_alarm().id(), 7);
     Event message;
     message.payload().set(Message());
-    EXPECT_EQ(converted_alarm({}, message, true).payload().get_alarm().id(), 0); // a new one
+    EXPECT_EQ(converted(make<FakeAlarm>({}), message, true).payload().get_alarm().id(), 0); // a new one
 }
 
 TEST(Conversion, ClampsSeverityAndConfirmation) {
@@ -168,10 +179,10 @@ TEST(Conversion, ClampsSeverityAndConfirmation) {
          {std::pair{0, 0}, {1, 1}, {4, 4}, {5, 0}, {-1, 0}, {std::numeric_limits<int>::min(), 0}})
         EXPECT_EQ(static_cast<int>(clamp_confirmation_state(state)), expected) << state;
     const EventFields wild{.severity = 5, .confirmation_state = 5};
-    EXPECT_EQ(describe(converted_alarm(wild).payload()),
+    EXPECT_EQ(describe(converted(make<FakeAlarm>(wild)).payload()),
               "ZOEVENTLOGGER_ALARM@dom id=7 severity=1 state=0 confirmation=0 raised=@1s cleared=@0 confirmed=@0");
-    EXPECT_EQ(static_cast<int>(converted_message(wild).severity()), 1);
-    EXPECT_EQ(static_cast<int>(logged(wild).payload().get_alarm().severity()), 1);
+    EXPECT_EQ(static_cast<int>(converted(make<FakeMessage>(wild)).severity()), 1);
+    EXPECT_EQ(static_cast<int>(converted(make<FakeLoggedEvent>(wild)).payload().get_alarm().severity()), 1);
 }
 
 TEST(Conversion, ArgumentBlocksOfAllKinds) {
@@ -199,67 +210,48 @@ TEST(Conversion, ArgumentBlocksOfAllKinds) {
     for (const auto& row : cases) {
         SCOPED_TRACE(row.about);
         const EventFields fields{.arguments = row.arguments, .block = {0, 1, 2, 3, 4}, .moves_block = true};
-        const auto check = [&](const auto& proxy, const Value& converted) {
+        const auto check = [&](const auto& proxy) {
+            const auto made = converted(proxy);
             Value relevant;
             for (const char* key : {"numArguments", "types", "data"})
-                if (converted[key].isset()) relevant[key] = converted[key];
+                if (parameters_of(made)[key].isset()) relevant[key] = parameters_of(made)[key];
             EXPECT_EQ(describe(relevant), std::string("{") + row.expected + "}");
             EXPECT_EQ(proxy->asked_block_sizes(), row.asked);
         };
-        const fakes::AlarmPtr alarm = new fakes::FakeAlarm(fields);
-        Event event;
-        convert_alarm(event, alarm.get(), "dom", "T", 1, false);
-        check(alarm, std::as_const(event).payload().get_alarm().parameters());
-        const fakes::MessagePtr proxy = new fakes::FakeMessage(fields);
-        Message message;
-        convert_message(message, proxy.get(), "dom", "T");
-        check(proxy, std::as_const(message).parameters());
+        check(make<FakeAlarm>(fields));
+        check(make<FakeMessage>(fields));
         for (const std::int32_t type : {0, 1}) {
             EventFields of_log = fields;
             of_log.type = type;
-            const fakes::LoggedEventPtr item = new fakes::FakeLoggedEvent(of_log);
-            Event entry;
-            convert_logged_event(entry, item.get(), "dom", "T", 1);
-            const Value& payload = std::as_const(entry).payload();
-            check(item, type ? payload.get_alarm().parameters() : payload.get_message().parameters());
+            check(make<FakeLoggedEvent>(of_log));
         }
     }
 }
 
+template <class Fake>
+std::string calls_of_converting() {
+    fakes::call_log().clear();
+    const auto plan = std::make_shared<fakes::CallPlan>();
+    plan->log_reads(true);
+    converted(make<Fake>(full, plan));
+    std::string joined;
+    for (const std::string& text : fakes::call_log().texts())
+        joined += text.substr(text.find('.') + 1) + " ";
+    fakes::call_log().clear();
+    return joined;
+}
+
 TEST(Conversion, AsksTheProxyInOneOrder) {
-    const auto calls = [](const auto& convert) {
-        fakes::call_log().clear();
-        const auto plan = std::make_shared<fakes::CallPlan>();
-        plan->log_reads(true);
-        convert(plan);
-        std::string joined;
-        for (const std::string& text : fakes::call_log().texts())
-            joined += text.substr(text.find('.') + 1) + " ";
-        fakes::call_log().clear();
-        return joined;
-    };
     const std::string identity = "GetEventClass GetEventId HasSourceField GetSourceId HasSourceField GetSourceName "
                                  "HasSourceField GetSourceGuid ";
-    EXPECT_EQ(calls([&](auto plan) {
-                  const fakes::LoggedEventPtr item = new fakes::FakeLoggedEvent(full, plan);
-                  Event event;
-                  convert_logged_event(event, item.get(), "", "", 1);
-              }),
+    EXPECT_EQ(calls_of_converting<FakeLoggedEvent>(),
               "GetEventType GetSeverity GetTimeRaised GetTimeCleared GetTimeConfirmed GetWithConfirmation " + identity +
                   "GetArguments GetArgumentData GetJsonAttribute ");
-    EXPECT_EQ(calls([&](auto plan) {
-                  const fakes::AlarmPtr alarm = new fakes::FakeAlarm(full, plan);
-                  Event event;
-                  convert_alarm(event, alarm.get(), "", "", 1, false);
-              }),
+    EXPECT_EQ(calls_of_converting<FakeAlarm>(),
               "GetSeverity " + identity +
                   "GetJsonAttribute GetTimeRaised GetTimeCleared GetTimeRaised GetConfirmationState GetTimeConfirmed "
                   "GetArguments GetArgumentData ");
-    EXPECT_EQ(calls([&](auto plan) {
-                  const fakes::MessagePtr proxy = new fakes::FakeMessage(full, plan);
-                  Message message;
-                  convert_message(message, proxy.get(), "", "");
-              }),
+    EXPECT_EQ(calls_of_converting<FakeMessage>(),
               "GetTimeRaised GetSeverity " + identity + "GetJsonAttribute GetArguments GetArgumentData ");
 }
 

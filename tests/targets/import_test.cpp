@@ -24,10 +24,6 @@ protected:
     static std::string summary(const std::string& numbers) {
         return R"(log_message GETLOGGEDEVENTS_GETACTIVEALARMS "T" )" + numbers;
     }
-    void expect_idle() {
-        for (std::mutex* mutex : {&Access::callback_mutex(*target), &Access::event_mutex(*target)})
-            EXPECT_TRUE(Access::is_free(*mutex));
-    }
 
     Lines lines;           // of the whole connect
     Lines after_connected; // the reports among them that follow the one of the connection
@@ -111,8 +107,7 @@ TEST_F(Import, ReplaysWhatTheListsDoNotShow) {
         const char* about;
         std::function<void()> lists; // history and active alarms
         std::function<void()> fire;
-        Lines traces;
-        Lines stored;
+        Lines traces, stored;
     };
     fakes::AlarmPtr a;
     const std::string raised = R"(log_message NEW_ALARM_RAISED "T" )";

@@ -6,6 +6,7 @@
 #include "tests/fakes/call_log.h"
 #include "tests/fakes/fake_listener.h"
 #include "tests/fakes/fake_proxy.h"
+#include "tests/support/eventually.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,40 +23,18 @@ namespace ZoHmiEventLogger {
 struct TargetSystemTestAccess {
     // Free for this thread within a time in which any other thread lets go of it.
     static bool is_free(std::mutex& mutex) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!mutex.try_lock()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        mutex.unlock();
-        return true;
+        const auto get = [&mutex] {
+            const bool free = mutex.try_lock();
+            if (free) mutex.unlock();
+            return free;
+        };
+        return zo_test::eventually(get, std::chrono::seconds(30));
     }
     static std::mutex& event_mutex(TargetSystem& target) { return target.event_mutex_; }
     static std::mutex& callback_mutex(TargetSystem& target) { return *target.callback_mutex_; }
     static std::mutex& connection_mutex(TargetSystem& target) { return target.connection_mutex_; }
     static SavedAlarmIds& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
     static std::uint32_t event_cookie(TargetSystem& target) { return target.event_cookie; }
-
-    template <class Key>
-    static void fill(LocalizationCache<Key>& cache) {
-        cache.store({}, "", cache.clears());
-    }
-    template <class Key>
-    static bool has_answer(const LocalizationCache<Key>& cache) {
-        return cache.find(Key{}, [](const ZoHmiSrv::Value&) {});
-    }
-    static void fill_caches(TargetSystem& target) {
-        fill(target.class_names_);
-        fill(target.texts_);
-        fill(target.cause_remedies_);
-        fill(target.source_names_);
-        fill(target.details_);
-    }
-    // Class names, texts, causes and remedies, source names, details: 1 where the answer is still there.
-    static std::vector<int> cached(TargetSystem& target) {
-        return {has_answer(target.class_names_), has_answer(target.texts_), has_answer(target.cause_remedies_),
-                has_answer(target.source_names_), has_answer(target.details_)};
-    }
 };
 
 } // namespace ZoHmiEventLogger
@@ -113,6 +92,13 @@ protected:
         ASSERT_TRUE(connect());
         poll();
         log();
+    }
+
+    // No lock is held.
+    void expect_idle() {
+        for (std::mutex* mutex :
+             {&Access::connection_mutex(*target), &Access::callback_mutex(*target), &Access::event_mutex(*target)})
+            EXPECT_TRUE(Access::is_free(*mutex));
     }
 
     // What was logged since the last call.
