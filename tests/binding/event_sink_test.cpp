@@ -1,9 +1,10 @@
 #include "binding/atl_com.h"
+#include "binding/call_gate.h"
 #include "binding/event_logger_proxy.h"
-#include "tests/fakes/call_log.h"
 #include "tests/fakes/callback_thread.h"
 #include "tests/fakes/fake_proxy.h"
 
+#include <atomic>
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
@@ -11,11 +12,13 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace ZoAtlCom;
 using namespace ZoEventLoggerFdxProxyLib;
 using namespace std::chrono_literals;
+using ZoAtlCom::CallGate;
 
 namespace {
 
@@ -167,21 +170,18 @@ TEST_F(EventSink, OnlyTheDatabaseChangeWritesAResult) {
 }
 
 TEST_F(EventSink, TurnsWhatIsThrownIntoACode) {
-    const struct {
-        std::function<void()> throws;
-        HRESULT code;
-    } rows[] = {
+    const std::pair<std::function<void()>, HRESULT> rows[] = {
         {[] { throw CAtlException(hresult(0x98110705)); }, hresult(0x98110705)},
         {[] { throw std::bad_alloc(); }, E_OUTOFMEMORY},
         {[] { throw std::runtime_error("text"); }, E_FAIL},
         {[] { throw 42; }, E_FAIL},
     };
-    for (const auto& row : rows) {
-        sink.inside = row.throws;
+    for (const auto& [throws, code] : rows) {
+        sink.inside = throws;
         VARIANT result = number(VT_I4, 99);
-        EXPECT_EQ(invoke(sink, 3, {variant(VT_DISPATCH, the_alarm())}), row.code);
-        EXPECT_EQ(invoke(sink, 4, {number(VT_BOOL, 0), variant(VT_DISPATCH, the_alarm())}), row.code);
-        EXPECT_EQ(invoke(sink, 10, {number(VT_I4, 1)}, &result), row.code);
+        EXPECT_EQ(invoke(sink, 3, {variant(VT_DISPATCH, the_alarm())}), code);
+        EXPECT_EQ(invoke(sink, 4, {number(VT_BOOL, 0), variant(VT_DISPATCH, the_alarm())}), code);
+        EXPECT_EQ(invoke(sink, 10, {number(VT_I4, 1)}, &result), code);
         EXPECT_EQ(result.vt, VT_I4);
     }
     sink.wait_until_idle(); // would hang if a throwing call were still counted
@@ -266,4 +266,80 @@ TEST_F(EventSink, MayDieInsideItsOwnCall) {
     raw->inside = std::ref(die);
     EXPECT_EQ(invoke(*raw, 3, {variant(VT_DISPATCH, the_alarm())}), S_OK);
     EXPECT_EQ(owned, nullptr);
+}
+
+TEST(CallGate, WaitsForTheOutermostLeaveOfAnotherThread) {
+    CallGate gate;
+    fakes::CallbackThread caller;
+    caller.post([&] {
+        gate.enter();
+        gate.enter();
+    });
+    caller.drain();
+    auto waiting = std::async(std::launch::async, [&] { gate.wait_until_idle(); });
+    EXPECT_EQ(waiting.wait_for(50ms), std::future_status::timeout);
+    caller.post([&] { gate.leave(); });
+    caller.drain();
+    EXPECT_EQ(waiting.wait_for(50ms), std::future_status::timeout);
+    caller.post([&] { gate.leave(); });
+    EXPECT_EQ(waiting.wait_for(10s), std::future_status::ready);
+    gate.wait_until_idle();
+}
+
+TEST(CallGate, NeverWaitsOnAThreadThatIsInside) {
+    CallGate gate;
+    fakes::CallbackThread caller;
+    caller.post([&] { gate.enter(); });
+    caller.drain();
+    gate.enter();
+    gate.wait_until_idle(); // would hang: this thread and another are inside
+    gate.leave();
+    caller.post([&] { gate.leave(); });
+    caller.drain();
+    gate.wait_until_idle();
+}
+
+TEST(CallGate, NobodyIsInsideOnceTheWaitEnds) {
+    for (int round = 0; round < 50; ++round) {
+        CallGate gate;
+        std::atomic<int> inside = 0, entered = 0;
+        std::vector<std::thread> callers;
+        for (int i = 0; i < 4; ++i)
+            callers.emplace_back([&] {
+                gate.enter();
+                ++inside;
+                ++entered;
+                std::this_thread::yield();
+                --inside;
+                gate.leave();
+            });
+        while (entered < 4)
+            std::this_thread::yield();
+        gate.wait_until_idle();
+        EXPECT_EQ(inside, 0);
+        for (std::thread& caller : callers)
+            caller.join();
+    }
+}
+
+TEST(CallGate, RunsWorkOutsideOnceTheOutermostGateIsLeft) {
+    CallGate outer, inner;
+    std::vector<int> ran;
+    CallGate::run_outside([&] { ran.push_back(0); });
+    EXPECT_EQ(ran, std::vector{0}); // nobody is inside
+    outer.enter();
+    inner.enter();
+    CallGate::run_outside([&] { ran.push_back(1); });
+    CallGate::run_outside([] { throw 42; }); // stops neither the thread nor what comes after
+    CallGate::run_outside([&] {
+        outer.wait_until_idle(); // this thread counts as outside by now
+        ran.push_back(2);
+    });
+    // Another thread is not concerned.
+    std::thread([&] { CallGate::run_outside([&] { ran.push_back(3); }); }).join();
+    EXPECT_EQ(ran, (std::vector{0, 3}));
+    inner.leave();
+    EXPECT_EQ(ran, (std::vector{0, 3}));
+    outer.leave();
+    EXPECT_EQ(ran, (std::vector{0, 3, 1, 2}));
 }

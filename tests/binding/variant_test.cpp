@@ -1,12 +1,17 @@
+// What references, variants and counted strings own.
+#include "binding/com_ptr.h"
 #include "binding/counted_string.h"
 #include "binding/variant.h"
 #include "tests/fakes/fake_events.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 
 using namespace ZoAtlCom;
+using namespace ZoEventLoggerFdxProxyLib;
 
 namespace {
 
@@ -27,27 +32,24 @@ SAFEARRAY* make_array(std::string bytes) {
 } // namespace
 
 TEST(Variant, RefusesTagsThatCannotBe) {
-    const struct {
-        unsigned tag;
-        bool valid;
-    } rows[] = {
+    const std::pair<unsigned, bool> rows[] = {
         {0, true},       {1, true},       {14, true},      {15, false},     {16, true},      {23, true},
         {24, false},     {27, false},     {35, false},     {36, true},      {37, false},     {0x0FFF, false},
         {0x1003, false}, {0x8003, false}, {0x9003, false}, {0x2000, false}, {0x2001, false}, {0x2002, true},
         {0x4000, false}, {0x4001, false}, {0x4002, true},  {0x4009, true},  {0x6003, true},  {0x400F, false},
         {0x2024, true},  {0x4018, false},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.tag);
-        VARIANT cleared = tagged(row.tag);
-        EXPECT_EQ(VariantClear(&cleared), row.valid ? S_OK : E_INVALIDARG);
-        EXPECT_EQ(cleared.vt, row.valid ? VT_EMPTY : row.tag);
+    for (const auto& [tag, valid] : rows) {
+        SCOPED_TRACE(tag);
+        VARIANT cleared = tagged(tag);
+        EXPECT_EQ(VariantClear(&cleared), valid ? S_OK : E_INVALIDARG);
+        EXPECT_EQ(cleared.vt, valid ? VT_EMPTY : tag);
 
-        const VARIANT source = tagged(row.tag);
+        const VARIANT source = tagged(tag);
         VARIANT copy{};
         const HRESULT copied = VariantCopy(&copy, &source);
-        EXPECT_EQ(copied, !row.valid ? DISP_E_BADVARTYPE : row.tag == VT_RECORD ? E_NOTIMPL : S_OK);
-        EXPECT_EQ(copy.vt, copied == S_OK ? row.tag : VT_EMPTY);
+        EXPECT_EQ(copied, !valid ? DISP_E_BADVARTYPE : tag == VT_RECORD ? E_NOTIMPL : S_OK);
+        EXPECT_EQ(copy.vt, copied == S_OK ? tag : VT_EMPTY);
     }
 }
 
@@ -136,4 +138,120 @@ TEST(Variant, ARecordLeavesTheTargetEmpty) {
     const VARIANT source = tagged(VT_RECORD);
     EXPECT_EQ(VariantCopy(&target, &source), E_NOTIMPL);
     EXPECT_EQ(target.vt, VT_EMPTY);
+}
+
+TEST(ComPtr, HoldsOneReferenceForEachPointer) {
+    const int live = fakes::live_objects();
+    {
+        fakes::AlarmPtr alarm(new fakes::FakeAlarm());
+        CComPtr<IZoAlarm> copy(alarm.get());
+        CComPtr<IZoAlarm> second = copy;
+        CComPtr<IZoAlarm> moved = std::move(second);
+        copy = *&copy; // itself
+        EXPECT_EQ(alarm->references(), 3u);
+        moved = nullptr;
+        EXPECT_EQ(alarm->references(), 2u);
+        moved.attach(copy.detach());
+        EXPECT_EQ(alarm->references(), 2u);
+        *moved.put() = nullptr; // an out argument lets go first
+        EXPECT_EQ(alarm->references(), 1u);
+    }
+    EXPECT_EQ(fakes::live_objects(), live);
+}
+
+TEST(ComPtr, QueriesForItsInterfaceOnAssignment) {
+    const fakes::AlarmPtr alarm(new fakes::FakeAlarm({.unique_id = 5}));
+    const fakes::MessagePtr message(new fakes::FakeMessage());
+    const CComPtr<IZoAlarm> object(alarm.get());
+    CComQIPtr<IZoEventIdentity> identity(object);
+    ASSERT_TRUE(identity);
+    std::uint32_t id = 0;
+    EXPECT_EQ(identity->GetUniqueId(&id), S_OK);
+    EXPECT_EQ(id, 5u);
+    EXPECT_EQ(alarm->references(), 3u);
+    identity = CComPtr<IZoMessage>(message.get());
+    EXPECT_FALSE(identity);               // the object lacks it,
+    EXPECT_EQ(alarm->references(), 2u);   // and the old reference is gone
+    EXPECT_EQ(message->references(), 1u); // as is the one to ask with
+    EXPECT_EQ(identity.query(nullptr), E_POINTER);
+    EXPECT_EQ(identity.query(static_cast<IZoMessage*>(message.get())), E_NOINTERFACE);
+}
+
+TEST(CountedString, KeepsItsLengthInTheFourBytesBeforeTheText) {
+    char* text = SysAllocStringLen("h\xC3\0\x80", 4); // bytes pass as they are, valid or not
+    std::uint32_t stored = 0;
+    std::memcpy(&stored, text - 4, 4);
+    EXPECT_EQ(stored, 4u);
+    EXPECT_EQ(SysStringLen(text), 4u);
+    EXPECT_EQ(std::string(text, 5), std::string("h\xC3\0\x80\0", 5));
+    SysFreeString(text);
+
+    char* zeros = SysAllocStringLen(nullptr, 2);
+    EXPECT_EQ(std::string(zeros, 3), std::string(3, '\0'));
+    SysFreeString(zeros);
+}
+
+TEST(CountedString, NullIsAStringOfLengthZeroAndDiffersFromAnEmptyOne) {
+    EXPECT_EQ(SysAllocString(nullptr), nullptr);
+    EXPECT_EQ(SysStringLen(nullptr), 0u);
+    SysFreeString(nullptr);
+    char* empty = SysAllocString("");
+    ASSERT_NE(empty, nullptr);
+    EXPECT_EQ(*empty, '\0');
+    SysFreeString(empty);
+}
+
+TEST(CountedString, ReplacesOrLeavesTheTarget) {
+    enum Target { none, old };
+    const struct {
+        const char* what;
+        Target target;
+        const char* text;
+        int length; // -1: the whole text
+        int done;
+        const char* after;
+    } rows[] = {
+        {"whole text", old, "new", -1, 1, "new"},
+        {"empty text", old, "", -1, 1, ""},
+        {"null text", old, nullptr, -1, 0, "old"},
+        {"null target", none, "new", -1, 0, nullptr},
+        {"part", old, "newer", 3, 1, "new"},
+        {"all of it by length", old, "new", 3, 1, "new"},
+        {"more than there is", old, "new", 4, 0, "old"},
+        {"length 0", old, "new", 0, 0, "old"},
+        {"null text by length", old, nullptr, 1, 0, "old"},
+        {"null target by length", none, "new", 1, 0, nullptr},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        char* text = row.target == old ? SysAllocString("old") : nullptr;
+        char** target = row.target == none ? nullptr : &text;
+        const int done = row.length < 0 ? SysReAllocString(target, row.text)
+                                        : SysReAllocStringLen(target, row.text, static_cast<std::uint32_t>(row.length));
+        EXPECT_EQ(done, row.done);
+        if (row.after) {
+            EXPECT_STREQ(text, row.after);
+            EXPECT_EQ(SysStringLen(text), std::strlen(row.after));
+        }
+        SysFreeString(text);
+    }
+}
+
+TEST(CountedString, CanBeReplacedByAPartOfItself) {
+    char* text = SysAllocString("prefix-rest");
+    EXPECT_EQ(SysReAllocString(&text, text + 7), 1);
+    EXPECT_STREQ(text, "rest");
+    SysFreeString(text);
+}
+
+TEST(CountedString, OwnerFreesOnceAndHandsOutEveryByte) {
+    CountedString owner("first");
+    *owner.put() = SysAllocStringLen("a\0b", 3); // the first string would leak if put kept it
+    EXPECT_EQ(owner.str(), std::string("a\0b", 3));
+    CountedString moved(std::move(owner));
+    EXPECT_EQ(moved.view().size(), 3u);
+    EXPECT_EQ(owner.get(), nullptr); // NOLINT: a moved-from owner is empty
+    owner = std::move(moved);
+    EXPECT_EQ(owner.view().size(), 3u);
+    EXPECT_EQ(CountedString(nullptr).view(), "");
 }
