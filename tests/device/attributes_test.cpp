@@ -1,5 +1,8 @@
 #include "device/attributes.h"
 
+#include "device/state.h"
+#include "tests/server_api/values.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -13,6 +16,10 @@
 using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;
 using Entries = std::vector<Attributes::Entry>;
+
+bool State::is_plc_attribute_ignored(const std::string& key) const {
+    return key.starts_with("ZoHmiSymbol.");
+}
 
 namespace {
 
@@ -33,10 +40,7 @@ std::optional<std::string> text(const std::optional<std::reference_wrapper<const
 }
 
 TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
-    const struct {
-        std::string key;
-        unsigned flags;
-    } cases[] = {
+    const std::pair<std::string, unsigned> cases[] = {
         {"ZoHmiSymbol.Show", 1},
         {"ZoHmiSymbol.ShowRecursively", 2},
         {"ZoHmiSymbol.Hide", 4},
@@ -70,10 +74,8 @@ TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
 }
 
 TEST(AttributesAdd, MarksUtf8ByTheExactValue) {
-    const struct {
-        std::string value;
-        unsigned flags;
-    } cases[] = {{"UTF-8", 0xC00}, {"utf-8", 0x400}, {"UTF-8 ", 0x400}, {"", 0x400}};
+    const std::pair<std::string, unsigned> cases[] = {
+        {"UTF-8", 0xC00}, {"utf-8", 0x400}, {"UTF-8 ", 0x400}, {"", 0x400}};
     for (const auto& [value, flags] : cases) {
         SCOPED_TRACE(value);
         Attributes attributes;
@@ -271,6 +273,19 @@ TEST(Attributes, AnEntryAtThePositionOfTheMarkIsNoBorder) {
         EXPECT_EQ(merged.value_of_lower_border().has_value(), has_lower);
         EXPECT_FALSE(merged.value_of_upper_border().has_value());
     }
+}
+
+TEST(Attributes, PublicOnesAsValue) {
+    const State state;
+    Attributes attributes = list({{"ZoHmiSymbol.Hide", ""}});
+    EXPECT_EQ(values::show(attributes.public_attributes_as_value(state)), "{}");
+
+    attributes.add("unit", "mm");
+    attributes.add("Unit", "");
+    attributes.add("ZoHmiSymbol.Show", "kept back");
+    attributes.add("unit", "m"); // a symbol's own attributes stand behind those of its type
+    attributes.add("", "no key");
+    EXPECT_EQ(values::show(attributes.public_attributes_as_value(state)), "{: 'no key', Unit: '', unit: 'm'}");
 }
 
 } // namespace

@@ -38,19 +38,16 @@ std::string local_of(std::int32_t port) {
 TEST_F(ClientStandIn, TellsTheLocalAddressOfTheRoutesFile) {
     const std::int32_t port = FdxPortOpenEx();
     EXPECT_EQ(local_of(port), "127.0.0.1.1.1") << "there is no file yet";
-    const struct {
-        const char* file;
-        const char* local;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {R"({"local":"5.1.2.3.1.1","routes":{}})", "5.1.2.3.1.1"},
         {R"({"local":"5.1.2.4"})", "5.1.2.4.1.1"},
         {R"({"local":5})", "127.0.0.1.1.1"},
         {R"({"local":"5.1.2.256.1.1"})", "127.0.0.1.1.1"},
         {R"({"local":"5.1.2.3.1.1")", "127.0.0.1.1.1"},
     };
-    for (const auto& row : cases) {
-        write_routes(row.file);
-        EXPECT_EQ(local_of(port), row.local) << row.file;
+    for (const auto& [file, local] : cases) {
+        write_routes(file);
+        EXPECT_EQ(local_of(port), local) << file;
     }
     EXPECT_EQ(FdxGetLocalAddressEx(port, nullptr), 0x741);
     EXPECT_EQ(FdxPortCloseEx(port), 0);

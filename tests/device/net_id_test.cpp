@@ -40,10 +40,7 @@ NrxNetId net_id(const std::string& text) {
 TEST_F(NetId, FromText) {
     const NrxNetId zero;
     const NrxNetId one_to_six{{1, 2, 3, 4, 5, 6}};
-    const struct {
-        std::string text;
-        NrxNetId expected;
-    } cases[] = {
+    const std::pair<std::string, NrxNetId> cases[] = {
         {"1.2.3.4.5.6", one_to_six},
         {"255.255.255.255.255.255", {{255, 255, 255, 255, 255, 255}}},
         {"1.2.3.4.5.6.7", one_to_six}, // what follows the sixth number is not looked at
@@ -59,8 +56,8 @@ TEST_F(NetId, FromText) {
         {"1.2.3.4.5.6\0.7"s, one_to_six}, // the text ends at the first zero
         {"1.2.3.4\0.5.6"s, zero},
     };
-    for (const auto& row : cases)
-        EXPECT_EQ(net_id(row.text), row.expected) << row.text;
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(net_id(text), expected) << text;
 }
 
 TEST_F(NetId, ToText) {

@@ -46,10 +46,7 @@ TEST(ResultCodes, TheTablesAreWhole) {
 }
 
 TEST(ResultCodes, Names) {
-    const struct {
-        unsigned code;
-        const char* name;
-    } cases[] = {
+    const std::pair<unsigned, const char*> cases[] = {
         {0, "HMI_FDX_SUCCESS"},
         {0x100014, "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE"},
         {0x100701, "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE"}, // the library's bit alone is no HRESULT
@@ -59,8 +56,8 @@ TEST(ResultCodes, Names) {
         {0x98100706, "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE"},
         {0x80000000, "FDX_API_UNKNOWN_RETURN_CODE"},
     };
-    for (const auto& row : cases)
-        EXPECT_STREQ(fdx_error_to_string(code(row.code)), row.name) << std::hex << row.code;
+    for (const auto& [bits, name] : cases)
+        EXPECT_STREQ(fdx_error_to_string(code(bits)), name) << std::hex << bits;
     EXPECT_STREQ(native_fdx_error_to_string(0), "FDX_API_UNKNOWN_RETURN_CODE");
     EXPECT_STREQ(native_fdx_error_to_string(code(0x98110701)), "FDX_API_UNKNOWN_RETURN_CODE");
 
