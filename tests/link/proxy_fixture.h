@@ -1,11 +1,19 @@
 #pragma once
 
-#include "tests/link/recording_sink.h"
+#include "binding/com_ptr.h"
+#include "binding/event_logger_proxy.h"
+#include "tests/fakes/com_object.h"
 #include "tests/link/scripted_peer.h"
+#include "tests/support/gate.h"
 
 #include <cstdlib>
+#include <functional>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -40,6 +48,59 @@ template <class Object, class Interface>
 std::string read_text(const Object& object, HRESULT (Interface::*operation)(char**)) {
     return take_text(read(object, operation));
 }
+
+// A sink that keeps what it is told; it counts no references, as the product's does not.
+class RecordingSink : public fakes::Dispatch<_IZoEventLoggerEvents> {
+public:
+    virtual ~RecordingSink() = default;
+
+    // Runs inside each call, before it is counted; gets the object argument.
+    std::function<void(std::int32_t id, IDispatch* object)> inside;
+
+    HRESULT QueryInterface(const GUID& iid, void** out) override {
+        *out = iid == IID__IZoEventLoggerEvents ? this : nullptr;
+        return *out != nullptr ? S_OK : E_NOINTERFACE;
+    }
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override { return 1; }
+    HRESULT Invoke(std::int32_t id, const GUID&, std::uint32_t, std::uint16_t, DISPPARAMS* arguments, VARIANT*,
+                   EXCEPINFO*, std::uint32_t*) override {
+        std::string call = std::to_string(id);
+        IDispatch* object = nullptr;
+        for (std::uint32_t i = arguments->cArgs; i-- > 0;) {
+            const VARIANT& value = arguments->rgvarg[i];
+            if (value.vt == VT_DISPATCH) {
+                object = value.pdispVal;
+                std::uint32_t event_id = 0;
+                static_cast<IZoEvent*>(object)->GetEventId(&event_id);
+                call += " event " + std::to_string(event_id);
+            }
+            if (value.vt == VT_BOOL) call += " removed " + std::to_string(value.boolVal);
+            if (value.vt == VT_I4) call += " reason " + std::to_string(value.lVal);
+        }
+        if (inside) inside(id, object);
+        const std::lock_guard lock(mutex_);
+        calls_.push_back(std::move(call));
+        threads_.insert(std::this_thread::get_id());
+        return S_OK;
+    }
+
+    // "4 event 7 removed -1" or "10 reason 2": the number of the event and the arguments in their order.
+    std::vector<std::string> calls() const {
+        const std::lock_guard lock(mutex_);
+        return calls_;
+    }
+    std::set<std::thread::id> threads() const {
+        const std::lock_guard lock(mutex_);
+        return threads_;
+    }
+    std::size_t count() const { return calls().size(); }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> calls_;
+    std::set<std::thread::id> threads_;
+};
 
 // A logger object of the real library against a scripted target.
 class ProxyTest : public testing::Test {

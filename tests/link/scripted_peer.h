@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -14,6 +15,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -31,24 +33,73 @@ public:
     explicit ScriptedPeer(std::uint64_t instance = 7) : instance_(instance) { start(); }
 
     // Answers an operation from here on. Without a handler a hello is accepted and all else is not supported.
-    void on(const std::string& operation, Handler handler);
+    void on(const std::string& operation, Handler handler) {
+        const std::lock_guard lock(mutex_);
+        handlers_[operation] = std::move(handler);
+    }
     // A handler that answers with these fields.
-    void answer(const std::string& operation, nlohmann::json fields);
+    void answer(const std::string& operation, nlohmann::json fields) {
+        on(operation, [fields = std::move(fields)](const Session& session, std::uint32_t id, const nlohmann::json&) {
+            session->reply(id, zo_link::code::ok, fields);
+        });
+    }
 
-    void set_instance(std::uint64_t instance);
+    void set_instance(std::uint64_t instance) {
+        const std::lock_guard lock(mutex_);
+        instance_ = instance;
+    }
     // The newest session whose hello was accepted; waits for one.
-    Session session();
+    Session session() {
+        Session found;
+        eventually([&] {
+            const std::lock_guard lock(mutex_);
+            found = session_;
+            return found != nullptr;
+        });
+        return found;
+    }
     // The fields of the last request of this operation; null when there was none.
-    nlohmann::json last(const std::string& operation);
+    nlohmann::json last(const std::string& operation) {
+        const std::lock_guard lock(mutex_);
+        return last_[operation];
+    }
     std::uint16_t port() const { return server_->port(); }
     void notify_all(const char* kind, const nlohmann::json& fields) { server_->notify_all(kind, fields); }
     std::size_t open_sessions() const { return server_->sessions().size(); }
     // Ends the target and starts it anew, on another port.
-    void restart();
+    void restart() {
+        server_.reset();
+        session_.reset();
+        start();
+    }
 
 private:
-    void start();
-    void handle(const Session& session, std::uint32_t id, const std::string& operation, const nlohmann::json& fields);
+    void start() {
+        zo_link::ServerEvents events;
+        events.request = [this](const Session& session, std::uint32_t id, const std::string& operation,
+                                const nlohmann::json& fields) { handle(session, id, operation, fields); };
+        server_ = std::make_unique<zo_link::LinkServer>("127.0.0.1", std::uint16_t{0}, std::move(events));
+        const nlohmann::json routes = {{"routes", {{net_id, "127.0.0.1:" + std::to_string(port())}}}};
+        routes_.write(routes.dump());
+        setenv("ZO_ROUTES", routes_.path().c_str(), 1);
+    }
+    void handle(const Session& session, std::uint32_t id, const std::string& operation, const nlohmann::json& fields) {
+        Handler handler;
+        std::uint64_t instance = 0;
+        {
+            const std::lock_guard lock(mutex_);
+            last_[operation] = fields;
+            instance = instance_;
+            if (const auto it = handlers_.find(operation); it != handlers_.end()) handler = it->second;
+            if (operation == zo_link::op::hello && !handler) session_ = session;
+        }
+        if (handler)
+            handler(session, id, fields);
+        else if (operation == zo_link::op::hello)
+            session->accept(id, instance);
+        else
+            session->reply(id, zo_link::code::not_supported);
+    }
 
     const TemporaryFile routes_;
     std::mutex mutex_;
