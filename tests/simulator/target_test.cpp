@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -33,37 +32,30 @@ public:
     std::uint32_t on_notification(const json& map, std::size_t) override {
         const std::lock_guard lock(mutex_);
         notes_.push_back(map);
-        changed_.notify_all();
         return 0;
     }
     std::uint64_t on_answer() override {
         const std::lock_guard lock(mutex_);
         return notes_.size();
     }
-    void on_lost(std::uint32_t) override {
-        const std::lock_guard lock(mutex_);
-        lost_ = true;
-        changed_.notify_all();
-    }
+    void on_lost(std::uint32_t) override { lost_ = true; }
 
     // Waits for that many; what came meanwhile.
     std::vector<json> wait(std::size_t count) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, 10s, [&] { return notes_.size() >= count || lost_; });
+        zo_test::eventually([&] { return on_answer() >= count || lost_; });
+        const std::lock_guard lock(mutex_);
         return notes_;
     }
     bool wait_lost() {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 10s, [&] { return lost_; });
+        return zo_test::eventually([this] { return lost_.load(); });
     }
 
     std::atomic<std::uint64_t> instance = 0;
 
 private:
+    std::atomic<bool> lost_ = false;
     std::mutex mutex_;
-    std::condition_variable changed_;
     std::vector<json> notes_;
-    bool lost_ = false;
 };
 
 struct Client {
