@@ -27,7 +27,7 @@ public:
             ZO_SERVER,      "--extension", extension, "--config",
             config_.path(), "--plain",     "--trace", trace.empty() ? trace_.path().string() : trace};
         words.insert(words.end(), options.begin(), options.end());
-        process_.emplace(words, out_.path(), std::vector<std::string>(), error_.path());
+        process_.emplace(words, out_.path(), error_.path());
         process_->write(input);
         process_->end_input();
     }
@@ -99,13 +99,13 @@ TEST(Program, AnOutputThatIsFullOrUnreadIsTold) {
     const TemporaryFile config("{}"), error;
     std::vector<std::string> words{ZO_SERVER,     "--extension", ZO_TEST_EXTENSION, "--config",
                                    config.path(), "--plain",     "--seconds",       "0"};
-    zo_test::Process full(words, "/dev/full", {}, error.path());
+    zo_test::Process full(words, "/dev/full", error.path());
     EXPECT_EQ(full.wait(), 1);
     EXPECT_NE(error.read().find("the output cannot be written: No space left"), std::string::npos) << error.read();
 
     words.resize(6);
     const zo_test::UnreadOutput output;
-    zo_test::Process unread(words, output.path(), {}, error.path());
+    zo_test::Process unread(words, output.path(), error.path());
     for (int i = 0; i < 100; ++i)
         unread.send("help");
     ASSERT_TRUE(eventually([&] { return output.full(); }));

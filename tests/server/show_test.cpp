@@ -13,8 +13,7 @@ namespace {
 
 TEST(Text, PrintableLetsNothingMoveTheCursor) {
     struct Case {
-        std::string text;
-        std::string shown;
+        std::string text, shown;
     };
     const std::string bad = "\xEF\xBF\xBD";
     const Case cases[]{
@@ -37,8 +36,7 @@ TEST(Text, JsonHoldsNothingThatATerminalActsOn) {
 
 TEST(Describe, StatesFollowTheTimesOfTheAlarm) {
     struct Case {
-        long cleared;
-        long confirmed;
+        long cleared, confirmed;
         int state;
         bool removed;
         const char* text;

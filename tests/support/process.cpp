@@ -20,17 +20,11 @@ extern char** environ;
 namespace zo_test {
 
 Process::Process(const std::vector<std::string>& words, const std::filesystem::path& output,
-                 const std::vector<std::string>& environment, const std::filesystem::path& errors) {
+                 const std::filesystem::path& errors) {
     std::vector<char*> arguments;
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
-    std::vector<char*> variables;
-    for (const std::string& variable : environment)
-        variables.push_back(const_cast<char*>(variable.c_str()));
-    for (char** variable = environ; *variable; ++variable)
-        variables.push_back(*variable);
-    variables.push_back(nullptr);
 
     int input[2];
     if (pipe2(input, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe2");
@@ -42,7 +36,7 @@ Process::Process(const std::vector<std::string>& words, const std::filesystem::p
         posix_spawn_file_actions_adddup2(&actions, 1, 2);
     else
         posix_spawn_file_actions_addopen(&actions, 2, errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const int result = posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, arguments.data(), variables.data());
+    const int result = posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(input[0]);
     input_ = input[1];

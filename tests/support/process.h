@@ -12,10 +12,9 @@ namespace zo_test {
 /// A program that runs. Ends with its object, whatever happened.
 class Process {
 public:
-    /// The environment is this program's own and what is given. Without a file for errors they go where the output
-    /// goes.
+    /// The environment is this program's own. Without a file for errors they go where the output goes.
     Process(const std::vector<std::string>& words, const std::filesystem::path& output,
-            const std::vector<std::string>& environment = {}, const std::filesystem::path& errors = {});
+            const std::filesystem::path& errors = {});
     ~Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;

@@ -22,11 +22,47 @@ using nlohmann::json;
 using Known = std::tuple<std::int64_t, std::int64_t, std::string>;
 
 /// Of a logger's list: its newest `limit` events, and its active alarms.
-std::multiset<Known> known_to_logger(const json& list, std::size_t limit = std::numeric_limits<std::size_t>::max());
+inline std::multiset<Known> known_to_logger(const json& list,
+                                            std::size_t limit = std::numeric_limits<std::size_t>::max()) {
+    const auto known = [](const json& event, bool alarm) {
+        const std::int64_t raised = (event["raised"].get<std::int64_t>() - 116444736000000000) * 100;
+        return Known(raised, event["id"].get<std::int64_t>(), alarm ? "alarm" : "message");
+    };
+    // An active alarm stands in the log, too. No two events of a logger have the same raised time.
+    std::set<Known> active, all;
+    for (const json& event : list["alarms"])
+        active.insert(known(event, true));
+    for (const json& event : list["log"])
+        all.insert(known(event, event.value("type", 0) == 1));
+    all.insert(active.begin(), active.end());
+    auto oldest = all.begin();
+    std::advance(oldest, static_cast<std::ptrdiff_t>(all.size() - std::min(limit, all.size())));
+    std::set<Known> kept(oldest, all.end());
+    kept.insert(active.begin(), active.end());
+    return {kept.begin(), kept.end()};
+}
+
 /// Of the server's rows or its listing.
-std::multiset<Known> known_to_server(const json& events);
+inline std::multiset<Known> known_to_server(const json& events) {
+    std::multiset<Known> known;
+    for (const json& event : events) {
+        const char* kind = event.contains("alarm") ? "alarm" : "message";
+        const json& record = event.at(kind);
+        known.emplace(record["timeRaised"].get<std::int64_t>(), record["parameters"]["eventId"].get<std::int64_t>(),
+                      kind);
+    }
+    return known;
+}
+
 /// All that a server's events hold, but for the numbers of rows.
-std::multiset<std::string> contents(const json& events);
+inline std::multiset<std::string> contents(const json& events) {
+    std::multiset<std::string> contents;
+    for (json event : events) {
+        event.erase("row");
+        contents.insert(event.dump());
+    }
+    return contents;
+}
 
 /// Equal in any order; what differs is told.
 template <class T>

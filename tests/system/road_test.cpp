@@ -1,11 +1,11 @@
-// The whole road with the real programs: targets, link, stand-ins, product, server.
+// The whole road with the real programs: targets, link, stand-ins, product, server, and an operator's script.
 #include "tests/system/known_events.h"
 #include "tests/system/programs.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <optional>
+#include <sstream>
 
 namespace {
 
@@ -102,18 +102,6 @@ TEST_P(MisbehavingTarget, IsLostAndFoundAgain) {
 
 INSTANTIATE_TEST_SUITE_P(, MisbehavingTarget, testing::Values("drop", "stall 3500"));
 
-TEST_F(Road, AFailedImportIsReportedAndTheNextConnectMendsIt) {
-    target.run("fail get_active_alarms 0x98110745");
-    start();
-    ASSERT_TRUE(server->waits_for("ZORVANE_EVENTLOGGER_ERROR"));
-    EXPECT_EQ(server->count("GETLOGGEDEVENTS_GETACTIVEALARMS"), 0u);
-    std::this_thread::sleep_for(700ms);
-    target.run("drop");
-    ASSERT_TRUE(server->waits_for("GETLOGGEDEVENTS_GETACTIVEALARMS"));
-    ASSERT_TRUE(server->waits_for("reset_temporary_events"));
-    expect_agreement();
-}
-
 TEST(Configuration, ChangesOfTheConfigurationTakeEffectAtOnce) {
     const TemporaryFolder folder;
     Target bottling(folder, "bottling", quiet("bottling.json"));
@@ -130,6 +118,136 @@ TEST(Configuration, ChangesOfTheConfigurationTakeEffectAtOnce) {
     ASSERT_TRUE(server.waits_for("reset_temporary_events", 2));
     const json final = server.stop();
     EXPECT_TRUE(same(known_to_server(final["rows"]), known_to_logger(packaging.list())));
+}
+
+/// The bottling plant with an empty log, in which nothing happens but what the test says.
+json plant() {
+    json scenario = demo("bottling.json");
+    scenario.erase("schedule");
+    scenario.erase("history");
+    return scenario;
+}
+
+/// A run of the server with a script, on a target and a second one that is disabled.
+struct Shift {
+    Shift(const TemporaryFolder& folder, const Target& target, const std::string& script, bool as_json = true)
+        : server(folder, config(), {{net_id, target.address()}}, options(folder, script, as_json)) {}
+
+    static json config() {
+        json config = demo("config.json");
+        config["TARGET_SYSTEMS"] = {{"Bottling", {{"ADDRESS", net_id}, {"ENABLED", true}}},
+                                    {"Off", {{"ADDRESS", net_id}, {"ENABLED", false}}}};
+        return config;
+    }
+    static std::vector<std::string> options(const TemporaryFolder& folder, const std::string& script, bool as_json) {
+        write_file(folder / "script", script);
+        std::vector<std::string> options{"--script", folder / "script", "--language", "en-US"};
+        if (as_json) options.emplace_back("--json");
+        return options;
+    }
+
+    /// The answers so far.
+    std::vector<json> answers() const {
+        std::vector<json> answers;
+        std::istringstream in(server.output());
+        for (std::string line; std::getline(in, line);) {
+            json answer = json::parse(line, nullptr, false);
+            if (answer.is_object()) answers.push_back(std::move(answer));
+        }
+        return answers;
+    }
+    std::vector<json> answers(const std::string& command) const {
+        std::vector<json> all = answers();
+        std::erase_if(all, [&](const json& answer) { return answer["command"] != command; });
+        return all;
+    }
+
+    Server server;
+};
+
+/// What an event is called in a language.
+std::vector<std::string> names(const json& event) {
+    return {event["text"], event["class"], event["source"]};
+}
+
+TEST(Operator, ReadsEventsInTwoLanguagesAndConfirmsAnAlarm) {
+    const TemporaryFolder folder;
+    Target target(folder, "bottling", plant());
+    target.run("raise process 1 tank=T7 level=93.5");
+    target.run("message production 3");
+    Shift shift(
+        folder, target,
+        "; an operator's morning\nevents\nevents de-DE\nconfirm #1\nwait notify_alarm\nshow #1 de-DE\nquit\nclear x");
+    shift.server.stop(true);
+
+    const auto english = shift.answers("events").at(0)["events"];
+    const auto german = shift.answers("events de-DE").at(0)["events"];
+    ASSERT_EQ(english.size(), 2u);
+    EXPECT_EQ(names(english[0]), (std::vector<std::string>{"Product tank T7: level 93.5 % is above the limit of 90 %",
+                                                           "Process", "Filler"}));
+    EXPECT_EQ(names(german[0]),
+              (std::vector<std::string>{"Produkttank T7: Füllstand 93.5 % liegt über der Grenze von 90 %", "Prozess",
+                                        "Füller"}));
+    EXPECT_EQ(english[0]["row"], 1);
+    EXPECT_EQ(english[0]["severity"], 3);
+    EXPECT_EQ(english[0]["state"], "active");
+    EXPECT_EQ(names(english[1]), (std::vector<std::string>{"Operator signed on", "Production", ""}));
+    EXPECT_EQ(names(german[1]), (std::vector<std::string>{"Bediener angemeldet", "Produktion", ""}));
+
+    EXPECT_TRUE(shift.answers("clear x").empty()) << "after quit";
+    const auto told = shift.server.calls("notify_alarm");
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0]["mode"], 1);
+    EXPECT_EQ(told[0]["alarm"]["id"], english[0]["id"]);
+    EXPECT_EQ(told[0]["alarm"]["confirmationState"], 3);
+    EXPECT_NE(told[0]["alarm"]["timeConfirmed"], 0);
+    EXPECT_EQ(target.list()["alarms"][0]["confirmation"], 3) << target.list();
+
+    const json shown = shift.answers("show #1 de-DE").at(0);
+    EXPECT_EQ(shown["state"], "active confirmed");
+    const json& parameters = shown["event"]["alarm"]["parameters"];
+    EXPECT_EQ(parameters["causeRemedy"][1]["remedy"], "Sensor reinigen");
+    EXPECT_EQ(parameters["details"]["limit"]["comment"], "Aus dem Rezept");
+    EXPECT_EQ(parameters["targetName"], "Bottling");
+}
+
+TEST(Operator, TheRoundOfTheDemoSucceeds) {
+    const TemporaryFolder folder;
+    Target bottling(folder, "bottling", demo("bottling.json"));
+    Target packaging(folder, "packaging", demo("packaging.json"));
+    const auto script = std::filesystem::path(ZO_SOURCE_DIR) / "demo" / "operator.txt";
+    Server server(folder, demo("config.json"),
+                  {{"5.12.82.40.1.1", bottling.address()}, {"5.12.82.41.1.1", packaging.address()}},
+                  {"--script", script, "--language", "en-US"});
+    server.stop(true);
+    EXPECT_NE(server.output().find("Guard door D5 is open | Safety | Filler\n"), std::string::npos) << server.output();
+    EXPECT_NE(server.output().find(": 防护门D5已打开 | 安全 | 灌装机\n"), std::string::npos);
+    EXPECT_NE(server.output().find("active confirmed"), std::string::npos);
+    EXPECT_EQ(server.count("reset_temporary_events"), 3u) << "the target goes, comes back, and clears its log";
+}
+
+TEST(Operator, NoTextOfATargetReachesATerminalRaw) {
+    for (const bool as_json : {false, true}) {
+        const TemporaryFolder folder;
+        json scenario = plant();
+        const std::string hostile = "\x1b[2J\x1b]0;x\x07 \xC2\x9B"
+                                    "31m \x7F\r\n\xE2\x80\xAE";
+        scenario["classes"]["production"]["name"] = hostile;
+        scenario["classes"]["production"]["events"]["3"]["text"] = hostile;
+        scenario["sources"]["line"]["name"] = hostile;
+        scenario["classes"]["production"]["events"]["3"]["source"] = "line";
+        Target target(folder, "bottling", scenario);
+        target.run("message production 3");
+        Shift shift(folder, target, "; \x1b[2J\nevents\nshow #1\n", as_json);
+        shift.server.stop(true);
+        const std::string output = shift.server.output();
+        EXPECT_NE(output.find("31m"), std::string::npos) << output;
+        EXPECT_TRUE(std::all_of(output.begin(), output.end(), [](char c) {
+            return c == '\n' || static_cast<unsigned char>(c) >= 0x80 || (c >= ' ' && c < '\x7F');
+        })) << output;
+        for (const char* sequence : {"\xC2\x9B", "\xE2\x80\xAE"})
+            EXPECT_EQ(output.find(sequence), std::string::npos) << output;
+    }
 }
 
 } // namespace

@@ -1,0 +1,344 @@
+// Targets at their worst: they do not answer, flood the server with events, and are killed at any moment.
+#include "extension/host/listeners.h"
+#include "extension/host/value.h"
+#include "server/configuration.h"
+#include "server/event_json.h"
+#include "server/event_list.h"
+#include "server/extension_library.h"
+#include "server/host.h"
+#include "server/trace.h"
+#include "tests/system/known_events.h"
+#include "tests/system/programs.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace programs;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+/// The server inside this process, with the product loaded as the program loads it, so that a test can look at its list
+/// at any time. One at a time in a process.
+class LiveServer {
+public:
+    /// Routes are pairs of net id and address. Fails the test when the extension's `init` does not succeed.
+    LiveServer(const TemporaryFolder& folder, const json& config,
+               const std::vector<std::pair<std::string, std::string>>& routes) {
+        write_file(folder / "config.json", config.dump());
+        write_routes(folder / "routes.json", routes);
+        setenv("ZO_ROUTES", (folder / "routes.json").c_str(), 1);
+        // It stays mapped, so that the report of a sanitizer can name its functions.
+        if (void* const product = dlopen(ZO_PRODUCT, RTLD_NOW | RTLD_NODELETE)) dlclose(product);
+        configuration_.emplace(folder / "config.json");
+        host_.emplace(*configuration_, events_, trace_, [this](const std::string& line) { hear(line); });
+        library_.emplace(ZO_PRODUCT, &*host_);
+        EXPECT_EQ(library_->extension().init(host_->context()).result(), ZoHmiSrv::HMI_SUCCESS);
+        host_->list_anew("listed");
+    }
+    ~LiveServer() { stop(); }
+
+    /// The server's list, and what the extension lists.
+    json rows() const {
+        json rows = json::array();
+        for (const server::EventRow& row : events_.rows())
+            rows.push_back(json(server::event_json(row.event)));
+        return rows;
+    }
+    json listing() {
+        ZoHmiSrv::Value events;
+        EXPECT_TRUE(host_->list_events(events));
+        return events.type() == ZoHmiSrv::ValueType::Vector ? json(server::value_json(events)) : json::array();
+    }
+    /// How many lines the server said that begin so: "message ", "raised ", "forgotten ", "reset", "log NAME", ...
+    std::size_t said(const std::string& first_words) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = said_.find(first_words);
+        return found != said_.end() ? found->second : 0;
+    }
+    /// The last lines that it said, for a failing test.
+    std::string last_words() const {
+        const std::lock_guard lock(mutex_);
+        std::string words;
+        for (std::size_t i = lines_.size() > 40 ? lines_.size() - 40 : 0; i < lines_.size(); ++i)
+            words += lines_[i] + "\n";
+        return words;
+    }
+    /// Ends the extension and unloads it.
+    void stop() {
+        if (!library_) return;
+        host_->shut_down();
+        library_.reset();
+    }
+
+private:
+    void hear(const std::string& line) {
+        const std::lock_guard lock(mutex_);
+        std::size_t end = line.find_first_of(" ,");
+        if (line.starts_with("log ")) end = line.find(' ', end + 1);
+        ++said_[line.substr(0, end)];
+        // The stream of events would drown the rest.
+        if (line.starts_with("message ") || line.starts_with("forgotten ")) return;
+        lines_.push_back(line);
+        if (lines_.size() > 1000) lines_.erase(lines_.begin(), lines_.begin() + 500);
+    }
+
+    mutable std::mutex mutex_;
+    std::map<std::string, std::size_t> said_; // by first word, for log lines by the first two
+    std::vector<std::string> lines_;
+    server::Trace trace_{{}};
+    server::EventList events_;
+    std::optional<server::Configuration> configuration_;
+    std::optional<server::Host> host_;
+    std::optional<server::ExtensionLibrary> library_;
+};
+
+template <class Work>
+double seconds_of(Work&& work) {
+    const auto start = Clock::now();
+    work();
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+TEST(Away, AStalledTargetHoldsUpNoOther) {
+    const TemporaryFolder folder;
+    Target stalled(folder, "one", quiet("bottling.json"));
+    Target healthy(folder, "two", quiet("bottling.json"));
+    json config = config_of({{"One", enabled("5.12.82.40.1.1")}, {"Two", enabled("5.12.82.41.1.1")}});
+    config["TIMEOUT"] = 3000;
+    LiveServer server(folder, config, {{"5.12.82.40.1.1", stalled.address()}, {"5.12.82.41.1.1", healthy.address()}});
+
+    // Stopped with its connection up, and stopped before it could answer a new one, when every tick waits for it.
+    for (const bool killed : {false, true}) {
+        SCOPED_TRACE(killed);
+        if (killed) {
+            stalled.kill();
+            stalled.start();
+        }
+        stalled.signal(SIGSTOP);
+        const std::size_t messages = server.said("message");
+        for (std::size_t i = 1; i <= 10; ++i) {
+            healthy.run("message production 2");
+            EXPECT_TRUE(eventually([&] { return server.said("message") == messages + i; }, 2s));
+            EXPECT_LT(seconds_of([&] { server.listing(); }), 2.0);
+            std::this_thread::sleep_for(200ms);
+        }
+        // The other is lost and found meanwhile.
+        const std::size_t imports = server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS");
+        healthy.run("drop");
+        EXPECT_TRUE(eventually([&] { return server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS") > imports; }, 20s));
+        stalled.signal(SIGCONT);
+        stalled.run("message production 1");
+        auto known = known_to_logger(stalled.list());
+        known.merge(known_to_logger(healthy.list()));
+        EXPECT_TRUE(eventually([&] { return known_to_server(server.rows()) == known; })) << server.last_words();
+    }
+}
+
+TEST(Away, AShutdownWaitsForOneTimeOutOnly) {
+    constexpr int targets = 16;
+    constexpr double timeout = 2; // seconds
+    struct Case {
+        const char* name;
+        bool accepts; // the connection, and then answers nothing
+    };
+    for (const Case& one : {Case{"refuses", false}, Case{"answers nothing", true}}) {
+        SCOPED_TRACE(one.name);
+        const TemporaryFolder folder;
+        Target target(folder, "one", quiet("bottling.json"));
+        json entries = json::object();
+        std::vector<std::pair<std::string, std::string>> routes;
+        for (int i = 0; i < targets; ++i) {
+            const std::string net_id = "5.12.82." + std::to_string(40 + i) + ".1.1";
+            entries["Target" + std::to_string(i)] = enabled(net_id);
+            routes.emplace_back(net_id, target.address());
+        }
+        json config = config_of(entries);
+        config["TIMEOUT"] = timeout * 1000;
+        LiveServer server(folder, config, routes);
+        target.kill();
+        if (one.accepts) {
+            target.start();
+            target.signal(SIGSTOP);
+        }
+        EXPECT_TRUE(eventually([&] { return server.said("log TARGET_SYSTEM_CONNECT_FAILED") >= 2; }));
+        std::this_thread::sleep_for(700ms); // into the next attempt
+        const double seconds = seconds_of([&] { server.stop(); });
+        std::printf("shutdown with %d targets away (%s): %.2f s\n", targets, one.name, seconds);
+        EXPECT_LE(seconds, timeout + 1);
+    }
+}
+
+constexpr std::size_t limit = 1000;
+
+struct Case {
+    const char* name;
+    std::size_t max_log; // of each target
+    bool imports;        // the log overflows, upon which the server connects anew
+};
+
+class Flood : public testing::TestWithParam<Case> {};
+
+TEST_P(Flood, LosesNothing) {
+    const std::uint64_t events = length_of_soak("ZO_SOAK_FLOOD", 2000);
+    const TemporaryFolder folder;
+    json scenario = quiet("bottling.json");
+    scenario["max_log"] = GetParam().max_log;
+    std::array<Target, 2> targets{Target(folder, "one", scenario, false), Target(folder, "two", scenario, false)};
+    json config = config_of({{"One", enabled("5.12.82.40.1.1")}, {"Two", enabled("5.12.82.41.1.1")}});
+    config["LIMIT_EVENT_COUNT"] = limit;
+    LiveServer server(folder, config,
+                      {{"5.12.82.40.1.1", targets[0].address()}, {"5.12.82.41.1.1", targets[1].address()}});
+    const std::size_t at_first = server.rows().size();
+    std::size_t active_at_first = 0;
+    for (Target& target : targets)
+        active_at_first += target.list()["alarms"].size();
+    const std::size_t imports_at_first = server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS");
+
+    // Alarms that stay, older than all the rest, and one more among them all.
+    constexpr std::uint64_t rounds = 10;
+    const std::string messages = "flood " + std::to_string(events / rounds / 4) + " production 2\n";
+    const std::string alarms = "flood " + std::to_string(events / rounds / 4) + " process 2\n";
+    for (Target& target : targets)
+        target.send("raise process 1\nraise safety 1\n");
+    for (std::uint64_t round = 0; round < rounds; ++round) {
+        if (round == rounds / 2)
+            for (Target& target : targets)
+                target.send("raise process 1 source=washer\n");
+        for (Target& target : targets)
+            target.send(messages + alarms);
+    }
+    std::multiset<Known> known, active;
+    for (Target& target : targets) {
+        target.settle();
+        const json list = target.list();
+        known.merge(known_to_logger(list, limit));
+        active.merge(known_to_logger({{"log", json::array()}, {"alarms", list["alarms"]}}));
+    }
+    const auto kept = [&] { return known_to_server(server.listing()); };
+    EXPECT_TRUE(eventually([&] { return kept() == known; }, std::chrono::seconds(60))) << server.last_words();
+    EXPECT_TRUE(same(kept(), known));
+    EXPECT_EQ(active.size(), active_at_first + 6);
+    EXPECT_TRUE(std::ranges::includes(kept(), active)) << "an active alarm is lost";
+    // The server's list is what it was listed, and told since, without what was forgotten.
+    EXPECT_TRUE(eventually([&] { return contents(server.rows()) == contents(server.listing()); }));
+    EXPECT_TRUE(same(contents(server.rows()), contents(server.listing())));
+
+    const std::size_t told = server.said("message") + server.said("raised");
+    const std::size_t imports = server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS") - imports_at_first;
+    std::printf("%zu at first + %zu told - %zu forgotten, %zu imports: %zu listed\n", at_first, told,
+                server.said("forgotten"), imports, kept().size());
+    EXPECT_EQ(imports > 0, GetParam().imports);
+    if (imports != 0) return;
+    EXPECT_EQ(told, events / rounds / 4 * 4 * rounds + 6);
+    EXPECT_EQ(at_first + told - server.said("forgotten"), kept().size());
+}
+
+INSTANTIATE_TEST_SUITE_P(, Flood, testing::Values(Case{"Told", 100000, false}, Case{"ImportsBetween", 600, true}),
+                         [](const auto& one) { return one.param.name; });
+
+constexpr std::size_t few = 150;
+
+json crowded(const char* name) {
+    json scenario = quiet(name);
+    scenario["max_log"] = 400; // overflows now and then, which rebuilds the list, too
+    return scenario;
+}
+
+class Kills : public testing::Test {
+protected:
+    int up_to(int most) { return std::uniform_int_distribution<int>(0, most)(random); }
+
+    /// Something happens on the target. Not all of it is possible, since a kill swallows verbs.
+    void live(Target& target) {
+        static constexpr const char* verbs[] = {
+            "message production 2", "raise process 1",   "raise process 2",     "clear process 1", "confirm process 1",
+            "raise safety 1",       "confirm safety 1",  "reset safety 1",      "clear process 2", "reset process 1",
+            "flood 7 production 3", "flood 3 process 3", "message production 1"};
+        std::string lines;
+        for (int count = up_to(12); count > 0; --count)
+            lines += std::string(verbs[up_to(std::size(verbs) - 1)]) + "\n";
+        target.send(lines);
+    }
+
+    /// All that both loggers hold is what the server shows, and what it would be listed anew.
+    testing::AssertionResult agree() {
+        std::multiset<Known> known;
+        for (Target& target : targets) {
+            target.settle(true);
+            known.merge(known_to_logger(target.list(), few));
+        }
+        testing::AssertionResult result = testing::AssertionSuccess();
+        const bool in_time = eventually([&] {
+            const json listing = server.listing();
+            result = same(known_to_server(listing), known);
+            return result && (result = same(contents(server.rows()), contents(listing)));
+        });
+        return in_time ? result : result << "\n" << server.last_words();
+    }
+
+    const std::uint64_t seed = length_of_soak("ZO_SOAK_SEED", std::random_device()());
+    std::mt19937_64 random{seed};
+    const TemporaryFolder folder;
+    std::array<Target, 2> targets{Target(folder, "bottling", crowded("bottling.json")),
+                                  Target(folder, "packaging", crowded("bottling.json"))};
+    json config = [] {
+        json targets_only = config_of({{"One", enabled("5.12.82.40.1.1")}, {"Two", enabled("5.12.82.41.1.1")}});
+        targets_only["LIMIT_EVENT_COUNT"] = few;
+        return targets_only;
+    }();
+    LiveServer server{
+        folder, config, {{"5.12.82.40.1.1", targets[0].address()}, {"5.12.82.41.1.1", targets[1].address()}}};
+};
+
+TEST_F(Kills, LeaveNoDifference) {
+    const std::uint64_t wanted = length_of_soak("ZO_SOAK_KILLS", 5);
+    std::printf("%llu kills, ZO_SOAK_SEED=%llu\n", static_cast<unsigned long long>(wanted),
+                static_cast<unsigned long long>(seed));
+    std::uint64_t kills = 0;
+    while (kills < wanted) {
+        SCOPED_TRACE(testing::Message() << kills << " kills, ZO_SOAK_SEED=" << seed);
+        Target& target = targets[static_cast<std::size_t>(up_to(1))];
+        live(targets[0]);
+        live(targets[1]);
+        // Once, or again while the server is just about to connect, to import, or to hear what comes after.
+        do {
+            std::this_thread::sleep_for(up_to(20) * 1ms);
+            target.kill();
+            ++kills;
+            if (up_to(3) == 0) std::this_thread::sleep_for(up_to(700) * 1ms); // ticks find it away
+            target.start();
+            if (up_to(1) == 0) target.send("slow get_active_alarms 150\n");
+            live(target);
+            if (up_to(1) == 0) break;
+            std::this_thread::sleep_for(up_to(600) * 1ms);
+        } while (kills < wanted);
+        // What only the new process can have told.
+        for (Target& each : targets)
+            each.send("message production 1 batch=" + std::to_string(kills) + "\n");
+        ASSERT_TRUE(agree());
+        if (kills % 100 == 0) {
+            std::printf("%llu kills without a difference, %zu resets\n", static_cast<unsigned long long>(kills),
+                        server.said("reset"));
+            std::fflush(stdout);
+        }
+    }
+    std::printf("%llu kills without a difference: %zu imports, %zu failed connects, %zu errors reported\n",
+                static_cast<unsigned long long>(kills), server.said("log GETLOGGEDEVENTS_GETACTIVEALARMS"),
+                server.said("log TARGET_SYSTEM_CONNECT_FAILED"), server.said("log ZORVANE_EVENTLOGGER_ERROR"));
+}
+
+} // namespace
