@@ -200,6 +200,21 @@ TEST_F(RequestTest, AnswersFindTheirCallersInAnyOrder) {
         thread.join();
 }
 
+TEST(Library, MakesALoggerOfManyViews) {
+    CComPtr<IUnknown> logger;
+    ASSERT_EQ(CreateInstance(CLSID_ZoEventLogger, IID_IUnknown, logger.put_void()), S_OK);
+    for (const GUID* iid : {&IID_IDispatch, &IID_IZoEventLogger, &IID_IZoEventLogger4, &IID_IZoEventLogger5,
+                            &IID_IZoEventLoggerClassName, &IID_IZoEventLoggerSourceName, &IID_IZoEventLoggerTimeout,
+                            &IID_IConnectionPointContainer, &IID_IConnectionPoint}) {
+        CComPtr<IUnknown> view;
+        ASSERT_EQ(logger->QueryInterface(*iid, view.put_void()), S_OK);
+        // One object, whatever the view.
+        CComPtr<IUnknown> self;
+        ASSERT_EQ(view->QueryInterface(IID_IUnknown, self.put_void()), S_OK);
+        EXPECT_TRUE(self == logger);
+    }
+}
+
 TEST(Library, ExplainsItsOwnCodesOnly) {
     for (const auto& [result, own] : {std::pair(code::refused, true), std::pair(0x98110701u, false)}) {
         char* text = nullptr;

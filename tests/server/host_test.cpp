@@ -320,6 +320,9 @@ TEST_F(CommandsTest, RequestsReachTheExtensionInTheFormThatItReads) {
     const Answer answer = run("diagnostics");
     EXPECT_EQ(answer.text, "One:\n  connectionState: Good");
     EXPECT_EQ(answer.json["diagnostics"].dump(), R"({"TARGET_SYSTEMS":{"One":{"connectionState":"Good"}}})");
+    extension.output = Value().set_type(ValueType::Vector) << "One";
+    EXPECT_EQ(run("targets").json["targets"].dump(), R"(["One"])");
+    EXPECT_EQ(extension.asked, Asked{"request ListEnabledTargetSystems "});
 }
 
 TEST_F(CommandsTest, TheConfigurationChangesOneEntryAndTheExtensionIsTold) {
