@@ -75,8 +75,8 @@ protected:
         host.set_config(config);
     }
 
-    void make_extension() {
-        extension = std::make_unique<ZoHmiEventLogger::ZoHmiEventLogger>(&host);
+    void make_extension(ZoHmiSrv::IZoHmiSrvExtHost* with_host = nullptr) {
+        extension = std::make_unique<ZoHmiEventLogger::ZoHmiEventLogger>(with_host ? with_host : &host);
         alive_ = true;
     }
     // Runs `init` with the domain "HMI".

@@ -139,6 +139,21 @@ TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
                     Pair(ListenerType::Config, static_cast<IZoHmiSrvConfigListener*>(own))));
 }
 
+TEST_F(LifeCycle, AServerWithTheLicenceInterfaceSeesTheSameInit) {
+    fakes::FakeLicenseHost with_license;
+    with_license.set_config(config);
+    make_extension(&with_license);
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    const auto calls = take_calls("host.");
+    tick(); // reports what it knows, and reads no configuration for it
+    EXPECT_THAT(take_calls("host."), IsEmpty());
+    shut_down();
+    make_extension();
+    call_log().clear();
+    ASSERT_EQ(init(), HMI_SUCCESS);
+    EXPECT_EQ(take_calls("host."), calls);
+}
+
 TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
     using Host = fakes::FakeHost;
     const auto host_throws = [](const char* call) {

@@ -181,4 +181,7 @@ private:
     std::map<std::string, ZoHmiSrv::Context, std::less<>> contexts_;
 };
 
+// A server that has the licence interface, too.
+class FakeLicenseHost : public FakeHost, public ZoHmiSrv::ILicenseHost {};
+
 } // namespace fakes
