@@ -333,12 +333,12 @@ TEST_F(LifeCycle, DestructionDuringATickPollsNoFurtherTarget) {
     const auto b = add_target("b");
     const auto block = a->plan->block("IsConnected", 1);
     ASSERT_EQ(init(), HMI_SUCCESS);
-    ASSERT_TRUE(block->wait_until_entered());
+    ASSERT_TRUE(block->wait_for_arrivals());
     take_syslog_lines();
     auto destroyed = std::async(std::launch::async, [this] { destroy(); });
     // The pool's line tells that the destructor has begun.
     EXPECT_TRUE(zo_test::eventually([] { return !take_syslog_lines().empty(); }));
-    block->release();
+    block->open();
     destroyed.get();
     EXPECT_EQ(b->plan->count("IsConnected"), 0u);
 }

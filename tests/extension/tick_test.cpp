@@ -151,10 +151,10 @@ TEST_F(Tick, AnAlarmOnItsWayComesBeforeTheResetThatTakesItsTargetAway) {
         "IsConnected",
         [&] {
             callbacks.post([&] { loggers[0]->fire_raised(alarm); });
-            ASSERT_TRUE(told->wait_until_entered());
+            ASSERT_TRUE(told->wait_for_arrivals());
             remover = std::thread([this] { EXPECT_EQ(remove("a"), HMI_SUCCESS); });
             EXPECT_FALSE(call_log().wait_for("host.reset_temporary_events", 1, std::chrono::milliseconds(200)));
-            told->release();
+            told->open();
             remover.join();
             EXPECT_EQ(call_log().count("host.reset_temporary_events"), 1u);
         },
@@ -218,11 +218,11 @@ TEST_F(Tick, LiveCallbacksDoNotWaitForATargetThatGoes) {
     const auto going = loggers[0]->plan->block("Disconnect");
     const auto alarm = loggers[2]->make_alarm();
     std::thread ticking([this] { tick(); });
-    EXPECT_TRUE(going->wait_until_entered());
+    EXPECT_TRUE(going->wait_for_arrivals());
     fakes::CallbackThread callbacks;
     callbacks.post([&] { loggers[2]->fire_raised(alarm); });
     EXPECT_TRUE(call_log().wait_for("host.notify_alarm 0 1"));
-    going->release();
+    going->open();
     ticking.join();
 }
 
