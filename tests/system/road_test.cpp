@@ -102,6 +102,18 @@ TEST_P(MisbehavingTarget, IsLostAndFoundAgain) {
 
 INSTANTIATE_TEST_SUITE_P(, MisbehavingTarget, testing::Values("drop", "stall 3500"));
 
+TEST_F(Road, AFailedImportIsReportedAndTheNextConnectMendsIt) {
+    target.run("fail get_active_alarms 0x98110745");
+    start();
+    ASSERT_TRUE(server->waits_for("ZORVANE_EVENTLOGGER_ERROR"));
+    EXPECT_EQ(server->count("GETLOGGEDEVENTS_GETACTIVEALARMS"), 0u);
+    std::this_thread::sleep_for(700ms);
+    target.run("drop");
+    ASSERT_TRUE(server->waits_for("GETLOGGEDEVENTS_GETACTIVEALARMS"));
+    ASSERT_TRUE(server->waits_for("reset_temporary_events"));
+    expect_agreement();
+}
+
 TEST(Configuration, ChangesOfTheConfigurationTakeEffectAtOnce) {
     const TemporaryFolder folder;
     Target bottling(folder, "bottling", quiet("bottling.json"));
@@ -161,6 +173,9 @@ struct Shift {
         std::erase_if(all, [&](const json& answer) { return answer["command"] != command; });
         return all;
     }
+    bool waits_for(const std::string& command, std::size_t times) const {
+        return eventually([&] { return answers(command).size() >= times; });
+    }
 
     Server server;
 };
@@ -209,6 +224,61 @@ TEST(Operator, ReadsEventsInTwoLanguagesAndConfirmsAnAlarm) {
     EXPECT_EQ(parameters["causeRemedy"][1]["remedy"], "Sensor reinigen");
     EXPECT_EQ(parameters["details"]["limit"]["comment"], "Aus dem Rezept");
     EXPECT_EQ(parameters["targetName"], "Bottling");
+}
+
+TEST(Operator, ClearsALogAndTheListStartsOverOnce) {
+    const TemporaryFolder folder;
+    Target target(folder, "bottling", plant());
+    target.run("raise process 1");
+    for (const char* verb : {"message production 1", "message production 2"})
+        target.run(verb);
+    Shift shift(folder, target,
+                "events\nsleep 700\nclear Bottling\nwait DATABASE_CHANGED\nwait TARGET_SYSTEM_CONNECTED\n"
+                "wait reset_temporary_events\nsleep 1500\nevents\n");
+    shift.server.stop(true);
+    const auto lists = shift.answers("events");
+    ASSERT_EQ(lists.size(), 2u);
+    EXPECT_EQ(lists[0]["events"].size(), 3u);
+    ASSERT_EQ(lists[1]["events"].size(), 1u) << "the active alarm stays";
+    EXPECT_EQ(lists[1]["events"][0]["id"], lists[0]["events"][0]["id"]);
+    EXPECT_EQ(shift.server.count("reset_temporary_events"), 1u);
+    EXPECT_EQ(shift.server.count("RESET_TEMPORARY_EVENTS"), 1u);
+    EXPECT_EQ(shift.server.count("TARGET_SYSTEM_CONNECTED"), 2u);
+    const auto changes = shift.server.calls("DATABASE_CHANGED");
+    ASSERT_EQ(changes.size(), 1u);
+    EXPECT_EQ(changes[0]["parameters"]["1"], "ClearLoggedEvents");
+    EXPECT_LT(changes[0]["t"], shift.server.calls("TARGET_SYSTEM_CONNECTED")[1]["t"]);
+    EXPECT_LT(shift.server.calls("TARGET_SYSTEM_CONNECTED")[1]["t"],
+              shift.server.calls("reset_temporary_events")[0]["t"]);
+}
+
+TEST(Operator, DiagnosticsFollowALossAndTheReturn) {
+    const TemporaryFolder folder;
+    Target target(folder, "bottling", plant());
+    target.run("raise process 1");
+    target.run("message production 1");
+    Shift shift(folder, target,
+                "wait TARGET_SYSTEM_CONNECTED\nwait GETLOGGEDEVENTS_GETACTIVEALARMS\ndiagnostics\ntargets\nwait "
+                "TARGET_SYSTEM_CONNECT_FAILED 30\ndiagnostics\n"
+                "wait TARGET_SYSTEM_CONNECTED 30\nwait GETLOGGEDEVENTS_GETACTIVEALARMS\ndiagnostics\n");
+    ASSERT_TRUE(shift.waits_for("targets", 1)) << shift.server.output();
+    target.kill();
+    ASSERT_TRUE(shift.waits_for("diagnostics", 2)) << shift.server.output();
+    target.start();
+    shift.server.stop(true);
+
+    const json off{{"connectionState", "Disabled"}};
+    const json good{{"connectionState", "Good"},  {"importedEventsCount", 2},        {"importedAlarmsCount", 1},
+                    {"importedMessagesCount", 1}, {"importedInvalidAlarmsCount", 0}, {"activeAlarmsCount", 1},
+                    {"cachedAlarmsCount", 1},     {"cachedInvalidAlarmsCount", 0},   {"cachedMessagesCount", 1}};
+    const json lost{{"connectionState", "Not Connected"}, {"connectError", "ERR_TCP_CONN_REFUSED (0x9811001f)"}};
+    const auto told = shift.answers("diagnostics");
+    ASSERT_EQ(told.size(), 3u);
+    const json* const bottling[]{&good, &lost, &good};
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(told[i]["diagnostics"], (json{{"TARGET_SYSTEMS", {{"Bottling", *bottling[i]}, {"Off", off}}}})) << i;
+    }
+    EXPECT_EQ(shift.answers("targets")[0]["targets"], json{"Bottling"});
 }
 
 TEST(Operator, TheRoundOfTheDemoSucceeds) {
