@@ -46,6 +46,7 @@ endfunction()
 # zo_shared(NAME SOURCES... ): a shared object named lib<NAME>.so, without a version suffix.
 function(zo_shared name)
   add_library(${name} SHARED ${ARGN})
-  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${zo_headers}>)
   target_link_libraries(${name} PRIVATE zo_options)
 endfunction()
