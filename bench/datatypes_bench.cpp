@@ -2,7 +2,7 @@
 // finding the members of usual and of large structures, against the walk in declared order and a hash table for each
 // type. "allocations" is the number for one type or one question, on average.
 
-#include "device/datatype.h"
+#include "device/type/datatype.h"
 #include "tests/server_api/allocations.h"
 
 #include <benchmark/benchmark.h>

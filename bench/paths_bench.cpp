@@ -1,8 +1,8 @@
 // Reducing the 1,000 paths of an ordinary controller program, side by side with emptying the groups in place and with a
 // regular expression. "allocations" is the number for one path, on average; of short texts there is none.
 
-#include "device/symbol_path.h"
-#include "tests/device/path_text.h"
+#include "device/path/symbol_path.h"
+#include "tests/device/path/path_text.h"
 #include "tests/server_api/allocations.h"
 
 #include <benchmark/benchmark.h>

@@ -1,9 +1,9 @@
 // Classifying the 1,000 type names of an ordinary controller program, side by side with a search over all rows and with
 // a hash map that knows the exact names alone (no lengths of strings, no subranges, no pointers).
 
-#include "device/data_type_table.h"
-#include "device/type_name.h"
-#include "device/type_name_table.h"
+#include "device/type/detail/data_type_table.h"
+#include "device/type/detail/type_name_table.h"
+#include "device/type/type_name.h"
 #include "tests/server_api/allocations.h"
 
 #include <benchmark/benchmark.h>

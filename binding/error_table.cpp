@@ -1,6 +1,6 @@
 #include "binding/error_table.h"
 
-#include "device/result_codes.h"
+#include "device/code/result_codes.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #include "extension/fdx_helper.h"
 
-#include "device/net_id.h"
-#include "device/result_codes.h"
+#include "device/code/result_codes.h"
+#include "device/net/net_id.h"
 
 #include <utility>
 

@@ -9,10 +9,10 @@
 //     i NAME|VALUE             an enumerator
 //     k KEY|VALUE              an attribute of the type      K KEY|VALUE             one of a symbol
 
-#include "device/build_type.h"
-#include "device/code_page.h"
-#include "device/datatype.h"
-#include "device/fix_type_description.h"
+#include "device/code/code_page.h"
+#include "device/type/build_type.h"
+#include "device/type/datatype.h"
+#include "device/type/fix_type_description.h"
 #include "fuzz/require.h"
 
 #include <algorithm>

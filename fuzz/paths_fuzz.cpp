@@ -1,12 +1,12 @@
 // Paths as clients type them and entries as devices send them. The input is a number in one byte, a path up to the
 // first line feed, and behind it a second path; all of it also stands for an entry.
 
-#include "device/code_page.h"
-#include "device/const_symbol_path.h"
-#include "device/symbol_entry.h"
-#include "device/symbol_path.h"
+#include "device/code/code_page.h"
+#include "device/path/const_symbol_path.h"
+#include "device/path/symbol_entry.h"
+#include "device/path/symbol_path.h"
 #include "fuzz/require.h"
-#include "tests/device/path_text.h"
+#include "tests/device/path/path_text.h"
 
 #include <algorithm>
 #include <cstddef>

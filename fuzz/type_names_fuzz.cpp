@@ -1,13 +1,13 @@
 // Type names as a device may send them. The input is a size in one byte, a name up to the first line feed, and behind
 // it a second name, which serves as base name and as target.
 
-#include "device/data_type.h"
-#include "device/datatype_description.h"
-#include "device/dialect.h"
-#include "device/fix_type_description.h"
-#include "device/indirection.h"
-#include "device/type_name.h"
-#include "device/type_name_escape.h"
+#include "device/type/data_type.h"
+#include "device/type/datatype_description.h"
+#include "device/type/dialect.h"
+#include "device/type/fix_type_description.h"
+#include "device/type/indirection.h"
+#include "device/type/type_name.h"
+#include "device/type/type_name_escape.h"
 #include "fuzz/require.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "extension/host/algorithm.h"
 #include "extension/host/value.h"
-#include "support/error_text_table.h"
+#include "support/detail/error_text_table.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "support/threading.h"
 
-#include "support/threading_impl.h"
+#include "support/detail/threading_impl.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 

@@ -1,6 +1,6 @@
 #include "support/utf8.h"
 
-#include "support/windows1252.h"
+#include "support/detail/windows1252.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "device/fdx_client.h"
+#include "device/net/fdx_client.h"
 
 #include "platform/device_client/port_table.h"
 #include "platform/link/routes.h"

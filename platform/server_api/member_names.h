@@ -1,6 +1,6 @@
 #pragma once
 
-#include "extension/host/value_layout.h"
+#include "extension/host/detail/value_layout.h"
 
 #include <cstddef>
 #include <cstdint>

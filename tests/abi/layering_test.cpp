@@ -14,23 +14,30 @@ namespace fs = std::filesystem;
 
 struct Folder {
     std::string name;
-    std::vector<std::string> below; // a folder, or a single header where only that is allowed
+    std::vector<std::string> below; // folders with all their rooms, or single headers
 };
 
 const std::vector<Folder> folders = {
     {"extension/host", {}},
     {"support", {"extension/host"}},
-    {"device", {"extension/host", "support"}},
+    {"device/code", {"extension/host", "support"}},
+    {"device/net", {"extension/host", "support"}},
+    {"device/path", {"extension/host", "support", "device/code", "device/net"}},
+    {"device/type", {"extension/host", "support", "device/code", "device/net", "device/path"}},
+    {"device/runtime", {"extension/host", "support", "device/code", "device/net", "device/path", "device/type"}},
     {"binding", {"extension/host", "support", "device"}},
     {"targets", {"extension/host", "support", "device", "binding"}},
     {"extension", {"extension/host", "support", "device", "binding", "targets"}},
-    {"server", {"extension/host"}},
-    {"simulator", {"platform/link"}},
-    {"platform/link", {}},
+    {"server", {"extension/host", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
+    {"simulator", {"platform/link", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
+    {"platform/link", {"support/guid.h", "support/numeric.h", "support/utf8.h"}},
     {"platform/server_api", {"extension/host"}},
     {"platform/logger_proxy", {"platform/link", "binding", "support/guid.h"}},
-    {"platform/device_client", {"platform/link", "device/fdx_client.h"}},
+    {"platform/device_client", {"platform/link", "device/net/fdx_client.h"}},
 };
+
+// Trees that consist of rooms only: each folder in them needs a row.
+const std::vector<std::string> trees = {"device", "platform"};
 
 bool is_source(const fs::path& file) {
     return file.extension() == ".h" || file.extension() == ".cpp";
@@ -49,35 +56,80 @@ std::vector<std::string> includes(const fs::path& file, char open, char close) {
     return found;
 }
 
+bool lies_in(const std::string& path, const std::string& folder) {
+    return path.starts_with(folder + "/");
+}
+
+// The folder whose row a file belongs to: the innermost one around it.
+const Folder* folder_of(const std::string& file) {
+    const Folder* innermost = nullptr;
+    for (const Folder& folder : folders)
+        if (lies_in(file, folder.name) && (!innermost || folder.name.size() > innermost->name.size()))
+            innermost = &folder;
+    return innermost;
+}
+
+// What lies in a folder `detail` is private, but for what the server's values inline.
+bool is_private(const std::string& header) {
+    return header.find("/detail/") != std::string::npos && header != "extension/host/detail/value_layout.h";
+}
+
 bool may_include(const Folder& folder, const std::string& header) {
-    const std::string from = fs::path(header).parent_path().string();
-    return from == folder.name ||
-           std::ranges::any_of(folder.below, [&](const auto& below) { return below == from || below == header; });
+    const Folder* const other = folder_of(header);
+    if (other == &folder) return true;
+    return other && !is_private(header) && std::ranges::any_of(folder.below, [&](const auto& below) {
+               return below == header || below == other->name || lies_in(other->name, below);
+           });
 }
 
 bool is_product(const Folder& folder) {
     return !folder.name.starts_with("platform/") && folder.name != "server" && folder.name != "simulator";
 }
 
-TEST(Layering, AFolderIncludesOnlyFromFoldersBelowIt) {
+std::vector<std::string> sources_below(const fs::path& root, const std::string& folder) {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(root / folder))
+        if (is_source(entry.path())) found.push_back(fs::relative(entry.path(), root).string());
+    return found;
+}
+
+TEST(Layering, FolderIncludesOnlyFromBelow) {
     const fs::path root(ZO_SOURCE_DIR);
     for (const Folder& folder : folders) {
         std::size_t files = 0;
-        for (const auto& entry : fs::directory_iterator(root / folder.name)) {
-            if (!is_source(entry.path())) continue;
+        for (const std::string& file : sources_below(root, folder.name)) {
+            if (folder_of(file) != &folder) continue;
             ++files;
-            for (const std::string& header : includes(entry.path(), '"', '"')) {
-                EXPECT_TRUE(may_include(folder, header)) << entry.path() << " includes " << header;
-                EXPECT_TRUE(fs::exists(root / header)) << entry.path() << " includes " << header;
+            for (const std::string& header : includes(root / file, '"', '"')) {
+                EXPECT_TRUE(may_include(folder, header)) << file << " includes " << header;
+                EXPECT_TRUE(fs::exists(root / header)) << file << " includes " << header;
             }
             if (!is_product(folder)) continue;
-            for (const std::string& header : includes(entry.path(), '<', '>')) {
-                EXPECT_FALSE(header.starts_with("nlohmann/")) << entry.path();
-                EXPECT_TRUE(!header.starts_with("boost/") || folder.name == "support") << entry.path();
+            for (const std::string& header : includes(root / file, '<', '>')) {
+                EXPECT_FALSE(header.starts_with("nlohmann/")) << file;
+                EXPECT_TRUE(!header.starts_with("boost/") || folder.name == "support") << file;
             }
         }
         EXPECT_GT(files, 1u) << folder.name;
     }
+}
+
+TEST(Layering, EveryRoomHasARow) {
+    const fs::path root(ZO_SOURCE_DIR);
+    for (const std::string& tree : trees)
+        for (const std::string& file : sources_below(root, tree))
+            EXPECT_NE(folder_of(file), nullptr) << file;
+}
+
+// An installation leaves private headers out.
+TEST(Layering, PublicHeaderIncludesNoPrivateOne) {
+    const fs::path root(ZO_SOURCE_DIR);
+    for (const char* tree : {"extension/host", "support", "device"})
+        for (const std::string& file : sources_below(root, tree)) {
+            if (!file.ends_with(".h") || file.find("/detail/") != std::string::npos) continue;
+            for (const std::string& header : includes(root / file, '"', '"'))
+                EXPECT_FALSE(is_private(header)) << file << " includes " << header;
+        }
 }
 
 } // namespace

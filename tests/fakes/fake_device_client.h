@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/fdx_client.h"
+#include "device/net/fdx_client.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,5 +1,5 @@
 // Uses one thing of each library that is linked: values, net ids, text encodings.
-#include "device/net_id.h"
+#include "device/net/net_id.h"
 #include "extension/host/value.h"
 #include "support/utf8.h"
 

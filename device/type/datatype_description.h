@@ -1,0 +1,42 @@
+#pragma once
+
+#include "device/type/array_info.h"
+#include "device/type/attributes.h"
+#include "device/type/data_type.h"
+#include "device/type/datatype_flags.h"
+#include "device/type/method_item.h"
+#include "device/type/property_item.h"
+#include "device/type/sub_item.h"
+#include "extension/host/value_type.h"
+#include "support/export.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace ZoHmiFdx {
+
+struct EnumItem {
+    std::string name;
+    std::int64_t value = 0;
+};
+
+/// A type as it is being put together, field by field, until a `Datatype` is made of it. Belongs to the one thread that
+/// does so.
+struct ZO_EXPORT DatatypeDescription {
+    std::int32_t size = 0; ///< bytes
+    std::string item_name; ///< the type's own name
+    std::string type_name; ///< of the type that it is based on or points to
+    ArrayInfo array_info;
+    std::vector<SubItem> subitems; ///< in declared order
+    std::vector<PropertyItem> property_items;
+    std::vector<MethodItem> method_items;
+    std::vector<EnumItem> enum_items;
+    Attributes attributes;
+    ZoHmiSrv::ValueType hmi_type = ZoHmiSrv::ValueType::Null;
+    FdxDataType fdx_type = FdxDataType::Void;
+    std::uint32_t flags = std::uint32_t(DatatypeFlags::Initial);
+    std::uint32_t parsed = 0; ///< nonzero once the details are known
+};
+
+} // namespace ZoHmiFdx

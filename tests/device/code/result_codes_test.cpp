@@ -1,0 +1,192 @@
+#include "device/code/connection_state.h"
+#include "device/code/result_codes.h"
+#include "device/code/symbols_info.h"
+#include "extension/host/command.h"
+#include "tests/support/checksum.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <limits>
+#include <string>
+
+using namespace ZoHmiFdx;
+using ZoHmiSrv::ExtensionResult;
+
+namespace {
+
+int code(unsigned bits) {
+    return static_cast<int>(bits);
+}
+
+// Number and name of each code in a range that has one.
+template <class Name>
+std::string listing(int first, int last, Name name_of, const std::string& none, std::size_t& rows) {
+    std::string text;
+    for (int number = first; number <= last; ++number) {
+        const std::string name = name_of(number);
+        if (name == none) continue;
+        char hex[16];
+        std::snprintf(hex, sizeof hex, "%x ", static_cast<unsigned>(number));
+        text += hex + name + "\n";
+        ++rows;
+    }
+    return text;
+}
+
+TEST(ResultCodes, TheTablesAreWhole) {
+    std::size_t native = 0;
+    EXPECT_EQ(crc32(listing(-10, 0x20000, native_fdx_error_to_string, "FDX_API_UNKNOWN_RETURN_CODE", native)),
+              1387391994u);
+    EXPECT_EQ(native, 120u);
+    std::size_t library = 0;
+    EXPECT_EQ(crc32(listing(0x100000, 0x110000, fdx_error_to_string, "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE", library)),
+              2567120750u);
+    EXPECT_EQ(library, 36u);
+}
+
+TEST(ResultCodes, Names) {
+    const std::pair<unsigned, const char*> cases[] = {
+        {0, "HMI_FDX_SUCCESS"},
+        {0x100014, "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE"},
+        {0x100701, "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE"}, // the library's bit alone is no HRESULT
+        {0x98110701, "FDXERR_DEVICE_SRVNOTSUPP"},
+        {0x98110000, "FDX_API_UNKNOWN_RETURN_CODE"},
+        {0xFFFF0706, "FDXERR_DEVICE_INVALIDDATA"}, // all bits of the form are set, among others
+        {0x98100706, "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE"},
+        {0x80000000, "FDX_API_UNKNOWN_RETURN_CODE"},
+    };
+    for (const auto& [bits, name] : cases)
+        EXPECT_STREQ(fdx_error_to_string(code(bits)), name) << std::hex << bits;
+    EXPECT_STREQ(native_fdx_error_to_string(0), "FDX_API_UNKNOWN_RETURN_CODE");
+    EXPECT_STREQ(native_fdx_error_to_string(code(0x98110701)), "FDX_API_UNKNOWN_RETURN_CODE");
+
+    EXPECT_EQ(fdx_error_to_string_with_code(6), "ERR_TARGETPORTNOTFOUND (0x06)");
+    EXPECT_EQ(fdx_error_to_string_with_code(0x745), "FDXERR_CLIENT_SYNCTIMEOUT (0x745)");
+    EXPECT_EQ(fdx_error_to_string_with_code(code(0x98110745)), "FDXERR_CLIENT_SYNCTIMEOUT (0x98110745)");
+    EXPECT_EQ(fdx_error_to_string_with_code(0), "HMI_FDX_SUCCESS (0x00)");
+}
+
+TEST(ResultCodes, Classes) {
+    EXPECT_EQ(translate_fdx_error_code(code(0x98110745), true), 0x745);
+    EXPECT_EQ(translate_fdx_error_code(code(0x98110745), false), code(0x98110745));
+    EXPECT_EQ(translate_fdx_error_code(0x100000, true), 0);
+    EXPECT_EQ(translate_fdx_error_code(-1, true), 0xFFFF);
+
+    EXPECT_FALSE(is_error(0));
+    EXPECT_TRUE(is_error(-1));
+    EXPECT_TRUE(is_error(ExtensionResult(1)));
+    EXPECT_FALSE(is_error(ExtensionResult(0, "a text alone is no error")));
+    EXPECT_FALSE(is_error(PathErrors()));
+    EXPECT_TRUE(is_error(PathErrors{ExtensionResult(1), {}}));
+    EXPECT_TRUE(is_error(PathErrors{{}, ExtensionResult(1)}));
+
+    for (const unsigned yes : {0x701u, 0x702u, 0x98110701u, 0x98110702u, 0x50702u}) {
+        EXPECT_TRUE(is_not_supported(code(yes))) << yes;
+        EXPECT_TRUE(is_not_supported(ExtensionResult(code(yes)))) << yes;
+    }
+    for (const unsigned no : {0u, 0x700u, 0x703u, 0x7010000u, 0x98110700u})
+        EXPECT_FALSE(is_not_supported(code(no))) << no;
+}
+
+TEST(ResultCodes, TheFirstFailureOfACommandWins) {
+    const struct {
+        unsigned code_before;
+        ExtensionResult result;
+        unsigned code_after;
+        const char* text_after;
+    } cases[] = {
+        {0, ExtensionResult(0x745, "new"), 0x745, "new"},
+        {0, ExtensionResult(0x745, ""), 0x745, "old"},
+        {0, ExtensionResult(0, "new"), 0, "new"},
+        {0, ExtensionResult(0, ""), 0, ""},
+        {0, ExtensionResult(code(0x98110745), "new"), 0x98110745, "new"},
+        {5, ExtensionResult(0x745, "new"), 5, "old"},
+        {5, ExtensionResult(0, ""), 5, "old"},
+    };
+    for (const auto& row : cases) {
+        ZoHmiSrv::Command command("read");
+        command.set_extension_result(row.code_before);
+        command.set_result_string("old");
+        set_result_or_ignore(command, row.result);
+        EXPECT_EQ(command.extension_result(), row.code_after);
+        EXPECT_STREQ(command.result_string(), row.text_after);
+    }
+}
+
+TEST(DeviceState, Texts) {
+    const char* const texts[] = {"Invalid",  "Idle",       "Reset",      "init",         "Start",     "Run",
+                                 "Stop",     "SaveConfig", "LoadConfig", "PowerFailure", "PowerGood", "Error",
+                                 "Shutdown", "Suspend",    "Resume",     "Config",       "Reconfig",  "Stopping",
+                                 "Error",    "Error",      "Max states", "Error"};
+    int number = 0;
+    for (const char* text : texts) {
+        const auto state = static_cast<nFdxState>(number);
+        EXPECT_EQ(to_string(state), text) << number;
+        EXPECT_EQ(translate_state(state).text, text) << number;
+        EXPECT_EQ(translate_state(state).available, number == 5 || number == 6) << number;
+        ++number;
+    }
+    EXPECT_EQ(to_string(static_cast<nFdxState>(0xFFFF)), "Error");
+    EXPECT_FALSE(TranslatedState().available);
+}
+
+TEST(DeviceState, FromAFailure) {
+    const struct {
+        unsigned code;
+        const char* detail;
+        const char* text;
+        bool available;
+    } cases[] = {
+        {6, "x", "Target Port Not Found (0x06)", false},
+        {7, "x", "Target Machine Not Found (0x07)", false},
+        {0x12, "x", "Stop (0x12)", false},
+        {0x1B, "x", "Host Unreachable (0x1b)", false},
+        {0x701, "x", "No Symbol Information (0x701)", false},
+        {0x710, "x", "No Symbol Information (0x710)", false},
+        {0x745, "x", "Timeout (0x745)", false},
+        {0x100031, "", "No Symbol Information (0x100031)", true},
+        {0x100031, "no file", "No Symbol Information (no file)", true},
+        {0x100032, "x", "HMI_FDX_E_UNEXPECTED (0x100032)", false},
+        {0x98110745, "x", "FDXERR_CLIENT_SYNCTIMEOUT (0x98110745)", false},
+        {0x700, "x", "FDX Error (0x700)", false},
+        {0x80000000, "x", "FDX Error (0x80000000)", false},
+        {0, "x", "FDX Error (0x00)", false},
+    };
+    for (const auto& row : cases) {
+        const auto state = connection_state_from_error(code(row.code), row.detail);
+        EXPECT_EQ(state.text, row.text);
+        EXPECT_EQ(state.available, row.available) << row.text;
+    }
+}
+
+TEST(DeviceState, Unavailability) {
+    const ExtensionResult good;
+    const ExtensionResult bad(0x745, "Nobody answers.");
+    const struct {
+        int reason;
+        ExtensionResult refresh;
+        int code;
+        const char* text;
+    } cases[] = {
+        {0, bad, 0x100015,
+         "Symbol information is out of date and currently cannot be updated because the connection timed out."},
+        {1, good, 0x100031, "Initial refresh of symbol information hasn't finished, yet. [PLC1]"},
+        {1, bad, 0x745, "Initial refresh of symbol information hasn't finished, yet. Nobody answers. [PLC1]"},
+        {2, good, 0x100047, "Refresh of symbol information hasn't finished, yet. [PLC1]"},
+        {2, bad, 0x745, "Refresh of symbol information hasn't finished, yet. [PLC1]"},
+        {3, bad, 0x100032, "Runtime is unavailable but no explicit reason is known. [PLC1]"},
+        {4, good, 0x100032, "Runtime unavailable for an unknown reason. [PLC1]"},
+        {-1, bad, 0x100032, "Runtime unavailable for an unknown reason. [PLC1]"},
+    };
+    for (const auto& row : cases) {
+        const auto result =
+            unavailability_reason_to_error("PLC1", static_cast<UnavailabilityReason>(row.reason), {row.refresh});
+        EXPECT_EQ(result.code(), row.code) << row.text;
+        EXPECT_EQ(result.text(), row.text);
+    }
+    EXPECT_EQ(unavailability_reason_to_error("", UnavailabilityUnexplained, {}).text(),
+              "Runtime is unavailable but no explicit reason is known.");
+}
+
+} // namespace

@@ -1,0 +1,380 @@
+#include "device/type/datatype.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace ZoHmiFdx;
+using ZoHmiSrv::ValueType;
+
+namespace {
+
+using Change = std::function<void(DatatypeDescription&)>;
+
+SubItem member(const std::string& name) {
+    return {name, "INT", 0, 2, "", {}};
+}
+
+Attributes attribute(const std::string& key) {
+    Attributes attributes;
+    attributes.add(key, "");
+    return attributes;
+}
+
+DatatypeDescription structure() {
+    DatatypeDescription description;
+    description.item_name = "ST_Pump";
+    description.type_name = "ST_Pump";
+    description.hmi_type = ValueType::Struct;
+    description.fdx_type = FdxDataType::Composite;
+    description.size = 8;
+    description.subitems = {member("speed"), member("mode")};
+    return description;
+}
+
+DatatypeDescription basic(ValueType hmi_type, FdxDataType fdx_type, const std::string& name) {
+    DatatypeDescription description;
+    description.hmi_type = hmi_type;
+    description.fdx_type = fdx_type;
+    description.item_name = name;
+    return description;
+}
+
+DatatypeDescription array(std::int32_t size, std::uint64_t elements, const std::string& name, FdxDataType fdx_type) {
+    DatatypeDescription description;
+    description.hmi_type = ValueType::Vector;
+    description.fdx_type = fdx_type;
+    description.size = size;
+    description.array_info = ArrayInfo({{0, elements}}, name);
+    return description;
+}
+
+DatatypeDescription flagged(std::uint32_t flags, DatatypeDescription description = {}) {
+    description.flags = flags;
+    return description;
+}
+
+DatatypeDescription enumeration(std::int32_t size, std::size_t items) {
+    DatatypeDescription description;
+    description.size = size;
+    description.enum_items.resize(items);
+    return description;
+}
+
+TEST(Datatype, DeducedFlags) {
+    EXPECT_EQ(Datatype().flags(), 8u);
+
+    const auto with = [](DatatypeDescription description, const Change& change) {
+        change(description);
+        return description;
+    };
+    constexpr std::uint32_t dialects = 1u << 24, incomplete = 1u << 25;
+    const struct {
+        unsigned bit;
+        bool (Datatype::*accessor)() const noexcept;
+    } accessors[] = {{18, &Datatype::is_enum_and_fits_in_int32},
+                     {19, &Datatype::is_indirection},
+                     {20, &Datatype::is_indirection_strict},
+                     {21, &Datatype::is_reference},
+                     {22, &Datatype::is_struct_alias},
+                     {23, &Datatype::is_enum_alias},
+                     {24, &Datatype::can_have_dialects},
+                     {25, &Datatype::is_incomplete_write_possible},
+                     {26, &Datatype::parsed},
+                     {27, &Datatype::is_alias_of_alias},
+                     {28, &Datatype::is_alias_indirection},
+                     {29, &Datatype::is_basic_alias},
+                     {30, &Datatype::bits_may_be_packed}};
+    const struct {
+        const char* what;
+        DatatypeDescription description;
+        std::uint32_t deduced;
+    } cases[] = {
+        {"enumeration of 7 bytes", enumeration(7, 2), 1u << 18},
+        {"enumeration of 8 bytes", enumeration(8, 1), 0},
+        {"reference", flagged(1 << 1), 0b111u << 19},
+        {"pointer", flagged(1 << 2), 0b011u << 19},
+        {"reference by alias", flagged(1 << 5), 0b101u << 19},
+        {"indirection by alias", flagged(1 << 6), 0b001u << 19},
+        {"alias of a structure", flagged(1 << 7), 1u << 22},
+        {"alias of an enumeration", flagged(1 << 4), 1u << 23},
+        {"alias of an alias", flagged(1 << 14), 1u << 27},
+        {"alias of an indirection", flagged(1 << 15), 1u << 28},
+        {"alias of a basic type", flagged(1 << 17), 1u << 29},
+        {"flags of the device alone", flagged(1u << 8 | 1u << 9 | 1u << 16), 0},
+        {"stale deductions", flagged(0x7FFC'0000), 0},
+        {"parsed", with({}, [](auto& d) { d.parsed = 2; }), 1u << 26},
+
+        {"BIT", basic(ValueType::Bool, FdxDataType::Bit, "BIT"), 1u << 30},
+        {"BOOL", basic(ValueType::Bool, FdxDataType::Bit, "BOOL"), 0},
+        {"BIT in a dialect", basic(ValueType::Bool, FdxDataType::Bit, "BIT ReadOnly"), 0},
+        {"an array called BIT", basic(ValueType::Vector, FdxDataType::Bit, "BIT"), 0},
+
+        {"structure with members", structure(), dialects | incomplete},
+        {"structure without members", with(structure(), [](auto& d) { d.subitems.clear(); }), 0},
+        {"map with members", with(structure(), [](auto& d) { d.hmi_type = ValueType::Map; }), dialects | incomplete},
+        {"composite code alone", with(structure(), [](auto& d) { d.hmi_type = ValueType::Int; }),
+         dialects | incomplete},
+        {"members of something else",
+         with(structure(),
+              [](auto& d) {
+                  d.hmi_type = ValueType::Int;
+                  d.fdx_type = FdxDataType::Int16;
+              }),
+         dialects},
+        {"reference to a structure by alias", flagged(1 << 5, structure()), 0b101u << 19 | dialects},
+        {"indirection by alias with members", flagged(1 << 6, structure()), 0b001u << 19 | dialects},
+
+        {"array of INT", array(6, 3, "INT", FdxDataType::Int16), dialects},
+        {"array of a wrong size", array(12, 3, "INT", FdxDataType::Int16), 0},
+        {"array of XINT of 4 bytes", array(12, 3, "XINT", FdxDataType::Int32), dialects},
+        {"array of STRING", array(243, 3, "STRING(80)", FdxDataType::String), dialects | incomplete},
+        {"array of structures", array(24, 3, "ST_Pump", FdxDataType::Composite), incomplete},
+        {"array of structures with members of its own",
+         with(array(24, 3, "ST_Pump", FdxDataType::Composite), [](auto& d) { d.subitems = {member("x")}; }),
+         dialects | incomplete},
+        {"array of pointers", flagged(1 << 6, array(24, 3, "POINTER TO INT", FdxDataType::UInt64)),
+         0b001u << 19 | dialects},
+        {"array without elements", array(0, 0, "INT", FdxDataType::Int16), 0},
+        {"array of unknown size", array(-1, 1, "INT", FdxDataType::Int16), dialects},
+        {"array of negative size and elements",
+         array(-2, std::numeric_limits<std::uint64_t>::max(), "INT", FdxDataType::Int16), 0},
+        {"array of more elements than bytes",
+         array(6, std::numeric_limits<std::uint64_t>::max(), "INT", FdxDataType::Int16), 0},
+    };
+    for (const auto& [what, description, deduced] : cases) {
+        SCOPED_TRACE(what);
+        const Datatype type(description);
+        EXPECT_EQ(type.flags() & ~0x3FFFFu, deduced) << std::hex << type.flags();
+        EXPECT_EQ(type.flags() & 0x3FFFFu, description.flags & 0x3FFFFu);
+        for (const auto& [bit, accessor] : accessors) {
+            EXPECT_EQ((type.*accessor)(), (deduced >> bit & 1) != 0) << bit;
+        }
+    }
+}
+
+TEST(Datatype, AliasesAndArraysOfIndirections) {
+    const auto of = [](std::uint32_t flags) { return Datatype(flagged(flags)); };
+    for (const std::uint32_t bit : {4u, 7u, 17u}) {
+        EXPECT_TRUE(of(1u << bit).is_alias()) << bit;
+    }
+    for (const std::uint32_t bit : {1u, 2u, 5u, 6u, 14u, 15u}) {
+        EXPECT_FALSE(of(1u << bit).is_alias()) << bit;
+    }
+    EXPECT_TRUE(of(1 << 6).is_array_of_indirections());
+    EXPECT_FALSE(of(1 << 6 | 1 << 2).is_array_of_indirections());
+    EXPECT_FALSE(of(1 << 6 | 1 << 15).is_array_of_indirections());
+    EXPECT_FALSE(of(1 << 7).is_array_of_indirections());
+}
+
+TEST(Datatype, DescriptionGivesBackWhatItWasMadeOf) {
+    DatatypeDescription description = structure();
+    description.size = 4;
+    description.type_name = "ST_Base";
+    description.property_items = {PropertyItem("p", "INT", 1, 2, "c", attribute("x"))};
+    description.method_items = {MethodItem("m", "INT", "c", MethodFlags::Getter)};
+    description.enum_items = {{"e", -5}};
+    description.attributes = attribute("ZoSwapWord");
+    description.array_info = ArrayInfo({{-1, 3}}, "ST_Pump");
+    description.parsed = 7;
+    description.flags = 1u << 9 | 1u << 30;
+
+    const Datatype type(description);
+    DatatypeDescription back = type.description();
+    EXPECT_EQ(back.parsed, 1u);
+    EXPECT_EQ(back.flags, 1u << 9);
+    EXPECT_EQ(back.size, 4);
+    EXPECT_EQ(back.item_name + " " + back.type_name, "ST_Pump ST_Base");
+    EXPECT_EQ(back.hmi_type, ValueType::Struct);
+    EXPECT_EQ(back.fdx_type, FdxDataType::Composite);
+    EXPECT_EQ(back.array_info.max_index(0), 1);
+    EXPECT_EQ(back.subitems.at(1).name(), "mode");
+    EXPECT_EQ(back.property_items.at(0).comment(), "c");
+    EXPECT_EQ(back.method_items.at(0).flags(), MethodFlags::Getter);
+    EXPECT_EQ(back.enum_items.at(0).value, -5);
+    EXPECT_TRUE(back.attributes.has(AttributesFlags::SwapWord));
+    EXPECT_EQ(Datatype(back).flags(), type.flags());
+
+    // What was deduced from the old contents does not outlast them.
+    ASSERT_TRUE(type.is_enum_and_fits_in_int32());
+    back.size = 8;
+    back.enum_items.clear();
+    back.subitems.clear();
+    back.parsed = 0;
+    EXPECT_EQ(Datatype(back).flags(), 1u << 9);
+}
+
+TEST(Datatype, SanityCheck) {
+    const struct {
+        const char* what;
+        Change change;
+        const char* sane; ///< as an array, a structure, a number
+    } cases[] = {
+        {"nothing", [](auto&) {}, "yyy"},
+        {"no size", [](auto& d) { d.size = -1; }, "nnn"},
+        {"enumerators", [](auto& d) { d.enum_items.resize(1); }, "nny"},
+        {"members", [](auto& d) { d.subitems = {member("a")}; }, "nyn"},
+        {"properties", [](auto& d) { d.property_items = {PropertyItem("p", "INT", 0, 0, "", {})}; }, "nyn"},
+        {"methods", [](auto& d) { d.method_items.resize(1); }, "nyn"},
+        {"a dimension",
+         [](auto& d) {
+             d.array_info = ArrayInfo({{0, 1}}, "");
+         },
+         "ynn"},
+        {"a dimension of nothing",
+         [](auto& d) {
+             d.array_info = ArrayInfo({{0, 0}}, "");
+         },
+         "yyy"},
+        {"elements", [](auto& d) { d.array_info.set_element_type_name("INT"); }, "ynn"},
+        {"another class", [](auto& d) { d.fdx_type = FdxDataType::Bit; }, "yyn"},
+        {"no known class", [](auto& d) { d.fdx_type = FdxDataType::Composite; }, "yyy"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::string sane;
+        for (DatatypeDescription description :
+             {array(6, 3, "INT", FdxDataType::Int16), structure(), basic(ValueType::Int, FdxDataType::Int16, "INT")}) {
+            c.change(description);
+            sane += Datatype(description).sanity_check() ? 'y' : 'n';
+        }
+        EXPECT_EQ(sane, c.sane);
+    }
+    DatatypeDescription map = structure();
+    map.hmi_type = ValueType::Map;
+    map.array_info.set_element_type_name("INT");
+    EXPECT_FALSE(Datatype(map).sanity_check());
+}
+
+TEST(Datatype, FindsMembersAsTheWalkInDeclaredOrderDoes) {
+    std::mt19937 random(99);
+    const auto name = [&random] {
+        static constexpr char letters[] = {'a', 'b', 'B', '\xE4', '.', '\0'};
+        std::string text(random() % 4, ' ');
+        for (char& letter : text) {
+            letter = letters[random() % std::size(letters)];
+        }
+        return text;
+    };
+    std::size_t hits = 0;
+    for (int round = 0; round < 300; ++round) {
+        DatatypeDescription description;
+        for (std::size_t count = random() % 60; count > 0; --count) {
+            description.subitems.push_back(member(name()));
+        }
+        const Datatype type(description);
+
+        const auto& order = type.subitem_indices_sorted_by_name();
+        ASSERT_EQ(order.size(), type.count_subitems());
+        for (std::size_t i = 1; i < order.size(); ++i) {
+            const std::string& left = type.subitems()[order[i - 1]].name();
+            const std::string& right = type.subitems()[order[i]].name();
+            ASSERT_TRUE(left < right || (left == right && order[i - 1] < order[i]));
+        }
+        for (int question = 0; question < 50; ++question) {
+            const std::string wanted = name();
+            const auto& items = type.subitems();
+            const auto walked =
+                std::find_if(items.begin(), items.end(), [&](const SubItem& item) { return item.name() == wanted; });
+            ASSERT_EQ(type.find_subitem(wanted), walked);
+            hits += walked != items.end();
+        }
+    }
+    EXPECT_GT(hits, 1000u); // the names are few enough to be found
+}
+
+TEST(Datatype, FindCutsTheNameAtItsOperators) {
+    DatatypeDescription description;
+    description.subitems = {member("b"), member("a"), member("b"), member("")};
+    for (const char* name : {"p", "q", "p"}) {
+        description.property_items.emplace_back(name, "INT", 0, 0, "", Attributes());
+        description.method_items.emplace_back(name, "", "", MethodFlags::None);
+    }
+    const Datatype type(description);
+    const struct {
+        std::string name;
+        std::ptrdiff_t position; // 4 is the end
+    } cases[] = {{"a", 1}, {"a^", 1}, {"a`^", 1}, {"a^.x", 1}, {"b", 0},  {"b`", 0},
+                 {"A", 4}, {"a ", 4}, {"a[", 4},  {"", 3},     {"^a", 3}, {"c", 4}};
+    for (const auto& [name, position] : cases) {
+        EXPECT_EQ(type.find_subitem(name) - type.subitems().begin(), position) << name;
+    }
+    EXPECT_EQ(type.find_property("p^") - type.property_items().begin(), 0);
+    EXPECT_EQ(type.find_property("q`x") - type.property_items().begin(), 1);
+    EXPECT_EQ(type.find_property("b"), type.property_items().end());
+    EXPECT_EQ(type.find_method("q^") - type.method_items().begin(), 1);
+    EXPECT_EQ(type.find_method("P"), type.method_items().end());
+}
+
+TEST(Datatype, ByteOrder) {
+    const Attributes none, word = attribute("ZoSwapWord"), dword = attribute("ZoSwapDWord");
+    const struct {
+        FdxDataType type;
+        const Attributes& own;
+        const Attributes& given;
+        bool reversed;
+    } cases[] = {{FdxDataType::UInt16, none, none, false},   {FdxDataType::UInt16, word, none, true},
+                 {FdxDataType::UInt16, none, word, true},    {FdxDataType::UInt16, dword, dword, false},
+                 {FdxDataType::UInt32, dword, none, true},   {FdxDataType::UInt32, none, dword, true},
+                 {FdxDataType::UInt32, word, word, false},   {FdxDataType::Int16, word, word, false},
+                 {FdxDataType::Int32, dword, dword, false},  {FdxDataType::UInt64, dword, word, false},
+                 {FdxDataType::Composite, word, word, false}};
+    std::size_t row = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(row++);
+        DatatypeDescription description;
+        description.fdx_type = c.type;
+        description.attributes = c.own;
+        EXPECT_EQ(Datatype(description).is_byte_order_reversed(c.given), c.reversed);
+    }
+}
+
+TEST(ArrayInfo, TotalsAndBounds) {
+    constexpr std::uint64_t huge = std::numeric_limits<std::uint64_t>::max();
+    constexpr std::int64_t max = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
+    const struct {
+        std::vector<ArrayInfo::Dimension> dimensions;
+        std::uint64_t total;
+        std::vector<std::int64_t> max_indices;
+    } cases[] = {
+        {{}, 0, {}},
+        {{{-1, 3}}, 3, {1}},
+        {{{1, 3}, {0, 2}, {-5, 4}}, 24, {3, 1, -2}},
+        {{{7, 0}, {0, 5}}, 0, {6, 4}},
+        {{{lowest, 0}}, 0, {std::int64_t(lowest) - 1}},
+        {{{0, 1ull << 32}, {0, 1ull << 32}}, huge, {0xFFFFFFFF, 0xFFFFFFFF}}, // 2^64 would wrap to 0
+        {{{0, huge}, {1, 2}, {0, 0}}, 0, {max, 2, -1}},
+        {{{lowest, huge}}, huge, {max}},
+        {{{lowest, 1ull << 63}}, 1ull << 63, {max + lowest}},
+        {{{-1, (1ull << 63) + 1}}, (1ull << 63) + 1, {max}}, // the last that fits
+        {{{1, 1ull << 63}}, 1ull << 63, {max}},              // one more
+    };
+    for (const auto& c : cases) {
+        const ArrayInfo info(c.dimensions, "INT");
+        SCOPED_TRACE(testing::PrintToString(c.max_indices));
+        EXPECT_EQ(info.total_nr_of_elements(), c.total);
+        ASSERT_EQ(info.dimensions(), c.max_indices.size());
+        for (std::size_t i = 0; i < c.max_indices.size(); ++i) {
+            EXPECT_EQ(info.max_index(i), c.max_indices[i]);
+        }
+        EXPECT_THROW((void)info.max_index(info.dimensions()), std::out_of_range);
+    }
+
+    ArrayInfo grown;
+    grown.add_dimension(0, 2);
+    grown.add_dimension(0, 3);
+    EXPECT_EQ(grown.total_nr_of_elements(), 0u);
+    EXPECT_EQ(grown.calculate_total_nr_of_elements(), 6u);
+    grown.recalculate_total_nr_of_elements();
+    EXPECT_EQ(grown.total_nr_of_elements(), 6u);
+}
+
+} // namespace
