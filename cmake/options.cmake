@@ -1,5 +1,15 @@
 # Warnings, sanitizers and the two functions by which folders declare their libraries.
 
+# Precompiled headers need the two settings: gcc keeps them apart from what includes them only so.
+find_program(ZO_CCACHE ccache)
+if(ZO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZO_CCACHE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-fpch-preprocess)
+  endif()
+endif()
+
 add_library(zo_options INTERFACE)
 target_compile_options(zo_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 if(DEFINED ENV{CI})
