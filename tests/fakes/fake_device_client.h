@@ -6,13 +6,40 @@
 #include <functional>
 #include <mutex>
 #include <set>
+#include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace fakes {
 
+using Bytes = std::vector<unsigned char>;
+
+// A request to a device. `state` and `info` have neither group nor bytes.
+struct DeviceRequest {
+    enum Kind { read, write, read_write, state, info } kind;
+    std::int32_t port;
+    ZoHmiFdx::NrxAddr address;
+    std::uint32_t group = 0;
+    std::uint32_t offset = 0;
+    std::uint32_t length = 0; // of the buffer to read into
+    Bytes written;
+};
+
+// `came` is the number of bytes that the client says it read; by default the size of `data`.
+struct DeviceAnswer {
+    std::int32_t code = 0;
+    Bytes data;
+    std::int64_t came = -1;
+    std::uint16_t fdx_state = 0;
+    std::uint16_t device_state = 0;
+    std::string name;
+    ZoHmiFdx::FdxVersion version{};
+};
+
 // The device client in a test program: link the source and call the ten functions. Ports count up from 1. Each call
-// stands in `call_log()` as "FdxPortOpenEx() = 1" or "FdxPortCloseEx(1)"; requests answer 0x701. [any thread]
+// stands in `call_log()` as "FdxPortOpenEx() = 1" or "FdxPortCloseEx(1)". Requests are kept in order and answered by
+// the plan, without one by 0x701. [any thread]
 class FakeDeviceClient {
 public:
     // All ports closed, the local address 5.1.2.3.1.1, every call succeeds.
@@ -35,6 +62,15 @@ public:
         with_state([&](State& state) { state.hook = std::move(hook); });
     }
 
+    // Answers each request from now on, with no lock of the fake locked.
+    void answer_by(std::function<DeviceAnswer(const DeviceRequest&)> plan) {
+        with_state([&](State& state) { state.plan = std::move(plan); });
+    }
+    // The requests since the last call.
+    [[nodiscard]] std::vector<DeviceRequest> take_requests() {
+        return with_state([](State& state) { return std::exchange(state.requests, {}); });
+    }
+
     [[nodiscard]] std::set<std::int32_t> open_ports() {
         return with_state([](State& state) { return state.open; });
     }
@@ -44,7 +80,10 @@ public:
         ZoHmiFdx::NrxNetId local{{5, 1, 2, 3, 1, 1}};
         std::int32_t local_result = 0;
         bool refuse = false;
+        std::int32_t timeout = 5000; // of every port, in milliseconds
         std::function<void()> hook;
+        std::function<DeviceAnswer(const DeviceRequest&)> plan;
+        std::vector<DeviceRequest> requests;
         std::set<std::int32_t> open;
         std::int32_t last_port = 0;
     };
