@@ -1,6 +1,7 @@
 #include "simulator/scenario.h"
 
 #include "platform/link/event_record.h"
+#include "simulator/json_node.h"
 #include "simulator/record_text.h"
 #include "simulator/text_template.h"
 
@@ -25,89 +26,6 @@ constexpr std::int64_t max_log_size = 1000000;
 constexpr std::int64_t max_milliseconds = std::int64_t{1} << 40;
 constexpr int max_depth = 100;
 constexpr std::size_t largest_file = std::size_t{64} << 20;
-
-// A value of the file with its place in it, for errors.
-class Node {
-public:
-    Node(const json& value, std::string place) : value_(&value), place_(std::move(place)) {}
-
-    [[noreturn]] void fail(const std::string& what) const {
-        throw ScenarioError((place_.empty() ? "the scenario" : place_) + ": " + what);
-    }
-
-    // An object with no other members than these.
-    const Node& object(std::initializer_list<const char*> names) const {
-        if (!value_->is_object()) fail("must be an object");
-        for (const auto& [name, value] : value_->items()) {
-            bool known = false;
-            for (const char* allowed : names)
-                known = known || name == allowed;
-            if (!known) fail("unknown key '" + name + "'");
-        }
-        return *this;
-    }
-    std::optional<Node> find(const char* name) const {
-        const auto member = value_->find(name);
-        if (member == value_->end()) return std::nullopt;
-        return Node(*member, inside(name));
-    }
-    Node at(const char* name) const {
-        std::optional<Node> member = find(name);
-        if (!member) fail("lacks '" + std::string(name) + "'");
-        return *member;
-    }
-
-    template <typename Visit>
-    void each_member(Visit visit) const {
-        if (!value_->is_object()) fail("must be an object");
-        for (const auto& [name, value] : value_->items())
-            visit(name, Node(value, inside(name)));
-    }
-    template <typename Visit>
-    void each_item(Visit visit) const {
-        if (!value_->is_array()) fail("must be an array");
-        for (std::size_t i = 0; i < value_->size(); ++i)
-            visit(Node((*value_)[i], place_ + "[" + std::to_string(i) + "]"));
-    }
-
-    bool is_text() const { return value_->is_string(); }
-    const std::string& text() const {
-        if (!value_->is_string()) fail("must be a text");
-        return value_->get_ref<const std::string&>();
-    }
-    bool flag() const {
-        if (!value_->is_boolean()) fail("must be true or false");
-        return value_->get<bool>();
-    }
-    double real() const {
-        if (!value_->is_number()) fail("must be a number");
-        return value_->get<double>();
-    }
-    std::int64_t integer(std::int64_t lowest, std::int64_t highest) const {
-        const bool integer = value_->is_number_integer();
-        const bool huge = value_->is_number_unsigned() && value_->get<std::uint64_t>() >> 63 != 0;
-        if (!integer || huge || value_->get<std::int64_t>() < lowest || value_->get<std::int64_t>() > highest)
-            fail("must be an integer from " + std::to_string(lowest) + " to " + std::to_string(highest));
-        return value_->get<std::int64_t>();
-    }
-    std::uint32_t u32() const {
-        return static_cast<std::uint32_t>(integer(0, std::numeric_limits<std::uint32_t>::max()));
-    }
-    zo_link::Guid guid() const {
-        zo_link::Guid guid;
-        if (!zo_link::parse_guid(text(), guid)) fail("must be a GUID without braces");
-        return guid;
-    }
-    // A text as it stands, anything else as its JSON.
-    std::string text_or_json() const { return value_->is_string() ? text() : value_->dump(); }
-    const json& value() const { return *value_; }
-
-private:
-    std::string inside(const std::string& name) const { return place_.empty() ? name : place_ + "." + name; }
-
-    const json* value_;
-    std::string place_;
-};
 
 class Parser {
 public:

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "simulator/controller/plant.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <span>
+#include <string>
+
+namespace zo_sim {
+
+/// The answer to one request: a device code, and the bytes where it is 0.
+struct DeviceReply {
+    std::uint32_t code = 0;
+    Bytes data;
+};
+
+/// What a controller answers at most.
+struct ControllerLimits {
+    std::uint64_t items = UINT64_MAX;   ///< sub-requests of a sum
+    std::uint64_t bytes = UINT64_MAX;   ///< read by one request
+    std::uint64_t handles = UINT64_MAX; ///< at once
+};
+
+/// A controller's device protocol over its plant: memory, handles, names, upload and sums. On the thread of its target.
+class Controller {
+public:
+    using View = std::span<const std::uint8_t>;
+
+    /// `description` is the controller of a scenario. Throws ScenarioError.
+    explicit Controller(const Node& description);
+
+    DeviceReply read(std::uint32_t group, std::uint32_t offset, std::uint32_t length);
+    DeviceReply write(std::uint32_t group, std::uint32_t offset, View data);
+    DeviceReply read_write(std::uint32_t group, std::uint32_t offset, std::uint32_t length, View data);
+
+    const std::string& name() const { return name_; }
+    const std::string& version() const { return version_; }
+    std::uint16_t state() const { return state_; }
+    void set_state(std::uint16_t state) { state_ = state; }
+    Plant& plant() { return *plant_; }
+
+    ControllerLimits& limits() { return limits_; }
+    /// A group that is off answers 0x701.
+    void switch_group(std::uint32_t group, bool on);
+    /// Requests and sub-requests for this path answer the code, `count` times or, with 0, from now on.
+    void answer_item(const std::string& path, std::uint32_t code, std::uint64_t count);
+    /// The next of the scenario's changes; behind the last one only the revision and the handles change.
+    void online_change();
+    /// Sub-requests so far, by the group of each.
+    const std::map<std::uint32_t, std::uint64_t>& sub_requests() const { return sub_requests_; }
+
+private:
+    struct Handle {
+        Place place;
+        std::string path; // in lower case
+    };
+    struct ItemFault {
+        std::uint32_t code;
+        std::uint64_t left; // 0: without end
+    };
+
+    static void apply_change(nlohmann::json& description, const Node& change);
+    void build(const nlohmann::json& description);
+    /// One request, or one item of a sum.
+    DeviceReply item(std::uint32_t group, std::uint32_t offset, std::uint32_t length, View data, bool writes);
+    DeviceReply sum(std::uint32_t group, std::uint32_t count, std::uint32_t length, View data);
+    DeviceReply memory(std::uint32_t offset, std::uint32_t length, View data, bool writes);
+    DeviceReply value(const Place& place, std::uint32_t length, View data, bool writes);
+    DeviceReply masked(const Place& place, View data);
+    DeviceReply create_handle(std::uint32_t length, View name);
+    DeviceReply upload_info(std::uint32_t length) const;
+    static DeviceReply chunk(const Bytes& block, std::uint32_t offset, std::uint32_t length);
+    std::uint32_t find(View name, Place& place, std::string& path);
+    std::uint32_t fault_of(const std::string& path);
+
+    std::string name_;
+    std::string version_;
+    std::uint16_t state_ = 5;
+    std::string place_; // in the scenario, for errors
+    nlohmann::json description_;
+    std::unique_ptr<Plant> plant_;
+    Bytes symbol_block_;
+    Bytes datatype_block_;
+    std::uint32_t datatype_count_ = 0;
+    std::uint32_t symbol_count_ = 0;
+    std::uint32_t revision_ = 1;
+    std::size_t next_change_ = 0;
+    ControllerLimits limits_;
+    std::set<std::uint32_t> unsupported_;
+    std::map<std::uint32_t, Handle> handles_;
+    std::uint32_t last_handle_ = 0;
+    std::map<std::string, ItemFault> faults_; // by path in lower case
+    std::map<std::uint32_t, std::uint64_t> sub_requests_;
+};
+
+} // namespace zo_sim
