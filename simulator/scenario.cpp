@@ -1,16 +1,14 @@
 #include "simulator/scenario.h"
 
 #include "platform/link/event_record.h"
+#include "platform/link/regular_file.h"
 #include "simulator/record_text.h"
 #include "simulator/text_template.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <fstream>
 #include <initializer_list>
 #include <limits>
 #include <utility>
@@ -93,10 +91,10 @@ public:
     std::uint32_t u32() const {
         return static_cast<std::uint32_t>(integer(0, std::numeric_limits<std::uint32_t>::max()));
     }
-    zo_link::Guid guid() const {
-        zo_link::Guid guid;
-        if (!zo_link::parse_guid(text(), guid)) fail("must be a GUID without braces");
-        return guid;
+    GUID guid() const {
+        const auto guid = ZoHmiSrv::Algorithm::guid_from_string(text(), false);
+        if (!guid) fail("must be a GUID without braces");
+        return *guid;
     }
     // A text as it stands, anything else as its JSON.
     std::string text_or_json() const { return value_->is_string() ? text() : value_->dump(); }
@@ -301,11 +299,11 @@ private:
 const EventClass* Scenario::find_class(std::string_view name) const {
     const auto found = classes.find(std::string(name));
     if (found != classes.end()) return &found->second;
-    zo_link::Guid guid;
-    return zo_link::parse_guid(name, guid) ? find_class(guid) : nullptr;
+    const auto guid = ZoHmiSrv::Algorithm::guid_from_string(name, false);
+    return guid ? find_class(*guid) : nullptr;
 }
 
-const EventClass* Scenario::find_class(const zo_link::Guid& guid) const {
+const EventClass* Scenario::find_class(const GUID& guid) const {
     for (const auto& [key, event_class] : classes)
         if (event_class.guid == guid) return &event_class;
     return nullptr;
@@ -338,14 +336,11 @@ Scenario parse_scenario(std::string_view text) {
 }
 
 Scenario load_scenario(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string text;
-    char chunk[65536];
-    while (text.size() <= largest_file && (file.read(chunk, sizeof chunk), file.gcount() > 0))
-        text.append(chunk, static_cast<std::size_t>(file.gcount()));
-    if (text.size() > largest_file) throw ScenarioError("is larger than 64 MiB");
-    if (!file.eof()) throw ScenarioError("cannot read it: " + std::string(std::strerror(errno)));
-    return parse_scenario(text);
+    try {
+        return parse_scenario(zo_link::read_regular_file(path, largest_file));
+    } catch (const zo_link::FileError& error) {
+        throw ScenarioError(error.what());
+    }
 }
 
 } // namespace zo_sim

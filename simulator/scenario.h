@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/link/guid_text.h"
 #include "simulator/argument_block.h"
+#include "support/guid.h"
 
 #include <cstdint>
 #include <map>
@@ -20,7 +20,7 @@ using LocalizedText = std::map<std::int32_t, std::string>;
 
 struct Source {
     std::optional<std::uint32_t> id;
-    std::optional<zo_link::Guid> guid;
+    std::optional<GUID> guid;
     std::optional<std::string> name;
     LocalizedText text;
 };
@@ -49,7 +49,7 @@ struct EventDefinition {
 };
 
 struct EventClass {
-    zo_link::Guid guid;
+    GUID guid{};
     LocalizedText name;
     std::map<std::uint32_t, EventDefinition> events;
 };
@@ -84,7 +84,7 @@ struct Scenario {
 
     // By key or by GUID text; null when there is none.
     const EventClass* find_class(std::string_view name) const;
-    const EventClass* find_class(const zo_link::Guid& guid) const;
+    const EventClass* find_class(const GUID& guid) const;
     // The text in that language, in another variant of it (same low ten bits), or in the default language.
     const std::string& in_language(const LocalizedText& text, std::int32_t language) const;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/link/guid_text.h"
+#include "support/guid.h"
 
 #include <array>
 #include <cstdint>
@@ -14,12 +14,12 @@ namespace zo_link {
 
 // What the link carries of one logged event, alarm or message. Times are file times: 100 ns since 1601, 0 is "not".
 struct EventRecord {
-    Guid event_class;
+    GUID event_class{};
     std::uint32_t event_id = 0;
     std::uint32_t severity = 0;
     std::int32_t type = 0; // 1 alarm, 0 message
     std::optional<std::uint32_t> source_id;
-    std::optional<Guid> source_guid;
+    std::optional<GUID> source_guid;
     std::optional<std::string> source_name;
     std::int64_t raised = 0;
     std::int64_t cleared = 0;
@@ -52,7 +52,7 @@ bool read_field(const nlohmann::json& map, const char* name, std::uint64_t& valu
 bool read_field(const nlohmann::json& map, const char* name, std::int64_t& value);
 bool read_field(const nlohmann::json& map, const char* name, std::string& value);
 bool read_field(const nlohmann::json& map, const char* name, std::vector<std::uint8_t>& value);
-bool read_field(const nlohmann::json& map, const char* name, Guid& value);
+bool read_field(const nlohmann::json& map, const char* name, GUID& value);
 bool read_field(const nlohmann::json& map, const char* name, std::array<std::uint32_t, 5>& value);
 // A bool (true is -1) or a 16-bit integer.
 bool read_flag(const nlohmann::json& map, const char* name, std::int16_t& value);

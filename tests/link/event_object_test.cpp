@@ -41,7 +41,7 @@ TEST_F(EventObjectTest, FieldsOfALoggedEventComeAsSent) {
     record.severity = 3;
     record.type = 1;
     record.source_id = 12;
-    record.source_guid = zo_link::Guid{1, 2, 3, {4}};
+    record.source_guid = GUID{1, 2, 3, {4}};
     record.source_name = "Door";
     record.cleared = 5;
     record.confirmed = 6;

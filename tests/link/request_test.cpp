@@ -15,7 +15,7 @@ namespace {
 class RequestTest : public ProxyTest {};
 
 constexpr GUID some_class{0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}};
-constexpr char some_class_text[] = "01234567-89ab-cdef-0102-030405060708";
+constexpr char some_class_text[] = "01234567-89AB-CDEF-0102-030405060708";
 
 } // namespace
 
