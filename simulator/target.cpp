@@ -66,7 +66,7 @@ void Target::restore(const std::string& state_file) {
     std::optional<State> state;
     if (!state_file.empty()) {
         state_file_ = std::make_unique<StateFile>(state_file);
-        state = state_file_->load();
+        state = load_state(state_file);
     }
     if (state) {
         instance_ = state->instance;

@@ -1,6 +1,7 @@
 #include "simulator/verbs.h"
 
 #include "platform/link/protocol.h"
+#include "support/utf8.h"
 
 #include <nlohmann/json.hpp>
 
@@ -357,12 +358,9 @@ Verb parse_verb(std::string_view line, const Scenario& scenario) {
     if (line.ends_with('\r')) line.remove_suffix(1);
     while (line.ends_with(' ') || line.ends_with('\t'))
         line.remove_suffix(1);
-    // Texts go into JSON, which holds nothing but UTF-8.
-    try {
-        (void)nlohmann::json(line).dump();
-    } catch (const nlohmann::json::exception&) {
+    // Texts go into JSON, which takes UTF-8 only.
+    if (!ZoHmiSrv::UTF8::is_utf8(std::vector<unsigned char>(line.begin(), line.end())))
         throw VerbError("the line is not UTF-8");
-    }
     return Parser(line, scenario).parse(false);
 }
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <filesystem>
@@ -19,6 +20,7 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace zo_sim {
 namespace {
@@ -252,18 +254,27 @@ TEST_F(TargetTest, HistoryAndSchedule) {
     start();
 }
 
-TEST(Program, LinesSignalsAndStatus) {
-    const zo_test::TemporaryFolder folder;
-    zo_test::write_file(folder / "scenario.json", zo_sim_test::small_scenario);
-    const std::vector<std::string> words{ZO_TARGET_PROGRAM, "--scenario",    folder / "scenario.json", "--port", "0",
-                                         "--state",         folder / "state"};
-    const auto start = [&](const std::string& input) {
-        auto process = std::make_unique<zo_test::Process>(words, folder / "output");
+class Program : public testing::Test {
+protected:
+    Program() { zo_test::write_file(scenario, zo_sim_test::small_scenario); }
+
+    /// Starts the program with files of the folder and an input that ends.
+    auto start(const std::string& input, const char* scenario_name = "scenario", const char* state_name = "state") {
+        auto process = std::make_unique<zo_test::Process>(std::vector<std::string>{ZO_TARGET_PROGRAM, "--port", "0",
+                                                                                   "--scenario", folder / scenario_name,
+                                                                                   "--state", folder / state_name},
+                                                          folder / "output");
         process->write(input);
         process->end_input();
         return process;
-    };
-    const auto output = [&] { return zo_test::read_file(folder / "output"); };
+    }
+    std::string output() const { return zo_test::read_file(folder / "output"); }
+
+    const zo_test::TemporaryFolder folder;
+    const std::filesystem::path scenario = folder / "scenario";
+};
+
+TEST_F(Program, LinesSignalsAndStatus) {
     EXPECT_EQ(start("raise c 2\nraise c 2\nquit\n")->wait(), 0);
     EXPECT_TRUE(output().starts_with("listening 127.0.0.1:")) << output();
     EXPECT_TRUE(output().ends_with("\nok\nerror the alarm is raised already\nok\n")) << output();
@@ -284,16 +295,45 @@ TEST(Program, LinesSignalsAndStatus) {
     std::ofstream(folder / "state", std::ios::app) << "{\n";
     EXPECT_EQ(start("")->wait(), 1);
     EXPECT_NE(output().find("is damaged in line 3"), std::string::npos);
-    zo_test::write_file(folder / "scenario.json", R"({"two\nlines": 1})");
+    zo_test::write_file(scenario, R"({"two\nlines": 1})");
     EXPECT_EQ(start("")->wait(), 1);
     EXPECT_TRUE(output().ends_with("unknown key 'two lines'\n")) << output();
 }
 
-TEST(Program, EndsWhenNobodyReadsItsOutput) {
-    const zo_test::TemporaryFolder folder;
-    std::ofstream(folder / "scenario.json") << zo_sim_test::small_scenario;
+TEST_F(Program, RefusesPipesDevicesAndLockedState) {
+    for (const char* name : {"pipe", "rewrite.new", "unlocked.lock"})
+        ASSERT_EQ(::mkfifo((folder / name).c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", folder / "device");
+    const auto owner = start("", "scenario", "locked");
+    ASSERT_TRUE(zo_test::eventually([&] { return output().starts_with("listening"); }));
+    const struct {
+        const char* scenario;
+        const char* state;
+        const char* error;
+    } rows[] = {
+        {"pipe", "state", "pipe': is not a regular file"},
+        {"device", "state", "is not a regular file"},
+        {"scenario", "pipe", "cannot read state file"},
+        {"scenario", "device", "is not a regular file"},
+        {"scenario", "rewrite", "rewrite.new': is not a regular file"},
+        {"scenario", "unlocked", "unlocked.lock': is not a regular file"},
+        {"scenario", "locked", "is in use by another process"},
+    };
+    for (const auto& row : rows) {
+        const auto process = start("", row.scenario, row.state);
+        ASSERT_TRUE(zo_test::eventually([&] { return !process->runs(); })) << row.error;
+        EXPECT_EQ(process->wait(), 1);
+        EXPECT_NE(output().find(row.error), std::string::npos) << output();
+        EXPECT_EQ(std::ranges::count(output(), '\n'), 1) << output();
+    }
+    owner->signal(SIGKILL);
+    EXPECT_EQ(owner->wait(), -1);
+    EXPECT_EQ(start("quit\n", "scenario", "locked")->wait(), 0); // the lock ends with its process
+}
+
+TEST_F(Program, EndsWhileItsOutputIsFull) {
     const zo_test::UnreadOutput output;
-    zo_test::Process process({ZO_TARGET_PROGRAM, "--scenario", folder / "scenario.json", "--port", "0"}, output.path());
+    zo_test::Process process({ZO_TARGET_PROGRAM, "--scenario", scenario, "--port", "0"}, output.path());
     for (int i = 0; i < 100; ++i)
         process.send("list");
     ASSERT_TRUE(zo_test::eventually([&] { return output.full(); }));
