@@ -162,7 +162,14 @@ int main(int argc, char** argv) {
     app.add_option("--bind", options.bind, "address in numbers")->capture_default_str();
     app.add_option("--state", options.state_file, "keeps log and alarms in this file");
     app.add_flag("--die-with-parent", die_with_parent, "ends with the process that started it");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& help) {
+        return app.exit(help);
+    } catch (const CLI::ParseError& error) {
+        print(stderr, std::string("zo-target: ") + error.what() + "; see zo-target --help");
+        return error.get_exit_code();
+    }
 
     std::signal(SIGPIPE, SIG_IGN);
     if (die_with_parent) {
