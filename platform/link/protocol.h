@@ -13,7 +13,7 @@ inline constexpr std::size_t max_frame_size = std::size_t{16} << 20;
 inline constexpr std::size_t max_nesting = 16;
 /// Memory of a frame that was read: each data item and each key weighs `item_memory` bytes, a text or byte string its
 /// length on top. In bytes a list or map can weigh a hundred times as much as its frame.
-inline constexpr std::size_t max_frame_memory = std::size_t{64} << 20;
+inline constexpr std::size_t max_frame_memory = std::size_t{32} << 20;
 inline constexpr std::size_t item_memory = 96;
 inline constexpr std::size_t max_outstanding_requests = 256;
 inline constexpr std::size_t max_unsent_bytes = std::size_t{64} << 20;
