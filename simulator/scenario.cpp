@@ -24,7 +24,7 @@ constexpr std::int64_t max_milliseconds = std::int64_t{1} << 40;
 constexpr int max_depth = 100;
 constexpr std::size_t largest_file = std::size_t{64} << 20;
 
-// A value of the file with its place in it, for errors.
+/// A value of the file, with its place for errors.
 class Node {
 public:
     Node(const json& value, std::string place) : value_(&value), place_(std::move(place)) {}
@@ -33,7 +33,7 @@ public:
         throw ScenarioError((place_.empty() ? "the scenario" : place_) + ": " + what);
     }
 
-    // An object with no other members than these.
+    /// Requires an object with no other members than these.
     const Node& object(std::initializer_list<const char*> names) const {
         if (!value_->is_object()) fail("must be an object");
         for (const auto& [name, value] : value_->items()) {
@@ -51,7 +51,7 @@ public:
     }
     Node at(const char* name) const {
         std::optional<Node> member = find(name);
-        if (!member) fail("lacks '" + std::string(name) + "'");
+        if (!member) fail("'" + std::string(name) + "' is missing");
         return *member;
     }
 
@@ -96,7 +96,7 @@ public:
         if (!guid) fail("must be a GUID without braces");
         return *guid;
     }
-    // A text as it stands, anything else as its JSON.
+    /// Returns a text unchanged, any other value as JSON.
     std::string text_or_json() const { return value_->is_string() ? text() : value_->dump(); }
     const json& value() const { return *value_; }
 
@@ -132,7 +132,7 @@ public:
     }
 
 private:
-    // Keys are words of verbs.
+    /// Requires one word of a verb.
     static void check_key(const std::string& key, const Node& node) {
         if (key.empty() || key.find_first_of(" \t\"=") != std::string::npos)
             node.fail("a key is one word without '=' and quotes");
@@ -165,7 +165,7 @@ private:
             if (language == scenario_.languages.end()) member.fail("is not among the languages");
             text[language->second] = member.text();
         });
-        if (!text.contains(scenario_.default_language)) node.fail("lacks the default language");
+        if (!text.contains(scenario_.default_language)) node.fail("has no text in the default language");
         return text;
     }
 
@@ -210,7 +210,7 @@ private:
         if (event.confirmation && !event.alarm) node.fail("a message is not confirmed");
         if (const auto key = node.find("source")) {
             event.source = key->text();
-            if (!scenario_.sources.contains(event.source)) key->fail("there is no such source");
+            if (!scenario_.sources.contains(event.source)) key->fail("unknown source");
         }
         if (const auto arguments = node.find("arguments"))
             arguments->each_item([&](const Node& argument) { add_argument(event, argument); });
@@ -237,7 +237,7 @@ private:
         check_key(name.text(), name);
         for (const std::string& other : event.argument_names)
             if (other == name.text()) name.fail("comes twice");
-        if (name.text() == "source" || name.text() == "json") name.fail("has a meaning of its own in verbs");
+        if (name.text() == "source" || name.text() == "json") name.fail("is reserved in verbs");
         event.argument_names.push_back(name.text());
         const std::string& type = node.at("type").text();
         const Node value = node.at("value");
@@ -323,11 +323,11 @@ Scenario parse_scenario(std::string_view text) {
     json document;
     try {
         document = json::parse(text, [](int depth, json::parse_event_t, const json&) {
-            if (depth > max_depth) throw ScenarioError("nests too deep");
+            if (depth > max_depth) throw ScenarioError("is nested too deeply");
             return true;
         });
     } catch (const json::exception& error) {
-        // Without the library's own number and without what it read last, which may be most of the file.
+        // The library's own number and its quote of the input, which may be most of the file, are cut off.
         std::string_view what = error.what();
         what.remove_prefix(std::min(what.find("] ") + 2, what.size()));
         throw ScenarioError("not JSON: " + std::string(what.substr(0, what.find("; last read: "))));

@@ -25,7 +25,7 @@ using nlohmann::json;
 constexpr char format_key[] = "zo-target state";
 constexpr int format_version = 1;
 constexpr std::size_t largest_file = std::size_t{1} << 30;
-// Both leave room to count on from there.
+// Both leave room for higher numbers and times.
 constexpr std::uint64_t max_number = std::uint64_t{1} << 62;
 constexpr FileTime max_time = FileTime{1} << 62;
 

@@ -44,7 +44,7 @@ TextAnswer event_text(const Scenario& scenario, const EventDefinition& event, st
     std::array<std::uint32_t, 5> descriptor{};
     std::vector<std::uint8_t> block;
     if (!read_field(fields, "args", descriptor) || !read_field(fields, "block", block)) return malformed();
-    // A block that cannot be read leaves every placeholder without its argument.
+    // Without a readable block every placeholder is without its argument.
     const auto arguments = unpack_arguments(descriptor, block).value_or(std::vector<Argument>());
     return text(fill_template(scenario.in_language(event.text, language), event.argument_names, arguments));
 }

@@ -87,7 +87,7 @@ protected:
         target_ =
             std::make_unique<Target>(*io_, parse_scenario(scenario_), options_,
                                      Target::Output{[this](const std::string& line) { printed_.push_back(line); },
-                                                    [this](const std::string& line) { complaints_.push_back(line); }});
+                                                    [this](const std::string& line) { errors_.push_back(line); }});
         thread_ = std::thread([this] {
             const auto work = boost::asio::make_work_guard(*io_);
             try {
@@ -120,9 +120,9 @@ protected:
     std::unique_ptr<boost::asio::io_context> io_;
     std::unique_ptr<Target> target_;
     std::thread thread_;
-    std::vector<std::string> printed_;    // of the io thread
-    std::vector<std::string> complaints_; // of the io thread
-    bool state_failed_ = false;           // to be read when the thread has ended
+    std::vector<std::string> printed_; // of the io thread
+    std::vector<std::string> errors_;  // of the io thread
+    bool state_failed_ = false;        // to be read when the thread has ended
 };
 
 TEST_F(TargetTest, ConfirmAndOtherCodes) {
@@ -249,8 +249,8 @@ TEST_F(TargetTest, HistoryAndSchedule) {
     EXPECT_EQ(log[0]["confirmation"], 3) << "by the schedule";
     EXPECT_EQ(log[3]["raised"].get<FileTime>() - raised, 7140 * second + 4) << "raise and clear take one tick each";
     stop();
-    ASSERT_EQ(complaints_.size(), 1u);
-    EXPECT_EQ(complaints_[0], "schedule: 'confirm c 2': no such active alarm");
+    ASSERT_EQ(errors_.size(), 1u);
+    EXPECT_EQ(errors_[0], "schedule: 'confirm c 2': no such active alarm");
     start();
 }
 
