@@ -1,8 +1,7 @@
-#include "platform/link/connection.h"
 #include "platform/link/event_record.h"
 #include "simulator/target.h"
+#include "tests/link/link_client.h"
 #include "tests/simulator/small_scenario.h"
-#include "tests/support/eventually.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
 
@@ -14,7 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
-#include <mutex>
 #include <thread>
 
 #include <boost/asio/executor_work_guard.hpp>
@@ -28,51 +26,7 @@ namespace {
 using namespace std::chrono_literals;
 using nlohmann::json;
 
-class Notes final : public zo_link::ConnectionEvents {
-public:
-    void on_open(std::uint64_t number) override { instance = number; }
-    std::uint32_t on_notification(const json& map, std::size_t) override {
-        const std::lock_guard lock(mutex_);
-        notes_.push_back(map);
-        return 0;
-    }
-    std::uint64_t on_answer() override {
-        const std::lock_guard lock(mutex_);
-        return notes_.size();
-    }
-    void on_lost(std::uint32_t) override { lost_ = true; }
-
-    // Waits for that many; what came meanwhile.
-    std::vector<json> wait(std::size_t count) {
-        zo_test::eventually([&] { return on_answer() >= count || lost_; });
-        const std::lock_guard lock(mutex_);
-        return notes_;
-    }
-    bool wait_lost() {
-        return zo_test::eventually([this] { return lost_.load(); });
-    }
-
-    std::atomic<std::uint64_t> instance = 0;
-
-private:
-    std::atomic<bool> lost_ = false;
-    std::mutex mutex_;
-    std::vector<json> notes_;
-};
-
-struct Client {
-    explicit Client(std::uint16_t port, std::chrono::milliseconds deadline = 10s) {
-        opened = connection.open("127.0.0.1", std::to_string(port),
-                                 {{"role", "logger"}, {"address", "1.2.3.4.1.1"}, {"settings", false}}, deadline);
-    }
-    zo_link::Reply request(const char* operation, const json& fields = json::object()) {
-        return connection.request(operation, fields, 10s);
-    }
-
-    std::shared_ptr<Notes> notes = std::make_shared<Notes>();
-    zo_link::Connection connection{notes};
-    zo_link::Reply opened;
-};
+using Client = zo_test::LinkClient;
 
 class TargetTest : public testing::Test {
 protected:
@@ -134,7 +88,7 @@ TEST_F(TargetTest, ConfirmAndOtherCodes) {
     EXPECT_EQ(client.request("confirm", {{"handle", 2}}).result, 1u);
     EXPECT_EQ(client.request("confirm", {{"handle", 3}}).result, zo_link::code::not_found);
     EXPECT_EQ(client.request("confirm", {{"handle", "2"}}).result, zo_link::code::not_connected) << "dropped";
-    EXPECT_TRUE(client.notes->wait_lost());
+    EXPECT_TRUE(client.wait_lost());
 }
 
 TEST_F(TargetTest, CallbacksDuringAnImportComeBeforeItsAnswer) {
@@ -150,7 +104,7 @@ TEST_F(TargetTest, CallbacksDuringAnImportComeBeforeItsAnswer) {
     const zo_link::Reply active = client.request("get_active_alarms");
     EXPECT_EQ(active.mark, 3u);
     ASSERT_EQ((*active.body)["items"].size(), 1u);
-    EXPECT_EQ(client.notes->wait(4).back()["note"], "alarm_cleared");
+    EXPECT_EQ(client.events->wait(4).back()["note"], "alarm_cleared");
 }
 
 TEST_F(TargetTest, OptionalInterfacesAreLeftOut) {
@@ -175,20 +129,20 @@ TEST_F(TargetTest, LossesOfTheLink) {
         ok("truncate get_logged_events");
         EXPECT_EQ(client.request("get_active_alarms").result, 0u);
         EXPECT_NE(client.request("get_logged_events", {{"count", 1}}).result, 0u);
-        EXPECT_TRUE(client.notes->wait_lost());
+        EXPECT_TRUE(client.wait_lost());
     }
     {
         ok("fail hello 0x98110701");
-        EXPECT_EQ(Client(target_->port()).opened.result, 0x98110701u);
-        EXPECT_EQ(Client(target_->port()).opened.result, 0u);
+        EXPECT_EQ(Client(target_->port()).opened, 0x98110701u);
+        EXPECT_EQ(Client(target_->port()).opened, 0u);
     }
     Client stalled(target_->port(), 2s);
     ok("stall");
-    EXPECT_EQ(stalled.connection.request("get_active_alarms", json::object(), 20ms).result, zo_link::code::timeout);
-    EXPECT_TRUE(stalled.notes->wait_lost()) << "its heartbeat";
+    EXPECT_EQ(stalled.request("get_active_alarms", {}, 20ms).result, zo_link::code::timeout);
+    EXPECT_TRUE(stalled.wait_lost()) << "its heartbeat";
     ok("stall 100"); // in place of the one without end
     Client late(target_->port());
-    EXPECT_EQ(late.opened.result, 0u) << "answered when the stall is over";
+    EXPECT_EQ(late.opened, 0u) << "answered when the stall is over";
 }
 
 TEST_F(TargetTest, ARestartContinues) {
@@ -203,15 +157,15 @@ TEST_F(TargetTest, ARestartContinues) {
     start();
     EXPECT_EQ(list(), before);
     Client client(target_->port());
-    EXPECT_EQ(client.notes->instance.load(), before["instance"]);
+    EXPECT_EQ(client.events->instance.load(), before["instance"]);
     ok("message c 3");
-    EXPECT_EQ(client.notes->wait(1).at(0)["event"]["uid"], 4);
+    EXPECT_EQ(client.events->wait(1).at(0)["event"]["uid"], 4);
 }
 
 TEST_F(TargetTest, NothingIsToldThatIsNotStored) {
     Client client(target_->port());
     ok("raise c 2");
-    ASSERT_EQ(client.notes->wait(1).size(), 1u);
+    ASSERT_EQ(client.events->wait(1).size(), 1u);
     // From here on the file cannot grow.
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
@@ -239,7 +193,7 @@ TEST_F(TargetTest, HistoryAndSchedule) {
     scenario_ = document.dump();
     start();
     Client client(target_->port());
-    EXPECT_EQ(client.notes->wait(4).size(), 4u) << "again and again";
+    EXPECT_EQ(client.events->wait(4).size(), 4u) << "again and again";
     const json log = list()["log"];
     ASSERT_GE(log.size(), 4u);
     constexpr FileTime second = 10000000;
