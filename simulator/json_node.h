@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/link/guid_text.h"
 #include "simulator/scenario.h"
+#include "support/guid.h"
 
 #include <nlohmann/json.hpp>
 
@@ -19,7 +19,7 @@ namespace zo_sim {
 
 using nlohmann::json;
 
-/// A value of the scenario with its place in the file, for errors.
+/// A value of the scenario, with its place in the file for errors.
 class Node {
 public:
     Node(const json& value, std::string place) : value_(&value), place_(std::move(place)) {}
@@ -28,7 +28,7 @@ public:
         throw ScenarioError((place_.empty() ? "the scenario" : place_) + ": " + what);
     }
 
-    // An object with no other members than these.
+    /// Requires an object with no other members than these.
     const Node& object(std::initializer_list<const char*> names) const {
         if (!value_->is_object()) fail("must be an object");
         for (const auto& [name, value] : value_->items()) {
@@ -46,7 +46,7 @@ public:
     }
     Node at(const char* name) const {
         std::optional<Node> member = find(name);
-        if (!member) fail("lacks '" + std::string(name) + "'");
+        if (!member) fail("'" + std::string(name) + "' is missing");
         return *member;
     }
 
@@ -86,7 +86,7 @@ public:
     std::uint32_t u32() const {
         return static_cast<std::uint32_t>(integer(0, std::numeric_limits<std::uint32_t>::max()));
     }
-    /// A number, or its text, which may be hexadecimal behind "0x".
+    /// A number, or its text, which is hexadecimal behind "0x".
     std::uint32_t u32_or_text() const {
         if (!is_text()) return u32();
         std::string_view digits = text();
@@ -97,12 +97,12 @@ public:
         if (read.ec != std::errc() || read.ptr != digits.data() + digits.size()) fail("must be a number of 32 bits");
         return number;
     }
-    zo_link::Guid guid() const {
-        zo_link::Guid guid;
-        if (!zo_link::parse_guid(text(), guid)) fail("must be a GUID without braces");
-        return guid;
+    GUID guid() const {
+        const auto guid = ZoHmiSrv::Algorithm::guid_from_string(text(), false);
+        if (!guid) fail("must be a GUID without braces");
+        return *guid;
     }
-    // A text as it stands, anything else as its JSON.
+    /// Returns a text unchanged, any other value as JSON.
     std::string text_or_json() const { return value_->is_string() ? text() : value_->dump(); }
     const json& value() const { return *value_; }
     const std::string& place() const { return place_; }
