@@ -30,7 +30,8 @@ public:
     virtual void reply(std::uint32_t id, std::uint32_t result) = 0;
     /// Answers with `items`, in as many parts as needed. [any thread]
     virtual void reply_list(std::uint32_t id, std::vector<nlohmann::json> items) = 0;
-    /// Answers the hello; from here on the session gets what `notify_all` sends. [any thread]
+    /// Answers the hello; from here on the session gets what `notify_all` sends, unless its role is "device". [any
+    /// thread]
     virtual void accept(std::uint32_t id, std::uint64_t instance) = 0;
     /// Sends a notification: `fields` with "note" added. [any thread]
     virtual void notify(const char* kind, const nlohmann::json& fields) = 0;

@@ -59,6 +59,12 @@ inline constexpr char source_name[] = "source_name";
 inline constexpr char causes_remedies[] = "causes_remedies";
 inline constexpr char details[] = "details";
 inline constexpr char confirm[] = "confirm";
+// Of the role "device".
+inline constexpr char read[] = "read";
+inline constexpr char write[] = "write";
+inline constexpr char read_write[] = "read_write";
+inline constexpr char device_state[] = "device_state";
+inline constexpr char device_info[] = "device_info";
 } // namespace op
 
 /// Kinds of notifications.

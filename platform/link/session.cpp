@@ -220,6 +220,9 @@ void Session::accept(std::uint32_t id, std::uint64_t instance) {
     if (id != hello_id_ || accepted_) return;
     answer_locked(id, std::move(frames), false);
     accepted_ = true;
+    // The hello was read before its request went to the caller of this function.
+    std::string role;
+    notified_ = !read_field(hello_, "role", role) || role != "device";
 }
 
 void Session::notify(const char* kind, const json& fields) {
@@ -229,7 +232,7 @@ void Session::notify(const char* kind, const json& fields) {
 void Session::notify(const Bytes& frame) {
     if (!frame) return;
     const std::lock_guard lock(mutex_);
-    if (accepted_) push_locked(frame, false);
+    if (accepted_ && notified_) push_locked(frame, false);
 }
 
 void Session::drop() {

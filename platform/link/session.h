@@ -96,6 +96,7 @@ private:
     std::uint32_t hello_id_ = 0;
     bool writing_ = false;
     bool accepted_ = false;
+    bool notified_ = false; // gets notifications
     bool stalled_ = false;
     bool truncate_ = false;
     bool closed_ = false;
