@@ -6,10 +6,11 @@ namespace zo_sim {
 
 namespace {
 
-/// Returns whether a plan for `wanted` applies to this operation and language.
-bool covers(const Verb& wanted, const std::string& operation, std::optional<std::int32_t> language) {
-    if (!wanted.operation.empty() && wanted.operation != operation) return false;
-    return !wanted.language || wanted.language == language;
+/// Returns whether a plan for `wanted` applies to a request.
+bool covers(const Verb& wanted, const RequestKind& request) {
+    if (!wanted.operation.empty() && wanted.operation != request.operation) return false;
+    return (!wanted.language || wanted.language == request.language) &&
+           (!wanted.group || wanted.group == request.group);
 }
 
 } // namespace
@@ -19,13 +20,13 @@ void Plans::add(const Verb& verb) {
         verbs_.push_back(verb);
         return;
     }
-    std::erase_if(verbs_, [&](const Verb& plan) { return covers(verb, plan.operation, plan.language); });
+    std::erase_if(verbs_, [&](const Verb& plan) { return covers(verb, {plan.operation, plan.language, plan.group}); });
 }
 
-RequestPlan Plans::take(const std::string& operation, std::optional<std::int32_t> language) {
+RequestPlan Plans::take(const RequestKind& request) {
     RequestPlan plan;
     const auto use = [&](Verb& verb) {
-        if (!covers(verb, operation, language)) return false;
+        if (!covers(verb, request)) return false;
         switch (verb.kind) {
         case VerbKind::fail:
             if (plan.code) return false;
@@ -37,6 +38,16 @@ RequestPlan Plans::take(const std::string& operation, std::optional<std::int32_t
         case VerbKind::truncate:
             if (plan.truncate) return false;
             plan.truncate = true;
+            break;
+        case VerbKind::shorten:
+            plan.missing += verb.number;
+            break;
+        case VerbKind::lengthen:
+            plan.extra += verb.number;
+            break;
+        case VerbKind::replace:
+            if (plan.bytes) return false;
+            plan.bytes = verb.bytes;
             break;
         case VerbKind::during:
             plan.before.push_back(verb.inner);

@@ -15,19 +15,30 @@ struct RequestPlan {
     std::optional<std::uint32_t> code; // the answer is this code
     std::int64_t delay = 0;            // milliseconds
     bool truncate = false;
+    std::uint32_t missing = 0;                       // bytes fewer than asked for
+    std::uint32_t extra = 0;                         // bytes more than asked for
+    std::optional<std::vector<std::uint8_t>> bytes;  // in place of the answer's
     std::vector<std::shared_ptr<const Verb>> before; // done before the answer
     std::vector<std::shared_ptr<const Verb>> after;  // done after the answer
 };
 
-/// The faults that `fail`, `slow`, `truncate`, `during` and `after` plan. [one thread at a time]
+/// A request, as plans distinguish them.
+struct RequestKind {
+    std::string operation;
+    std::optional<std::int32_t> language;
+    std::optional<std::uint32_t> group;
+};
+
+/// The faults that `fail`, `slow`, `truncate`, `short`, `long`, `replace`, `during` and `after` plan. [one thread at a
+/// time]
 class Plans {
 public:
-    /// Adds one of these verbs; `normal` removes those of its operation and language.
+    /// Adds one of these verbs; `normal` removes those of its operation, language and group.
     void add(const Verb& verb);
 
     /// Returns the plan for a request, and counts it on the verbs with a number of requests. The oldest of several
     /// codes is used and the others wait; delays add up.
-    RequestPlan take(const std::string& operation, std::optional<std::int32_t> language);
+    RequestPlan take(const RequestKind& request);
 
 private:
     std::vector<Verb> verbs_; // `count` requests are left, 0 for always

@@ -27,8 +27,8 @@ constexpr std::size_t largest_file = std::size_t{64} << 20;
 class Parser {
 public:
     Scenario parse(const Node& root) {
-        root.object(
-            {"languages", "default_language", "interfaces", "max_log", "sources", "classes", "history", "schedule"});
+        root.object({"languages", "default_language", "interfaces", "max_log", "sources", "classes", "history",
+                     "schedule", "system", "controllers"});
         parse_languages(root);
         if (const auto interfaces = root.find("interfaces")) parse_interfaces(*interfaces);
         if (const auto size = root.find("max_log"))
@@ -45,6 +45,10 @@ public:
         if (const auto history = root.find("history")) parse_history(*history);
         if (const auto schedule = root.find("schedule"))
             schedule->each_item([this](const Node& node) { scenario_.schedule.push_back(schedule_item(node)); });
+        json devices = json::object();
+        for (const char* key : {"system", "controllers"})
+            if (const auto part = root.find(key)) devices[key] = part->value();
+        scenario_.devices = std::make_shared<const json>(std::move(devices));
         return std::move(scenario_);
     }
 

@@ -5,11 +5,14 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 namespace zo_sim {
 
@@ -81,6 +84,7 @@ struct Scenario {
     std::map<std::string, EventClass> classes;
     std::vector<HistoryItem> history;
     std::vector<ScheduleItem> schedule;
+    std::shared_ptr<const nlohmann::json> devices; // an object with the keys `system` and `controllers`, unchecked
 
     /// Finds a class by key or by GUID text; null if there is none.
     const EventClass* find_class(std::string_view name) const;

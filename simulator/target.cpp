@@ -1,6 +1,7 @@
 #include "simulator/target.h"
 
 #include "platform/link/protocol.h"
+#include "simulator/device_verbs.h"
 #include "simulator/record_text.h"
 
 #include <boost/asio/post.hpp>
@@ -43,7 +44,7 @@ void check_outcome(Outcome outcome) {
 
 Target::Target(boost::asio::io_context& io, Scenario scenario, const TargetOptions& options, Output output)
     : io_(io), scenario_(std::move(scenario)), output_(std::move(output)), interfaces_(scenario_.interfaces),
-      log_(scenario_.max_log), schedule_timer_(io), stall_timer_(io) {
+      log_(scenario_.max_log), devices_(Node(*scenario_.devices, "")), schedule_timer_(io), stall_timer_(io) {
     read_schedule();
     restore(options.state_file);
     zo_link::ServerEvents events;
@@ -181,6 +182,9 @@ void Target::execute(const Verb& verb) {
     case VerbKind::fail:
     case VerbKind::slow:
     case VerbKind::truncate:
+    case VerbKind::shorten:
+    case VerbKind::lengthen:
+    case VerbKind::replace:
     case VerbKind::during:
     case VerbKind::after:
     case VerbKind::normal:
@@ -193,10 +197,13 @@ void Target::execute(const Verb& verb) {
         output_.print(to_line(sessions_json()));
         break;
     case VerbKind::requests:
-        output_.print(to_line(json(requests_)));
+        output_.print(to_line(requests_json()));
         break;
     case VerbKind::quit:
         io_.stop();
+        break;
+    default:
+        execute_device_verb(devices_, verb, output_.print);
         break;
     }
 }

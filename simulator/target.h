@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/link/link_server.h"
+#include "simulator/controller/system.h"
 #include "simulator/event_log.h"
 #include "simulator/plans.h"
 #include "simulator/scenario.h"
@@ -34,8 +35,8 @@ struct TargetOptions {
     std::string state_file; // empty: none
 };
 
-/// One simulated target: the log, and the clients, verbs and schedule that change it. All of it runs on the thread of
-/// `io`. A change goes to the state file first, then to the clients.
+/// One simulated target: the log, the controllers, and the clients, verbs and schedule that change it. All of it runs
+/// on the thread of `io`. A change goes to the state file first, then to the clients.
 class Target {
 public:
     /// Get lines without their end: the output of verbs, and the errors of the schedule. [io thread]
@@ -88,13 +89,17 @@ private:
     nlohmann::json list_json() const;
     nlohmann::json sessions_json() const;
 
+    nlohmann::json requests_json() const;
+    bool is_device_session(const Session& session) const;
+
     void on_request(const Request& request);
     void finish(const Request& request, const RequestPlan& plan);
-    void answer(const Request& request);
+    void answer(const Request& request, const RequestPlan& plan);
     void answer_hello(const Request& request);
     void answer_logged_events(const Request& request);
     void answer_confirm(const Request& request);
     void answer_text_request(const Request& request);
+    void answer_device(const Request& request, const RequestPlan& plan);
     void reply_events(const Request& request, const std::vector<zo_link::EventRecord>& records);
     nlohmann::json offered(zo_link::EventRecord record) const;
 
@@ -103,6 +108,7 @@ private:
     const Output output_;
     Interfaces interfaces_;
     EventLog log_;
+    DeviceSystem devices_;
     std::unique_ptr<StateFile> state_file_;
     std::uint64_t instance_ = 0;
     Plans plans_;

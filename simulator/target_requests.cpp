@@ -1,6 +1,7 @@
 // The answers of a target to its clients' requests.
 
 #include "platform/link/protocol.h"
+#include "simulator/device_requests.h"
 #include "simulator/target.h"
 #include "simulator/text_answers.h"
 
@@ -15,16 +16,29 @@ namespace op = zo_link::op;
 
 constexpr std::uint32_t already_confirmed_code = 1;
 
+RequestKind kind_of(const std::string& operation, const json& fields) {
+    RequestKind kind{operation, {}, {}};
+    if (std::int32_t number = 0; zo_link::read_field(fields, "language", number)) kind.language = number;
+    if (std::uint32_t number = 0; is_device_operation(operation) && zo_link::read_field(fields, "group", number))
+        kind.group = number;
+    return kind;
+}
+
+/// Clients may send any operation and group: what is unknown shares a counter.
+std::string counter_of(const RequestKind& kind) {
+    if (!is_operation(kind.operation)) return "other";
+    return kind.group ? kind.operation + group_text(*kind.group) : kind.operation;
+}
+
 } // namespace
 
 void Target::on_request(const Request& request) {
-    ++requests_[is_operation(request.operation) ? request.operation : "other"];
+    const RequestKind kind = kind_of(request.operation, request.fields);
+    ++requests_[counter_of(kind)];
     // A session that opens during a stall also waits for its end.
     if (stalled_) request.session->stall(true);
 
-    std::optional<std::int32_t> language;
-    if (std::int32_t number = 0; zo_link::read_field(request.fields, "language", number)) language = number;
-    RequestPlan plan = plans_.take(request.operation, language);
+    RequestPlan plan = plans_.take(kind);
     for (const auto& verb : plan.before)
         execute_planned("during", *verb);
     if (plan.delay == 0) return finish(request, plan);
@@ -37,17 +51,21 @@ void Target::on_request(const Request& request) {
 
 void Target::finish(const Request& request, const RequestPlan& plan) {
     if (plan.truncate) request.session->truncate_next_reply();
-    if (plan.code)
+    if (plan.code && !is_device_operation(request.operation))
         request.session->reply(request.id, *plan.code);
     else
-        answer(request);
+        answer(request, plan);
     for (const auto& verb : plan.after)
         execute_planned("after", *verb);
 }
 
-void Target::answer(const Request& request) {
+void Target::answer(const Request& request, const RequestPlan& plan) {
     const std::string& operation = request.operation;
     if (operation == op::hello) return answer_hello(request);
+    // Each role has its own operations.
+    if (is_device_operation(operation) != is_device_session(request.session))
+        return request.session->reply(request.id, zo_link::code::not_supported);
+    if (is_device_operation(operation)) return answer_device(request, plan);
     if (operation == op::get_active_alarms) return reply_events(request, log_.active_alarms());
     if (operation == op::get_logged_events) return answer_logged_events(request);
     if (operation == op::confirm) return answer_confirm(request);
@@ -63,7 +81,8 @@ void Target::answer(const Request& request) {
 void Target::answer_hello(const Request& request) {
     std::string role;
     if (!zo_link::read_field(request.fields, "role", role)) return request.session->drop();
-    if (role != "logger") return request.session->reply(request.id, zo_link::code::not_supported);
+    if (role != "logger" && !(role == "device" && devices_.exists()))
+        return request.session->reply(request.id, zo_link::code::not_supported);
     // The session may have ended: a plan may have delayed this answer.
     const auto open = server_->sessions();
     if (std::ranges::find(open, request.session) == open.end()) return;
@@ -73,6 +92,27 @@ void Target::answer_hello(const Request& request) {
     hello.erase("op");
     hellos_[request.session->number()] = std::move(hello);
     request.session->accept(request.id, instance_);
+}
+
+bool Target::is_device_session(const Session& session) const {
+    const auto hello = hellos_.find(session->number());
+    return hello != hellos_.end() && hello->second["role"] == "device";
+}
+
+json Target::requests_json() const {
+    json counts = requests_;
+    for (const auto& [port, controller] : devices_.controllers())
+        for (const auto& [group, count] : controller->sub_requests()) {
+            json& sum = counts["item" + group_text(group)];
+            sum = count + (sum.is_null() ? 0 : sum.get<std::uint64_t>());
+        }
+    return counts;
+}
+
+void Target::answer_device(const Request& request, const RequestPlan& plan) {
+    auto answer = zo_sim::answer_device(devices_, request.operation, request.fields, plan);
+    if (!answer) return request.session->drop(); // a field is missing
+    request.session->reply(request.id, zo_link::code::ok, *answer);
 }
 
 void Target::answer_logged_events(const Request& request) {

@@ -1,12 +1,11 @@
 #include "simulator/verbs.h"
 
 #include "platform/link/protocol.h"
+#include "simulator/device_verbs.h"
+#include "simulator/verb_words.h"
 #include "support/utf8.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 #include <limits>
 #include <vector>
@@ -42,6 +41,17 @@ constexpr Name verb_names[] = {
     {"list", VerbKind::list},
     {"sessions", VerbKind::sessions},
     {"requests", VerbKind::requests},
+    {"short", VerbKind::shorten},
+    {"long", VerbKind::lengthen},
+    {"replace", VerbKind::replace},
+    {"peek", VerbKind::peek},
+    {"poke", VerbKind::poke},
+    {"step", VerbKind::step},
+    {"online-change", VerbKind::online_change},
+    {"device-state", VerbKind::device_state},
+    {"limits", VerbKind::limits},
+    {"group", VerbKind::group},
+    {"item", VerbKind::item},
     {"quit", VerbKind::quit},
 };
 
@@ -58,102 +68,13 @@ constexpr std::string_view operations[] = {
     zo_link::op::confirm,
 };
 
-constexpr std::uint64_t max_flood = 10000000;
-constexpr std::int64_t max_milliseconds = 86400000;
-
-std::string in_quotes(std::string_view word) {
-    return "'" + std::string(word) + "'";
-}
-
-/// The words of a line. A word, or the value behind its '=', is literal or a JSON string.
-class Words {
-public:
-    explicit Words(std::string_view line) : rest_(line) { skip_spaces(); }
-
-    bool empty() const { return rest_.empty(); }
-    std::string_view rest() const { return rest_; }
-
-    std::string next(const char* what) {
-        if (rest_.empty()) throw VerbError(std::string("missing ") + what);
-        std::string word = part(" \t");
-        end_word();
-        return word;
-    }
-    /// Takes NAME=VALUE; false, and nothing is taken, if the next word has no '='.
-    bool next_assignment(std::string& name, std::string& value) {
-        const std::size_t end = rest_.find_first_of(" \t\"=");
-        if (end == std::string_view::npos || end == 0 || rest_[end] != '=') return false;
-        name = rest_.substr(0, end);
-        rest_.remove_prefix(end + 1);
-        value = part(" \t");
-        end_word();
-        return true;
-    }
-    void expect_end() const {
-        if (!rest_.empty()) throw VerbError("unexpected " + in_quotes(rest_));
-    }
-
-private:
-    void skip_spaces() { rest_.remove_prefix(std::min(rest_.find_first_not_of(" \t"), rest_.size())); }
-    void end_word() {
-        if (!rest_.empty() && rest_[0] != ' ' && rest_[0] != '\t') throw VerbError("a quote ends inside a word");
-        skip_spaces();
-    }
-    std::string part(const char* separators) {
-        if (!rest_.starts_with('"')) {
-            const std::string_view word = rest_.substr(0, rest_.find_first_of(separators));
-            rest_.remove_prefix(word.size());
-            return std::string(word);
-        }
-        std::size_t end = 1;
-        while (end < rest_.size() && rest_[end] != '"')
-            end += rest_[end] == '\\' ? 2 : 1;
-        if (end >= rest_.size()) throw VerbError("a quote is not closed");
-        const auto text = nlohmann::json::parse(rest_.substr(0, end + 1), nullptr, false);
-        if (!text.is_string()) throw VerbError("the quoted text is not a JSON string");
-        rest_.remove_prefix(end + 1);
-        return text.get<std::string>();
-    }
-
-    std::string_view rest_;
+constexpr std::string_view device_operations[] = {
+    zo_link::op::read, zo_link::op::write, zo_link::op::read_write, zo_link::op::device_state, zo_link::op::device_info,
 };
 
-template <typename Number>
-bool read_number(std::string_view word, Number& number, int base = 10) {
-    const char* end = word.data() + word.size();
-    std::from_chars_result parsed;
-    if constexpr (std::is_floating_point_v<Number>)
-        parsed = std::from_chars(word.data(), end, number);
-    else
-        parsed = std::from_chars(word.data(), end, number, base);
-    return parsed.ec == std::errc() && parsed.ptr == end;
-}
-
-template <typename Number>
-Number number(Words& words, const char* what, Number lowest, Number highest) {
-    const std::string word = words.next(what);
-    Number number{};
-    if (!read_number(word, number) || number < lowest || number > highest)
-        throw VerbError(in_quotes(word) + " is no " + what + " from " + std::to_string(lowest) + " to " +
-                        std::to_string(highest));
-    return number;
-}
-
-/// Reads a result code in decimal or, with 0x, hexadecimal digits.
-std::uint32_t result_code(Words& words) {
-    const std::string word = words.next("code");
-    std::uint32_t code = 0;
-    const bool hex = word.starts_with("0x");
-    if (!read_number(std::string_view(word).substr(hex ? 2 : 0), code, hex ? 16 : 10))
-        throw VerbError(in_quotes(word) + " is no result code");
-    return code;
-}
-
-bool on_or_off(std::string_view word, std::string_view on, std::string_view off) {
-    if (word != on && word != off)
-        throw VerbError(in_quotes(word) + " is neither " + std::string(on) + " nor " + std::string(off));
-    return word == on;
-}
+constexpr std::uint64_t max_flood = 10000000;
+constexpr std::int64_t max_milliseconds = 86400000;
+constexpr std::uint32_t max_bytes = std::uint32_t{64} << 20;
 
 Argument argument_value(const Argument& like, const std::string& name, const std::string& word) {
     bool valid = true;
@@ -215,7 +136,7 @@ private:
             break;
         case VerbKind::fail:
             parse_operation();
-            verb_.code = result_code(words_);
+            verb_.code = unsigned_number(words_, "result code");
             parse_count();
             break;
         case VerbKind::slow:
@@ -225,6 +146,18 @@ private:
             break;
         case VerbKind::truncate:
             parse_operation();
+            break;
+        case VerbKind::shorten:
+        case VerbKind::lengthen:
+        case VerbKind::replace:
+            parse_operation();
+            if (verb_.operation != zo_link::op::read && verb_.operation != zo_link::op::read_write)
+                throw VerbError("only answers of read and read_write have bytes");
+            if (verb_.kind == VerbKind::replace)
+                verb_.bytes = hex_word(words_);
+            else
+                verb_.number = number<std::uint32_t>(words_, "number of bytes", 1, max_bytes);
+            parse_count();
             break;
         case VerbKind::during:
         case VerbKind::after:
@@ -237,6 +170,7 @@ private:
             if (!words_.empty()) parse_operation();
             break;
         default: // the others have no arguments
+            if (is_device_verb(verb_.kind)) verb_.device = parse_device_verb(verb_.kind, words_);
             break;
         }
     }
@@ -310,10 +244,18 @@ private:
         verb_.event.source_name = source->second.name;
     }
 
-    // KIND or KIND@LANGUAGE
+    // KIND, KIND@LANGUAGE or KIND@GROUP
     void parse_operation() {
         std::string word = words_.next("kind of request");
-        if (const std::size_t at = word.find('@'); at != std::string::npos) {
+        const std::size_t at = word.find('@');
+        const bool has_group = at != std::string::npos && is_device_operation(word.substr(0, at));
+        if (has_group) {
+            std::uint32_t group = 0;
+            if (!read_unsigned(std::string_view(word).substr(at + 1), group))
+                throw VerbError("no number of a group in " + in_quotes(word));
+            verb_.group = group;
+            word.resize(at);
+        } else if (at != std::string::npos) {
             const auto language = scenario_.languages.find(word.substr(at + 1));
             if (language == scenario_.languages.end()) throw VerbError("unknown language in " + in_quotes(word));
             verb_.language = language->second;
@@ -365,7 +307,11 @@ Verb parse_verb(std::string_view line, const Scenario& scenario) {
 }
 
 bool is_operation(std::string_view word) {
-    return std::find(std::begin(operations), std::end(operations), word) != std::end(operations);
+    return std::ranges::find(operations, word) != std::end(operations) || is_device_operation(word);
+}
+
+bool is_device_operation(std::string_view word) {
+    return std::ranges::find(device_operations, word) != std::end(device_operations);
 }
 
 bool is_logger_verb(const Verb& verb) {

@@ -8,6 +8,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace zo_sim {
 
@@ -19,9 +20,9 @@ struct DeviceReply {
 
 /// What a controller answers at most.
 struct ControllerLimits {
-    std::uint64_t items = UINT64_MAX;   ///< sub-requests of a sum
-    std::uint64_t bytes = UINT64_MAX;   ///< read by one request
-    std::uint64_t handles = UINT64_MAX; ///< at once
+    std::uint64_t items = UINT64_MAX; ///< sub-requests of a sum
+    std::uint64_t bytes = UINT64_MAX; ///< read by one request
+    std::uint64_t handles = 100000;   ///< at once
 };
 
 /// A controller's device protocol over its plant: memory, handles, names, upload and sums. On the thread of its target.
@@ -37,7 +38,6 @@ public:
     DeviceReply read_write(std::uint32_t group, std::uint32_t offset, std::uint32_t length, View data);
 
     const std::string& name() const { return name_; }
-    const std::string& version() const { return version_; }
     std::uint16_t state() const { return state_; }
     void set_state(std::uint16_t state) { state_ = state; }
     Plant& plant() { return *plant_; }
@@ -47,9 +47,11 @@ public:
     void switch_group(std::uint32_t group, bool on);
     /// Requests and sub-requests for this path answer the code, `count` times or, with 0, from now on.
     void answer_item(const std::string& path, std::uint32_t code, std::uint64_t count);
+    /// Adds `delta` to a number, and turns back at the ends. Throws ScenarioError.
+    void step(const std::string& path, double delta, double low, double high);
     /// The next of the scenario's changes; behind the last one only the revision and the handles change.
     void online_change();
-    /// Sub-requests so far, by the group of each.
+    /// Sub-requests so far, by the group of each; 0 stands for all groups that nobody answers.
     const std::map<std::uint32_t, std::uint64_t>& sub_requests() const { return sub_requests_; }
 
 private:
@@ -62,30 +64,39 @@ private:
         std::uint64_t left; // 0: without end
     };
 
+    /// One request, or one item of a sum. A read-write of a value writes first.
+    struct Request {
+        std::uint32_t group;
+        std::uint32_t offset;
+        std::uint32_t length; // to be read
+        View data;
+        bool writes;
+    };
+
     static void apply_change(nlohmann::json& description, const Node& change);
-    void build(const nlohmann::json& description);
-    /// One request, or one item of a sum.
-    DeviceReply item(std::uint32_t group, std::uint32_t offset, std::uint32_t length, View data, bool writes);
-    DeviceReply sum(std::uint32_t group, std::uint32_t count, std::uint32_t length, View data);
-    DeviceReply memory(std::uint32_t offset, std::uint32_t length, View data, bool writes);
-    DeviceReply value(const Place& place, std::uint32_t length, View data, bool writes);
+    void build(const Node& description);
+    DeviceReply item(const Request& request);
+    DeviceReply by_name(const Request& request);
+    DeviceReply memory(const Request& request);
+    DeviceReply value(const Place& place, const Request& request);
     DeviceReply masked(const Place& place, View data);
     DeviceReply create_handle(std::uint32_t length, View name);
     DeviceReply upload_info(std::uint32_t length) const;
-    static DeviceReply chunk(const Bytes& block, std::uint32_t offset, std::uint32_t length);
+    static DeviceReply chunk(const Bytes& block, const Request& request);
+    DeviceReply sum(std::uint32_t group, std::uint32_t count, std::uint32_t length, View data);
+    /// Reads the items of a sum. False where they do not fit the data, or their answer does not fit the length.
+    static bool read_sum(std::uint32_t group, std::uint32_t count, std::uint32_t length, View data,
+                         std::vector<Request>& items);
     std::uint32_t find(View name, Place& place, std::string& path);
     std::uint32_t fault_of(const std::string& path);
 
     std::string name_;
-    std::string version_;
     std::uint16_t state_ = 5;
     std::string place_; // in the scenario, for errors
     nlohmann::json description_;
     std::unique_ptr<Plant> plant_;
     Bytes symbol_block_;
     Bytes datatype_block_;
-    std::uint32_t datatype_count_ = 0;
-    std::uint32_t symbol_count_ = 0;
     std::uint32_t revision_ = 1;
     std::size_t next_change_ = 0;
     ControllerLimits limits_;
@@ -93,6 +104,7 @@ private:
     std::map<std::uint32_t, Handle> handles_;
     std::uint32_t last_handle_ = 0;
     std::map<std::string, ItemFault> faults_; // by path in lower case
+    std::set<std::string> falling_;           // paths of steps that turned back at the upper end
     std::map<std::uint32_t, std::uint64_t> sub_requests_;
 };
 

@@ -1,5 +1,6 @@
 #include "simulator/controller/plant.h"
 
+#include "simulator/controller/groups.h"
 #include "support/utf8.h"
 
 #include <algorithm>
@@ -11,8 +12,8 @@ namespace zo_sim {
 
 namespace {
 
-constexpr Plant::Code not_found = 0x710;
-constexpr Plant::Code invalid_address = 0x704;
+constexpr Plant::Code not_found = device_code::symbol_not_found;
+using device_code::invalid_address;
 constexpr std::uint64_t first_address = 0x10000000;
 constexpr std::uint64_t max_memory = std::uint64_t{1} << 28;
 constexpr std::string_view delimiters = ".[^#";

@@ -56,10 +56,10 @@ const std::pair<std::string, std::int64_t>* find_enumerator(const Type& type, co
 }
 
 std::uint64_t integer_bits(const Type& type, const Type& number, const Node& node) {
-    const json& value = node.value();
+    json value = node.value();
     if (value.is_string()) {
-        if (const auto* named = find_enumerator(type, node.text())) return static_cast<std::uint64_t>(named->second);
-        return node.u32_or_text();
+        const auto* named = find_enumerator(type, node.text());
+        value = named ? json(named->second) : json(node.u32_or_text());
     }
     if (value.is_boolean()) return value.get<bool>() ? 1 : 0;
     if (!value.is_number_integer()) node.fail("must be an integer");
@@ -142,7 +142,7 @@ json Plant::value_of(const Place& place) const {
 void Plant::set_value(const Place& place, const Node& node) {
     const Type& type = place.type->plain();
     const json& value = node.value();
-    if (value.is_string() && node.text().starts_with("hex:")) {
+    if (value.is_string() && node.text().starts_with("hex:") && place.bit < 0) {
         const Bytes bytes = bytes_of_hex(std::string_view(node.text()).substr(4), node);
         if (bytes.size() > place.size()) node.fail("is longer than the type");
         std::copy(bytes.begin(), bytes.end(), memory_.begin() + place.offset);
@@ -160,7 +160,8 @@ void Plant::set_value(const Place& place, const Node& node) {
     case TypeKind::reference: {
         if (value.is_null() || value == 0) return put_bits(*this, place, 0);
         Place target;
-        if (!node.text().starts_with('&') || resolve(std::string_view(node.text()).substr(1), target) != 0)
+        if (!node.text().starts_with('&') || resolve(std::string_view(node.text()).substr(1), target) != 0 ||
+            target.bit >= 0)
             node.fail("must be \"&PATH\" of a symbol");
         return put_bits(*this, place, first_address + target.offset);
     }

@@ -1,6 +1,7 @@
 #include "simulator/controller/system.h"
 
 #include "platform/link/routes.h"
+#include "simulator/controller/groups.h"
 #include "support/utf8.h"
 
 #include <algorithm>
@@ -15,17 +16,16 @@ constexpr std::uint32_t router_port = 1;
 constexpr std::uint32_t identity_port = 30;
 constexpr std::uint32_t system_service_port = 10000;
 
-constexpr std::uint32_t port_not_found = 0x6;
-constexpr std::uint32_t invalid_group = 0x702;
-constexpr std::uint32_t no_more_routes = 0x716;
+using device_code::invalid_group;
+using device_code::port_not_found;
 
-constexpr std::uint32_t group_remotes = 3;
 constexpr std::uint32_t offset_all_remotes = 1;
 constexpr std::uint32_t offset_remote_count = 2;
 constexpr std::size_t router_name_size = 32;
-constexpr std::uint32_t group_system_id = 0x01010004;
-constexpr std::uint32_t group_enumerate_remote = 0x323;
-constexpr std::uint32_t group_product_version = 0xA0;
+
+bool has_service(std::uint32_t port) {
+    return port == router_port || port == identity_port || port == system_service_port;
+}
 
 void append_number(Bytes& bytes, std::uint32_t number) {
     const auto* const start = reinterpret_cast<const std::uint8_t*>(&number);
@@ -43,7 +43,7 @@ Bytes field(const std::string& text) {
     return bytes;
 }
 
-/// "3.1.4024" as numbers that each fit 16 bits.
+/// "3.1.4024.53" as numbers that each fit 16 bits.
 std::vector<std::uint16_t> numbers_of(const Node& node, std::size_t count) {
     std::vector<std::uint16_t> numbers;
     std::string_view rest = node.text();
@@ -59,6 +59,12 @@ std::vector<std::uint16_t> numbers_of(const Node& node, std::size_t count) {
     return numbers;
 }
 
+DeviceSystem::Version version_of(const Node& node) {
+    const auto numbers = numbers_of(node, 3);
+    if (numbers[0] > 255 || numbers[1] > 255) node.fail("begins with two numbers up to 255");
+    return {static_cast<std::uint8_t>(numbers[0]), static_cast<std::uint8_t>(numbers[1]), numbers[2]};
+}
+
 DeviceReply cut(Bytes bytes, std::uint32_t length) {
     bytes.resize(std::min<std::size_t>(bytes.size(), length));
     return {0, std::move(bytes)};
@@ -70,18 +76,11 @@ DeviceSystem::DeviceSystem(const Node& scenario) {
     if (const auto system = scenario.find("system")) {
         exists_ = true;
         system->object({"id", "device", "product", "routes"});
-        if (const auto id = system->find("id")) {
-            const auto guid = ZoHmiSrv::Algorithm::guid_from_string(id->text(), false);
-            if (!guid) id->fail("must be a GUID without braces");
-            id_ = *guid;
-        }
+        if (const auto id = system->find("id")) id_ = id->guid();
         if (const auto device = system->find("device")) {
             device->object({"name", "version"});
             device_name_ = device->at("name").text();
-            const auto numbers = numbers_of(device->at("version"), 3);
-            if (numbers[0] > 255 || numbers[1] > 255) device->at("version").fail("begins with two numbers up to 255");
-            device_version_ = {static_cast<std::uint8_t>(numbers[0]), static_cast<std::uint8_t>(numbers[1]),
-                               numbers[2]};
+            device_version_ = version_of(device->at("version"));
         }
         if (const auto product = system->find("product")) product_ = numbers_of(*product, 4);
         if (const auto routes = system->find("routes"))
@@ -102,9 +101,8 @@ DeviceSystem::DeviceSystem(const Node& scenario) {
             const auto read = std::from_chars(key.data(), key.data() + key.size(), port);
             if (read.ec != std::errc() || read.ptr != key.data() + key.size() || port == 0)
                 node.fail("a controller's key is its port");
-            if (port == router_port || port == identity_port || port == system_service_port)
-                node.fail("the port has a service already");
-            if (const auto version = node.find("version")) numbers_of(*version, 3); // fails at the start, not later
+            if (has_service(port)) node.fail("the port has a service already");
+            if (const auto version = node.find("version")) versions_[port] = version_of(*version);
             controllers_[port] = std::make_unique<Controller>(node);
         });
     }
@@ -131,20 +129,20 @@ DeviceReply DeviceSystem::read(std::uint32_t port, std::uint32_t group, std::uin
 }
 
 DeviceReply DeviceSystem::write(std::uint32_t port, std::uint32_t group, std::uint32_t offset, Controller::View data) {
-    if (port == router_port || port == identity_port || port == system_service_port) return {invalid_group, {}};
+    if (has_service(port)) return {invalid_group, {}};
     Controller* const found = controller(port);
     return found ? found->write(group, offset, data) : DeviceReply{port_not_found, {}};
 }
 
 DeviceReply DeviceSystem::read_write(std::uint32_t port, std::uint32_t group, std::uint32_t offset,
                                      std::uint32_t length, Controller::View data) {
-    if (port == router_port || port == identity_port || port == system_service_port) return {invalid_group, {}};
+    if (has_service(port)) return {invalid_group, {}};
     Controller* const found = controller(port);
     return found ? found->read_write(group, offset, length, data) : DeviceReply{port_not_found, {}};
 }
 
 DeviceSystem::States DeviceSystem::states(std::uint32_t port) {
-    if (port == router_port || port == identity_port || port == system_service_port) return {0, 5, 0};
+    if (has_service(port)) return {0, 5, 0};
     Controller* const found = controller(port);
     return found ? States{0, found->state(), 0} : States{port_not_found, 0, 0};
 }
@@ -153,17 +151,12 @@ DeviceSystem::Info DeviceSystem::info(std::uint32_t port) {
     if (port == system_service_port) return {0, device_name_, device_version_};
     Controller* const found = controller(port);
     if (!found) return {port_not_found, {}, {}};
-    Info info{0, found->name(), {}};
-    const json version = found->version();
-    if (!found->version().empty()) {
-        const auto numbers = numbers_of(Node(version, "version"), 3);
-        info.version = {static_cast<std::uint8_t>(numbers[0]), static_cast<std::uint8_t>(numbers[1]), numbers[2]};
-    }
-    return info;
+    const auto version = versions_.find(port);
+    return {0, found->name(), version == versions_.end() ? Version() : version->second};
 }
 
 DeviceReply DeviceSystem::read_router(std::uint32_t group, std::uint32_t offset, std::uint32_t length) const {
-    if (group != group_remotes) return {invalid_group, {}};
+    if (group != group::remotes) return {invalid_group, {}};
     Bytes bytes;
     if (offset == offset_remote_count) {
         append_number(bytes, static_cast<std::uint32_t>(routes_.size()));
@@ -177,13 +170,13 @@ DeviceReply DeviceSystem::read_router(std::uint32_t group, std::uint32_t offset,
             append(bytes, record.main.net_id);
         }
     } else {
-        return {0x703, {}};
+        return {device_code::invalid_offset, {}};
     }
     return cut(std::move(bytes), length);
 }
 
 DeviceReply DeviceSystem::read_identity(std::uint32_t group, std::uint32_t offset, std::uint32_t length) const {
-    if (group != group_system_id || offset != 1) return {invalid_group, {}};
+    if (group != group::system_id || offset != 1) return {invalid_group, {}};
     Bytes bytes(sizeof id_);
     std::memcpy(bytes.data(), &id_, sizeof id_);
     return cut(std::move(bytes), length);
@@ -192,15 +185,15 @@ DeviceReply DeviceSystem::read_identity(std::uint32_t group, std::uint32_t offse
 // The main name travels as it is, the additional ones in Windows-1252.
 DeviceReply DeviceSystem::read_system_service(std::uint32_t group, std::uint32_t offset, std::uint32_t length) const {
     Bytes bytes;
-    if (group == group_product_version) {
+    if (group == group::product_version) {
         for (const std::uint16_t number : product_) {
             bytes.push_back(static_cast<std::uint8_t>(number));
             bytes.push_back(static_cast<std::uint8_t>(number >> 8));
         }
         return cut(std::move(bytes), length);
     }
-    if (group != group_enumerate_remote) return {invalid_group, {}};
-    if (offset >= routes_.size()) return {no_more_routes, {}};
+    if (group != group::enumerate_remote) return {invalid_group, {}};
+    if (offset >= routes_.size()) return {device_code::not_found, {}};
     const RouteRecord& record = routes_[offset];
     const Bytes name = field(record.main.name);
     append(bytes, record.main.net_id);

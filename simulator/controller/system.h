@@ -19,6 +19,7 @@ public:
 
     /// False when the scenario has neither system nor controllers: the target is a logger alone.
     bool exists() const { return exists_; }
+    const std::map<std::uint32_t, std::unique_ptr<Controller>>& controllers() const { return controllers_; }
     /// Null when the port has no controller.
     Controller* controller(std::uint32_t port);
 
@@ -67,7 +68,8 @@ private:
     Version device_version_;
     std::vector<std::uint16_t> product_ = std::vector<std::uint16_t>(4);
     std::vector<RouteRecord> routes_;
-    std::map<std::uint32_t, std::unique_ptr<Controller>> controllers_;
+    std::map<std::uint32_t, std::unique_ptr<Controller>> controllers_; // by port
+    std::map<std::uint32_t, Version> versions_;
 };
 
 } // namespace zo_sim

@@ -16,6 +16,8 @@ constexpr std::uint32_t code_wide_text = 0x1F;
 constexpr std::uint32_t code_bit = 0x21;
 constexpr std::uint32_t code_composite = 0x41;
 constexpr std::uint32_t default_text_length = 80;
+constexpr std::size_t max_name = 4096;
+constexpr int max_depth = 200; // of types in types
 
 struct Elementary {
     std::string_view name;
@@ -127,11 +129,13 @@ const Type& TypeTable::get(const std::string& name, const Node& node) {
         return *place->second;
     }
     try {
+        if (name.size() > max_name || ++depth_ > max_depth) node.fail("types lie too deep in types");
         const auto declared = declared_.find(name);
         Type type = declared != declared_.end() ? build(declared->second) : infer(name, node);
         type.name = name;
         if (type.size > max_size) node.fail("type '" + name + "' is larger than 256 MiB");
         place->second = std::make_unique<Type>(std::move(type));
+        --depth_;
     } catch (...) {
         types_.erase(place);
         throw;
@@ -148,11 +152,7 @@ void TypeTable::read_common(const Node& node, AttributeList& attributes, std::st
     if (const auto size = node.find("size")) numbers.size = size->u32_or_text();
     if (const auto code = node.find("code")) numbers.code = code->u32_or_text();
     if (const auto flags = node.find("flags")) numbers.flags = flags->u32_or_text();
-    if (const auto text = node.find("guid")) {
-        const auto guid = ZoHmiSrv::Algorithm::guid_from_string(text->text(), false);
-        if (!guid) text->fail("must be a GUID without braces");
-        numbers.guid = *guid;
-    }
+    if (const auto guid = node.find("guid")) numbers.guid = guid->guid();
 }
 
 Type TypeTable::build(const Node& node) {
@@ -170,7 +170,9 @@ Type TypeTable::build(const Node& node) {
         if (type.base->plain().kind != TypeKind::number) base->fail("must be a number");
         node.at("items").each_item([&](const Node& pair) {
             if (!pair.value().is_array() || pair.value().size() != 2 || !pair.value()[0].is_string() ||
-                !pair.value()[1].is_number_integer())
+                !pair.value()[1].is_number_integer() ||
+                (pair.value()[1].is_number_unsigned() &&
+                 pair.value()[1].get<std::uint64_t>() > std::numeric_limits<std::int64_t>::max()))
                 pair.fail("must be a name and an integer");
             type.enumerators.emplace_back(pair.value()[0].get<std::string>(), pair.value()[1].get<std::int64_t>());
         });
@@ -190,6 +192,8 @@ Type TypeTable::build(const Node& node) {
         if (const auto members = node.find("members")) read_members(type, *members);
         if (const auto properties = node.find("properties"))
             properties->each_item([&](const Node& item) { type.properties.push_back(read_property(item)); });
+        // An interface has memory, but no members.
+        if (type.members.empty()) type.size = type.numbers.size.value_or(0);
         if (const auto methods = node.find("methods"))
             methods->each_item([&](const Node& item) { type.methods.push_back(read_method(item)); });
     }

@@ -45,6 +45,7 @@ private:
     std::map<std::string, Node, std::less<>> declared_;
     std::map<std::string, std::unique_ptr<Type>, std::less<>> types_; // null while one is being built
     std::vector<const Type*> uploaded_;
+    int depth_ = 0; // of the types that are being built
 };
 
 /// Hexadecimal digits as bytes. Throws ScenarioError with the place of the node.

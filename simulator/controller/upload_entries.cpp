@@ -125,10 +125,12 @@ UploadBlocks make_upload_blocks(const Plant& plant) {
     const Writer writer(plant);
     UploadBlocks blocks;
     for (const Item& symbol : plant.symbols()) {
-        if (symbol.raw)
-            blocks.symbols.insert(blocks.symbols.end(), symbol.raw->begin(), symbol.raw->end());
-        else
-            append_symbol(blocks.symbols, writer.symbol(symbol, symbol.name, *symbol.type, symbol.offset));
+        // The true entry is written too: it answers requests by name, and must fit its fields.
+        const std::size_t start = blocks.symbols.size();
+        append_symbol(blocks.symbols, writer.symbol(symbol, symbol.name, *symbol.type, symbol.offset));
+        if (!symbol.raw) continue;
+        blocks.symbols.resize(start);
+        blocks.symbols.insert(blocks.symbols.end(), symbol.raw->begin(), symbol.raw->end());
     }
     for (const Type* type : plant.types()) {
         if (type->raw)

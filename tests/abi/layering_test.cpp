@@ -31,7 +31,10 @@ const std::vector<Folder> folders = {
     {"targets", {"extension/host", "support", "device", "binding"}},
     {"extension", {"extension/host", "support", "device", "binding", "targets"}},
     {"server", {"extension/host", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
-    {"simulator", {"platform/link", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
+    {"simulator", {"simulator/controller", "platform/link", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
+    {"simulator/controller",
+     {"simulator/json_node.h", "simulator/upload_blocks.h", "platform/link/routes.h", "support/guid.h",
+      "support/utf8.h"}},
     {"platform/link", {"support/guid.h", "support/numeric.h", "support/utf8.h"}},
     {"platform/server_api", {"extension/host"}},
     {"platform/logger_proxy", {"platform/link", "binding", "support/guid.h"}},
@@ -85,7 +88,7 @@ bool may_include(const Folder& folder, const std::string& header) {
 }
 
 bool is_product(const Folder& folder) {
-    return !folder.name.starts_with("platform/") && folder.name != "server" && folder.name != "simulator";
+    return !folder.name.starts_with("platform/") && folder.name != "server" && !folder.name.starts_with("simulator");
 }
 
 std::vector<std::string> sources_below(const fs::path& root, const std::string& folder) {

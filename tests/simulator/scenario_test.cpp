@@ -174,7 +174,7 @@ TEST(Plans, CodesAreUsedUpInOrder) {
     const Scenario scenario = parse_scenario(zo_sim_test::small_scenario);
     Plans plans;
     const auto code = [&](const char* operation, std::optional<std::int32_t> language = {}) {
-        return plans.take(operation, language).code;
+        return plans.take({operation, language, {}}).code;
     };
     for (const char* line : {"fail get_text 1 2", "fail all 2", "fail get_text@de-DE 3 always"})
         plans.add(parse_verb(line, scenario));
