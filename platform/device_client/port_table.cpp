@@ -1,5 +1,7 @@
 #include "platform/device_client/port_table.h"
 
+#include <algorithm>
+
 std::int32_t PortTable::open() {
     const std::lock_guard lock(mutex_);
     for (std::size_t tries = 0; tries < capacity; ++tries) {
@@ -23,6 +25,11 @@ bool PortTable::close(std::int32_t port) {
 bool PortTable::is_open(std::int32_t port) {
     const std::lock_guard lock(mutex_);
     return find(port) != nullptr;
+}
+
+bool PortTable::any_open() {
+    const std::lock_guard lock(mutex_);
+    return std::ranges::any_of(ports_, &Port::open);
 }
 
 bool PortTable::set_timeout(std::int32_t port, std::int32_t timeout_ms) {

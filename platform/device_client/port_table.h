@@ -16,6 +16,8 @@ public:
     /// False if the port is not open; the same holds for the others.
     bool close(std::int32_t port);
     bool is_open(std::int32_t port);
+    /// Returns whether any port is open.
+    bool any_open();
     bool set_timeout(std::int32_t port, std::int32_t timeout_ms);
     std::optional<std::int32_t> timeout(std::int32_t port);
 

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/link/connection.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+/// The connection to one net id, shared by all ports of the process. The first request makes it, and so does the next
+/// request after a loss. One thread connects; the others wait for it. [any thread]
+class DeviceLink {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// `net_id` is six numbers with dots.
+    explicit DeviceLink(std::string net_id) : net_id_(std::move(net_id)) {}
+    DeviceLink(const DeviceLink&) = delete;
+    DeviceLink& operator=(const DeviceLink&) = delete;
+
+    /// Connects if needed, sends a request and blocks until its answer or the deadline. The code of the answer is one
+    /// of the link.
+    zo_link::Reply request(const char* operation, const nlohmann::json& fields, Clock::time_point deadline);
+
+    /// Drops a connection whose peer broke the protocol.
+    void drop();
+
+    /// Ends the connection and its thread. All requests, also later ones, fail.
+    void close();
+
+private:
+    /// Returns the open connection; null, and the code, where there is none.
+    std::shared_ptr<zo_link::Connection> open(Clock::time_point deadline, std::uint32_t& code);
+    std::uint32_t dial(zo_link::Connection& connection, Clock::time_point deadline) const;
+
+    const std::string net_id_;
+    std::mutex mutex_; // guards what follows
+    std::condition_variable dialed_;
+    std::shared_ptr<zo_link::Connection> connection_;
+    std::uint64_t attempts_ = 0; // that have ended
+    std::uint32_t last_code_ = zo_link::code::ok;
+    bool dialing_ = false;
+    bool closed_ = false;
+};
