@@ -127,7 +127,7 @@ public:
     }
     const std::string& address() const { return address_; }
 
-private:
+    /// Runs a verb and returns its output with the final "ok".
     std::string answer(const std::string& verb) {
         settle();
         process_->send(verb);
@@ -141,6 +141,7 @@ private:
         return text;
     }
 
+private:
     std::filesystem::path scenario_, state_, output_;
     std::string address_; // host:port, empty until the first start
     std::unique_ptr<Process> process_;
