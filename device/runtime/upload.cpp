@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::uint64_t max_chunk = 64 * 1024;
 constexpr int max_tries = 3;
+constexpr int invalid_offset = 0x703; // of a chunk behind the end of its block
 
 /// The requests and records of one refresh.
 class Upload {
@@ -71,8 +72,10 @@ public:
     ExtensionResult run(UploadInfo info, std::shared_ptr<RuntimeConfig>& fresh) {
         for (int tries = 0; tries < max_tries; ++tries) {
             const ExtensionResult filled = fill(info, fresh);
-            // A change in the middle makes a block look broken. A target that does not answer is not asked again.
-            if (is_error(filled) && filled.code() != HMI_FDX_E_UPLOAD_DATA) return filled;
+            // A change in the middle makes a block look broken, or ends it early. A target that does not answer is not
+            // asked again.
+            if (is_error(filled) && filled.code() != HMI_FDX_E_UPLOAD_DATA && filled.code() != invalid_offset)
+                return filled;
             UploadInfo behind;
             const ExtensionResult read = read_info(behind);
             if (!is_error(read) && behind.revision != info.revision) {
