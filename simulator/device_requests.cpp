@@ -5,7 +5,7 @@
 #include "simulator/controller/groups.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cstdio>
 #include <utility>
 
 namespace zo_sim {
@@ -43,11 +43,9 @@ void spoil(Bytes& data, std::uint32_t length, const RequestPlan& plan) {
 
 std::string group_text(std::uint32_t group) {
     if (!group::is_known(group)) return "@other";
-    char digits[8];
-    const auto end = std::to_chars(digits, digits + sizeof digits, group, 16).ptr;
-    std::string text(digits, end);
-    std::ranges::transform(text, text.begin(), [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
-    return "@0x" + text;
+    char text[16];
+    std::snprintf(text, sizeof text, "@0x%X", static_cast<unsigned>(group));
+    return text;
 }
 
 std::optional<json> answer_device(DeviceSystem& devices, const std::string& operation, const json& fields,

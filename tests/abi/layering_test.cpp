@@ -88,7 +88,7 @@ bool may_include(const Folder& folder, const std::string& header) {
 }
 
 bool is_product(const Folder& folder) {
-    return !folder.name.starts_with("platform/") && folder.name != "server" && !folder.name.starts_with("simulator");
+    return !folder.name.starts_with("platform/") && folder.name != "server" && folder.name != "client" && !folder.name.starts_with("simulator");
 }
 
 std::vector<std::string> sources_below(const fs::path& root, const std::string& folder) {

