@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <unordered_map>
 
 namespace ZoHmiEventLogger {
@@ -26,7 +25,7 @@ public:
     /// which is most of what they would wait for each other. False when there is none.
     template <class Take, class Question = Key>
     bool find(const Question& key, Take&& take) const {
-        const auto lock = mutex_.lock_shared();
+        const StripedReadLock lock(mutex_);
         const auto found = answers_.find(key);
         if (found == answers_.end()) return false;
         take(found->second);
@@ -35,7 +34,7 @@ public:
 
     /// How often it was cleared.
     std::uint64_t clears() const {
-        const auto lock = mutex_.lock_shared();
+        const StripedReadLock lock(mutex_);
         return clears_;
     }
 
@@ -50,7 +49,7 @@ public:
             made.emplace(static_cast<Key>(key), answer);
             added = made.extract(made.begin());
         }
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         if (clears != clears_) return;
         const auto stored = answers_.insert(std::move(added));
         if (!stored.inserted) return;
@@ -68,7 +67,7 @@ public:
 
     void clear() {
         Answers dropped; // let go behind the lock
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         ++clears_;
         order_.clear();
         answers_.swap(dropped);
@@ -88,9 +87,10 @@ private:
 
     mutable StripedMutex mutex_;
     std::uint64_t bound_;
-    std::uint64_t clears_ = 0;
-    Answers answers_;
-    std::deque<const Key*> order_; // oldest first; the keys of a hash map stay where they are
+    std::uint64_t clears_ ZO_GUARDED_BY(mutex_) = 0;
+    Answers answers_ ZO_GUARDED_BY(mutex_);
+    // Oldest first; the keys of a hash map stay where they are.
+    std::deque<const Key*> order_ ZO_GUARDED_BY(mutex_);
 };
 
 } // namespace ZoHmiEventLogger

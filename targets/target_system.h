@@ -49,15 +49,15 @@ public:
     static void destroy(TargetSystem* target);
 
     /// False when there is no proxy; such a target stays disabled. [any thread]
-    bool proxy_created() const { return proxy_created_; }
+    bool proxy_created() const { return connection_.proxy() != nullptr; }
     /// True until the first `connect`: the target was never asked to connect. [any thread]
-    bool disabled() const { return disabled_; }
-    /// From now on live callbacks are dropped: the target has left the table and lives only until those who still use
-    /// it are done. Waits for one that is being handled, so that nothing of it reaches the server later; on a thread
-    /// that is itself inside a callback it does not wait. [any thread]
-    void retire();
+    bool disabled() const { return connection_.disabled(); }
+    /// Drops live callbacks from now on: the target has left the table and lives until its last user is done. Waits
+    /// for one that is being handled, so that no event of it reaches the server later. A thread that is inside a
+    /// callback does not wait. [any thread]
+    void retire() { callbacks_.retire(); }
     /// The resolved net id. [any thread]
-    std::string net_id() const { return net_id_; }
+    std::string net_id() const { return connection_.net_id(); }
 
     /// Connects unless connected, and imports what the logger holds. After an import `holder` keeps live callbacks
     /// waiting, so that the caller can make the server ask for the events anew first. True when connected already or
@@ -112,57 +112,45 @@ public:
 
 private:
     friend struct TargetSystemTestAccess;
-    class EventLock;
     struct AlarmChange;
-    struct Import;
+    class Import;
+    enum class Opening { Failed, AlreadyOpen, Opened };
 
     // target_connection.cpp
-    void create_proxy(const ZoHmiSrv::Timespan& timeout);
-    ConnectionStatus query_state();
-    bool open_connection(bool preload_translations);
-    HRESULT call_connect(ZoEventLoggerFdxProxyLib::IZoConnectionSettings& settings);
-    void connect_failed(HRESULT code);
-    void disconnect_step();
-    HRESULT call_logger(HRESULT (ZoEventLoggerFdxProxyLib::IZoEventLogger::*operation)());
-    void report_current_exception();
-    void clear_events();
-    void save_alarm_ids();
-    void empty_store();
-    void clear_events_and_report();
-
-    // target_localization.cpp
-    template <class Cache, class Key, class Take, class Question, class Keep>
-    ZoHmiSrv::ErrorValue ask_logger(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep);
-    template <class Question>
-    ZoHmiSrv::ResultPair ask_connected(Question&& question);
-    template <class Logger, class Collection>
-    ZoHmiSrv::ErrorValue list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
-                                  HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
-                                  ZoHmiSrv::Value (*read)(Collection*), const ZoHmiSrv::Value& present,
-                                  ZoHmiSrv::Value& list);
+    Opening open_connection();
+    void clear_lost_link(std::uint64_t link, CallbackLock& callbacks, LockHolder& holder);
+    void disconnect_step() ZO_REQUIRES(connection_.mutex());
+    void clear_events() ZO_REQUIRES(event_mutex_);
+    void save_alarm_ids() ZO_REQUIRES(event_mutex_);
+    void empty_store() ZO_REQUIRES(event_mutex_);
+    void clear_events_and_report() ZO_EXCLUDES(event_mutex_);
 
     // target_import.cpp
     LockHolder import_events();
-    std::unique_lock<std::mutex> lock_callbacks();
-    LockHolder make_holder(std::unique_lock<std::mutex>& callbacks);
-    void fetch(Import& import);
-    void import_logged_events(Import& import);
-    void import_active_alarms(Import& import);
-    bool replay(const Import& import);
-    void set_notify(bool notify);
-    void trace_sizes(std::size_t recorded);
+    bool import_events(CallbackLock& callbacks);
 
     // target_intake.cpp
-    template <class Record, class Handle>
-    void receive(Record&& record, Handle&& handle);
+    template <class Change>
+    void change_events(Change&& change) ZO_EXCLUDES(event_mutex_);
     void handle_message(IZoMessage* message, bool replay);
     void handle_alarm_raised(IZoAlarm* alarm, bool replay);
     void handle_alarm_cleared(IZoAlarm* alarm, std::int16_t removed, bool replay);
     void handle_alarm_confirmed(IZoAlarm* alarm, std::int16_t removed, bool replay);
     void handle_alarm_changed(IZoAlarm* alarm, std::int16_t removed, bool replay, const AlarmChange& change);
     void handle_database_changed(DatabaseChangeReason reason, bool replay);
-    void forget_event(long key, const ZoHmiSrv::Event& event);
+    void forget_event(long key, const ZoHmiSrv::Event& event) ZO_REQUIRES(event_mutex_);
     int take_event_id();
+
+    // target_localization.cpp
+    template <class Cache, class Key, class Take, class Question, class Keep>
+    ZoHmiSrv::ErrorValue localize(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep);
+    template <class Question>
+    ZoHmiSrv::ResultPair call_connected(Question&& question);
+    template <class Logger, class Collection>
+    ZoHmiSrv::ErrorValue list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
+                                  HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
+                                  ZoHmiSrv::Value (*read)(Collection*), const ZoHmiSrv::Value& present,
+                                  ZoHmiSrv::Value& list);
 };
 
 } // namespace ZoHmiEventLogger

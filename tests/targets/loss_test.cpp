@@ -54,7 +54,8 @@ TEST_F(Loss, IsClearedOneTickAfterEveryWindow) {
         make_connected();
         lose_link();
         if (failed(row.answer)) logger->plan->answer("GetActiveAlarms", row.answer, 1);
-        logger->plan->run(row.call, [this] { lose_link(); }, row.nth);
+        logger->plan->run(
+            row.call, [this] { lose_link(); }, row.nth);
         EXPECT_TRUE(tick());
         EXPECT_EQ(std::ranges::count(log(), "IsConnected"), 3);
         logger->plan->clear();
@@ -69,7 +70,8 @@ TEST_F(Loss, IsClearedOneTickAfterEveryWindow) {
 TEST_F(Loss, BetweenTheQueriesOfAQuietTickIsCleared) {
     logger->active = {alarm(1, 1)};
     make_connected();
-    logger->plan->run("IsConnected", [this] { lose_link(); }, 2);
+    logger->plan->run(
+        "IsConnected", [this] { lose_link(); }, 2);
     EXPECT_FALSE(tick());
     refuse();
     EXPECT_TRUE(tick());

@@ -23,16 +23,16 @@ namespace ZoHmiEventLogger {
 struct TargetSystemTestAccess {
     // Free for this thread within a time in which any other thread lets go of it.
     static bool is_free(std::mutex& mutex) {
-        const auto get = [&mutex] {
-            const bool free = mutex.try_lock();
-            if (free) mutex.unlock();
-            return free;
-        };
-        return zo_test::eventually(get, std::chrono::seconds(30));
+        return zo_test::eventually([&mutex] { return is_free_now(mutex); }, std::chrono::seconds(30));
     }
-    static std::mutex& event_mutex(TargetSystem& target) { return target.event_mutex_; }
-    static std::mutex& callback_mutex(TargetSystem& target) { return *target.callback_mutex_; }
-    static std::mutex& connection_mutex(TargetSystem& target) { return target.connection_mutex_; }
+    static bool is_free_now(std::mutex& mutex) {
+        const bool free = mutex.try_lock();
+        if (free) mutex.unlock();
+        return free;
+    }
+    static std::mutex& event_mutex(TargetSystem& target) { return target.event_mutex_.inner(); }
+    static std::mutex& callback_mutex(TargetSystem& target) { return target.callbacks_.mutex()->inner(); }
+    static std::mutex& connection_mutex(TargetSystem& target) { return target.connection_.mutex().inner(); }
     static SavedAlarmIds& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
     static std::uint32_t event_cookie(TargetSystem& target) { return target.event_cookie; }
 };
