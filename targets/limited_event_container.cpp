@@ -175,8 +175,11 @@ void Store::index(Iterator entry) {
     const Listing listing{rank.key, rank.sequence};
     try {
         by_pointer_.emplace(std::pair{stored.pointer.get(), listing}, entry);
-        by_identity_.emplace(Identity{rank.key, stored.pointer.key().id(), rank.sequence}, entry);
-        if (is_alarm(stored.event)) by_id_.emplace(std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
+        // Times and ids mostly ascend.
+        by_identity_.emplace_hint(by_identity_.end(), Identity{rank.key, stored.pointer.key().id(), rank.sequence},
+                                  entry);
+        if (is_alarm(stored.event))
+            by_id_.emplace_hint(by_id_.end(), std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
     } catch (...) {
         unindex(entry);
         throw;
