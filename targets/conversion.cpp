@@ -32,10 +32,10 @@ namespace {
 constexpr char alarm_name[] = "ZOEVENTLOGGER_ALARM";
 constexpr char message_name[] = "ZOEVENTLOGGER_MESSAGE";
 
-// As many as an event has, and the answers that localization adds to it.
-constexpr std::size_t most_parameters = 10 + 4;
+// Those of an event, and the answers that localization adds.
+constexpr std::size_t max_parameters = 10 + 4;
 
-// Confirmation states of alarms from the log, which tell only whether one was asked for and given.
+// Confirmation states of alarms from the log. The log shows only whether a confirmation was required and given.
 constexpr AlarmConfirmationState none{0}, confirmed{3}, not_confirmed{4};
 
 bool has_source_field(IZoEvent& event, SourceField field) {
@@ -45,7 +45,7 @@ bool has_source_field(IZoEvent& event, SourceField field) {
 }
 
 void set_identity(Value& parameters, IZoEvent& event, const std::string& target_name) {
-    parameters.reserve(most_parameters);
+    parameters.reserve(max_parameters);
     parameters.insert_or_update("targetName", target_name.c_str());
     parameters.insert_or_update("eventClass", uuid_to_string(get(event, &IZoEvent::GetEventClass), true).c_str());
     parameters.insert_or_update("eventId", static_cast<double>(get(event, &IZoEvent::GetEventId)));
@@ -63,8 +63,8 @@ void set_json_attribute(Value& parameters, IUnknown& event) {
         parameters.insert_or_update("jsonAttribute", get_text(*json, &Interface::GetJsonAttribute).get());
 }
 
-// Copies the two ranges out of the logger's argument block, without a look at what they hold. Offsets and sizes come
-// from outside: ranges that do not lie inside the block are left out.
+// Copies the two ranges of the logger's argument block as they are. Offsets and sizes are not trusted: ranges that do
+// not lie inside the block are left out.
 template <class Interface>
 void copy_arguments(Value& parameters, Interface& event) {
     const auto arguments = get(event, &Interface::GetArguments);
@@ -72,7 +72,7 @@ void copy_arguments(Value& parameters, Interface& event) {
     const std::uint64_t total = std::uint64_t{arguments.types_size} + arguments.data_size;
     if (arguments.count == 0 || total < 1 || total > std::numeric_limits<std::int32_t>::max()) return;
 
-    // From calloc the zeros of a block far larger than what the proxy fills cost nothing.
+    // The zeros of calloc cost nothing, even where the proxy fills only a small part of a large block.
     const std::unique_ptr<std::uint8_t, decltype(&std::free)> block(static_cast<std::uint8_t*>(std::calloc(1, total)),
                                                                     &std::free);
     if (!block) throw std::bad_alloc();
@@ -85,7 +85,7 @@ void copy_arguments(Value& parameters, Interface& event) {
     parameters.insert_or_update("data", Binary(block.get() + arguments.data_offset, arguments.data_size));
 }
 
-// The envelope takes the payload's name, and its time raised rather than the time of arrival.
+// The event has the payload's name, and its time raised in place of the time of arrival.
 template <class Payload>
 void complete(Event& event, Payload& payload) {
     event.set_name(payload.name());
@@ -171,7 +171,7 @@ void convert_alarm(Event& event, IZoAlarm* proxy, const std::string& domain, con
     set_json_attribute<IZoAlarmJson>(parameters, *proxy);
 
     alarm.set_time_raised(get_time(*proxy, &IZoEvent::GetTimeRaised));
-    // An alarm that is raised again still tells when it was cleared before.
+    // An alarm that is raised again still has the time of its last clearing.
     const auto cleared = get(*proxy, &IZoAlarm::GetTimeCleared);
     const auto raised = get(*proxy, &IZoEvent::GetTimeRaised);
     alarm.set_time_cleared(Timestamp::from_file_time(cleared <= raised ? 0 : cleared));

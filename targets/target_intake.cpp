@@ -41,7 +41,7 @@ const char* reason_text(tagDatabaseChangeReasonEnum reason) {
 
 } // namespace
 
-// In what clearing and confirming an alarm differ.
+// The differences between clearing and confirming an alarm.
 struct TargetSystem::AlarmChange {
     const char* known;
     const char* unknown;
@@ -141,7 +141,7 @@ void TargetSystem::handle_alarm_raised(IZoAlarm* proxy, bool replay) {
 }
 
 void TargetSystem::handle_alarm_cleared(IZoAlarm* alarm, std::int16_t removed, bool replay) {
-    // Operators sort by the time cleared, so a cleared alarm is given one.
+    // Operators sort by the time cleared, so a cleared alarm always gets one.
     static constexpr AlarmChange cleared{"KNOWN_ALARM_CLEARED", "UNKNOWN_ALARM_CLEARED", &IZoAlarm::GetTimeCleared,
                                          &Alarm::set_time_cleared, true};
     handle_alarm_changed(alarm, removed, replay, cleared);

@@ -23,14 +23,14 @@ namespace {
 
 constexpr auto always = [] { return true; };
 
-// Takes an answer that the event does not hold yet.
+// Takes an answer that differs from the one in the event.
 auto unless_present(const Value& present, Value& answer) {
     return [&present, &answer](const Value& given) {
         if (given != present) answer = given;
     };
 }
 
-// One record of a list: its id, and a Struct of the two texts that it has besides.
+// One record of a list: its id, and a Struct of its two texts.
 struct Record {
     CountedString id;
     Value texts;
@@ -68,7 +68,7 @@ Value causes_and_remedies_of(IZoCauseRemedyCollection* collection) {
     return list;
 }
 
-// An id that comes twice: the last one wins.
+// Of records with one id the last one wins.
 Value details_of(IZoDetailCollection* collection) {
     Value list;
     list.set_type(ValueType::Struct);
@@ -81,9 +81,9 @@ Value details_of(IZoDetailCollection* collection) {
 
 } // namespace
 
-// The frame of the five questions. An answer in the cache is given even while the target is away. `question` gives Null
-// when the logger lacks the interface, which is a success and not kept. No lock is held across a question, so two
-// threads that miss both ask.
+// The common part of the five operations. A cached answer is used even while the target is away. `question` returns
+// Null when the logger has no such interface: that is a success, and is not cached. No lock is held during a question,
+// so two threads that miss the cache both ask.
 template <class Cache, class Key, class Take, class Question, class Keep>
 ErrorValue TargetSystem::localize(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep) {
     if (cache.find(key, take)) return ZoHmiSrv::HMI_SUCCESS;
@@ -124,7 +124,7 @@ ErrorValue TargetSystem::localize_text(const EventReference& event, ZoHmiSrv::St
                                                          answer.put()));
             return Value(answer.get());
         },
-        // With preloaded translations the logger answers from its own memory.
+        // With preloaded translations the logger answers from memory.
         [&] { return !listener_->preload_translations(); });
 }
 
@@ -164,8 +164,8 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, const
         always);
 }
 
-// Causes with remedies, and details: a list for a kind of event. Both are asked of the newest interface, although a
-// logger might offer an older one that has one of them.
+// Causes with remedies, and details: a list for a kind of event. Both need the newest interface, also where an older
+// one has the operation.
 template <class Logger, class Collection>
 ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
