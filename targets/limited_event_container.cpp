@@ -91,11 +91,16 @@ void Store::add_message(const Message& message, unsigned limit, long key, bool u
 }
 
 Store::Position Store::find_alarm(const ZoHmiEventLogger::AlarmKey& key) {
+    const auto answers = [&key](const Entry& entry) {
+        return entry.pointer && entry.pointer.key().id() == key.id &&
+               ZoHmiEventLogger::AlarmKey::of(*entry.pointer.get()) == key;
+    };
+    const Iterator first = entries_.lower_bound(Rank{key.raised, 0});
+    if (first == entries_.end() || first->first.key != key.raised) return {};
+    if (answers(first->second)) return Position(first);
     for (auto found = by_identity_.lower_bound({key.raised, key.id, 0});
-         found != by_identity_.end() && found->first.key == key.raised && found->first.id == key.id; ++found) {
-        const Iterator entry = found->second;
-        if (ZoHmiEventLogger::AlarmKey::of(*entry->second.pointer.get()) == key) return Position(entry);
-    }
+         found != by_identity_.end() && found->first.key == key.raised && found->first.id == key.id; ++found)
+        if (found->second != first && answers(found->second->second)) return Position(found->second);
     return {};
 }
 
@@ -143,7 +148,6 @@ void Store::clear() {
     by_pointer_.clear();
     by_identity_.clear();
     by_id_.clear();
-    index_memory_.release();
     entries_.clear();
     boundary_ = entries_.end();
     counters_ = Counters();
@@ -173,13 +177,11 @@ void Store::for_each_in_order(Visit&& visit) const {
 void Store::index(Iterator entry) {
     const auto& [rank, stored] = *entry;
     const Listing listing{rank.key, rank.sequence};
+    const bool is_first = entry == entries_.begin() || std::prev(entry)->first.key != rank.key;
     try {
         by_pointer_.emplace(std::pair{stored.pointer.get(), listing}, entry);
-        // Times and ids mostly ascend.
-        by_identity_.emplace_hint(by_identity_.end(), Identity{rank.key, stored.pointer.key().id(), rank.sequence},
-                                  entry);
-        if (is_alarm(stored.event))
-            by_id_.emplace_hint(by_id_.end(), std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
+        if (is_alarm(stored.event)) by_id_.emplace(std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
+        if (!is_first) by_identity_.emplace(Identity{rank.key, stored.pointer.key().id(), rank.sequence}, entry);
     } catch (...) {
         unindex(entry);
         throw;

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <memory_resource>
 #include <optional>
 #include <utility>
 
@@ -151,10 +150,10 @@ private:
 
     Entries entries_;
     std::uint64_t next_sequence_ = 0;
-    std::pmr::unsynchronized_pool_resource index_memory_; // spares live alarms an allocation for each index
-    std::pmr::map<std::pair<IZoAlarm*, Listing>, Iterator> by_pointer_{&index_memory_};
-    std::pmr::map<Identity, Iterator> by_identity_{&index_memory_};
-    std::pmr::map<std::pair<int, Listing>, Iterator> by_id_{&index_memory_};
+    std::map<std::pair<IZoAlarm*, Listing>, Iterator> by_pointer_;
+    std::map<std::pair<int, Listing>, Iterator> by_id_;
+    // Without the first entry of each time, which the ranking leads to. So it is empty unless alarms share a time.
+    std::map<Identity, Iterator> by_identity_;
 
     // The first entry that ranks behind the limit. All entries from there on are live. The limit is empty where an
     // exception ended the last eviction, so that the next one sweeps again.

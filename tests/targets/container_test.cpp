@@ -10,8 +10,6 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <memory_resource>
-#include <new>
 #include <random>
 #include <stdexcept>
 #include <vector>
@@ -21,53 +19,6 @@ namespace {
 using namespace ZoHmiSrv;
 using fakes::file_time;
 using ZoHmiEventLogger::EventStore;
-
-// Fails the allocations of a container's indexes while it is told to.
-class FailingMemory : public std::pmr::memory_resource {
-public:
-    FailingMemory() { std::pmr::set_default_resource(this); }
-    ~FailingMemory() override { std::pmr::set_default_resource(nullptr); }
-    FailingMemory(const FailingMemory&) = delete;
-    FailingMemory& operator=(const FailingMemory&) = delete;
-
-    bool fails = false;
-
-private:
-    void* do_allocate(std::size_t bytes, std::size_t alignment) override {
-        if (fails) throw std::bad_alloc();
-        return std::pmr::new_delete_resource()->allocate(bytes, alignment);
-    }
-    void do_deallocate(void* memory, std::size_t bytes, std::size_t alignment) override {
-        std::pmr::new_delete_resource()->deallocate(memory, bytes, alignment);
-    }
-    bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
-};
-
-TEST(Container, FailedIndexAllocationChangesNothing) {
-    FailingMemory memory;
-    EventStore store;
-    int failures = 0;
-    for (std::uint32_t id = 1; id <= 2000; ++id) {
-        const fakes::AlarmPtr alarm = new fakes::FakeAlarm({.unique_id = id});
-        Event event;
-        event.payload().set(Alarm());
-        const auto counters = store.counters();
-        memory.fails = true;
-        try {
-            store.add(event, alarm.get(), true, 1, 0, false);
-        } catch (const std::bad_alloc&) {
-            ++failures;
-            memory.fails = false;
-            ASSERT_EQ(store.counters(), counters);
-            ASSERT_EQ(event.payload().type(), ValueType::Alarm);
-            ASSERT_FALSE(store.find_pointer(alarm.get()));
-            ASSERT_EQ(alarm->references(), 1U);
-            store.add(event, alarm.get(), true, 1, 0, false);
-        }
-        ASSERT_TRUE(store.find_pointer(alarm.get()));
-    }
-    EXPECT_GE(failures, 5); // in the middle of an add, too
-}
 
 TEST(Container, KeepsCountWhenAnAddFailsOrTheCallbackThrows) {
     EventStore store;

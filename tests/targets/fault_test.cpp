@@ -188,7 +188,7 @@ TEST_F(Allocations, AnyOfALiveCallbackCanFail) {
             SCOPED_TRACE(testing::Message() << one.name << " " << nth);
             fresh_logger();
             logger->history = {logged(is_message, 2, 11), logged(is_message, 3, 12)};
-            const auto known = alarm(1, 10);
+            const auto known = alarm(9, 10); // of the same time as the new one
             logger->active = {known};
             make_connected(3);
             const auto fresh = alarm(9, 19);
