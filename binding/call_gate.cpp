@@ -6,6 +6,8 @@
 
 namespace ZoAtlCom {
 
+using ZoHmiSrv::MutexLock;
+
 namespace {
 
 using Works = std::vector<std::function<void()>>;
@@ -24,14 +26,14 @@ void run(std::function<void()>& work) noexcept {
 } // namespace
 
 void CallGate::enter() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     inside_.push_back(std::this_thread::get_id());
     ++gates_entered;
 }
 
 void CallGate::leave() noexcept {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         const auto self = std::find(inside_.begin(), inside_.end(), std::this_thread::get_id());
         if (self == inside_.end()) return;
         *self = inside_.back();
@@ -58,10 +60,11 @@ void CallGate::run_outside(std::function<void()> work) noexcept {
 }
 
 void CallGate::wait_until_idle() {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     const auto self = std::find(inside_.begin(), inside_.end(), std::this_thread::get_id());
     if (self != inside_.end()) return;
-    idle_.wait(lock, [this] { return inside_.empty(); });
+    while (!inside_.empty())
+        lock.wait(idle_);
 }
 
 } // namespace ZoAtlCom

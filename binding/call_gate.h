@@ -1,8 +1,9 @@
 #pragma once
 
+#include "support/mutex.h"
+
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -25,9 +26,9 @@ public:
     static void run_outside(std::function<void()> work) noexcept;
 
 private:
-    std::mutex mutex_;
+    ZoHmiSrv::Mutex mutex_;
     std::condition_variable idle_;
-    std::vector<std::thread::id> inside_;
+    std::vector<std::thread::id> inside_ ZO_GUARDED_BY(mutex_); ///< once for each nested visit
 };
 
 } // namespace ZoAtlCom

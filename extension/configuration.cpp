@@ -33,7 +33,7 @@ std::uint32_t ZoHmiEventLogger::read_event_limit() {
 
 // Fetched until it is known, and then kept.
 std::string ZoHmiEventLogger::get_local_net_id() {
-    const std::lock_guard lock(local_net_id_mutex_);
+    const MutexLock lock(local_net_id_mutex_);
     if (local_net_id_.empty()) local_net_id_ = fetch_local_net_id();
     return local_net_id_;
 }
@@ -46,7 +46,7 @@ std::shared_ptr<TargetSystem> ZoHmiEventLogger::create_target(const TargetConfig
 }
 
 ResultPair ZoHmiEventLogger::on_config_change(const Context& context, const char* path) {
-    const std::lock_guard lock(config_mutex_);
+    const MutexLock lock(config_mutex_);
     const auto parts = Algorithm::split_symbol_name(path);
     if (parts.size() != 2) return {};
     if (parts[0] != targets_key) return HMI_E_INVALID_SYMBOL;
@@ -80,7 +80,7 @@ bool ZoHmiEventLogger::apply_target_config(const TargetConfig& config, HeldTarge
 }
 
 ResultPair ZoHmiEventLogger::on_config_delete(const Context& context, const char* path) {
-    const std::lock_guard lock(config_mutex_);
+    const MutexLock lock(config_mutex_);
     const auto parts = Algorithm::split_symbol_name(path);
     if (parts.size() != 2) return {};
     if (parts[0] != targets_key) return HMI_E_INVALID_SYMBOL;

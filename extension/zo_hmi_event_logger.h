@@ -5,6 +5,7 @@
 #include "extension/host/listeners.h"
 #include "extension/target_config.h"
 #include "extension/target_table.h"
+#include "support/mutex.h"
 #include "support/threading.h"
 #include "targets/logging_functions.h"
 
@@ -12,7 +13,6 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -119,13 +119,13 @@ private:
     std::vector<TargetConfig> read_target_configs();
     std::uint32_t read_event_limit();
     std::string get_local_net_id();
-    bool apply_target_config(const TargetConfig& config, HeldTarget& held);
+    bool apply_target_config(const TargetConfig& config, HeldTarget& held) ZO_REQUIRES(config_mutex_);
     std::shared_ptr<TargetSystem> create_target(const TargetConfig& config, const std::string& net_id,
                                                 const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit);
 
-    std::mutex local_net_id_mutex_;
-    std::string local_net_id_; // [local_net_id_mutex]
-    std::mutex config_mutex_;  // config_mutex: one configuration callback at a time
+    ZoHmiSrv::Mutex local_net_id_mutex_;
+    std::string local_net_id_ ZO_GUARDED_BY(local_net_id_mutex_);
+    ZoHmiSrv::Mutex config_mutex_; ///< one configuration callback at a time; guards no member
     // Shared with the targets, one of which may outlive the extension on a thread that still uses it.
     const std::shared_ptr<std::atomic<bool>> stopping_ = std::make_shared<std::atomic<bool>>(false);
     const std::shared_ptr<std::atomic<std::uint32_t>> next_event_id_ = std::make_shared<std::atomic<std::uint32_t>>(1);

@@ -66,7 +66,7 @@ ThreadingImpl::ThreadingImpl(unsigned long threads)
 }
 
 void ThreadingImpl::add_threads(unsigned long threads) {
-    const std::lock_guard lock(pool_mutex_);
+    const MutexLock lock(pool_mutex_);
     for (; threads > 0 && !stopped(); --threads)
         add_thread();
 }
@@ -94,7 +94,7 @@ void ThreadingImpl::post(std::function<void()> function) {
 }
 
 std::shared_ptr<ThreadingImpl::Timer> ThreadingImpl::make_timer() {
-    const std::lock_guard lock(pool_mutex_);
+    const MutexLock lock(pool_mutex_);
     return std::make_shared<Timer>(*io_context_);
 }
 
@@ -104,7 +104,7 @@ unsigned long ThreadingImpl::start_new_timer(long ms, const Callback& callback) 
     timer->expires_at(expiry_after(ms));
 
     // `stop` sets its flag before it takes this mutex: a wait is either cancelled by it or not started.
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     if (stopped()) return 0;
     const unsigned long id = ++last_timer_id_;
     const auto entry = timers_.emplace(id, timer).first;
@@ -120,7 +120,7 @@ unsigned long ThreadingImpl::start_new_timer(long ms, const Callback& callback) 
 unsigned long ThreadingImpl::register_new_timer() {
     if (stopped()) return 0;
     const auto timer = make_timer();
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     if (stopped()) return 0;
     const unsigned long id = ++last_timer_id_;
     timers_.emplace(id, timer);
@@ -129,7 +129,7 @@ unsigned long ThreadingImpl::register_new_timer() {
 
 bool ThreadingImpl::start_timer(unsigned long id, long ms, const Callback& callback) {
     if (stopped()) return false;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     if (stopped()) return false;
     const auto found = timers_.find(id);
     if (found == timers_.end()) return false;
@@ -146,7 +146,7 @@ void ThreadingImpl::start_wait(Timer& timer, unsigned long id, const Callback& c
 
 void ThreadingImpl::callback_proxy(const Callback& callback, unsigned long id, const boost::system::error_code& error) {
     if (id != 0) {
-        const std::lock_guard lock(timer_mutex_);
+        const MutexLock lock(timer_mutex_);
         timers_.erase(id);
     }
     if (callback) callback(to_timer_error(error));
@@ -154,13 +154,13 @@ void ThreadingImpl::callback_proxy(const Callback& callback, unsigned long id, c
 
 void ThreadingImpl::cancel_timer(unsigned long id) {
     if (stopped()) return;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     if (const auto found = timers_.find(id); found != timers_.end()) found->second->cancel();
 }
 
 void ThreadingImpl::cancel_all_timers(const std::vector<unsigned long>& except) {
     if (stopped()) return;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     for (const auto& [id, timer] : timers_) {
         if (std::ranges::find(except, id) == except.end()) timer->cancel();
     }
@@ -168,12 +168,12 @@ void ThreadingImpl::cancel_all_timers(const std::vector<unsigned long>& except) 
 
 void ThreadingImpl::unregister_timer(unsigned long id) {
     if (stopped()) return;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     timers_.erase(id); // a timer that is destroyed cancels its wait
 }
 
 void ThreadingImpl::cancel_timers_for_good() {
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     timers_.clear();
 }
 
@@ -183,11 +183,11 @@ bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
     const boost::this_thread::disable_interruption uninterrupted;
     // Whoever saw the flag unset has started its wait once this mutex was free. The wait then counts as work; one that
     // came after the token below is dropped might find the context out of work, and its callback would never come.
-    { const std::lock_guard lock(timer_mutex_); }
+    { const MutexLock lock(timer_mutex_); }
 
     ThreadTable threads;
     {
-        const std::lock_guard lock(pool_mutex_);
+        const MutexLock lock(pool_mutex_);
         if (!work_->owns_work()) {
             fulfil_promise();
             return false;
@@ -200,7 +200,7 @@ bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
 
     std::vector<Thread> group;
     {
-        const std::lock_guard lock(pool_mutex_);
+        const MutexLock lock(pool_mutex_);
         group.swap(group_);
         if (!in_time) {
             io_context_->stop();
@@ -215,7 +215,7 @@ bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
         else
             thread->detach();
     }
-    const std::lock_guard lock(pool_mutex_);
+    const MutexLock lock(pool_mutex_);
     fulfil_promise();
     return !in_time;
 }

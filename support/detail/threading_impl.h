@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/mutex.h"
 #include "support/threading.h"
 
 #include <boost/asio/io_context.hpp>
@@ -11,7 +12,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace ZoHmiSrv {
@@ -54,26 +54,26 @@ private:
     using Thread = std::shared_ptr<boost::thread>;
     using ThreadTable = std::map<boost::thread::native_handle_type, Thread>;
 
-    void add_thread();
-    /// Starts the wait of a timer whose expiry is set; `id` is 0 for a registered timer. [timer mutex held]
-    void start_wait(Timer& timer, unsigned long id, const Callback& callback);
+    void add_thread() ZO_REQUIRES(pool_mutex_);
+    /// Starts the wait of a timer whose expiry is set; `id` is 0 for a registered timer.
+    void start_wait(Timer& timer, unsigned long id, const Callback& callback) ZO_REQUIRES(timer_mutex_);
     void callback_proxy(const Callback& callback, unsigned long id, const boost::system::error_code& error);
     std::shared_ptr<Timer> make_timer();
     void cancel_timers_for_good();
     static bool join_in_time(const ThreadTable& threads, long timeout_ms);
-    /// Lets `wait` return. [pool mutex held]
-    void fulfil_promise();
+    /// Lets `wait` return.
+    void fulfil_promise() ZO_REQUIRES(pool_mutex_);
 
-    std::mutex pool_mutex_;  ///< guards the threads, the work token and the promise
-    std::mutex timer_mutex_; ///< guards the timers; a timer's wait is started under it
-    std::shared_ptr<boost::asio::io_context> io_context_;
-    std::shared_ptr<boost::promise<void>> promise_;
-    std::shared_ptr<Work> work_;
-    std::vector<Thread> group_;
-    unsigned long last_timer_id_ = 0;
+    Mutex pool_mutex_;
+    Mutex timer_mutex_;                                   ///< a timer's wait is started under it
+    std::shared_ptr<boost::asio::io_context> io_context_; ///< constant until `release_context`
+    std::shared_ptr<boost::promise<void>> promise_ ZO_GUARDED_BY(pool_mutex_);
+    const std::shared_ptr<Work> work_ ZO_GUARDED_BY(pool_mutex_);
+    std::vector<Thread> group_ ZO_GUARDED_BY(pool_mutex_);
+    unsigned long last_timer_id_ ZO_GUARDED_BY(timer_mutex_) = 0;
     std::atomic<bool> stopped_ = false;
-    std::map<unsigned long, std::shared_ptr<Timer>> timers_;
-    ThreadTable threads_;
+    std::map<unsigned long, std::shared_ptr<Timer>> timers_ ZO_GUARDED_BY(timer_mutex_);
+    ThreadTable threads_ ZO_GUARDED_BY(pool_mutex_);
     const boost::shared_future<void> finished_;
 };
 
