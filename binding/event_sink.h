@@ -25,11 +25,6 @@ public:
     }
     std::uint32_t AddRef() override { return 1; }
     std::uint32_t Release() override { return 1; }
-    HRESULT GetTypeInfoCount(std::uint32_t*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(std::uint32_t, std::uint32_t, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(const GUID&, char**, std::uint32_t, std::uint32_t, std::int32_t*) override {
-        return E_NOTIMPL;
-    }
 
     // Subscribes at the source's connection point and keeps the cookie. [any thread]
     HRESULT DispEventAdvise(IUnknown* source) { return detail::advise(source, *iid, this, &event_cookie); }

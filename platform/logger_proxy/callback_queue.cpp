@@ -1,7 +1,7 @@
 #include "platform/logger_proxy/callback_queue.h"
 
 #include "binding/connection_points.h"
-#include "binding/variant.h"
+#include "platform/logger_proxy/invoke.h"
 #include "platform/logger_proxy/parked_threads.h"
 
 #include <algorithm>
@@ -173,42 +173,27 @@ void CallbackQueue::deliver(const Callback& callback, std::uint64_t epoch, Alarm
             called = running_cookie_ = next->cookie;
             sink = next->object;
         }
-        invoke(callback, argument.get(), sink);
+        invoke(callback, argument.get(), *sink);
     }
 }
 
-// A sink's answer is its own affair.
-void CallbackQueue::invoke(const Callback& callback, IDispatch* argument, IDispatch* sink) {
-    VARIANT values[2]{};
-    DISPPARAMS arguments{values, nullptr, 1, 0};
+// What the sink answers changes nothing here.
+void CallbackQueue::invoke(const Callback& callback, IDispatch* argument, IDispatch& sink) {
+    VARIANT object = object_variant(argument);
+    VARIANT flag_and_object[] = {flag_variant(callback.removed), object};
+    VARIANT reason = number_variant(callback.reason);
     VARIANT result{};
-    VARIANT* wanted = nullptr;
-    VARIANT* object = &values[0];
     switch (callback.id) {
     case Event::OnAlarmCleared:
     case Event::OnAlarmConfirmed:
-        // Arguments stand in reverse order.
-        values[0].vt = VT_BOOL;
-        values[0].boolVal = callback.removed;
-        arguments.cArgs = 2;
-        object = &values[1];
+        zo_logger_proxy::invoke(sink, callback.id, flag_and_object);
         break;
     case Event::OnDatabaseChanged:
-        values[0].vt = VT_I4;
-        values[0].lVal = callback.reason;
-        wanted = &result;
-        object = nullptr;
+        zo_logger_proxy::invoke(sink, callback.id, {&reason, 1}, &result);
         break;
     default:
-        break;
+        zo_logger_proxy::invoke(sink, callback.id, {&object, 1});
     }
-    if (object != nullptr) {
-        object->vt = VT_DISPATCH;
-        object->pdispVal = argument;
-    }
-    constexpr GUID no_guid{};
-    constexpr std::uint16_t method = 1;
-    sink->Invoke(callback.id, no_guid, 0, method, &arguments, wanted, nullptr, nullptr);
 }
 
 } // namespace zo_logger_proxy

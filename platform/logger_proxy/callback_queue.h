@@ -70,7 +70,7 @@ private:
 
     void run();
     void deliver(const Callback& callback, std::uint64_t epoch, AlarmTable& alarms);
-    void invoke(const Callback& callback, IDispatch* argument, IDispatch* sink);
+    static void invoke(const Callback& callback, IDispatch* argument, IDispatch& sink);
     void end_locked();
     bool on_callback_thread_locked() const { return thread_.get_id() == std::this_thread::get_id(); }
 

@@ -17,7 +17,7 @@ using Snapshot = std::shared_ptr<const zo_link::EventRecord>;
 //     Snapshot snapshot() const;                     [any thread]
 //     void* find_own_interface(const GUID& iid, const zo_link::EventRecord& record);
 template <class Derived, class Main>
-class EventObject : public DispatchObject<Derived, Main, ZoEventLoggerFdxProxyLib::IZoEventIdentity> {
+class EventObject : public CountedObject<Derived, Main, ZoEventLoggerFdxProxyLib::IZoEventIdentity> {
 public:
     void* find_interface(const GUID& iid) {
         using namespace ZoEventLoggerFdxProxyLib;

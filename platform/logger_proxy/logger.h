@@ -11,7 +11,7 @@ namespace zo_logger_proxy {
 
 // The event logger object: every interface of the logger, and its one connection point, over the target link.
 class Logger final
-    : public DispatchObject<
+    : public CountedObject<
           Logger, ZoEventLoggerFdxProxyLib::IZoEventLogger5, ZoEventLoggerFdxProxyLib::IZoEventLoggerClassName,
           ZoEventLoggerFdxProxyLib::IZoEventLoggerSourceName, ZoEventLoggerFdxProxyLib::IZoEventLoggerTimeout,
           ZoEventLoggerFdxProxyLib::IConnectionPointContainer, ZoEventLoggerFdxProxyLib::IConnectionPoint> {
