@@ -12,14 +12,14 @@ namespace {
 
 using Works = std::vector<std::function<void()>>;
 
-// Plain data: a thread-local object with a destructor would keep the library mapped until the thread ends.
+// Plain data: a thread-local destructor would keep the library mapped until the thread ends.
 thread_local int gates_entered = 0;
 thread_local Works* deferred = nullptr;
 
 void run(std::function<void()>& work) noexcept {
     try {
         work();
-    } catch (...) { // nobody is left to tell
+    } catch (...) { // no caller is left to report to
     }
 }
 
@@ -55,7 +55,7 @@ void CallGate::run_outside(std::function<void()> work) noexcept {
     try {
         if (!deferred) deferred = new Works;
         deferred->push_back(std::move(work));
-    } catch (...) { // without memory the object is better lost than destroyed under its own call
+    } catch (...) { // out of memory: leaking the object is safer than destroying it inside its own call
     }
 }
 

@@ -16,19 +16,19 @@
 
 namespace ZoHmiSrv {
 
-/// What a Threading handle shares with the waits that it started.
+/// The state that a Threading handle shares with the waits that it started.
 ///
-/// Who owns whom: the handle and every pending wait own this object; this object and every pool thread own the context;
-/// the context owns the waits in its queue. A wait that is left in the queue closes that ring, so the handle breaks it
-/// with `release_context` when it goes. The last owner of the context is then this handle, or a pool thread that has
-/// left the context's loop: the context never dies under the feet of a thread that runs it.
+/// Ownership: the handle and every pending wait own this object. This object and every pool thread own the context. The
+/// context owns the waits in its queue. A wait left in the queue would close a cycle, so the handle's destructor calls
+/// `release_context`. The last owner of the context is then the handle, or a pool thread that has left its loop: the
+/// context is never destroyed while a thread runs it.
 ///
-/// The two mutexes are never held together, and neither is held while a thread is joined or a callback runs.
+/// No thread locks both mutexes, and neither is locked while a thread is joined or a callback runs.
 class ThreadingImpl : public std::enable_shared_from_this<ThreadingImpl> {
 public:
     using Callback = std::function<void(TimerError)>;
 
-    /// `threads` is the number that the caller is going to add; none is started here.
+    /// Starts no thread; `threads` is the number that the caller will add.
     explicit ThreadingImpl(unsigned long threads);
 
     void add_threads(unsigned long threads);
@@ -46,7 +46,7 @@ public:
     void wait() const;
 
     [[nodiscard]] boost::asio::io_context& io_context() { return *io_context_; }
-    /// After `stop`, by the handle's destructor: nothing of this object needs the context any more.
+    /// Requires that `stop` has returned: this object no longer uses the context then.
     void release_context() { io_context_.reset(); }
 
 private:
@@ -61,7 +61,7 @@ private:
     std::shared_ptr<Timer> make_timer();
     void cancel_timers_for_good();
     static bool join_in_time(const ThreadTable& threads, long timeout_ms);
-    /// Lets `wait` return.
+    /// Ends `wait`.
     void fulfil_promise() ZO_REQUIRES(pool_mutex_);
 
     Mutex pool_mutex_;
