@@ -2,7 +2,7 @@
 
 #include "binding/connection_points.h"
 #include "platform/logger_proxy/invoke.h"
-#include "platform/logger_proxy/parked_threads.h"
+#include "platform/logger_proxy/thread_reaper.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,7 +13,7 @@ namespace {
 
 using Event = ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents;
 
-// The object argument of a callback, with a reference; null for one without.
+/// Returns the object argument of a callback; null for a callback without one.
 ZoAtlCom::CComPtr<IDispatch> make_argument(const Callback& callback, AlarmTable& alarms) {
     ZoAtlCom::CComPtr<IDispatch> argument;
     if (callback.id == Event::OnMessageSent) {
@@ -43,7 +43,7 @@ bool CallbackQueue::unadvise(std::uint32_t cookie) {
         sinks_.erase(it);
         if (!on_callback_thread_locked()) progress_.wait(lock, [&] { return running_cookie_ != cookie; });
     }
-    // On the callback thread this may end the sink inside its own call; nothing touches it after that call.
+    // On the callback thread this may destroy the sink inside its own call; nothing uses it after that call.
     sink->Release();
     return true;
 }
@@ -104,7 +104,7 @@ std::uint64_t CallbackQueue::mark() const {
 bool CallbackQueue::wait_done(std::uint64_t epoch, std::uint64_t mark) {
     std::unique_lock lock(mutex_);
     if (on_callback_thread_locked()) return epoch == epoch_;
-    // A callback of an earlier epoch may still run; it was sent before the mark, too.
+    // A callback of an earlier epoch may still run; it too was sent before the mark.
     progress_.wait(lock, [&] {
         if (epoch != epoch_) return true;
         const bool none_waits = waiting_.empty() || waiting_.front().sequence > mark;
@@ -127,7 +127,7 @@ void CallbackQueue::stop() {
         wake_.notify_one();
     }
     if (inside)
-        park(std::move(thread), ended_);
+        ThreadReaper::instance().add(std::move(thread), ended_);
     else if (thread.joinable())
         thread.join();
     for (const Sink& sink : sinks)
@@ -149,7 +149,7 @@ void CallbackQueue::run() {
         try {
             deliver(callback, epoch, *alarms);
         } catch (...) {
-            // No memory for this callback: the link ends, and the lists of the next connect tell what it told.
+            // Out of memory: end the link. The lists of the next connect bring the lost callback's event.
             end(epoch);
         }
         lock.lock();
@@ -160,7 +160,7 @@ void CallbackQueue::run() {
 
 void CallbackQueue::deliver(const Callback& callback, std::uint64_t epoch, AlarmTable& alarms) {
     const auto argument = make_argument(callback, alarms);
-    // By cookie: a sink may come or go during the calls, and cookies grow.
+    // By cookie: sinks come and go during the calls, and cookies only grow.
     std::uint32_t called = 0;
     for (;;) {
         IDispatch* sink = nullptr;

@@ -15,7 +15,7 @@
 
 namespace zo_logger_proxy {
 
-// A list that no longer changes. `Interface` is the collection's, `Item` what it hands out.
+/// A list that never changes. `Interface` is that of the collection, `Item` that of its items. [any thread]
 template <class Interface, class Item>
 class Collection final : public CountedObject<Collection<Interface, Item>, Interface> {
 public:
@@ -46,7 +46,7 @@ private:
 
 using ThreeTexts = std::array<std::string, 3>;
 
-// An id with two texts: a cause and its remedy.
+/// An id with two texts: a cause and its remedy. [any thread]
 class CauseRemedy final : public CountedObject<CauseRemedy, ZoEventLoggerFdxProxyLib::IZoCauseRemedy> {
 public:
     explicit CauseRemedy(ThreeTexts texts) : texts_(std::move(texts)) {}
@@ -67,7 +67,7 @@ private:
     const ThreeTexts texts_;
 };
 
-// An id with two texts: a detail and a comment.
+/// An id with two texts: a detail and a comment. [any thread]
 class Detail final : public CountedObject<Detail, ZoEventLoggerFdxProxyLib::IZoDetail> {
 public:
     explicit Detail(ThreeTexts texts) : texts_(std::move(texts)) {}
