@@ -17,13 +17,13 @@ namespace fakes {
 
 using zo_logger_proxy::ThreeTexts;
 
-// What GetText was asked.
+/// The arguments of a GetText call.
 struct TextRequest {
     GUID event_class{};
     std::uint32_t event_id = 0;
     std::int32_t language = 0;
     ArgumentDescriptor arguments{};
-    std::vector<std::uint8_t> block; // types and data, from the block's start to the end of the later range
+    std::vector<std::uint8_t> block; ///< types and data, from the block's start to the end of the later range
 };
 
 class FakeConnectionSettings final : public ComObject<IZoConnectionSettings> {
@@ -31,7 +31,7 @@ public:
     explicit FakeConnectionSettings(std::shared_ptr<CallPlan> plan) : plan_(std::move(plan)) {}
     HRESULT SetPreloadTranslations(VARIANT_BOOL preload) override;
 
-    VARIANT_BOOL preload = 77; // until it is set
+    VARIANT_BOOL preload = 77; ///< until it is set
 
 private:
     void* find_interface(const GUID& iid) override {
@@ -44,15 +44,15 @@ private:
 using FakeLoggerInterfaces = ComObject<IZoEventLogger5, IZoEventLoggerTimeout, IConnectionPointContainer,
                                        IConnectionPoint, IZoEventLoggerClassName, IZoEventLoggerSourceName>;
 
-// The event logger of one target. Its calls are logged and planned under the bare names of the operations
-// ("ConnectWithSettings", "Advise", "SetTimeout", ...). `active` and `history` are plain members: while other threads
-// are in calls, change them inside `edit`.
+/// The event logger of one target. Its calls are logged and planned under the bare names of the operations
+/// ("ConnectWithSettings", "Advise", "SetTimeout", ...). `active` and `history` are plain members: while other threads
+/// are in calls, change them inside `edit`. [any thread]
 class FakeLogger final : public FakeLoggerInterfaces {
 public:
-    // `name` stands before the logged texts, with a point, so that two loggers can be told apart.
+    /// `name` stands before the logged texts, with a point, to distinguish two loggers.
     explicit FakeLogger(std::string name = {}) : plan(std::make_shared<CallPlan>(std::move(name))) {}
 
-    // Events whose reads obey this logger's plan.
+    /// Events whose reads follow the plan of this logger.
     [[nodiscard]] AlarmPtr make_alarm(EventFields fields = {}) { return new FakeAlarm(std::move(fields), plan); }
     [[nodiscard]] MessagePtr make_message(EventFields fields = {}) { return new FakeMessage(std::move(fields), plan); }
     [[nodiscard]] LoggedEventPtr make_logged_event(EventFields fields = {}) {
@@ -65,9 +65,9 @@ public:
 
     const std::shared_ptr<CallPlan> plan;
     std::vector<AlarmPtr> active;
-    std::vector<LoggedEventPtr> history; // oldest first
+    std::vector<LoggedEventPtr> history; ///< oldest first
     std::optional<std::int32_t> reported_active_count, reported_history_count;
-    std::atomic<VARIANT_BOOL> connected = VARIANT_FALSE; // set by the connect calls and by Disconnect
+    std::atomic<VARIANT_BOOL> connected = VARIANT_FALSE; ///< set by the connect calls and by Disconnect
 
     // Optional interfaces.
     std::atomic<bool> has_timeout = true, has_connection_points = true;
@@ -79,13 +79,13 @@ public:
     std::function<std::string(std::int32_t language, const GUID& source, const std::string& name)> source_name;
     std::vector<ThreeTexts> causes_and_remedies, details;
 
-    // What the calls brought, under the logger's mutex.
+    /// Arguments of the calls.
     struct Record {
-        std::vector<std::string> addresses;            // of both connects
-        std::vector<VARIANT_BOOL> preloads;            // of ConnectWithSettings
-        std::vector<std::uint32_t> timeouts;           // of SetTimeout
-        std::vector<std::uint32_t> history_counts;     // of GetLoggedEvents
-        std::vector<std::uint32_t> advised, unadvised; // cookies
+        std::vector<std::string> addresses;            ///< of both connects
+        std::vector<VARIANT_BOOL> preloads;            ///< of ConnectWithSettings
+        std::vector<std::uint32_t> timeouts;           ///< of SetTimeout
+        std::vector<std::uint32_t> history_counts;     ///< of GetLoggedEvents
+        std::vector<std::uint32_t> advised, unadvised; ///< cookies
         std::vector<TextRequest> text_requests;
     };
     [[nodiscard]] Record record() const {
@@ -93,18 +93,18 @@ public:
         return record_;
     }
 
-    // The subscribed sink, null when there is none.
+    /// Returns the subscribed sink, or null.
     [[nodiscard]] IDispatch* sink() const {
         const std::lock_guard lock(mutex_);
         return sink_;
     }
-    // Call the sink on this thread, as the logger does. S_FALSE when nobody is subscribed.
+    /// Call the sink on this thread, as the logger does. Return S_FALSE without a sink.
     HRESULT fire_message(const MessagePtr& message);
     HRESULT fire_raised(const AlarmPtr& alarm);
     HRESULT fire_cleared(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
     HRESULT fire_confirmed(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
     HRESULT fire_database_changed(std::int32_t reason);
-    // Any call at all: the arguments in reverse order.
+    /// Calls any event with the arguments in reverse order.
     HRESULT fire(std::int32_t id, std::vector<VARIANT> reversed, VARIANT* result = nullptr);
 
     HRESULT Connect(const char* address) override { return connect("Connect", address, nullptr); }
