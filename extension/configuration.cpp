@@ -54,14 +54,14 @@ ResultPair ZoHmiEventLogger::on_config_change(const Context& context, const char
     if (entry.type() != ValueType::Struct && entry.type() != ValueType::Map) return HMI_E_INVALID_PARAMETER;
     if (!TargetConfig::is_complete(entry)) return HMI_E_INVALID_PARAMETER;
 
-    HeldTarget held; // released after the reset, which live callbacks of the new target must follow
-    if (apply_target_config(TargetConfig(parts[1], entry), held)) send_reset_temporary_events(context);
+    LockedTarget locked; // released after the reset, which live callbacks of the new target must follow
+    if (apply_target_config(TargetConfig(parts[1], entry), locked)) send_reset_temporary_events(context);
     return {};
 }
 
 /// Replaces the target when its address or `enabled` changed; a target is never changed in place. Returns true when it
 /// was replaced.
-bool ZoHmiEventLogger::apply_target_config(const TargetConfig& config, HeldTarget& held) {
+bool ZoHmiEventLogger::apply_target_config(const TargetConfig& config, LockedTarget& locked) {
     const auto event_limit = read_event_limit();
     const Timespan timeout = host_->get_config_value(context_, "TIMEOUT").get_timespan();
     const std::string net_id = actualize(config.address, get_local_net_id(), true);
@@ -74,9 +74,9 @@ bool ZoHmiEventLogger::apply_target_config(const TargetConfig& config, HeldTarge
         if (net_id == current_net_id && config.enabled == currently_enabled) return false;
     }
 
-    held.target = create_target(config, net_id, timeout, event_limit);
-    if (!targets_.insert_or_replace(config.name, held.target, *stopping_)) return false;
-    if (config.enabled) held.target->connect(held.holder);
+    locked.target = create_target(config, net_id, timeout, event_limit);
+    if (!targets_.insert_or_replace(config.name, locked.target, *stopping_)) return false;
+    if (config.enabled) locked.target->connect(locked.holder);
     return true;
 }
 

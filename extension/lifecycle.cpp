@@ -137,14 +137,14 @@ void ZoHmiEventLogger::arm_timer() {
 
 void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
     if (error == TimerError::cancelled) return;
-    std::vector<HeldTarget> slots;
+    std::vector<LockedTarget> slots;
     std::exception_ptr failed_poll;
     guard([&] { failed_poll = run_tick(context, slots); });
     if (failed_poll) std::rethrow_exception(failed_poll);
     bool armed = guard([this] { arm_timer(); });
     // Live callbacks of new connections follow the reset. All locks are released before any target is destroyed, which
     // can take long.
-    for (HeldTarget& slot : slots)
+    for (LockedTarget& slot : slots)
         slot.holder.reset();
     // Only a tick reconnects: when the next timer cannot be allocated, try again later.
     while (!armed && !*stopping_) {
@@ -154,14 +154,14 @@ void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
 }
 
 /// Returns the exception of a failed state query, which ends this tick and the chain of ticks.
-std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vector<HeldTarget>& slots) {
+std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vector<LockedTarget>& slots) {
     if (license_host_) guard([this] { licence_targets(licensed_, get_local_net_id()); });
     const auto names = targets_.names();
     slots.resize(names.size());
     bool changed = false;
     // A shutdown waits for the poll of one target, not of all.
     for (std::size_t index = 0; index < names.size() && !*stopping_; ++index) {
-        HeldTarget& slot = slots[index];
+        LockedTarget& slot = slots[index];
         slot.target = targets_.find(names[index]);
         if (!slot.target) continue;
         try {

@@ -15,7 +15,7 @@ namespace ZoHmiEventLogger {
 class TargetSystem;
 
 /// A target in use and the lock that blocks its live callbacks. The lock is released before the target.
-struct HeldTarget {
+struct LockedTarget {
     std::shared_ptr<TargetSystem> target;
     LockHolder holder;
 };

@@ -91,7 +91,7 @@ private:
     bool start_targets(const ZoHmiSrv::Timespan& timeout, std::vector<std::shared_ptr<TargetSystem>>& started);
     void connect_first(TargetSystem& target, const std::string& name);
     void arm_timer();
-    std::exception_ptr run_tick(const ZoHmiSrv::Context& context, std::vector<HeldTarget>& slots);
+    std::exception_ptr run_tick(const ZoHmiSrv::Context& context, std::vector<LockedTarget>& slots);
     template <class Step>
     bool guard(Step&& step);
     void send_reset_temporary_events(const ZoHmiSrv::Context& context);
@@ -121,7 +121,7 @@ private:
     std::vector<TargetConfig> read_target_configs();
     std::uint32_t read_event_limit();
     std::string get_local_net_id();
-    bool apply_target_config(const TargetConfig& config, HeldTarget& held) ZO_REQUIRES(config_mutex_);
+    bool apply_target_config(const TargetConfig& config, LockedTarget& locked) ZO_REQUIRES(config_mutex_);
     std::shared_ptr<TargetSystem> create_target(const TargetConfig& config, const std::string& net_id,
                                                 const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit);
 

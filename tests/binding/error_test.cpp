@@ -3,9 +3,7 @@
 #include "binding/error_info.h"
 #include "tests/fakes/fake_proxy.h"
 #include "tests/fakes/vtable.h"
-
-#include <gtest/gtest.h>
-#include <string>
+#include "tests/test_headers.h"
 
 using namespace ZoAtlCom;
 using namespace ZoEventLoggerFdxProxyLib;

@@ -4,17 +4,11 @@
 #include "platform/logger_proxy/invoke.h"
 #include "tests/fakes/callback_thread.h"
 #include "tests/fakes/fake_proxy.h"
+#include "tests/test_headers.h"
 
-#include <atomic>
-#include <functional>
 #include <future>
-#include <gtest/gtest.h>
-#include <memory>
 #include <new>
 #include <stdexcept>
-#include <string>
-#include <thread>
-#include <vector>
 
 using namespace ZoAtlCom;
 using namespace ZoEventLoggerFdxProxyLib;

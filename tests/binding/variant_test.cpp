@@ -3,12 +3,9 @@
 #include "binding/counted_string.h"
 #include "binding/variant.h"
 #include "tests/fakes/fake_events.h"
+#include "tests/test_headers.h"
 
 #include <cstdlib>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <string>
-#include <utility>
 
 using namespace ZoAtlCom;
 using namespace ZoEventLoggerFdxProxyLib;

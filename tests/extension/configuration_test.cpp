@@ -2,12 +2,7 @@
 
 #include "binding/error.h"
 
-#include <gmock/gmock.h>
-
-#include <chrono>
-#include <limits>
 #include <stdexcept>
-#include <thread>
 
 using namespace ZoHmiSrv;
 using fakes::call_log;

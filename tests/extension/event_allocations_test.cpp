@@ -4,15 +4,11 @@
 #include "extension/host/event.h"
 #include "targets/conversion.h"
 #include "tests/server_api/allocations.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <new>
 #include <type_traits>
-#include <vector>
 
 namespace {
 

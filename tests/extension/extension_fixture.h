@@ -8,17 +8,10 @@
 #include "tests/fakes/fake_host.h"
 #include "tests/fakes/fake_proxy.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <chrono>
 #include <future>
 #include <initializer_list>
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
 
 using Texts = std::vector<std::string>;
 

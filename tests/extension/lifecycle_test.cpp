@@ -3,16 +3,10 @@
 #include "extension/ext_interface.h"
 #include "tests/server_api/allocations.h"
 #include "tests/server_api/values.h"
-#include "tests/support/captured_syslog.h"
 #include "tests/support/eventually.h"
 
-#include <gmock/gmock.h>
-
-#include <chrono>
-#include <functional>
 #include <future>
 #include <stdexcept>
-#include <thread>
 
 using namespace ZoHmiSrv;
 using fakes::call_log;

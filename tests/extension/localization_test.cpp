@@ -4,12 +4,6 @@
 #include "extension/host/event_payload.h"
 #include "tests/server_api/values.h"
 
-#include <gmock/gmock.h>
-
-#include <array>
-#include <thread>
-#include <tuple>
-
 using namespace ZoHmiSrv;
 using values::show;
 

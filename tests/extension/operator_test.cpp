@@ -7,8 +7,6 @@
 
 #include <cstdlib>
 #include <exception>
-#include <gmock/gmock.h>
-#include <utility>
 
 using namespace ZoHmiSrv;
 using testing::ElementsAre;

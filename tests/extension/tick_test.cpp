@@ -3,11 +3,6 @@
 #include "binding/error.h"
 #include "tests/server_api/allocations.h"
 
-#include <gmock/gmock.h>
-
-#include <chrono>
-#include <thread>
-
 using namespace ZoHmiSrv;
 using fakes::call_log;
 using testing::ElementsAre;

@@ -3,11 +3,7 @@
 #include "extension/host/command.h"
 #include "extension/host/event_payload.h"
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 using namespace ZoHmiSrv;
 using namespace std::chrono_literals;

@@ -5,13 +5,7 @@
 #include "support/numeric.h"
 #include "tests/server_api/values.h"
 #include "tests/support/checksum.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <limits>
-#include <set>
-#include <string>
+#include "tests/test_headers.h"
 
 using namespace std::string_literals;
 using namespace ZoHmiSrv;

@@ -3,25 +3,12 @@
 #include "tests/support/captured_syslog.h"
 #include "tests/support/eventually.h"
 #include "tests/support/gate.h"
+#include "tests/test_headers.h"
 
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <limits>
-#include <memory>
-#include <mutex>
-#include <optional>
 #include <stdexcept>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include <pthread.h>
 

@@ -1,10 +1,7 @@
 #include "support/utf8.h"
-
-#include <gtest/gtest.h>
+#include "tests/test_headers.h"
 
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 using namespace std::string_literals;
 using namespace ZoHmiSrv::UTF8;
