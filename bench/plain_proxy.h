@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
-// A proxy library for benchmarks: its loggers and events answer at once and keep no record, so that what is measured is
-// the product's own work.
+/// A proxy library for benchmarks: its loggers and events answer at once and record nothing, so that a benchmark
+/// measures the product's own work.
 namespace plain {
 
 using namespace ZoEventLoggerFdxProxyLib;
@@ -25,7 +25,7 @@ constexpr std::int64_t file_time(std::int64_t nanoseconds) {
     return 116444736000000000 + nanoseconds / 100;
 }
 
-/// In what the events differ; everything else is the same: a class, a named source, a JSON attribute, two arguments.
+/// The differences of events. The rest is the same: a class, a named source, a JSON attribute, two arguments.
 struct EventFields {
     std::int64_t raised = 0; ///< nanoseconds since 1970, like the next one
     std::int64_t cleared = 0;
@@ -38,7 +38,7 @@ inline constexpr GUID source_guid{0x0A0B0C0D, 0x4321, 0x8765, {0xA0, 1, 2, 3, 4,
 /// Two arguments: a type code of 4 bytes and a value of 8 for each.
 inline constexpr std::array<std::uint8_t, 24> argument_block{4, 0, 0, 0, 5, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 9, 9};
 
-/// What logged events, alarms and messages share.
+/// The operations that logged events, alarms and messages share.
 template <class Interface>
 class PlainEvent : public fakes::ComObject<Interface, IZoEventIdentity> {
 public:
@@ -118,9 +118,9 @@ class PlainLogger final : public LoggerInterfaces {
 public:
     explicit PlainLogger(std::vector<LoggedEventPtr> logged = {}) : history(std::move(logged)) {}
 
-    /// Given out by GetLoggedEvents, whatever count is asked for.
+    /// The answer of GetLoggedEvents for every count.
     std::vector<LoggedEventPtr> history;
-    /// Sent to the sink inside GetLoggedEvents, so while an import fetches.
+    /// Sent to the sink inside GetLoggedEvents, so during an import.
     std::vector<MessagePtr> messages_meanwhile;
     std::vector<AlarmPtr> alarms_meanwhile;
 
@@ -185,9 +185,9 @@ private:
 
 using LoggerPtr = ZoAtlCom::CComPtr<PlainLogger>;
 
-/// Lets that many loggers be created, each with this history, and no more.
+/// Allows the creation of that many loggers with this history.
 void prepare_loggers(int count, std::vector<LoggedEventPtr> history);
-/// The logger that was created last.
+/// Returns the logger that was created last.
 LoggerPtr& latest_logger();
 
 } // namespace plain
