@@ -151,8 +151,7 @@ TEST(Stop, LateThreadsAreJoinedOrDetachedByMode) {
         std::atomic<bool> left = false;
         std::optional<Threading> pool(std::in_place, 1);
         pool->post([in_use = std::move(in_use), interrupted, leave] {
-            while (!boost::this_thread::interruption_requested())
-                std::this_thread::yield();
+            EXPECT_TRUE(zo_test::eventually(boost::this_thread::interruption_requested));
             interrupted->open();
             leave->wait();
         });
