@@ -13,7 +13,7 @@ bool TargetTable::insert_or_replace(const std::string& name, std::shared_ptr<Tar
         if (stopping) return false;
         targets_[name].swap(target);
     }
-    if (target) target->retire(); // the old one, which goes with this call
+    if (target) target->retire(); // the old target, which this call releases
     return true;
 }
 

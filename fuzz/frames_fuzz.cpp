@@ -83,7 +83,7 @@ public:
 
 private:
     // Takes events as the product does, but for keeping them.
-    class Sink final : public fakes::Dispatch<IDispatch> {
+    class Sink final : public IDispatch {
     public:
         HRESULT QueryInterface(const GUID&, void** out) override {
             *out = this;

@@ -50,7 +50,7 @@ std::string read_text(const Object& object, HRESULT (Interface::*operation)(char
 }
 
 // A sink that keeps what it is told; it counts no references, as the product's does not.
-class RecordingSink : public fakes::Dispatch<_IZoEventLoggerEvents> {
+class RecordingSink : public _IZoEventLoggerEvents {
 public:
     virtual ~RecordingSink() = default;
 
