@@ -29,7 +29,7 @@ Value& ValueAccess::null_value() noexcept {
 
 Value ValueAccess::make_bytes(ValueType type, const void* data, std::size_t size) {
     Value value;
-    if (size <= Value::inline_limit) {
+    if (size <= Layout::Payload::inline_limit) {
         value.payload_.uint64 = 0;
         if (size > 0) {
             std::memcpy(value.payload_.bytes, data, size);
@@ -122,10 +122,6 @@ Value& Value::set_type(ValueType type) {
     return *this;
 }
 
-bool Value::empty() const noexcept {
-    return size() == 0;
-}
-
 std::size_t Value::size() const noexcept {
     switch (type_) {
     case ValueType::Null:
@@ -163,7 +159,7 @@ void Value::clear() noexcept {
 }
 
 void Value::reserve(std::size_t count) {
-    own();
+    make_unshared();
     if (type_ == ValueType::Vector) {
         ValueAccess::reserve_elements(*this, count);
     } else if (ValueAccess::is_map(*this)) {

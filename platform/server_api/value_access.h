@@ -39,7 +39,7 @@ struct ValueAccess {
         return value.type_ == ValueType::Map || value.type_ == ValueType::Struct;
     }
     static bool on_heap(const Value& value) noexcept { return value.on_heap(); }
-    static void own(Value& value) { value.own(); }
+    static void make_unshared(Value& value) { value.make_unshared(); }
     static bool is_shared(const Value& value) noexcept { return value.storage_ == Value::Storage::Shared; }
     /// The only or first block, null when there is none.
     static Block* block(const Value& value) noexcept { return value.on_heap() ? value.payload_.heap.block : nullptr; }

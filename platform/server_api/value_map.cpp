@@ -19,7 +19,7 @@ auto as_map(Value& value, const NameKey& key, Operation operation) {
     const std::string name(key.text, key.length);
     Value before;
     if (is_map) {
-        ValueAccess::own(value);
+        ValueAccess::make_unshared(value);
     } else {
         before.swap(value);
         value.set_type(ValueType::Map);
@@ -33,7 +33,7 @@ const Value& Value::shared_null() noexcept {
     return ValueAccess::null_value();
 }
 
-Value::Found Value::look_up_long(const char* name) const noexcept {
+[[gnu::noinline]] Value::Found Value::look_up_long(const char* name) const noexcept {
     const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
     return place.found ? Found{place.run, members_of(place.run) + place.at} : Found{};
 }

@@ -55,13 +55,13 @@ Value& Value::operator<<(Value&& value) {
         return *this << Value(*this);
     }
     Value taken = std::move(value); // it may be an element, which an append moves
-    set_type(ValueType::Vector).own();
+    set_type(ValueType::Vector).make_unshared();
     new (ValueAccess::open_gap(*this, element_count())) Value(std::move(taken));
     return *this;
 }
 
 Value& Value::operator[](unsigned long index) {
-    set_type(ValueType::Vector).own();
+    set_type(ValueType::Vector).make_unshared();
     if (index >= element_count()) {
         if (index + 1 == 0) {
             throw std::bad_array_new_length();
@@ -77,7 +77,7 @@ ConstVectorIterator<Value> Value::find(unsigned long index) const noexcept {
 }
 
 VectorIterator<Value> Value::find(unsigned long index) {
-    own();
+    make_unshared();
     return index < element_count() ? VectorIterator<Value>(elements_of(ValueAccess::block(*this)) + index)
                                    : end_vector();
 }
@@ -99,14 +99,10 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, Value&& valu
     return begin_vector() + static_cast<std::ptrdiff_t>(at);
 }
 
-VectorIterator<Value> Value::insert(VectorIterator<Value> position, const char* text) {
-    return insert(position, Value(text));
-}
-
 void Value::resize(std::size_t count, const Value& fill) {
     if (type_ != ValueType::Vector || count > element_count()) {
         const Value kept(fill); // it may be an element
-        set_type(ValueType::Vector).own();
+        set_type(ValueType::Vector).make_unshared();
         const Block* before = ValueAccess::block(*this);
         if (before != nullptr && before->capacity < count) {
             ValueAccess::reserve_elements(*this, std::max(count, 2 * before->capacity));
@@ -120,7 +116,7 @@ void Value::resize(std::size_t count, const Value& fill) {
         }
         return;
     }
-    own();
+    make_unshared();
     Block* elements = ValueAccess::block(*this);
     while (elements != nullptr && elements->size > count) {
         --elements->size;
