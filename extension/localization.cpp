@@ -25,7 +25,7 @@ constexpr std::size_t most_new_parameters = 4;
 // All that is fetched for one event. Servers localize an event again and again, for each client and each drawing, and
 // mostly it holds the answers already: what is Null here needs no writing, which is the greater part of the work.
 struct Localization {
-    String text;
+    String text{""};
     Value class_name, source_name, causes, details;
 };
 
