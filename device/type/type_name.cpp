@@ -17,7 +17,7 @@ namespace ZoHmiFdx {
 
 namespace {
 
-/// What a character of a type name means for its stem.
+/// The role of a character in a type name.
 enum class Character : std::uint8_t { Foreign, Stem, End };
 
 constexpr auto characters = [] {
@@ -31,16 +31,16 @@ constexpr auto characters = [] {
     return result;
 }();
 
-/// A name up to its first bracket or its end, packed for comparing. At most one row has a given stem, so that the stem
-/// finds the row, and what follows it in the text decides whether the row matches.
+/// A name up to its first bracket or its end, packed for comparison. The stem finds at most one row; the rest of the
+/// text decides whether the row matches.
 struct Stem {
     std::uint64_t words[2] = {};
-    std::size_t length = 0; ///< 0 for an empty stem, and for one that is no row's: a foreign character, or too long
+    std::size_t length = 0; ///< 0 for a stem that no row has: empty, with a foreign character, or too long
 
     friend constexpr bool operator==(const Stem&, const Stem&) = default;
 };
 
-/// Looks at no more of the text than is needed; the text ends with a NUL.
+/// Requires a text that ends with a NUL. Reads nothing behind the stem.
 constexpr Stem stem_of(const char* name) {
     Stem stem;
     std::size_t length = 0;
@@ -64,20 +64,14 @@ constexpr auto stems = [] {
     return result;
 }();
 
-/// A hash that is different for all stems of the table. The multiplier was found by trying; the next change of the
-/// table may need another one.
-constexpr std::size_t slot_of(const Stem& stem) {
-    return (stem.words[0] * 0x4534D94E4649DEA5) >> 56;
-}
-constexpr std::uint8_t free_slot = 0xFF;
-
-constexpr auto rows_by_slot = [] {
-    std::array<std::uint8_t, 256> result;
-    result.fill(free_slot);
-    for (std::size_t i = 0; i < stems.size(); ++i) {
-        std::uint8_t& row = result[slot_of(stems[i])];
-        if (stems[i].length == 0 || row != free_slot) throw "a name is too long, or two share a slot";
-        row = static_cast<std::uint8_t>(i);
+/// The first row of each letter from 'A' on; the last entry is the end of the table.
+constexpr auto first_rows = [] {
+    std::array<std::uint8_t, 'Z' - 'A' + 2> result{};
+    const auto letter_of = [](const TypeNameRow& row) { return row.name.front(); };
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        const char letter = static_cast<char>('A' + i);
+        const auto* row = std::ranges::lower_bound(type_name_table, letter, {}, letter_of);
+        result[i] = static_cast<std::uint8_t>(row - std::begin(type_name_table));
     }
     return result;
 }();
@@ -96,12 +90,16 @@ bool matches(const TypeNameRow& row, const char* name, std::size_t stem_length) 
     return *rest == '\0' || *rest == '(' || (*rest == '[' && is_string(row.type));
 }
 
-/// Null for a name without a row.
+/// Returns null for a name without a row.
 const TypeNameRow* find_row(const char* name) {
     const Stem stem = stem_of(name);
-    const std::size_t i = rows_by_slot[slot_of(stem)];
-    if (i == free_slot || stems[i] != stem || !matches(type_name_table[i], name, stem.length)) return nullptr;
-    return &type_name_table[i];
+    const auto letter = static_cast<unsigned char>(*name - 'A');
+    if (stem.length == 0 || letter + 1U >= first_rows.size()) return nullptr;
+    for (std::size_t i = first_rows[letter]; i < first_rows[letter + 1U]; ++i) {
+        const TypeNameRow& row = type_name_table[i];
+        if (stems[i] == stem) return matches(row, name, stem.length) ? &row : nullptr;
+    }
+    return nullptr;
 }
 
 bool starts_with(const char* text, std::string_view prefix) {
