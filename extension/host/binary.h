@@ -13,15 +13,14 @@ public:
     constexpr Binary(const void* data, std::size_t size) noexcept : size_(size), data_(data) {}
 
     constexpr std::size_t size() const noexcept { return size_; }
+    /// May be null for an empty view.
+    const unsigned char* data() const noexcept { return static_cast<const unsigned char*>(data_); }
+
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
     constexpr bool empty() const noexcept {
         return size_ == 0;
     }
 #endif
-    /// May be null for an empty view.
-    const unsigned char* data() const noexcept {
-        return static_cast<const unsigned char*>(data_);
-    }
 
 private:
     std::size_t size_ = 0;

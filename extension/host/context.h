@@ -8,21 +8,17 @@ namespace ZoHmiSrv {
 /// The client session on whose behalf something happens.
 class ZOHMISRV_API Session {
 public:
-#ifndef ZOHMISRV_WITHOUT_EXTRAS
-    Session() noexcept; ///< no session: the id is ""
-    explicit Session(const char* id);
-#endif
     Session(const Session&);
     Session(Session&&) noexcept;
     Session& operator=(const Session&);
     Session& operator=(Session&&) noexcept;
     ~Session();
 
-    const char* id() const noexcept {
-        return id_.name();
-    }
+    const char* id() const noexcept { return id_.name(); }
 
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
+    Session() noexcept; ///< no session: the id is ""
+    explicit Session(const char* id);
     friend bool operator==(const Session&, const Session&) noexcept = default;
 #endif
 
@@ -43,6 +39,7 @@ public:
     const char* domain() const noexcept { return domain_.name(); }
     void set_domain(const char* domain);
     const Session& session() const noexcept { return session_; }
+
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
     void set_session(const Session& session);
 #endif

@@ -58,30 +58,20 @@ public:
     const char* name() const noexcept override;
     const char* domain() const noexcept override;
     void set_domain(const char* domain);
+    void set_severity(Severity severity) noexcept { severity_ = severity; }
+    Timestamp time_raised() const noexcept { return time_raised_; }
+    void set_time_raised(const Timestamp& time) noexcept { time_raised_ = time; }
+    /// Diagnostic messages number theirs "0", "1", "2" and so on.
+    Value& parameters() override;
+    ValueType type() const noexcept override;
+
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
     Severity severity() const noexcept {
         return severity_;
     }
-#endif
-    void set_severity(Severity severity) noexcept {
-        severity_ = severity;
-    }
-    Timestamp time_raised() const noexcept {
-        return time_raised_;
-    }
-    void set_time_raised(const Timestamp& time) noexcept {
-        time_raised_ = time;
-    }
-    /// Diagnostic messages number theirs "0", "1", "2" and so on.
-    Value& parameters() override;
-#ifndef ZOHMISRV_WITHOUT_EXTRAS
     const Value& parameters() const noexcept {
         return parameters_;
     }
-#endif
-    ValueType type() const noexcept override;
-
-#ifndef ZOHMISRV_WITHOUT_EXTRAS
     friend ZOHMISRV_API bool operator==(const Message& left, const Message& right);
     /// The conversion of the Value would replace its content.
     friend bool operator==(const Value& left, const Message& right) = delete;
@@ -107,72 +97,40 @@ public:
     Alarm& operator=(const Alarm& other);
     Alarm& operator=(Alarm&& other) noexcept;
     ~Alarm() override;
-#ifndef ZOHMISRV_WITHOUT_EXTRAS
-    void swap(Alarm& other) noexcept;
-#endif
 
     void set_name(const char* name) override;
     const char* name() const noexcept override;
     const char* domain() const noexcept override;
     void set_domain(const char* domain);
     Value& parameters() override;
-#ifndef ZOHMISRV_WITHOUT_EXTRAS
-    const Value& parameters() const noexcept {
-        return parameters_;
-    }
-#endif
     ValueType type() const noexcept override;
 
-    int id() const noexcept {
-        return id_;
-    }
-    void set_id(int id) noexcept {
-        id_ = id;
-    }
-#ifndef ZOHMISRV_WITHOUT_EXTRAS
-    Severity severity() const noexcept {
-        return severity_;
-    }
-#endif
-    void set_severity(Severity severity) noexcept {
-        severity_ = severity;
-    }
-    AlarmState alarm_state() const noexcept {
-        return alarm_state_;
-    }
-    void set_alarm_state(AlarmState state) noexcept {
-        alarm_state_ = state;
-    }
-    AlarmConfirmationState confirmation_state() const noexcept {
-        return confirmation_state_;
-    }
-    void set_confirmation_state(AlarmConfirmationState state) noexcept {
-        confirmation_state_ = state;
-    }
+    int id() const noexcept { return id_; }
+    void set_id(int id) noexcept { id_ = id; }
+    void set_severity(Severity severity) noexcept { severity_ = severity; }
+    AlarmState alarm_state() const noexcept { return alarm_state_; }
+    void set_alarm_state(AlarmState state) noexcept { alarm_state_ = state; }
+    AlarmConfirmationState confirmation_state() const noexcept { return confirmation_state_; }
+    void set_confirmation_state(AlarmConfirmationState state) noexcept { confirmation_state_ = state; }
     /// Raised, not cleared, and not invalid.
     bool is_active() const noexcept {
         return time_raised_ != Timestamp() && time_cleared_ == Timestamp() && alarm_state_ != AlarmState::Invalid;
     }
-    Timestamp time_raised() const noexcept {
-        return time_raised_;
-    }
-    void set_time_raised(const Timestamp& time) noexcept {
-        time_raised_ = time;
-    }
-    Timestamp time_cleared() const noexcept {
-        return time_cleared_;
-    }
-    void set_time_cleared(const Timestamp& time) noexcept {
-        time_cleared_ = time;
-    }
-    Timestamp time_confirmed() const noexcept {
-        return time_confirmed_;
-    }
-    void set_time_confirmed(const Timestamp& time) noexcept {
-        time_confirmed_ = time;
-    }
+    Timestamp time_raised() const noexcept { return time_raised_; }
+    void set_time_raised(const Timestamp& time) noexcept { time_raised_ = time; }
+    Timestamp time_cleared() const noexcept { return time_cleared_; }
+    void set_time_cleared(const Timestamp& time) noexcept { time_cleared_ = time; }
+    Timestamp time_confirmed() const noexcept { return time_confirmed_; }
+    void set_time_confirmed(const Timestamp& time) noexcept { time_confirmed_ = time; }
 
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
+    void swap(Alarm& other) noexcept;
+    const Value& parameters() const noexcept {
+        return parameters_;
+    }
+    Severity severity() const noexcept {
+        return severity_;
+    }
     friend ZOHMISRV_API bool operator==(const Alarm& left, const Alarm& right);
     /// As for a Message.
     friend bool operator==(const Value& left, const Alarm& right) = delete;

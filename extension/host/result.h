@@ -23,16 +23,15 @@ public:
     ~ResultPair();
 
     ErrorValue result() const noexcept { return result_; }
+
+    /// Compares the number alone.
+    friend bool operator==(const ResultPair& pair, ErrorValue value) noexcept { return pair.result_ == value; }
+
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
     const char* text() const noexcept {
         return text_.name();
     }
 #endif
-
-    /// Compares the number alone.
-    friend bool operator==(const ResultPair& pair, ErrorValue value) noexcept {
-        return pair.result_ == value;
-    }
 
 private:
     ErrorValue result_ = HMI_SUCCESS;
@@ -48,6 +47,9 @@ public:
     ~ResultStream();
 
     ResultStream& operator<<(ValueType type); ///< appends the type's name
+
+    operator ResultPair() const;
+
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
     ResultStream& operator<<(const char* text);
     ResultStream& operator<<(int number);
@@ -55,8 +57,6 @@ public:
     ResultStream& operator<<(unsigned long number);
     ResultStream& operator<<(double number); ///< the shortest text that reads back the same
 #endif
-
-    operator ResultPair() const;
 
 private:
     ErrorValue result_;

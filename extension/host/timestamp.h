@@ -30,6 +30,7 @@ public:
     constexpr long seconds() const noexcept { return nanoseconds_ / 1'000'000'000; }
 
     friend constexpr bool operator==(const Timestamp&, const Timestamp&) noexcept = default;
+
 #ifndef ZOHMISRV_WITHOUT_EXTRAS
     friend constexpr auto operator<=>(const Timestamp&, const Timestamp&) noexcept = default;
 #endif

@@ -195,12 +195,8 @@ public:
     Value& operator<<(T scalar);
     Map<const Value> get_map() const;
     Vector<const Value> get_vector() const;
-    operator const Message&() const noexcept {
-        return get_message();
-    }
-    operator const Alarm&() const noexcept {
-        return get_alarm();
-    }
+    operator const Message&() const noexcept;
+    operator const Alarm&() const noexcept;
     /// @}
 #endif
 
@@ -216,9 +212,7 @@ private:
     template <class T>
     static Value from_scalar(const T& scalar);
 
-    bool on_heap() const noexcept {
-        return storage_ != Storage::Inside;
-    }
+    bool on_heap() const noexcept;
     bool has_members() const noexcept;
     std::size_t element_count() const noexcept;
     Value* elements() const noexcept;

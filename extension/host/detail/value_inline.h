@@ -141,6 +141,12 @@ inline Map<const Value> Value::get_map() const {
 inline Vector<const Value> Value::get_vector() const {
     return Vector<const Value>(*this);
 }
+inline Value::operator const Message&() const noexcept {
+    return get_message();
+}
+inline Value::operator const Alarm&() const noexcept {
+    return get_alarm();
+}
 #endif
 
 template <class T>
@@ -150,6 +156,9 @@ Value Value::from_scalar(const T& scalar) {
     return value;
 }
 
+inline bool Value::on_heap() const noexcept {
+    return storage_ != Storage::Inside;
+}
 [[gnu::always_inline]] inline bool Value::has_members() const noexcept {
     return (type_ == ValueType::Map || type_ == ValueType::Struct) && on_heap();
 }
