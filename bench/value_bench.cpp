@@ -242,6 +242,15 @@ void destroy(benchmark::State& state) {
     }
 }
 
+template <class Tree, template <class> class Shape>
+void compare(benchmark::State& state) {
+    const Tree original = Shape<Tree>::build();
+    const Tree copy = Shape<Tree>::build();
+    for (auto _ : state) {
+        if (!(original == copy)) return state.SkipWithError("the copy differs");
+    }
+}
+
 BENCHMARK(build<Value, Record>)->Name("build_struct/this");
 BENCHMARK(build<Json, Record>)->Name("build_struct/nlohmann_json");
 BENCHMARK(look_up_record<Value, KnownNames>)->Name("look_up_struct/this");
@@ -258,6 +267,8 @@ BENCHMARK(copy<Value, Record>)->Name("copy_struct/this");
 BENCHMARK(copy<Json, Record>)->Name("copy_struct/nlohmann_json");
 BENCHMARK(destroy<Value, Record>)->Name("destroy_struct/this");
 BENCHMARK(destroy<Json, Record>)->Name("destroy_struct/nlohmann_json");
+BENCHMARK(compare<Value, Record>)->Name("compare_struct/this");
+BENCHMARK(compare<Json, Record>)->Name("compare_struct/nlohmann_json");
 BENCHMARK(build<Value, Listing>)->Name("build_vector/this");
 BENCHMARK(build<Json, Listing>)->Name("build_vector/nlohmann_json");
 BENCHMARK(iterate_listing<Value>)->Name("iterate_vector/this");
@@ -266,5 +277,7 @@ BENCHMARK(copy<Value, Listing>)->Name("copy_vector/this");
 BENCHMARK(copy<Json, Listing>)->Name("copy_vector/nlohmann_json");
 BENCHMARK(destroy<Value, Listing>)->Name("destroy_vector/this");
 BENCHMARK(destroy<Json, Listing>)->Name("destroy_vector/nlohmann_json");
+BENCHMARK(compare<Value, Listing>)->Name("compare_vector/this");
+BENCHMARK(compare<Json, Listing>)->Name("compare_vector/nlohmann_json");
 
 } // namespace
