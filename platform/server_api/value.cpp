@@ -41,7 +41,6 @@ Value ValueAccess::make_bytes(ValueType type, const void* data, std::size_t size
     }
     Block* block = Layout::allocate(Layout::Bytes, size + 1, 1);
     block->size = size;
-    block->capacity = 1;
     std::memcpy(Layout::bytes_of(block), data, size);
     Layout::bytes_of(block)[size] = '\0';
     attach(value, type, block);

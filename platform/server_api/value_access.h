@@ -103,20 +103,19 @@ struct ValueAccess {
     static void destroy_shell(Block* box) noexcept;
 
     /// @name Trees
-    /// Copies into raw memory what needs no new block: what lies inside, and the bytes and trees that copies share.
-    /// False, with nothing done, for all others.
+    /// Copies a Value that needs no new block into raw memory: one without heap content, with bytes, or with a shared
+    /// tree. Returns false, with nothing done, for all others.
     static bool copy_plain(const Value& from, void* to) noexcept {
         if (from.on_heap()) {
-            if (block(from)->kind == Layout::Bytes) {
-                Layout::share_bytes(block(from));
-            } else if (!is_shared(from) || !Layout::share_tree(block(from))) {
+            const bool shares = block(from)->kind == Layout::Bytes || is_shared(from);
+            if (!shares || !Layout::share(block(from))) {
                 return false;
             }
         }
         static_cast<Value*>(to)->take_bytes(from);
         return true;
     }
-    /// Copies what is not plain, or a shared tree, into a Null that shares it with nobody. Strong.
+    /// Copies the content into new blocks of a Null. Strong guarantee.
     static void copy(const Value& from, Value& to);
     static void release(Value& value) noexcept;
 

@@ -58,6 +58,9 @@ private:
     void tree(const Value& from, Value& to, int depth) {
         Block* block = ValueAccess::block(from);
         switch (block->kind) {
+        case Layout::Bytes: // their count of owners is full
+            to = ValueAccess::make_bytes(from.type(), Layout::bytes_of(block), block->size);
+            break;
         case Layout::Elements:
             elements(from, to, depth);
             break;
@@ -130,16 +133,17 @@ private:
     std::vector<CopyJob> later_;
 };
 
-/// Puts the blocks of a Value on the list of those to destroy, which are linked through their heads, so that
-/// destruction needs no memory.
+/// Puts the blocks of a Value on the list of blocks to destroy. The heads link the list, so destruction needs no
+/// memory.
 void push(Value& value, Block*& list) noexcept {
     Block* block = ValueAccess::block(value);
-    if (block->kind == Layout::Bytes) { // may be shared, so it goes on no list
-        ValueAccess::detach(value);
-        return Layout::release_bytes(block);
-    }
-    if (ValueAccess::is_shared(value) && !Layout::release_tree(block)) {
+    const bool is_bytes = block->kind == Layout::Bytes;
+    if ((is_bytes || ValueAccess::is_shared(value)) && !Layout::release(block)) {
         return ValueAccess::detach(value);
+    }
+    if (is_bytes) {
+        ValueAccess::detach(value);
+        return Layout::deallocate(block);
     }
     delete ValueAccess::index(value);
     ValueAccess::detach(value);

@@ -20,9 +20,9 @@ struct MemberIndex;
 struct Block {
     Block* next;
     std::size_t size;     ///< elements in use
-    std::size_t capacity; ///< elements that fit; of bytes: the values that share them
+    std::size_t capacity; ///< elements that fit
     std::uint32_t kind;
-    std::uint32_t owners; ///< of a tree: the values that share it
+    std::uint32_t owners; ///< values that share these bytes, or the tree that begins here
 };
 
 /// The content of a Value. On the heap it is one block, or a chain of runs for a Map or Struct. Two or more runs have
