@@ -24,7 +24,7 @@ namespace {
 
 using Descriptions = std::vector<DatatypeDescription>;
 
-DatatypeDescription structure(std::mt19937& random, const std::string& name, unsigned most_members = 25) {
+DatatypeDescription structure(std::mt19937& random, const std::string& name, unsigned max_members = 25) {
     const char* words[] = {"axis",    "fbDrive", "stStatus",       "arrPumps", "nState", "aRecipeSteps",
                            "pConfig", "bReady",  "stTemperatures", "x",        "y",      "lastErrorText"};
     const char* types[] = {"BOOL", "INT", "LREAL", "STRING(80)", "ST_Status", "ARRAY [1..10] OF REAL"};
@@ -35,7 +35,7 @@ DatatypeDescription structure(std::mt19937& random, const std::string& name, uns
     Attributes shown;
     shown.add("ZoHmiSymbol.Show", "");
     shown.add("unit", "mm");
-    const auto count = int(2 + random() % (most_members - 1));
+    const auto count = int(2 + random() % (max_members - 1));
     for (int i = 0; i < count; ++i) {
         description.subitems.emplace_back(std::string(words[random() % std::size(words)]) + std::to_string(i),
                                           types[random() % std::size(types)], i * 8, 8, "",
@@ -156,11 +156,11 @@ struct Members {
     std::vector<std::string> questions;
 };
 
-std::vector<Members> make_members(std::size_t types, unsigned most_members) {
+std::vector<Members> make_members(std::size_t types, unsigned max_members) {
     std::mt19937 random(7);
     std::vector<Members> list;
     while (list.size() < types) {
-        Members made{Datatype(structure(random, "ST_Part", most_members)), {}, {}};
+        Members made{Datatype(structure(random, "ST_Part", max_members)), {}, {}};
         for (const SubItem& item : made.type.subitems()) {
             made.by_name.emplace(item.name(), made.by_name.size());
             made.questions.push_back(item.name());

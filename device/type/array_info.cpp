@@ -15,7 +15,7 @@ std::int64_t ArrayInfo::max_index(std::size_t i) const {
     if (nr_of_elements == 0) {
         return lower - 1;
     }
-    // Unsigned, so that the way from a negative bound to the maximum fits too.
+    // Unsigned: the distance from a negative bound to the maximum fits too.
     constexpr std::int64_t max = std::numeric_limits<std::int64_t>::max();
     const std::uint64_t room = static_cast<std::uint64_t>(max) - static_cast<std::uint64_t>(lower);
     const std::uint64_t steps = nr_of_elements - 1;
@@ -29,7 +29,7 @@ std::uint64_t ArrayInfo::calculate_total_nr_of_elements() const noexcept {
     constexpr std::uint64_t max = std::numeric_limits<std::uint64_t>::max();
     std::uint64_t total = 1;
     for (const Dimension& dimension : dimensions_) {
-        // A total that wrapped to 0 would read as "no array".
+        // A total that wraps to 0 would mean "no array".
         const std::uint64_t count = dimension.nr_of_elements;
         total = count != 0 && total > max / count ? max : total * count;
     }

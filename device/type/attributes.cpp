@@ -11,7 +11,7 @@ namespace ZoHmiFdx {
 
 namespace {
 
-/// Up to here comparing each with each is quicker than a set.
+/// Up to this number of entries in both lists, a comparison of all pairs is quicker than a set.
 constexpr std::size_t few_entries = 16;
 
 } // namespace
@@ -48,7 +48,7 @@ AttributesFlags Attributes::flags_by_key(const std::string& key) noexcept {
 
 bool Attributes::has(const std::string& key) const noexcept {
     const AttributesFlags key_flags = flags_by_key(key);
-    // The flags cover all entries, but several keys share one.
+    // No flag, no entry. A set flag proves nothing: several keys share it.
     return (key_flags == AttributesFlags::None || has(key_flags)) && has_entry(key);
 }
 
@@ -102,7 +102,7 @@ void Attributes::merge(const Attributes& other) {
         return;
     }
     flags_ = flags_ | other.flags_;
-    // With the room made beforehand, views of the keys hold while entries are appended.
+    // The room is reserved, so views of the keys stay valid while entries are appended.
     entries_.reserve(entries_.size() + other.entries_.size());
     std::unordered_set<std::string_view> keys;
     const bool use_set = other.entries_.size() > 1 && entries_.size() + other.entries_.size() > few_entries;
@@ -119,7 +119,7 @@ void Attributes::merge(const Attributes& other) {
         }
         const std::size_t index = entries_.size();
         entries_.push_back(entry);
-        if (index < none && position < none) { // a position beyond would equal the mark of an index that is not set
+        if (index < none && position < none) { // a larger position would equal `none`
             if (position == other.lower_border_index_) {
                 lower_border_index_ = static_cast<std::uint16_t>(index);
             } else if (position == other.upper_border_index_) {
@@ -138,7 +138,7 @@ void Attributes::merge_keep_duplicates(const Attributes& other) {
         }
     };
     flags_ = flags_ | other.flags_;
-    // Both may be the same list, which grows while it is read.
+    // Both may be the same list, which grows in this loop.
     entries_.reserve(own + count);
     for (std::size_t i = 0; i < count; ++i) {
         entries_.push_back(other.entries_[i]);

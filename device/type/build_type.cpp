@@ -76,7 +76,7 @@ std::int32_t array_size(std::uint64_t elements, std::int32_t element_size) {
     return size_or_0(elements * size);
 }
 
-/// Of a name without a dialect.
+/// Requires a name without a dialect.
 DatatypeDescription describe(std::string name, int array_nesting) {
     DatatypeDescription description;
     description.flags |= flags_from_datatype_name(name);

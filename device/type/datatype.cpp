@@ -19,24 +19,24 @@ constexpr std::uint32_t indirection_strict_flags = DatatypeFlags::Reference | Da
 constexpr std::uint32_t indirection_flags =
     indirection_strict_flags | DatatypeFlags::ReferenceByAlias | DatatypeFlags::IndirectionByAlias;
 
-/// Up to here the walk over the members themselves is quicker than jumps by the sorted indices.
+/// Up to this number of members, a walk is quicker than a search by the sorted indices.
 constexpr std::size_t few_subitems = 16;
 
 bool is_structure(ValueType type) {
     return type == ValueType::Map || type == ValueType::Struct;
 }
 
-/// 0 where the dimensions give none; the total is the device's, and may be anything.
+/// 0 without elements. The total comes from the device, and may be any number.
 int element_size(const DatatypeDescription& description) {
     const std::uint64_t total = description.array_info.total_nr_of_elements();
     if (total == 0 || total > std::uint64_t(std::numeric_limits<std::int64_t>::max())) {
         return 0;
     }
     const std::int64_t size = description.size / static_cast<std::int64_t>(total);
-    return static_cast<int>(size); // never further from 0 than the whole size
+    return static_cast<int>(size); // the amount never exceeds the whole size
 }
 
-/// Elements of a basic type have dialects of their own; everything else only if it has members.
+/// Elements of a basic type have dialects. Other types have dialects if they have members.
 bool can_have_dialects(const DatatypeDescription& description) {
     if (description.array_info.dimensions() != 0) {
         ValueType hmi_type = ValueType::Null;

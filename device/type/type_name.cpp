@@ -80,11 +80,11 @@ constexpr bool is_string(FdxDataType type) {
     return type == FdxDataType::String || type == FdxDataType::WString;
 }
 
-/// `name` begins with the row's stem.
+/// Requires a name that begins with the row's stem.
 bool matches(const TypeNameRow& row, const char* name, std::size_t stem_length) {
     const char* rest = name + stem_length;
     if (row.match == TypeNameMatch::Exact) {
-        const char* rest_of_row = row.name.data() + stem_length; // nothing, for most rows
+        const char* rest_of_row = row.name.data() + stem_length; // empty for most rows
         return *rest == *rest_of_row && (*rest == '\0' || std::strcmp(rest, rest_of_row) == 0);
     }
     return *rest == '\0' || *rest == '(' || (*rest == '[' && is_string(row.type));
@@ -124,7 +124,7 @@ FdxDataType integer_of_size(int size, bool is_signed) {
     }
 }
 
-/// "BOOL", with or without something in parentheses behind it.
+/// "BOOL", or "BOOL(" with any text behind it.
 bool is_boolean(const char* name) {
     return std::strncmp(name, "BOOL", 4) == 0 && (name[4] == '\0' || name[4] == '(');
 }
@@ -145,7 +145,7 @@ int parse_fdx_type_string(int size, const char* name, ZoHmiSrv::ValueType* hmi_t
     if (const TypeNameRow* row = find_row(name)) {
         type = row->type;
         rule = row->size;
-        // An alias of a Boolean stays one, although "BIT8" and "BYTE" name a number.
+        // An alias of a Boolean stays a Boolean, although "BIT8" and "BYTE" name a number.
         if (type == FdxDataType::UInt8 && *name == 'B' && base_name != nullptr && is_boolean(base_name)) {
             type = FdxDataType::Bit;
         }
@@ -203,7 +203,7 @@ std::optional<unsigned> parse_size_from_string_typename(const std::string& name,
     std::size_t mark = name.find("STRING(");
     if (mark == std::string::npos) mark = name.find("STRING[");
     if (mark == std::string::npos) return std::nullopt;
-    // Unsigned, since the number may be the greatest one of its type already.
+    // Unsigned: the number may be the maximum of its type.
     const unsigned length = unsigned(std::strtol(name.c_str() + mark + mark_length, nullptr, 10)) + 1;
     return type == FdxDataType::WString ? length * 2 : length;
 }
