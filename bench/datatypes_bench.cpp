@@ -1,6 +1,6 @@
 // Making the 100,000 datatypes of a very large controller program from their descriptions, against the bare copies; and
 // finding the members of usual and of large structures, against the walk in declared order and a hash table for each
-// type. "allocations" is the number for one type or one question, on average.
+// type. "allocations" is the average for one type or one look-up.
 
 #include "device/type/datatype.h"
 #include "tests/server_api/allocations.h"
@@ -106,7 +106,7 @@ void count(benchmark::State& state, std::size_t items, std::size_t allocated) {
     state.SetItemsProcessed(all);
 }
 
-/// Making one thing of each description; `taken` gives the list to make them of.
+/// Makes one object from each description. `taken` returns the descriptions.
 template <typename Taken, typename Make>
 void build(benchmark::State& state, Taken taken, Make make) {
     std::size_t allocated = 0;

@@ -25,8 +25,8 @@ struct SizedName {
     std::string name;
 };
 
-/// A good half elementary types, the rest declared ones, arrays, pointers and strings, in the mix of a program's
-/// symbols and members.
+/// Elementary types (55 of 100), declared types, arrays, pointers and strings, in the mix of a program's symbols and
+/// members.
 std::vector<SizedName> make_names() {
     const SizedName elementary[] = {
         {1, "BOOL"}, {1, "BOOL"},  {1, "BOOL"}, {1, "BOOL"},  {2, "INT"},   {2, "INT"},           {2, "UINT"},
@@ -63,7 +63,7 @@ std::vector<SizedName> make_names() {
     return names;
 }
 
-/// The ordinary list, or 1,000 of the exact names that it has.
+/// The ordinary list, or 1,000 of its exact names.
 const std::vector<SizedName>& names(bool exact_only) {
     static const std::vector<SizedName> all = make_names();
     static const std::vector<SizedName> exact = [] {
@@ -76,7 +76,7 @@ const std::vector<SizedName>& names(bool exact_only) {
     return exact_only ? exact : all;
 }
 
-/// Counts what was known, so that nothing is optimised away, and what was allocated.
+/// Counts the known names, so that the compiler removes nothing, and the allocations.
 template <typename Parse>
 void run(benchmark::State& state, bool exact_only, Parse parse) {
     const auto& list = names(exact_only);
@@ -129,7 +129,7 @@ void find_in_unordered_map(benchmark::State& state, bool exact_only) {
     struct Known {
         FdxDataType type;
         ValueType value;
-        int size; ///< -1 where the size does not matter
+        int size; ///< -1 if any size matches
     };
     std::unordered_map<std::string_view, Known> types;
     for (const TypeNameRow& row : type_name_table) {

@@ -18,7 +18,7 @@ using ZoHmiSrv::ValueType;
 
 namespace {
 
-// In name order, as those who write a Struct have them; of the lengths that parameters' names have.
+// In name order, as in most code that fills a Struct. The lengths are those of parameters' names.
 constexpr const char* names[] = {
     "alarmState",    "batch",        "causeRemedy",  "comment",    "count",          "data",
     "details",       "deviceState",  "duration",     "eventClass", "eventClassName", "eventId",
@@ -31,7 +31,7 @@ constexpr int rows = 1000;
 constexpr char short_text[] = "short text";
 constexpr char long_text[] = "{08500001-0000-0000-F000-000000000064}";
 
-// Texts, numbers and flags in turn; one of them too long to lie inside.
+// Texts, numbers and flags in turn. One text is too long to lie inside.
 template <class Add>
 void for_each_member(int row, Add&& add) {
     for (std::size_t i = 0; i < members; ++i) {
@@ -125,7 +125,7 @@ private:
         return (std::size_t{has(record, names[I])} + ...);
     }
 };
-// The same by names that come from outside.
+// The same by names from outside.
 struct ForeignNames {
     template <class Tree>
     std::size_t find_in(const Tree& record) const {

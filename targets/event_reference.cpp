@@ -13,7 +13,7 @@ namespace Algorithm = ZoHmiSrv::Algorithm;
 
 namespace {
 
-// The text of a parameter, zero-terminated; of one that is no text, in `converted`.
+/// Returns the text of a parameter. `converted` owns the text of a parameter of another type.
 std::optional<std::string_view> text_of(const Value& parameter, Value& converted) {
     if (!parameter.isset()) return std::nullopt;
     if (parameter.type() == ValueType::String) return parameter.get_string();
@@ -34,7 +34,7 @@ std::optional<double> number_of(const Value& parameter) {
     return copy.convert(ValueType::Double).get_double();
 }
 
-// The bytes of a parameter; one that came as text is kept converted.
+/// Returns the bytes of a parameter. `converted` owns the bytes of a text.
 Binary bytes_of(const Value& parameter, std::optional<Value>& converted) {
     if (parameter.type() != ValueType::String) return parameter;
     converted = parameter;

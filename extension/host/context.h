@@ -5,7 +5,7 @@
 
 namespace ZoHmiSrv {
 
-/// The client session on whose behalf something happens.
+/// The client session on whose behalf a call runs.
 class ZOHMISRV_API Session {
 public:
     Session(const Session&);

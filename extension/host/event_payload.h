@@ -12,7 +12,7 @@ namespace ZoHmiSrv {
 /// The severity of a message or an alarm. The extension's own diagnostics use -1 and 3, targets 0 to 4.
 enum class Severity : std::int32_t {};
 
-/// The numbers are the server's; only the state of an alarm that could not be decoded has a name here.
+/// The server defines the numbers. Only the state of an alarm that could not be decoded has a name here.
 enum class AlarmState : std::int32_t { Invalid = 4 };
 
 /// The logger sends 1 to 4; all other numbers become 0.
@@ -61,7 +61,7 @@ public:
     void set_severity(Severity severity) noexcept { severity_ = severity; }
     Timestamp time_raised() const noexcept { return time_raised_; }
     void set_time_raised(const Timestamp& time) noexcept { time_raised_ = time; }
-    /// Diagnostic messages number theirs "0", "1", "2" and so on.
+    /// The names of a diagnostic message's parameters are "0", "1", "2" and so on.
     Value& parameters() override;
     ValueType type() const noexcept override;
 

@@ -53,7 +53,7 @@ private:
 
     Iterator(Layout::Block* run, Layout::Member<Element>* at) noexcept
         : run_(run), at_(at), stop_(run == nullptr ? nullptr : Layout::members_of<Element>(run) + run->size) {}
-    /// At the first member of a run, or at the end.
+    /// Returns the first member of a run, or the end.
     static Iterator first_of(Layout::Block* run) noexcept {
         return run == nullptr || run->size == 0 ? Iterator() : Iterator(run, Layout::members_of<Element>(run));
     }

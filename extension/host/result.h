@@ -38,7 +38,7 @@ private:
     String text_;
 };
 
-/// Builds the text of a `ResultPair` piece by piece. Not for use by several threads at once.
+/// Builds the text of a `ResultPair` piece by piece. One thread owns it.
 class ZOHMISRV_API ResultStream {
 public:
     explicit ResultStream(ErrorValue result) noexcept;

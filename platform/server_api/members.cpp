@@ -1,4 +1,4 @@
-// The members of a Map or Struct: one sorted run, or beyond `run_limit` members a chain of runs with an index.
+// The members of a Map or Struct: one sorted run, or a chain of runs with an index for more than `run_limit` members.
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
@@ -17,12 +17,12 @@ namespace {
 
 constexpr std::size_t first_capacity = 4;
 
-/// By a half: what is added to a copy, which has no room to spare, is mostly little.
+/// Grows by a half: most copies get few new members.
 std::size_t grown(std::size_t capacity) noexcept {
     return std::min(run_limit, capacity + std::max(first_capacity, capacity / 2));
 }
 
-/// Where in a run a name is or belongs.
+/// The place of a name in a run, or for a new name.
 std::size_t lower_bound(Block* run, const NameKey& key) noexcept {
     const MapMember* members = members_of(run);
     const MapMember* at = std::partition_point(members, members + run->size, [&](const MapMember& member) {
@@ -31,7 +31,7 @@ std::size_t lower_bound(Block* run, const NameKey& key) noexcept {
     return static_cast<std::size_t>(at - members);
 }
 
-/// The place of the last run that begins at or before the key, else of the first.
+/// The place of the last run that begins at or before the key, or of the first run.
 std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
     const auto after = std::partition_point(index.runs.begin() + 1, index.runs.end(), [&](Block* run) {
         return MemberNames::compare(members_of(run)[0].name, key) <= 0;
@@ -39,7 +39,7 @@ std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
     return static_cast<std::size_t>(after - index.runs.begin()) - 1;
 }
 
-/// Sets the place of the member, or the run that one of that name belongs to.
+/// Sets the place of the member, or the run for a new member of that name.
 void search(ValueAccess::Place& place, Block* block, const MemberIndex* index, const NameKey& key) noexcept {
     if (block == nullptr) {
         return;
@@ -125,8 +125,8 @@ void ValueAccess::grow_run(Value& map, Place& place, std::size_t capacity) {
     place.run = bigger;
 }
 
-/// Makes room at `place`, whose run is full, by a second run: a new one behind the last when members come in order, so
-/// that runs stay full, else one with the upper half.
+/// Makes room at `place` in a full run by a second run. A new member at the end of the Map gets an empty run, so that
+/// insertions in order fill all runs. Any other place moves the upper half of the run.
 void ValueAccess::split_run(Value& map, Place& place) {
     std::unique_ptr<MemberIndex> first_index;
     MemberIndex* runs = index(map);
@@ -141,7 +141,7 @@ void ValueAccess::split_run(Value& map, Place& place) {
         runs->runs.reserve(2 * runs->runs.size());
     }
     Block* upper = allocate_run(run_limit);
-    // Nothing fails from here on.
+    // No operation fails from here on.
     const bool at_end = place.run->next == nullptr && place.at == place.run->size;
     const std::size_t keep = at_end ? place.run->size : place.run->size / 2;
     upper->size = place.run->size - keep;
@@ -196,7 +196,7 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
 Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
     Block* run = place.run;
     MapMember* at = members_of(run) + place.at;
-    // Destroyed at the very end: what it held may be large, and the Map must be whole by then.
+    // Destroyed last: the Map is consistent by then.
     const Value dropped = std::move(at->value);
     MemberNames::release(at->name);
     move_members(at, at + 1, run->size - place.at - 1);

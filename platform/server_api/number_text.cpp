@@ -21,11 +21,11 @@ To saturate(double number) noexcept {
     if (number <= static_cast<double>(low)) {
         return low;
     }
-    // The double nearest to the highest number may lie above it, so that equal counts as out of range.
+    // The double nearest to the maximum may exceed it, so an equal double is out of range too.
     return number >= static_cast<double>(high) ? high : static_cast<To>(number);
 }
 
-/// `from_chars` takes no plus sign.
+/// `from_chars` refuses a plus sign.
 std::string_view without_plus(std::string_view text) noexcept {
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
         text.remove_prefix(1);

@@ -23,7 +23,7 @@ void append(std::string& text, std::int64_t number, int digits) {
     }
 }
 
-/// Reads a text from its front; after the first thing that is not there it stays failed.
+/// Reads a text from its front. After the first mismatch all operations fail.
 class Scanner {
 public:
     explicit Scanner(std::string_view text) : rest_(text) {}
@@ -105,7 +105,7 @@ std::optional<long> parse(std::string_view text) noexcept {
         }
     }
     long result = 0;
-    // One second less and the rest added keeps times before 1970 in range to the last nanosecond.
+    // The seconds round down and the rest is positive, so times before 1970 stay in range to the last nanosecond.
     const std::int64_t whole = seconds < 0 ? seconds + 1 : seconds;
     const long rest = seconds < 0 ? nanoseconds - second : nanoseconds;
     if (scan.failed() || !scan.at_end() || __builtin_mul_overflow(whole, second, &result) ||
@@ -122,7 +122,7 @@ std::string ns_to_iso(long nanoseconds) {
     const std::chrono::sys_time<std::chrono::nanoseconds> time{std::chrono::nanoseconds{nanoseconds}};
     const auto midnight = std::chrono::floor<days>(time);
     const std::chrono::year_month_day date{midnight};
-    // By seconds: the midnight before the earliest time does not fit into nanoseconds.
+    // In seconds: the midnight before the earliest time overflows nanoseconds.
     const auto whole = std::chrono::floor<std::chrono::seconds>(time);
     const std::int64_t of_day = (whole - midnight).count();
     const long part = (nanoseconds % second + second) % second;

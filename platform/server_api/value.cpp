@@ -1,4 +1,4 @@
-// What a Value is and becomes: construction, assignment, types, sizes and setters.
+// Construction, assignment, types, sizes and setters of a Value.
 #include "extension/host/value.h"
 
 #include "extension/host/event.h"

@@ -1,4 +1,4 @@
-// The change of a Value's type with its content.
+// Conversion of a Value to another type.
 #include "extension/host/time_text.h"
 #include "platform/server_api/base64.h"
 #include "platform/server_api/number_text.h"

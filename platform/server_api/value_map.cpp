@@ -8,8 +8,8 @@ namespace ZoHmiSrv {
 
 namespace {
 
-/// Runs an operation on a Map by a name, which may be a part of the value, as the value to insert may be: what that was
-/// before it became a Map lives until the operation is done, and of a tree that others share the name is kept.
+/// Turns a value into an unshared Map and runs an operation with a name. The name, and a value to insert, may be a part
+/// of the old content: the content lives until the end of the operation, and the name of a shared tree is copied.
 template <class Operation>
 auto as_map(Value& value, const NameKey& key, Operation operation) {
     const bool is_map = ValueAccess::is_map(value);
@@ -40,7 +40,7 @@ const Value& Value::shared_null() noexcept {
 
 Iterator<Value> Value::unshare_and_find(const char* name) {
     const NameKey key(name);
-    const std::string kept(key.text, key.length); // it may lie in the tree, which its last other owner may leave to us
+    const std::string kept(key.text, key.length); // another owner may destroy the tree of the name
     unshare();
     return find(kept.c_str());
 }
@@ -63,7 +63,7 @@ Iterator<Value> Value::insert_member(const NameKey& name, Value&& value) {
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
         if (!place.found) {
-            Value taken = std::move(value); // it may be a member, which the insertion moves
+            Value taken = std::move(value); // a member moves in the insertion
             ValueAccess::emplace(*this, place, key, taken);
         }
         return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
@@ -76,7 +76,7 @@ Iterator<Value> Value::insert_or_update_member(const NameKey& name, Value&& valu
     }
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
-        Value taken = std::move(value); // it may be a member, which the insertion moves
+        Value taken = std::move(value); // a member moves in the insertion
         if (place.found) {
             members_of(place.run)[place.at].value.swap(taken);
         } else {

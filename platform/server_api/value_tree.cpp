@@ -1,4 +1,4 @@
-// Copy and destruction of whole trees of Values, of any depth, and the boxes of events in them.
+// Copy and destruction of whole trees of Values, of any depth.
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
@@ -13,10 +13,10 @@ using Layout::MemberNames;
 
 namespace {
 
-/// Copies go down this far by recursion; what lies deeper waits on a list.
+/// The maximum depth of recursion in a copy. Deeper Values wait on a list.
 constexpr int recursion_limit = 64;
 
-/// What is copied is often added to, and mostly little: a copy keeps as much of its original's room, in members.
+/// The maximum of free places in the copy of a run: most copies get few new members.
 constexpr std::size_t spare_room = 4;
 
 struct CopyJob {
@@ -26,8 +26,8 @@ struct CopyJob {
 
 class TreeCopy {
 public:
-    /// Every Value that is not copied yet is a Null, and every block is attached before it is filled, so that what is
-    /// there can be destroyed at any time.
+    /// A Value that is not copied yet is a Null, and a block is attached before it is filled: the incomplete copy can
+    /// be destroyed at any time.
     void run(const Value& from, Value& to) {
         tree(from, to, 0);
         while (!later_.empty()) {
@@ -46,7 +46,7 @@ private:
         }
     }
 
-    /// A copy of a Value that needs no block, else a Null that `tree` fills.
+    /// Copies a Value that needs no block. Returns false for others, with a Null that `tree` fills.
     static bool shallow(const Value& from, void* to) noexcept {
         if (ValueAccess::copy_plain(from, to)) {
             return true;
@@ -112,7 +112,7 @@ private:
                 copied->runs.push_back(run);
             }
             std::memcpy(tags_of(run), tags_of(source), source->size);
-            // All at once; what is more than its bytes is put right before the run owns it.
+            // All bytes at once. Shared names and heap content are corrected before the run owns the member.
             std::memcpy(static_cast<void*>(members_of(run)), members_of(source), source->size * sizeof(MapMember));
             for (std::size_t i = 0; i < source->size; ++i) {
                 const MapMember& member = members_of(source)[i];

@@ -35,7 +35,7 @@ void ValueAccess::reserve_elements(Value& vector, std::size_t count) {
 void* ValueAccess::open_gap(Value& vector, std::size_t at) {
     Block* elements = block(vector);
     if (elements == nullptr || elements->size == elements->capacity) {
-        // The copy of an emptied vector has a block without room.
+        // The copy of an emptied Vector has a block of capacity 0.
         reserve_elements(vector,
                          elements == nullptr ? first_capacity : std::max(first_capacity, 2 * elements->capacity));
         elements = block(vector);
@@ -54,7 +54,7 @@ Value& Value::operator<<(Value&& value) {
     if (&value == this) {
         return *this << Value(*this);
     }
-    Value taken = std::move(value); // it may be an element, which an append moves
+    Value taken = std::move(value); // an element moves in the insertion
     set_type(ValueType::Vector).make_unshared();
     new (ValueAccess::open_gap(*this, element_count())) Value(std::move(taken));
     return *this;
@@ -101,7 +101,7 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, Value&& valu
 
 void Value::resize(std::size_t count, const Value& fill) {
     if (type_ != ValueType::Vector || count > element_count()) {
-        const Value kept(fill); // it may be an element
+        const Value kept(fill); // an element moves when the block grows
         set_type(ValueType::Vector).make_unshared();
         const Block* before = ValueAccess::block(*this);
         if (before != nullptr && before->capacity < count) {

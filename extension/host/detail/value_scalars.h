@@ -6,7 +6,7 @@
 #include <concepts>
 #include <type_traits>
 
-/// The types that the templates of a `Value` take. Types that merely convert to one of them are refused.
+/// The types of the templates of a `Value`. Types that convert to one of them are refused.
 namespace ZoHmiSrv::Layout {
 
 template <class T, class... Allowed>
