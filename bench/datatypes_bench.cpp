@@ -118,9 +118,8 @@ void build(benchmark::State& state, Taken taken, Make make) {
             made.reserve(list.size());
             const std::size_t before = allocations::count();
             state.ResumeTiming();
-            for (auto& description : list) {
+            for (auto& description : list)
                 made.push_back(make(description));
-            }
             benchmark::DoNotOptimize(made.data());
             state.PauseTiming();
             allocated += allocations::count() - before;
@@ -184,17 +183,14 @@ const std::vector<Members>& large() {
 template <typename Find>
 void find(benchmark::State& state, const std::vector<Members>& members, Find find_in) {
     std::size_t asked = 0;
-    for (const Members& of : members) {
+    for (const Members& of : members)
         asked += of.questions.size();
-    }
     const std::size_t before = allocations::count();
     std::size_t sum = 0;
     for (auto _ : state) {
-        for (const Members& of : members) {
-            for (const std::string& name : of.questions) {
+        for (const Members& of : members)
+            for (const std::string& name : of.questions)
                 sum += find_in(of, name);
-            }
-        }
         benchmark::DoNotOptimize(sum);
     }
     count(state, asked, allocations::count() - before);

@@ -182,9 +182,8 @@ template <class Tree, class Names>
 void look_up_record(benchmark::State& state) {
     const Tree record = Record<Tree>::build();
     const Names wanted;
-    for (auto _ : state) {
+    for (auto _ : state)
         if (wanted.find_in(record) != members) return state.SkipWithError("a member is missing");
-    }
 }
 template <class Tree, class Names>
 void look_up_listing(benchmark::State& state) {
@@ -246,9 +245,8 @@ template <class Tree, template <class> class Shape>
 void compare(benchmark::State& state) {
     const Tree original = Shape<Tree>::build();
     const Tree copy = Shape<Tree>::build();
-    for (auto _ : state) {
+    for (auto _ : state)
         if (!(original == copy)) return state.SkipWithError("the copy differs");
-    }
 }
 
 BENCHMARK(build<Value, Record>)->Name("build_struct/this");

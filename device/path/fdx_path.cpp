@@ -27,9 +27,8 @@ std::pair<std::string, char> cut_at_mark(std::string& text, std::size_t mark) {
 std::size_t find_level_mark(const std::string& text) noexcept {
     std::size_t mark = text.find_last_of(PathMarks::levels);
     // Indices are one level: neither a "," inside them nor a mark right behind a "]" ends it.
-    while (mark != npos && mark != 0 && text[mark] != '.' && (text[mark] == ',' || text[mark - 1] == ']')) {
+    while (mark != npos && mark != 0 && text[mark] != '.' && (text[mark] == ',' || text[mark - 1] == ']'))
         mark = text.find_last_of(PathMarks::levels, mark - 1);
-    }
     return mark;
 }
 
@@ -42,13 +41,12 @@ std::size_t find_operators(const std::string& text) noexcept {
 
 template <typename Derived>
 void FdxPath<Derived>::push_back(char separator, const std::string& part) {
-    if (separator == '[') {
+    if (separator == '[')
         push_back_indices('[' + part);
-    } else if (separator == '#') {
+    else if (separator == '#')
         push_back_method(part);
-    } else {
+    else
         push_back_subitem(part);
-    }
 }
 
 template <typename Derived>

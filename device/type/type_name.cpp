@@ -22,10 +22,9 @@ enum class Character : std::uint8_t { Foreign, Stem, End };
 
 constexpr auto characters = [] {
     std::array<Character, 256> result{};
-    for (const TypeNameRow& row : type_name_table) {
+    for (const TypeNameRow& row : type_name_table)
         for (const char character : row.name)
             result[static_cast<unsigned char>(character)] = Character::Stem;
-    }
     for (const char character : {'\0', '(', '['})
         result[static_cast<unsigned char>(character)] = Character::End;
     return result;
@@ -146,9 +145,8 @@ int parse_fdx_type_string(int size, const char* name, ZoHmiSrv::ValueType* hmi_t
         type = row->type;
         rule = row->size;
         // An alias of a Boolean stays a Boolean, although "BIT8" and "BYTE" name a number.
-        if (type == FdxDataType::UInt8 && *name == 'B' && base_name != nullptr && is_boolean(base_name)) {
+        if (type == FdxDataType::UInt8 && *name == 'B' && base_name != nullptr && is_boolean(base_name))
             type = FdxDataType::Bit;
-        }
     } else if (!is_indirection(name)) {
         return 0;
     }

@@ -101,9 +101,8 @@ private:
 
     void between_ranges() {
         if (take(array_end, State::Text) || take(next_range, State::Range) ||
-            take(next_range_without_blank, State::Range)) {
+            take(next_range_without_blank, State::Range))
             return;
-        }
         take_word();
     }
 
@@ -126,9 +125,8 @@ private:
 
     void append_chunk(std::size_t end) {
         const std::size_t begin = result_.size();
-        for (; at_ != end; ++at_) {
+        for (; at_ != end; ++at_)
             if (name_[at_] != '<' && name_[at_] != '>') result_ += name_[at_];
-        }
         replace_last_parentheses(result_, begin);
         for (std::size_t i = begin; i != result_.size(); ++i) {
             char& character = result_[i];

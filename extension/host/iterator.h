@@ -32,9 +32,7 @@ public:
     T* operator->() const noexcept { return &at_->value; }
 
     Iterator& operator++() noexcept {
-        if (++at_ == stop_) {
-            *this = first_of(run_->next);
-        }
+        if (++at_ == stop_) *this = first_of(run_->next);
         return *this;
     }
     Iterator operator++(int) noexcept {

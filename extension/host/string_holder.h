@@ -21,9 +21,7 @@ public:
         return *this;
     }
     ~String() {
-        if (text_.is_shared()) {
-            release();
-        }
+        if (text_.is_shared()) release();
     }
 
     const char* name() const noexcept { return text_.c_str(); }

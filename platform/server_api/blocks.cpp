@@ -8,9 +8,7 @@ namespace ZoHmiSrv::Layout {
 
 Block* allocate(BlockKind kind, std::size_t capacity, std::size_t element, std::size_t extra) {
     const std::size_t maximum = std::numeric_limits<std::ptrdiff_t>::max() - sizeof(Block) - extra;
-    if (capacity > maximum / element) {
-        throw std::bad_array_new_length();
-    }
+    if (capacity > maximum / element) throw std::bad_array_new_length();
     void* memory = ::operator new(sizeof(Block) + capacity * element + extra);
     return new (memory) Block{nullptr, 0, capacity, kind, 1};
 }
@@ -23,9 +21,7 @@ bool share(Block* block) noexcept {
     // Half of the range: threads that add owners at once cannot wrap the count.
     constexpr std::uint32_t maximum = std::numeric_limits<std::uint32_t>::max() / 2;
     std::atomic_ref owners(block->owners);
-    if (owners.fetch_add(1, std::memory_order_relaxed) < maximum) {
-        return true;
-    }
+    if (owners.fetch_add(1, std::memory_order_relaxed) < maximum) return true;
     owners.fetch_sub(1, std::memory_order_relaxed);
     return false;
 }

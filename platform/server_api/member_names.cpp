@@ -36,19 +36,13 @@ MemberName MemberNames::make(const NameKey& key) {
 }
 
 void MemberNames::share(const MemberName& name) noexcept {
-    if (name.is_shared()) {
-        head_of(name.c_str())->references.fetch_add(1, std::memory_order_relaxed);
-    }
+    if (name.is_shared()) head_of(name.c_str())->references.fetch_add(1, std::memory_order_relaxed);
 }
 
 void MemberNames::release(const MemberName& name) noexcept {
-    if (!name.is_shared()) {
-        return;
-    }
+    if (!name.is_shared()) return;
     SharedName* head = head_of(name.c_str());
-    if (head->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        ::operator delete(head);
-    }
+    if (head->references.fetch_sub(1, std::memory_order_acq_rel) == 1) ::operator delete(head);
 }
 
 int MemberNames::compare_texts(const MemberName& name, const NameKey& key) noexcept {

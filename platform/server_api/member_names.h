@@ -25,19 +25,14 @@ struct MemberNames {
     /// Byte-wise: negative, 0 or positive.
     static int compare(const MemberName& name, const NameKey& key) noexcept {
         // The first eight bytes mostly decide. The other words of a long name are no part of its text.
-        if (const int order = compare_words(NameKey::load(name.bytes_), key.words[0]); order != 0) {
-            return order;
-        }
-        if (name.is_shared() || key.is_long()) {
-            return compare_texts(name, key);
-        }
+        if (const int order = compare_words(NameKey::load(name.bytes_), key.words[0]); order != 0) return order;
+        if (name.is_shared() || key.is_long()) return compare_texts(name, key);
         const int order = compare_words(NameKey::load(name.bytes_ + 8), key.words[1]);
         return order != 0 ? order : compare_words(NameKey::load(name.bytes_ + 16), key.words[2]);
     }
     static int compare(const MemberName& left, const MemberName& right) noexcept {
-        if (const int order = compare_words(NameKey::load(left.bytes_), NameKey::load(right.bytes_)); order != 0) {
+        if (const int order = compare_words(NameKey::load(left.bytes_), NameKey::load(right.bytes_)); order != 0)
             return order;
-        }
         // Long names that share a text have the same bytes too.
         const NameKey::Words words = {NameKey::load(right.bytes_), NameKey::load(right.bytes_ + 8),
                                       NameKey::load(right.bytes_ + 16)};

@@ -41,9 +41,7 @@ std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
 
 /// Sets the place of the member, or the run for a new member of that name.
 void search(ValueAccess::Place& place, Block* block, const MemberIndex* index, const NameKey& key) noexcept {
-    if (block == nullptr) {
-        return;
-    }
+    if (block == nullptr) return;
     place.ordinal = index == nullptr ? 0 : run_for(*index, key);
     place.run = index == nullptr ? block : index->runs[place.ordinal];
     const MapMember* member = Layout::search_run<Value>(
@@ -64,9 +62,7 @@ Block* last_run(const Value& map) noexcept {
 } // namespace
 
 std::size_t ValueAccess::member_count(const Value& map) noexcept {
-    if (!is_map(map) || !map.on_heap()) {
-        return 0;
-    }
+    if (!is_map(map) || !map.on_heap()) return 0;
     return index(map) == nullptr ? block(map)->size : index(map)->total;
 }
 
@@ -78,9 +74,7 @@ Block* ValueAccess::allocate_run(std::size_t capacity) {
 
 ValueAccess::Place ValueAccess::find(const Value& map, const NameKey& key) noexcept {
     Place place;
-    if (is_map(map)) {
-        search(place, block(map), index(map), key);
-    }
+    if (is_map(map)) search(place, block(map), index(map), key);
     return place;
 }
 
@@ -98,9 +92,7 @@ ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noe
         }
     }
     search(place, block(map), runs, key);
-    if (!place.found && place.run != nullptr) {
-        place.at = lower_bound(place.run, key);
-    }
+    if (!place.found && place.run != nullptr) place.at = lower_bound(place.run, key);
     return place;
 }
 
@@ -114,13 +106,9 @@ void ValueAccess::grow_run(Value& map, Place& place, std::size_t capacity) {
     std::memcpy(tags_of(bigger), tags_of(old), old->size);
     if (MemberIndex* runs = index(map); runs != nullptr) {
         runs->runs[place.ordinal] = bigger;
-        if (place.ordinal > 0) {
-            runs->runs[place.ordinal - 1]->next = bigger;
-        }
+        if (place.ordinal > 0) runs->runs[place.ordinal - 1]->next = bigger;
     }
-    if (place.ordinal == 0) {
-        replace_block(map, bigger);
-    }
+    if (place.ordinal == 0) replace_block(map, bigger);
     Layout::deallocate(old);
     place.run = bigger;
 }
@@ -137,9 +125,7 @@ void ValueAccess::split_run(Value& map, Place& place) {
         first_index->runs.push_back(place.run);
         runs = first_index.get();
     }
-    if (runs->runs.size() == runs->runs.capacity()) {
-        runs->runs.reserve(2 * runs->runs.size());
-    }
+    if (runs->runs.size() == runs->runs.capacity()) runs->runs.reserve(2 * runs->runs.size());
     Block* upper = allocate_run(run_limit);
     // No operation fails from here on.
     const bool at_end = place.run->next == nullptr && place.at == place.run->size;
@@ -151,9 +137,7 @@ void ValueAccess::split_run(Value& map, Place& place) {
     upper->next = place.run->next;
     place.run->next = upper;
     runs->runs.insert(runs->runs.begin() + static_cast<std::ptrdiff_t>(place.ordinal) + 1, upper);
-    if (first_index != nullptr) {
-        replace_index(map, first_index.release());
-    }
+    if (first_index != nullptr) replace_index(map, first_index.release());
     if (place.at > keep || at_end) {
         place.run = upper;
         place.at -= keep;
@@ -168,11 +152,10 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
             attach(map, map.type_, allocate_run(first_capacity));
             place.run = block(map);
         } else if (place.run->size == place.run->capacity) {
-            if (place.run->capacity < run_limit) {
+            if (place.run->capacity < run_limit)
                 grow_run(map, place, grown(place.run->capacity));
-            } else {
+            else
                 split_run(map, place);
-            }
         }
     } catch (...) {
         MemberNames::release(name);
@@ -186,9 +169,7 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
     }
     *tag = key.tag();
     ++place.run->size;
-    if (MemberIndex* runs = index(map); runs != nullptr) {
-        ++runs->total;
-    }
+    if (MemberIndex* runs = index(map); runs != nullptr) ++runs->total;
     at->name = name;
     return *new (&at->value) Value(std::move(value));
 }
@@ -203,12 +184,8 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
     std::memmove(tags_of(run) + place.at, tags_of(run) + place.at + 1, run->size - place.at - 1);
     --run->size;
     MemberIndex* runs = index(map);
-    if (runs != nullptr) {
-        --runs->total;
-    }
-    if (run->size > 0) {
-        return place.at == run->size ? first_of(run->next) : Iterator<Value>(run, at);
-    }
+    if (runs != nullptr) --runs->total;
+    if (run->size > 0) return place.at == run->size ? first_of(run->next) : Iterator<Value>(run, at);
     if (runs == nullptr) {
         Layout::deallocate(run);
         detach(map);
@@ -216,9 +193,7 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
     }
     Block* next = run->next;
     runs->runs.erase(runs->runs.begin() + static_cast<std::ptrdiff_t>(place.ordinal));
-    if (place.ordinal > 0) {
-        runs->runs[place.ordinal - 1]->next = next;
-    }
+    if (place.ordinal > 0) runs->runs[place.ordinal - 1]->next = next;
     Layout::deallocate(run);
     replace_block(map, runs->runs.front());
     if (runs->runs.size() == 1) {
@@ -231,9 +206,7 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
 void ValueAccess::reserve_members(Value& map, std::size_t count) {
     const std::size_t capacity = std::min(count, run_limit);
     if (!map.on_heap()) {
-        if (capacity > 0) {
-            attach(map, map.type_, allocate_run(capacity));
-        }
+        if (capacity > 0) attach(map, map.type_, allocate_run(capacity));
     } else if (index(map) == nullptr && block(map)->capacity < capacity) {
         Place place{.run = block(map)};
         grow_run(map, place, capacity);

@@ -107,9 +107,7 @@ struct ValueAccess {
     static bool copy_plain(const Value& from, void* to) noexcept {
         if (from.on_heap()) {
             const bool shares = block(from)->kind == Layout::Bytes || is_shared(from);
-            if (!shares || !Layout::share(block(from))) {
-                return false;
-            }
+            if (!shares || !Layout::share(block(from))) return false;
         }
         static_cast<Value*>(to)->take_bytes(from);
         return true;

@@ -19,9 +19,7 @@ int order(const T& left, const T& right) noexcept {
 }
 
 int order_doubles(double left, double right) noexcept {
-    if (std::isnan(left) || std::isnan(right)) {
-        return order(std::isnan(left), std::isnan(right));
-    }
+    if (std::isnan(left) || std::isnan(right)) return order(std::isnan(left), std::isnan(right));
     return order(left, right);
 }
 
@@ -37,9 +35,7 @@ public:
         const bool left_ended = left_.at_end();
         const bool right_ended = right_.at_end();
         done = left_ended || right_ended;
-        if (done) {
-            return order(right_ended, left_ended);
-        }
+        if (done) return order(right_ended, left_ended);
         const std::size_t left = left_.at++;
         const std::size_t right = right_.at++;
         if (!named_) {
@@ -61,9 +57,8 @@ private:
 
         /// True at the end of the last block. Moves to the next block at the end of others.
         bool at_end() noexcept {
-            while (block != nullptr && at == block->size) {
+            while (block != nullptr && at == block->size)
                 *this = {block->next};
-            }
             return block == nullptr;
         }
     };
@@ -76,9 +71,7 @@ private:
 using WalkStack = boost::container::small_vector<Walk, 8>;
 
 int compare_bytes(const Value& left, const Value& right) noexcept {
-    if (ValueAccess::bytes(left) == ValueAccess::bytes(right)) {
-        return 0; // copies share their bytes
-    }
+    if (ValueAccess::bytes(left) == ValueAccess::bytes(right)) return 0; // copies share their bytes
     const std::size_t left_size = ValueAccess::bytes_size(left);
     const std::size_t right_size = ValueAccess::bytes_size(right);
     const std::size_t common = std::min(left_size, right_size);
@@ -93,9 +86,7 @@ int Value::compare(const Value& left, const Value& right) {
     const Value* a = &left;
     const Value* b = &right;
     for (;;) {
-        if (const int types = order(a->type_, b->type_); types != 0) {
-            return types;
-        }
+        if (const int types = order(a->type_, b->type_); types != 0) return types;
         int result = 0;
         switch (a->type_) {
         case ValueType::Bool:
@@ -122,9 +113,8 @@ int Value::compare(const Value& left, const Value& right) {
         case ValueType::Vector:
         case ValueType::Map:
         case ValueType::Struct:
-            if (ValueAccess::block(*a) != ValueAccess::block(*b)) { // equal: both are empty, or share a tree
+            if (ValueAccess::block(*a) != ValueAccess::block(*b)) // equal: both are empty, or share a tree
                 stack.emplace_back(*a, *b);
-            }
             break;
         case ValueType::Event:
         case ValueType::Message:
@@ -140,19 +130,11 @@ int Value::compare(const Value& left, const Value& right) {
         default:
             break;
         }
-        if (result != 0) {
-            return result;
-        }
+        if (result != 0) return result;
         for (bool done = true; done;) {
-            if (stack.empty()) {
-                return 0;
-            }
-            if (result = stack.back().next(a, b, done); result != 0) {
-                return result;
-            }
-            if (done) {
-                stack.pop_back();
-            }
+            if (stack.empty()) return 0;
+            if (result = stack.back().next(a, b, done); result != 0) return result;
+            if (done) stack.pop_back();
         }
     }
 }

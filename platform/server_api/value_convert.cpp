@@ -43,9 +43,7 @@ Value bytes_of_text(const Value& value) {
 } // namespace
 
 Value& Value::convert(ValueType type) {
-    if (type == type_) {
-        return *this;
-    }
+    if (type == type_) return *this;
     switch (type) {
     case ValueType::Bool:
         set(get_bool());

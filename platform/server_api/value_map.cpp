@@ -13,9 +13,7 @@ namespace {
 template <class Operation>
 auto as_map(Value& value, const NameKey& key, Operation operation) {
     const bool is_map = ValueAccess::is_map(value);
-    if (is_map && !ValueAccess::is_shared(value)) {
-        return operation(key);
-    }
+    if (is_map && !ValueAccess::is_shared(value)) return operation(key);
     const std::string name(key.text, key.length);
     Value before;
     if (is_map) {
@@ -48,18 +46,14 @@ Iterator<Value> Value::unshare_and_find(const char* name) {
 Value& Value::member(const NameKey& name) {
     return *as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
-        if (place.found) {
-            return &members_of(place.run)[place.at].value;
-        }
+        if (place.found) return &members_of(place.run)[place.at].value;
         Value null;
         return &ValueAccess::emplace(*this, place, key, null);
     });
 }
 
 Iterator<Value> Value::insert_member(const NameKey& name, Value&& value) {
-    if (&value == this) {
-        return insert_member(name, Value(*this));
-    }
+    if (&value == this) return insert_member(name, Value(*this));
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
         if (!place.found) {
@@ -71,31 +65,24 @@ Iterator<Value> Value::insert_member(const NameKey& name, Value&& value) {
 }
 
 Iterator<Value> Value::insert_or_update_member(const NameKey& name, Value&& value) {
-    if (&value == this) {
-        return insert_or_update_member(name, Value(*this));
-    }
+    if (&value == this) return insert_or_update_member(name, Value(*this));
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
         Value taken = std::move(value); // a member moves in the insertion
-        if (place.found) {
+        if (place.found)
             members_of(place.run)[place.at].value.swap(taken);
-        } else {
+        else
             ValueAccess::emplace(*this, place, key, taken);
-        }
         return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
     });
 }
 
 Iterator<Value> Value::remove(Iterator<Value> position) noexcept {
-    if (position == end()) {
-        return end();
-    }
+    if (position == end()) return end();
     ValueAccess::Place place;
     place.run = ValueAccess::run_of(position);
     place.at = static_cast<std::size_t>(ValueAccess::member_at(position) - members_of(place.run));
-    if (ValueAccess::index(*this) != nullptr) {
-        place = ValueAccess::find(*this, NameKey(position.name()));
-    }
+    if (ValueAccess::index(*this) != nullptr) place = ValueAccess::find(*this, NameKey(position.name()));
     return ValueAccess::erase(*this, place);
 }
 

@@ -70,9 +70,7 @@ std::int64_t Value::get_int64() const noexcept {
     case ValueType::Double:
         return Numbers::saturate_int64(payload_.real);
     case ValueType::String:
-        if (const auto number = Numbers::parse_int64(text_of(*this))) {
-            return *number;
-        }
+        if (const auto number = Numbers::parse_int64(text_of(*this))) return *number;
         return Numbers::saturate_int64(Numbers::parse_double(text_of(*this)).value_or(0));
     default:
         return 0;
@@ -86,9 +84,7 @@ std::uint64_t Value::get_uint64() const noexcept {
     case ValueType::Double:
         return Numbers::saturate_uint64(payload_.real);
     case ValueType::String:
-        if (const auto number = Numbers::parse_uint64(text_of(*this))) {
-            return *number;
-        }
+        if (const auto number = Numbers::parse_uint64(text_of(*this))) return *number;
         return Numbers::saturate_uint64(Numbers::parse_double(text_of(*this)).value_or(0));
     default: {
         const std::int64_t number = get_int64();

@@ -39,18 +39,15 @@ public:
 
 private:
     void child(const Value& from, Value& to, int depth) {
-        if (depth < recursion_limit) {
+        if (depth < recursion_limit)
             tree(from, to, depth + 1);
-        } else {
+        else
             later_.push_back({&from, &to});
-        }
     }
 
     /// Copies a Value that needs no block. Returns false for others, with a Null that `tree` fills.
     static bool shallow(const Value& from, void* to) noexcept {
-        if (ValueAccess::copy_plain(from, to)) {
-            return true;
-        }
+        if (ValueAccess::copy_plain(from, to)) return true;
         new (to) Value();
         return false;
     }
@@ -70,9 +67,8 @@ private:
         default:
             Block* shell = ValueAccess::copy_shell(block);
             ValueAccess::attach(to, from.type(), shell);
-            if (const Value& inner = ValueAccess::inner(block); !shallow(inner, &ValueAccess::inner(shell))) {
+            if (const Value& inner = ValueAccess::inner(block); !shallow(inner, &ValueAccess::inner(shell)))
                 child(inner, ValueAccess::inner(shell), depth);
-            }
             break;
         }
     }
@@ -86,9 +82,7 @@ private:
             Value* slot = elements_of(block) + i;
             const bool done = shallow(element, slot);
             ++block->size;
-            if (!done) {
-                child(element, *slot, depth);
-            }
+            if (!done) child(element, *slot, depth);
         }
     }
 
@@ -102,15 +96,12 @@ private:
         Block* last = nullptr;
         for (Block* source = ValueAccess::block(from); source != nullptr; source = source->next) {
             Block* run = ValueAccess::allocate_run(std::min(source->capacity, source->size + spare_room));
-            if (last == nullptr) {
+            if (last == nullptr)
                 ValueAccess::attach(to, from.type(), run, index.release());
-            } else {
+            else
                 last->next = run;
-            }
             last = run;
-            if (MemberIndex* copied = ValueAccess::index(to)) {
-                copied->runs.push_back(run);
-            }
+            if (MemberIndex* copied = ValueAccess::index(to)) copied->runs.push_back(run);
             std::memcpy(tags_of(run), tags_of(source), source->size);
             // All bytes at once. Shared names and heap content are corrected before the run owns the member.
             std::memcpy(static_cast<void*>(members_of(run)), members_of(source), source->size * sizeof(MapMember));
@@ -121,9 +112,7 @@ private:
                     Value* slot = &members_of(run)[i].value;
                     const bool done = shallow(member.value, slot);
                     run->size = i + 1;
-                    if (!done) {
-                        child(member.value, *slot, depth);
-                    }
+                    if (!done) child(member.value, *slot, depth);
                 }
             }
             run->size = source->size;
@@ -138,9 +127,7 @@ private:
 void push(Value& value, Block*& list) noexcept {
     Block* block = ValueAccess::block(value);
     const bool is_bytes = block->kind == Layout::Bytes;
-    if ((is_bytes || ValueAccess::is_shared(value)) && !Layout::release(block)) {
-        return ValueAccess::detach(value);
-    }
+    if ((is_bytes || ValueAccess::is_shared(value)) && !Layout::release(block)) return ValueAccess::detach(value);
     if (is_bytes) {
         ValueAccess::detach(value);
         return Layout::deallocate(block);
@@ -161,9 +148,7 @@ void ValueAccess::copy(const Value& from, Value& to) {
     try {
         TreeCopy().run(from, to);
     } catch (...) {
-        if (to.on_heap()) {
-            release(to);
-        }
+        if (to.on_heap()) release(to);
         throw;
     }
 }
@@ -176,25 +161,18 @@ void ValueAccess::release(Value& value) noexcept {
         list = block->next;
         switch (block->kind) {
         case Layout::Elements:
-            for (std::size_t i = 0; i < block->size; ++i) {
-                if (Value& element = elements_of(block)[i]; element.on_heap()) {
-                    push(element, list);
-                }
-            }
+            for (std::size_t i = 0; i < block->size; ++i)
+                if (Value& element = elements_of(block)[i]; element.on_heap()) push(element, list);
             break;
         case Layout::Members:
             for (std::size_t i = 0; i < block->size; ++i) {
                 MapMember& member = members_of(block)[i];
                 MemberNames::release(member.name);
-                if (member.value.on_heap()) {
-                    push(member.value, list);
-                }
+                if (member.value.on_heap()) push(member.value, list);
             }
             break;
         default:
-            if (inner(block).on_heap()) {
-                push(inner(block), list);
-            }
+            if (inner(block).on_heap()) push(inner(block), list);
             destroy_shell(block);
             break;
         }

@@ -20,9 +20,7 @@ void move_elements(Value* to, const Value* from, std::size_t count) noexcept {
 
 void ValueAccess::reserve_elements(Value& vector, std::size_t count) {
     Block* old = block(vector);
-    if (count == 0 || (old != nullptr && old->capacity >= count)) {
-        return;
-    }
+    if (count == 0 || (old != nullptr && old->capacity >= count)) return;
     Block* bigger = Layout::allocate(Layout::Elements, count, sizeof(Value));
     if (old != nullptr) {
         bigger->size = old->size;
@@ -51,9 +49,7 @@ Value& Value::operator<<(const Value& value) {
 }
 
 Value& Value::operator<<(Value&& value) {
-    if (&value == this) {
-        return *this << Value(*this);
-    }
+    if (&value == this) return *this << Value(*this);
     Value taken = std::move(value); // an element moves in the insertion
     set_type(ValueType::Vector).make_unshared();
     new (ValueAccess::open_gap(*this, element_count())) Value(std::move(taken));
@@ -63,9 +59,7 @@ Value& Value::operator<<(Value&& value) {
 Value& Value::operator[](unsigned long index) {
     set_type(ValueType::Vector).make_unshared();
     if (index >= element_count()) {
-        if (index + 1 == 0) {
-            throw std::bad_array_new_length();
-        }
+        if (index + 1 == 0) throw std::bad_array_new_length();
         resize(index + 1, Value());
     }
     return elements_of(ValueAccess::block(*this))[index];
@@ -87,9 +81,7 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, const Value&
 }
 
 VectorIterator<Value> Value::insert(VectorIterator<Value> position, Value&& value) {
-    if (&value == this) {
-        return insert(position, Value(*this));
-    }
+    if (&value == this) return insert(position, Value(*this));
     const std::size_t count = element_count();
     const std::ptrdiff_t offset = count == 0 ? 0 : position - begin_vector();
     const std::size_t at = offset < 0 ? 0 : std::min(static_cast<std::size_t>(offset), count);
@@ -104,11 +96,10 @@ void Value::resize(std::size_t count, const Value& fill) {
         const Value kept(fill); // an element moves when the block grows
         set_type(ValueType::Vector).make_unshared();
         const Block* before = ValueAccess::block(*this);
-        if (before != nullptr && before->capacity < count) {
+        if (before != nullptr && before->capacity < count)
             ValueAccess::reserve_elements(*this, std::max(count, 2 * before->capacity));
-        } else {
+        else
             ValueAccess::reserve_elements(*this, count);
-        }
         Block* elements = ValueAccess::block(*this);
         while (elements != nullptr && elements->size < count) {
             new (elements_of(elements) + elements->size) Value(kept);

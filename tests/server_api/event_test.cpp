@@ -89,9 +89,8 @@ TEST(Event, CarriesEverythingIntoValuesAndBack) {
 
 TEST(Command, AnExtensionReadsWhatWasWrittenAndWritesWhatIsRead) {
     CommandGroup group;
-    for (const char* name : {"first", "second", "third"}) {
+    for (const char* name : {"first", "second", "third"})
         group.add(Command(name)).write_value() = name;
-    }
     group[1].set_mapping("Diagnostics");
     for (auto it = group.begin_vector(); it != group.end_vector(); ++it) {
         it->read_value() = it->write_value();

@@ -48,9 +48,8 @@ TEST(Algorithm, TryAsInt64) {
         {"+-1", {}},
         {" 1", {}},
         {"1.0", {}}};
-    for (const auto& [text, number] : cases) {
+    for (const auto& [text, number] : cases)
         EXPECT_EQ(Algorithm::try_as_int64(text), number) << text;
-    }
 }
 
 TEST(Algorithm, NumbersAsText) {
@@ -68,9 +67,8 @@ TEST(Algorithm, NumbersAsText) {
                           {-0.001, 2, false, "0"},
                           {1e21, 2, false, "1000000000000000000000"},
                           {0.3, -5, false, "0"}};
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(Algorithm::to_string(c.number, c.decimals, c.keep_zeros), c.text);
-    }
     EXPECT_EQ(Algorithm::to_string(-std::numeric_limits<double>::max(), 100, true).size(), 411U);
 }
 
@@ -115,9 +113,8 @@ TEST(TimeText, OtherFormsAndNonsense) {
                                                   {"1971-01-01T24:00:00", 0},
                                                   {"1971-01-01T00:00:00.1234567890Z", 0},
                                                   {"9999-01-01", 0}};
-    for (const auto& [text, seconds] : cases) {
+    for (const auto& [text, seconds] : cases)
         EXPECT_EQ(iso_to_ns(text), seconds * 1'000'000'000) << (text == nullptr ? "null" : text);
-    }
 }
 
 TEST(Result, PairAndStream) {

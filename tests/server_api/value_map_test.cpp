@@ -88,9 +88,7 @@ TEST_P(MapModel, BehavesAsAnOrderedMap) {
                 expected = model.begin();
             }
             const auto next = map.remove(it);
-            if (expected != model.end()) {
-                expected = model.erase(expected);
-            }
+            if (expected != model.end()) expected = model.erase(expected);
             ASSERT_EQ(next == map.end(), expected == model.end());
             if (expected != model.end()) {
                 ASSERT_EQ(next.name(), expected->first);
@@ -98,14 +96,11 @@ TEST_P(MapModel, BehavesAsAnOrderedMap) {
             break;
         }
         }
-        if (step % 500 == 0) {
-            expect_same(map, model);
-        }
+        if (step % 500 == 0) expect_same(map, model);
     }
     expect_same(map, model);
-    while (!map.empty()) {
+    while (!map.empty())
         map.remove(map.begin());
-    }
     map["again"] = 1;
     expect_same(map, {{"again", 1}});
 }
@@ -122,9 +117,8 @@ TEST(ValueMap, WholeRunsGoFromTheMiddleAndFromTheEnd) {
         map[name.c_str()] = i;
         model[name] = i;
     }
-    for (auto it = map.find("11000"); it.name() != std::string("14000");) {
+    for (auto it = map.find("11000"); it.name() != std::string("14000");)
         it = map.remove(it);
-    }
     model.erase(model.find("11000"), model.find("14000"));
     expect_same(map, model);
     while (model.size() > 10) {
@@ -150,9 +144,8 @@ std::vector<const Value*> find_known(const Value& map, std::index_sequence<Lengt
 TEST(ValueMap, NamesOfEveryLengthAreToldApart) {
     const auto name_of = [](std::size_t length) { return std::string(letters + longest - length); };
     Value map = Value().set_type(ValueType::Struct);
-    for (std::size_t length = 0; length <= longest; ++length) {
+    for (std::size_t length = 0; length <= longest; ++length)
         map.insert(name_of(length).c_str(), static_cast<int>(length));
-    }
     const auto known = find_known(map, std::make_index_sequence<longest + 1>());
     for (std::size_t length = 0; length <= longest; ++length) {
         EXPECT_EQ(known[length], &map[name_of(length).c_str()]) << length;

@@ -28,13 +28,11 @@ void change(Value& root, std::uint32_t seed) {
     const auto any = [&random](std::size_t count) { return random() % count; };
     const auto name = [&] { return names[any(4)]; };
     Value* at = &root;
-    for (std::size_t depth = any(4); depth > 0; --depth) {
-        if (at->type() == ValueType::Vector && at->size() > 0) {
+    for (std::size_t depth = any(4); depth > 0; --depth)
+        if (at->type() == ValueType::Vector && at->size() > 0)
             at = &(*at)[any(at->size())];
-        } else if (auto member = at->find(name()); member != at->end()) {
+        else if (auto member = at->find(name()); member != at->end())
             at = &*member;
-        }
-    }
     Value& value = *at;
     const std::function<void()> changes[] = {
         [&] { value[name()] = static_cast<int>(any(9)); },
@@ -68,18 +66,13 @@ void change(Value& root, std::uint32_t seed) {
         [&] { value[any(3)] = name(); },
     };
     changes[any(std::size(changes))]();
-    if (root.size() > 40) {
-        root = Value();
-    }
+    if (root.size() > 40) root = Value();
 }
 
 /// Lets some part share itself.
 void share_some(Value& value, std::mt19937& random) {
-    for (Value& element : value.get_vector()) {
-        if (random() % 2 == 0) {
-            element.share();
-        }
-    }
+    for (Value& element : value.get_vector())
+        if (random() % 2 == 0) element.share();
 }
 
 TEST(ValueShare, ChangesNothingButTheCopying) {
@@ -90,23 +83,18 @@ TEST(ValueShare, ChangesNothingButTheCopying) {
         std::vector<std::pair<Value, std::string>> witnesses;
         for (int step = 0; step < 60; ++step) {
             if (random() % 3 == 0) {
-                if (sharing.type() == ValueType::Vector && random() % 2 == 0) {
-                    share_some(sharing, random);
-                }
+                if (sharing.type() == ValueType::Vector && random() % 2 == 0) share_some(sharing, random);
                 sharing.share();
             }
-            if (random() % 3 == 0) {
-                witnesses.emplace_back(sharing, show(sharing));
-            }
+            if (random() % 3 == 0) witnesses.emplace_back(sharing, show(sharing));
             const std::uint32_t seed = static_cast<std::uint32_t>(random());
             change(plain, seed);
             change(sharing, seed);
             ASSERT_EQ(show(plain), show(sharing)) << "round " << round << ", step " << step;
             ASSERT_TRUE(plain == sharing);
         }
-        for (const auto& [value, shown] : witnesses) {
+        for (const auto& [value, shown] : witnesses)
             ASSERT_EQ(show(value), shown) << "round " << round;
-        }
     }
 }
 
@@ -138,9 +126,8 @@ TEST(ValueShare, AskingForSizesCopiesNothing) {
 
 TEST(ValueShare, NameToFindMayLieInATreeThatTheOtherOwnerLeavesMeanwhile) {
     Value large; // takes long to copy
-    for (int i = 0; i < 4000; ++i) {
+    for (int i = 0; i < 4000; ++i)
         large[std::to_string(i).c_str()] = i;
-    }
     for (int round = 0; round < 40; ++round) {
         Value value;
         value["large"] = large;
@@ -161,9 +148,8 @@ TEST(ValueShare, NameToFindMayLieInATreeThatTheOtherOwnerLeavesMeanwhile) {
 
 TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
     Value original;
-    for (int i = 0; i < 200; ++i) { // more than one run
+    for (int i = 0; i < 200; ++i) // more than one run
         original[std::to_string(i).c_str()]["text"] = long_text;
-    }
     original[names[3]] = long_text;
     const std::string expected = show(original);
     original.share();
@@ -180,9 +166,8 @@ TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
         });
     }
     original = Value();
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
 }
 
 Value sample_map() {

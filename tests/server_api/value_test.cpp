@@ -40,9 +40,8 @@ std::vector<Value> samples() {
     std::vector<Value> all;
     for (Value value : {Value(true), Value(7), Value(1.5), Value("a text that is too long to lie inside"), with(7L),
                         Value(Timestamp(5)), timespan(6), with(7UL), with(Message()), with(Alarm()), Value(Event()),
-                        binary("bytes"), Value().set_type(ValueType::Vector) << 1, Value().set_type(ValueType::Map)}) {
+                        binary("bytes"), Value().set_type(ValueType::Vector) << 1, Value().set_type(ValueType::Map)})
         all.push_back(std::move(value));
-    }
     Value map;
     map["a"] = 1;
     all.push_back(map);
@@ -97,9 +96,8 @@ TEST(Value, TextsAndBytesOfEveryLengthSurviveCopyAndMove) {
     constexpr std::size_t lengths[] = {0, 1, 14, 15, 16, 17, 70000};
     for (const std::size_t length : lengths) {
         std::string text;
-        for (std::size_t i = 0; i < length; ++i) {
+        for (std::size_t i = 0; i < length; ++i)
             text += static_cast<char>('a' + i % 26);
-        }
         const Value value(text.c_str());
         Value copy(value);
         Value moved(std::move(copy));
@@ -267,18 +265,16 @@ TEST(Value, VectorOperations) {
 
     vector.resize(0, Value());
     Value refilled = vector; // has no room to begin with
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 6; ++i)
         refilled << i;
-    }
     EXPECT_EQ(show(refilled), "[Int(0), Int(1), Int(2), Int(3), Int(4), Int(5)]");
 }
 
 TEST(ValueType, Names) {
     const std::pair<int, const char*> cases[] = {{0, "Null"},   {7, "Struct"}, {12, "UInt64"}, {13, "Null"},
                                                  {66, "Alarm"}, {67, "Null"},  {256, "Any"},   {65535, "Null"}};
-    for (const auto& [number, name] : cases) {
+    for (const auto& [number, name] : cases)
         EXPECT_STREQ(value_type_to_string(static_cast<ValueType>(number)), name) << number;
-    }
 }
 
 TEST(ValueConvert, Table) {
@@ -351,9 +347,8 @@ TEST(Timestamp, FileTimesAndMilliseconds) {
         {Timestamp::from_milliseconds(1500), 1500000000},
         {Timestamp::from_milliseconds(max), max},
     };
-    for (const auto& [time, nanoseconds] : cases) {
+    for (const auto& [time, nanoseconds] : cases)
         EXPECT_EQ(time.nanoseconds(), nanoseconds);
-    }
     EXPECT_EQ(Timestamp(2'999'999'999L).seconds(), 2);
     EXPECT_EQ(Timespan(1'999'999L).milliseconds(), 1);
 }

@@ -18,16 +18,14 @@ inline constexpr std::string_view reduced_away = "^`[]";
 class Table {
 public:
     constexpr explicit Table(std::string_view marks) {
-        for (const char mark : marks) {
+        for (const char mark : marks)
             is_mark_[static_cast<unsigned char>(mark)] = true;
-        }
     }
     constexpr bool contains(char c) const noexcept { return is_mark_[static_cast<unsigned char>(c)]; }
     constexpr std::size_t count_in(std::string_view text) const noexcept {
         std::size_t count = 0;
-        for (const char c : text) {
+        for (const char c : text)
             count += contains(c);
-        }
         return count;
     }
 

@@ -14,19 +14,16 @@ inline Value::Value(bool boolean) noexcept {
     type_ = ValueType::Bool;
 }
 inline Value::Value(const Value& other) {
-    if (other.on_heap()) {
+    if (other.on_heap())
         copy(other);
-    } else {
+    else
         take_bytes(other);
-    }
 }
 inline Value::Value(Value&& other) noexcept {
     take(other);
 }
 inline Value::~Value() {
-    if (on_heap()) {
-        release();
-    }
+    if (on_heap()) release();
 }
 inline Value& Value::operator=(Value other) noexcept {
     swap(other);
@@ -52,9 +49,8 @@ inline Value& Value::operator[](const char* name) {
     return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
 }
 [[gnu::always_inline]] inline Iterator<Value> Value::find(const char* name) {
-    if (storage_ == Storage::Shared) [[unlikely]] {
+    if (storage_ == Storage::Shared) [[unlikely]]
         return unshare_and_find(name);
-    }
     const Found found = look_up(name);
     return found.member != nullptr ? Iterator<Value>(found.run, found.member) : Iterator<Value>();
 }
@@ -83,9 +79,7 @@ Iterator<Value> Value::insert_or_update(const char* name, T scalar) {
     return insert_or_update(name, from_scalar(scalar));
 }
 inline Map<Value> Value::get_map() {
-    if (type_ != ValueType::Map && type_ != ValueType::Struct) {
-        set_type(ValueType::Map);
-    }
+    if (type_ != ValueType::Map && type_ != ValueType::Struct) set_type(ValueType::Map);
     return Map<Value>(*this);
 }
 
@@ -175,9 +169,7 @@ inline Iterator<Value> Value::first_member() const noexcept {
 /// Compares a short name in a single run in place, with the words of the name in registers. All other look-ups call
 /// `look_up_long`.
 [[gnu::always_inline]] inline Value::Found Value::look_up(const char* name) const noexcept {
-    if (!has_members()) {
-        return {};
-    }
+    if (!has_members()) return {};
     const Layout::NameKey key(name);
     return payload_.heap.index == nullptr && !key.is_long() ? look_up_short(key) : look_up_long(name);
 }
@@ -191,9 +183,8 @@ inline Iterator<Value> Value::first_member() const noexcept {
 
 /// Each operation calls this function before it gives access to content that can be changed.
 inline void Value::make_unshared() {
-    if (storage_ == Storage::Shared) [[unlikely]] {
+    if (storage_ == Storage::Shared) [[unlikely]]
         unshare();
-    }
 }
 inline void Value::take_bytes(const Value& other) noexcept {
     std::memcpy(static_cast<void*>(this), &other, sizeof *this);

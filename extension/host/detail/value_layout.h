@@ -130,12 +130,9 @@ private:
     }
     /// A name with less than 8 bytes, from parts that overlap.
     [[gnu::always_inline]] std::uint64_t short_word() const noexcept {
-        if (length >= 4) {
+        if (length >= 4)
             return load<std::uint32_t>(text) | load<std::uint32_t>(text + length - 4) << (8 * (length - 4));
-        }
-        if (length == 0) {
-            return 0;
-        }
+        if (length == 0) return 0;
         return load<std::uint8_t>(text) | load<std::uint8_t>(text + length / 2) << (8 * (length / 2)) |
                load<std::uint8_t>(text + length - 1) << (8 * (length - 1));
     }
@@ -169,9 +166,8 @@ unsigned char* tags_of(Block* run) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(compared, _mm_set1_epi8(static_cast<char>(tag)))));
 #else
     unsigned same = 0;
-    for (std::size_t i = 0; i < tags_at_once; ++i) {
+    for (std::size_t i = 0; i < tags_at_once; ++i)
         same |= static_cast<unsigned>(tags[i] == tag) << i;
-    }
     return same;
 #endif
 }
@@ -185,9 +181,7 @@ template <class T, class Equal>
         for (unsigned same = same_tags(tags + first, tag); same != 0; same &= same - 1) {
             const std::size_t at = first + static_cast<std::size_t>(std::countr_zero(same));
             // The bytes behind the last tag are no tags.
-            if (at < run->size && equal(members[at].name)) {
-                return members + at;
-            }
+            if (at < run->size && equal(members[at].name)) return members + at;
         }
     }
     return nullptr;

@@ -187,13 +187,11 @@ TEST_F(Ports, NoTwoThreadsOpenOrCloseAtOnce) {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([i] {
             PortPoolImplementation pool;
-            for (int round = 0; round < 50; ++round) {
-                if (i % 2 == 0) {
+            for (int round = 0; round < 50; ++round)
+                if (i % 2 == 0)
                     const SimpleScopedPort port;
-                } else {
+                else
                     pool.port_close(pool.port_open());
-                }
-            }
         });
     }
     for (auto& thread : threads)

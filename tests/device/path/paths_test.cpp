@@ -219,9 +219,8 @@ TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
          {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()}},
         {"1,9223372036854775808,3]", {1}},
     };
-    for (const auto& [part, indices] : rows) {
+    for (const auto& [part, indices] : rows)
         EXPECT_EQ(parse_indices_from_path_part(part, '['), indices) << part;
-    }
 }
 
 TEST(PathParts, DereferenceOperators) {

@@ -25,9 +25,8 @@ namespace {
 
 Attributes list(const Entries& entries) {
     Attributes attributes;
-    for (const auto& [key, value] : entries) {
+    for (const auto& [key, value] : entries)
         attributes.add(key, value);
-    }
     return attributes;
 }
 
@@ -148,9 +147,8 @@ struct PlainList {
     void merge(const PlainList& other) {
         for (std::size_t i = 0; i < other.entries.size(); ++i) {
             bool known = false;
-            for (const auto& [key, value] : entries) {
+            for (const auto& [key, value] : entries)
                 known = known || key == other.entries[i].first;
-            }
             if (known) continue;
             entries.push_back(other.entries[i]);
             if (i == other.lower) lower = entries.size() - 1;
@@ -195,9 +193,8 @@ TEST(AttributesMerge, AgreesWithThePlainWalkAtEverySize) {
 
 TEST(AttributesMerge, EntriesTooFarBehindAreNotPointedAt) {
     Attributes attributes;
-    for (int i = 0; i < 65534; ++i) {
+    for (int i = 0; i < 65534; ++i)
         attributes.add("", "");
-    }
     Attributes merged = attributes;
     attributes.add("LowerBorder", "last that fits"); // position 65534
     EXPECT_EQ(text(attributes.value_of_lower_border()), "last that fits");

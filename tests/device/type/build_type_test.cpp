@@ -98,9 +98,8 @@ TEST(BuildType, ReadsDimensions) {
 TEST(BuildType, EndsInArraysOfArraysWithoutEnd) {
     const auto nested = [](int depth) {
         std::string name;
-        for (int i = 0; i < depth; ++i) {
+        for (int i = 0; i < depth; ++i)
             name += "ARRAY [0..0] OF ";
-        }
         return build_type(name + "INT");
     };
     EXPECT_EQ(nested(16).size(), 2);

@@ -154,20 +154,17 @@ TEST(Datatype, DeducedFlags) {
         const Datatype type(description);
         EXPECT_EQ(type.flags() & ~0x3FFFFu, deduced) << std::hex << type.flags();
         EXPECT_EQ(type.flags() & 0x3FFFFu, description.flags & 0x3FFFFu);
-        for (const auto& [bit, accessor] : accessors) {
+        for (const auto& [bit, accessor] : accessors)
             EXPECT_EQ((type.*accessor)(), (deduced >> bit & 1) != 0) << bit;
-        }
     }
 }
 
 TEST(Datatype, AliasesAndArraysOfIndirections) {
     const auto of = [](std::uint32_t flags) { return Datatype(flagged(flags)); };
-    for (const std::uint32_t bit : {4u, 7u, 17u}) {
+    for (const std::uint32_t bit : {4u, 7u, 17u})
         EXPECT_TRUE(of(1u << bit).is_alias()) << bit;
-    }
-    for (const std::uint32_t bit : {1u, 2u, 5u, 6u, 14u, 15u}) {
+    for (const std::uint32_t bit : {1u, 2u, 5u, 6u, 14u, 15u})
         EXPECT_FALSE(of(1u << bit).is_alias()) << bit;
-    }
     EXPECT_TRUE(of(1 << 6).is_array_of_indirections());
     EXPECT_FALSE(of(1 << 6 | 1 << 2).is_array_of_indirections());
     EXPECT_FALSE(of(1 << 6 | 1 << 15).is_array_of_indirections());
@@ -258,17 +255,15 @@ TEST(Datatype, FindsMembersAsTheWalkInDeclaredOrderDoes) {
     const auto name = [&random] {
         static constexpr char letters[] = {'a', 'b', 'B', '\xE4', '.', '\0'};
         std::string text(random() % 4, ' ');
-        for (char& letter : text) {
+        for (char& letter : text)
             letter = letters[random() % std::size(letters)];
-        }
         return text;
     };
     std::size_t hits = 0;
     for (int round = 0; round < 300; ++round) {
         DatatypeDescription description;
-        for (std::size_t count = random() % 60; count > 0; --count) {
+        for (std::size_t count = random() % 60; count > 0; --count)
             description.subitems.push_back(member(name()));
-        }
         const Datatype type(description);
 
         const auto& order = type.subitem_indices_sorted_by_name();
@@ -303,9 +298,8 @@ TEST(Datatype, FindCutsTheNameAtItsOperators) {
         std::ptrdiff_t position; // 4 is the end
     } cases[] = {{"a", 1}, {"a^", 1}, {"a`^", 1}, {"a^.x", 1}, {"b", 0},  {"b`", 0},
                  {"A", 4}, {"a ", 4}, {"a[", 4},  {"", 3},     {"^a", 3}, {"c", 4}};
-    for (const auto& [name, position] : cases) {
+    for (const auto& [name, position] : cases)
         EXPECT_EQ(type.find_subitem(name) - type.subitems().begin(), position) << name;
-    }
     EXPECT_EQ(type.find_property("p^") - type.property_items().begin(), 0);
     EXPECT_EQ(type.find_property("q`x") - type.property_items().begin(), 1);
     EXPECT_EQ(type.find_property("b"), type.property_items().end());
@@ -362,9 +356,8 @@ TEST(ArrayInfo, TotalsAndBounds) {
         SCOPED_TRACE(testing::PrintToString(c.max_indices));
         EXPECT_EQ(info.total_nr_of_elements(), c.total);
         ASSERT_EQ(info.dimensions(), c.max_indices.size());
-        for (std::size_t i = 0; i < c.max_indices.size(); ++i) {
+        for (std::size_t i = 0; i < c.max_indices.size(); ++i)
             EXPECT_EQ(info.max_index(i), c.max_indices[i]);
-        }
         EXPECT_THROW((void)info.max_index(info.dimensions()), std::out_of_range);
     }
 

@@ -122,9 +122,8 @@ std::vector<std::string> type_names() {
         "LTIME_OF_DAY;LTOD;STRING;SINT;TIME;TIME_OF_DAY;TOD;UINT16;UINT;UINT32;UDINT;UINT8;USINT;ULINT;UINT64;UINT24;"
         "UINT40;UINT48;UINT56;UXINT;WORD;WSTRING;XINT;XWORD;REAL;REAL32;REAL64;POINTER TO ;REFERENCE TO ");
     std::vector<std::string> names;
-    for (std::string name; std::getline(list, name, ';');) {
+    for (std::string name; std::getline(list, name, ';');)
         names.push_back(name);
-    }
     return names;
 }
 
@@ -199,9 +198,8 @@ TEST(TypeName, AmendComposite) {
         {4, "TIME", 0x41, 0x109},  {8, "ST_Pump", 0x41, 0x41}, {8, "", 0x41, 0x41}, {8, nullptr, 0x41, 0x41},
         {8, nullptr, 77, 77},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(amend_fdx_datatype(c.size, c.name, c.type), c.expected) << (c.name ? c.name : "null") << c.size;
-    }
 }
 
 TEST(TypeName, KnownGeneralItemNames) {
@@ -209,36 +207,31 @@ TEST(TypeName, KnownGeneralItemNames) {
     for (const std::string_view name : type_names())
         known += is_known_general_itemname(std::string(name));
     EXPECT_EQ(known, 54);
-    for (const char* name : {"BITARR8", "OZOID", "REAL80", "STRING(80)"}) {
+    for (const char* name : {"BITARR8", "OZOID", "REAL80", "STRING(80)"})
         EXPECT_TRUE(is_known_general_itemname(name)) << name;
-    }
-    for (const auto& name : {""s, "INT48"s, "ENUM"s, "XINT"s, "WSTRING"s, "STRING"s, "STRING(81)"s, "INT\0"s}) {
+    for (const auto& name : {""s, "INT48"s, "ENUM"s, "XINT"s, "WSTRING"s, "STRING"s, "STRING(81)"s, "INT\0"s})
         EXPECT_FALSE(is_known_general_itemname(name)) << name;
-    }
 }
 
 TEST(TypeName, Flags) {
     EXPECT_EQ(flags_from_datatype_name("REFERENCE TO INT"), 2U);
     EXPECT_EQ(flags_from_datatype_name("POINTER TO REFERENCE TO INT"), 4U);
-    for (const char* name : {"", "INT", "POINTER TO", "REFERENCE TO", "pointer to INT", " POINTER TO INT"}) {
+    for (const char* name : {"", "INT", "POINTER TO", "REFERENCE TO", "pointer to INT", " POINTER TO INT"})
         EXPECT_EQ(flags_from_datatype_name(name), 1U) << name;
-    }
 
     for (const char* name : {"__get", "__getSpeed", "__getter"})
         EXPECT_EQ(unsigned(flags_from_method_name(name)), 3U) << name;
     for (const char* name : {"__set", "__setSpeed"})
         EXPECT_EQ(unsigned(flags_from_method_name(name)), 5U) << name;
-    for (const char* name : {"", "__ge", "__Get", "get", "_get_x", "x__get"}) {
+    for (const char* name : {"", "__ge", "__Get", "get", "_get_x", "x__get"})
         EXPECT_EQ(unsigned(flags_from_method_name(name)), 0U) << name;
-    }
 }
 
 TEST(TypeName, BitFieldsHaveNoDirectAccess) {
     for (const char* name : {"BIT2", "BIT5", "BIT7"})
         EXPECT_FALSE(is_direct_access_supported_for_type(name)) << name;
-    for (const char* name : {"", "BIT", "BIT1", "BIT8", "BIT25", "BIT2 ", "XIT2", "bit2"}) {
+    for (const char* name : {"", "BIT", "BIT1", "BIT8", "BIT25", "BIT2 ", "XIT2", "bit2"})
         EXPECT_TRUE(is_direct_access_supported_for_type(name)) << name;
-    }
 }
 
 TEST(TypeName, StringSize) {
@@ -267,11 +260,9 @@ TEST(TypeName, StringSize) {
 
 TEST(DataType, SmallTests) {
     for (const auto& [type, size] :
-         {std::pair{FdxDataType::UInt16, 2}, {FdxDataType::UInt32, 4}, {FdxDataType::UInt64, 8}}) {
-        for (std::size_t other = 0; other < 10; ++other) {
+         {std::pair{FdxDataType::UInt16, 2}, {FdxDataType::UInt32, 4}, {FdxDataType::UInt64, 8}})
+        for (std::size_t other = 0; other < 10; ++other)
             EXPECT_EQ(is_potential_memory_address(type, other), other == std::size_t(size)) << size << other;
-        }
-    }
     EXPECT_FALSE(is_potential_memory_address(FdxDataType::Int64, 8));
 
     EXPECT_TRUE(is_safe_integer(9007199254740991) && is_safe_integer(-9007199254740991) && is_safe_integer(0));
