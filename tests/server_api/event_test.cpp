@@ -1,10 +1,9 @@
 #include "extension/host/command.h"
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
 #include <stdexcept>
-#include <string>
 
 using namespace ZoHmiSrv;
 

@@ -1,13 +1,9 @@
 #include "extension/host/algorithm.h"
 #include "extension/host/result.h"
 #include "extension/host/time_text.h"
+#include "tests/test_headers.h"
 
-#include <array>
 #include <cerrno>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
-#include <vector>
 
 using namespace ZoHmiSrv;
 

@@ -5,12 +5,9 @@
 #include "extension/host/event_payload.h"
 #include "extension/host/value.h"
 #include "tests/server_api/values.h"
+#include "tests/test_headers.h"
 
-#include <functional>
-#include <gtest/gtest.h>
-#include <string>
 #include <type_traits>
-#include <utility>
 
 using namespace ZoHmiSrv;
 using values::show;

@@ -1,12 +1,7 @@
 #include "tests/server_api/values.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
 #include <iterator>
-#include <map>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
 
 using namespace ZoHmiSrv;
 using values::show;

@@ -1,18 +1,9 @@
 // Trees that copies share until one of them is to be changed.
 #include "extension/host/event_payload.h"
 #include "tests/server_api/values.h"
+#include "tests/test_headers.h"
 
-#include <atomic>
-#include <chrono>
-#include <cstdint>
-#include <functional>
-#include <gtest/gtest.h>
 #include <iterator>
-#include <random>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 using namespace ZoHmiSrv;
 using values::show;

@@ -2,13 +2,10 @@
 #include "extension/host/event_payload.h"
 #include "extension/host/timestamp.h"
 #include "tests/server_api/values.h"
+#include "tests/test_headers.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
 #include <type_traits>
-#include <vector>
 
 using namespace ZoHmiSrv;
 using values::show;

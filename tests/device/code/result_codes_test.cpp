@@ -3,12 +3,9 @@
 #include "device/code/symbols_info.h"
 #include "extension/host/command.h"
 #include "tests/support/checksum.h"
-
-#include <gtest/gtest.h>
+#include "tests/test_headers.h"
 
 #include <cstdio>
-#include <limits>
-#include <string>
 
 using namespace ZoHmiFdx;
 using ZoHmiSrv::ExtensionResult;

@@ -2,14 +2,9 @@
 #include "device/net/net_id.h"
 #include "platform/link/routes.h"
 #include "tests/support/files.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <map>
-#include <string>
 
 using ZoHmiFdx::NrxAddr;
 

@@ -2,15 +2,9 @@
 #include "device/net/scoped_port.h"
 #include "tests/fakes/call_log.h"
 #include "tests/fakes/fake_device_client.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <set>
-#include <string>
-#include <thread>
 #include <type_traits>
-#include <vector>
 
 using namespace std::string_literals;
 using namespace ZoHmiFdx;

@@ -4,21 +4,10 @@
 #include "device/path/symbol_path.h"
 #include "extension/host/command.h"
 #include "tests/device/path/path_text.h"
+#include "tests/test_headers.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <limits>
-#include <memory>
-#include <set>
 #include <stdexcept>
-#include <string>
-#include <string_view>
 #include <type_traits>
-#include <unordered_map>
-#include <utility>
-#include <vector>
 
 using namespace ZoHmiFdx;
 using path_text::path;

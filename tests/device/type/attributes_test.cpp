@@ -2,16 +2,9 @@
 
 #include "device/runtime/state.h"
 #include "tests/server_api/values.h"
-
-#include <gtest/gtest.h>
+#include "tests/test_headers.h"
 
 #include <cstddef>
-#include <cstdint>
-#include <map>
-#include <optional>
-#include <random>
-#include <string>
-#include <vector>
 
 using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;

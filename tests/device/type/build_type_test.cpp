@@ -5,14 +5,9 @@
 #include "device/type/method_item.h"
 #include "device/type/property_item.h"
 #include "device/type/type_name.h"
+#include "tests/test_headers.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <gtest/gtest.h>
-#include <optional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;

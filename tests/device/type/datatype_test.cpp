@@ -1,15 +1,7 @@
 #include "device/type/datatype.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <functional>
-#include <limits>
-#include <random>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;

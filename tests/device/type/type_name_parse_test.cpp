@@ -1,19 +1,10 @@
 #include "device/type/type_name.h"
 #include "tests/server_api/allocations.h"
 #include "tests/support/checksum.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <initializer_list>
-#include <limits>
-#include <optional>
 #include <ostream>
-#include <sstream>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 using namespace std::string_literals;
 using namespace ZoHmiFdx;

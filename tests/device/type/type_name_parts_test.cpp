@@ -4,11 +4,7 @@
 #include "device/type/fix_type_description.h"
 #include "device/type/indirection.h"
 #include "device/type/type_name_escape.h"
-
-#include <chrono>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
+#include "tests/test_headers.h"
 
 using namespace ZoHmiFdx;
 
