@@ -34,7 +34,7 @@ void expect_copies(std::initializer_list<void (*)(Payload&)> changes, const Payl
     }
 }
 
-TEST(EventPayloads, EveryFieldIsCopiedAndCompared) {
+TEST(EventPayload, CopiesAndComparesEveryField) {
     expect_copies<Alarm>(
         {[](Alarm& a) { a.set_name("n"); }, [](Alarm& a) { a.set_domain("d"); }, [](Alarm& a) { a.set_id(-3); },
          [](Alarm& a) { a.set_severity(Severity{4}); }, [](Alarm& a) { a.set_alarm_state(AlarmState::Invalid); },
@@ -60,7 +60,7 @@ TEST(Alarm, IsActiveWhileRaisedAndNotCleared) {
     EXPECT_FALSE(alarm.is_active());
 }
 
-TEST(Event, CarriesEverythingIntoValuesAndBack) {
+TEST(Event, RoundTripThroughValue) {
     Event event;
     EXPECT_FALSE(event.payload().isset());
     event.set_name("name");
@@ -86,7 +86,7 @@ TEST(Event, CarriesEverythingIntoValuesAndBack) {
     EXPECT_FALSE(other == inside);
 }
 
-TEST(Command, AnExtensionReadsWhatWasWrittenAndWritesWhatIsRead) {
+TEST(Command, GroupKeepsValuesAndResults) {
     CommandGroup group;
     for (const char* name : {"first", "second", "third"})
         group.add(Command(name)).write_value() = name;

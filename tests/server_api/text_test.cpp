@@ -99,7 +99,7 @@ TEST(TimeText, ThereAndBack) {
     }
 }
 
-TEST(TimeText, OtherFormsAndNonsense) {
+TEST(TimeText, OtherFormsAndInvalidTexts) {
     const std::pair<const char*, long> cases[] = {{"1970-01-02", 86400},
                                                   {"1970-01-01T02:00:00+02:00", 0},
                                                   {"1970-01-01T00:00:10-01:30", 5410},

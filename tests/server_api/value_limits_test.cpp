@@ -39,7 +39,7 @@ Value rich_tree() {
 
 } // namespace
 
-TEST(Allocations, AFailureLeavesWholeValues) {
+TEST(Allocations, FailureLeavesWholeValues) {
     struct Case {
         const char* name;
         std::function<void(Value&)> operation;
@@ -138,7 +138,7 @@ protected:
 
 } // namespace
 
-TEST_P(DeepValue, IsCopiedComparedAndDestroyed) {
+TEST_P(DeepValue, CopiesComparesDestroys) {
     const Value deep = build(1);
     Value copy = deep;
     EXPECT_TRUE(copy == deep);

@@ -103,7 +103,7 @@ TEST_P(MapModel, BehavesAsAnOrderedMap) {
 // Few names stay below the size at which an index takes over, some cross it all the time, many stay above.
 INSTANTIATE_TEST_SUITE_P(Sizes, MapModel, testing::Values(3U, 20U, 60U, 3000U));
 
-TEST(ValueMap, WholeRunsGoFromTheMiddleAndFromTheEnd) {
+TEST(ValueMap, RemovesWholeRuns) {
     Value map;
     std::map<std::string, int> model;
     map.reserve(1'000'000'000); // never more than a run is set aside
@@ -136,7 +136,7 @@ std::vector<const Value*> find_known(const Value& map, std::index_sequence<Lengt
 
 } // namespace
 
-TEST(ValueMap, NamesOfEveryLengthAreToldApart) {
+TEST(ValueMap, EveryByteOfNameCounts) {
     const auto name_of = [](std::size_t length) { return std::string(letters + longest - length); };
     Value map = Value().set_type(ValueType::Struct);
     for (std::size_t length = 0; length <= longest; ++length)
@@ -153,7 +153,7 @@ TEST(ValueMap, NamesOfEveryLengthAreToldApart) {
     }
 }
 
-TEST(ValueMap, WrongTypesGiveWay) {
+TEST(ValueMap, WriteChangesType) {
     for (Value value : {Value(), Value(7), Value("text"), Value().set_type(ValueType::Vector) << 1,
                         Value().set_type(ValueType::Any)}) {
         EXPECT_FALSE(value["a"].isset());
@@ -167,7 +167,7 @@ TEST(ValueMap, WrongTypesGiveWay) {
     EXPECT_EQ(show(record), "{x: 'y'}");
 }
 
-TEST(ValueMap, NullNamesAndWhatIsNotInserted) {
+TEST(ValueMap, NullNameAndRefusedInsertion) {
     Value map;
     map.insert("b", true);
     map.insert(nullptr, Value());

@@ -66,7 +66,7 @@ void share_some(Value& value, std::mt19937& random) {
         if (random() % 2 == 0) element.share();
 }
 
-TEST(ValueShare, ChangesNothingButTheCopying) {
+TEST(ValueShare, AgreesWithUnsharedValue) {
     std::mt19937 random(7);
     for (int round = 0; round < 300; ++round) {
         Value plain;
@@ -89,7 +89,7 @@ TEST(ValueShare, ChangesNothingButTheCopying) {
     }
 }
 
-TEST(ValueShare, NameToWriteMayLieInTheSharedTree) {
+TEST(ValueShare, WritesByNameInSharedTree) {
     Value value;
     value[long_text] = long_text;
     Value other = value.share();
@@ -102,7 +102,7 @@ TEST(ValueShare, NameToWriteMayLieInTheSharedTree) {
     EXPECT_EQ(show(value), "{" + std::string(long_text) + ": Int(2)}");
 }
 
-TEST(ValueShare, AskingForSizesCopiesNothing) {
+TEST(ValueShare, SizesCopyNothing) {
     Value value;
     value["list"] << 1 << 2;
     value["list"].share();
@@ -115,7 +115,7 @@ TEST(ValueShare, AskingForSizesCopiesNothing) {
     EXPECT_EQ(&std::as_const(list)[0], &map["list"][0]);
 }
 
-TEST(ValueShare, NameToFindMayLieInATreeThatTheOtherOwnerLeavesMeanwhile) {
+TEST(ValueShare, FindByNameInTreeOfLeavingOwner) {
     Value large; // takes long to copy
     for (int i = 0; i < 4000; ++i)
         large[std::to_string(i).c_str()] = i;
@@ -137,7 +137,7 @@ TEST(ValueShare, NameToFindMayLieInATreeThatTheOtherOwnerLeavesMeanwhile) {
     }
 }
 
-TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
+TEST(ValueShare, OwnersOnSeveralThreads) {
     Value original;
     for (int i = 0; i < 200; ++i) // more than one run
         original[std::to_string(i).c_str()]["text"] = long_text;

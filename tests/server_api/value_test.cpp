@@ -65,7 +65,7 @@ TEST(Value, ConstructorsGiveTheirTypes) {
     }
 }
 
-TEST(Value, SetTypeKeepsWhatItSays) {
+TEST(Value, SetTypeKeepsOrEmpties) {
     for (const Value& sample : samples()) {
         Value same = sample;
         EXPECT_EQ(&same.set_type(sample.type()), &same);
@@ -89,7 +89,7 @@ TEST(Value, SetTypeKeepsWhatItSays) {
     EXPECT_TRUE(any == Value(any) && any != Value());
 }
 
-TEST(Value, TextsAndBytesOfEveryLengthSurviveCopyAndMove) {
+TEST(Value, TextOfAnyLengthIsCopiedAndMoved) {
     constexpr std::size_t lengths[] = {0, 1, 14, 15, 16, 17, 70000};
     for (const std::size_t length : lengths) {
         std::string text;
@@ -158,7 +158,7 @@ TEST(Value, NumbersReadAsEachOther) {
     EXPECT_EQ(Value(not_a_number).get_uint64(), 0U);
 }
 
-TEST(Value, WrongTypesReadAsNothing) {
+TEST(Value, WrongTypeReadsAsEmpty) {
     const Value values[] = {Value(), Value(7), Value().set_type(ValueType::Map), Value(Event())};
     for (const Value& value : values) {
         EXPECT_STREQ(value.get_string(), "");
@@ -198,7 +198,7 @@ TEST(Value, EventsInsideAreChangedInPlace) {
     EXPECT_TRUE(value.get_event().payload() == copy);
 }
 
-TEST(Value, ATotalOrder) {
+TEST(Value, TotalOrder) {
     // Each is less than all that follow.
     std::vector<Value> sorted = {Value(),     Value(false),  Value(true),
                                  Value(-1),   Value(1),      Value(-infinity),

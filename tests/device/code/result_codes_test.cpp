@@ -31,7 +31,7 @@ std::string listing(int first, int last, Name name_of, const std::string& none, 
     return text;
 }
 
-TEST(ResultCodes, TheTablesAreWhole) {
+TEST(ResultCodes, AllRows) {
     std::size_t native = 0;
     EXPECT_EQ(crc32(listing(-10, 0x20000, native_fdx_error_to_string, "FDX_API_UNKNOWN_RETURN_CODE", native)),
               1387391994u);
@@ -86,7 +86,7 @@ TEST(ResultCodes, Classes) {
         EXPECT_FALSE(is_not_supported(code(no))) << no;
 }
 
-TEST(ResultCodes, TheFirstFailureOfACommandWins) {
+TEST(ResultCodes, FirstFailureOfCommandStays) {
     const struct {
         unsigned code_before;
         ExtensionResult result;
@@ -128,7 +128,7 @@ TEST(DeviceState, Texts) {
     EXPECT_FALSE(TranslatedState().available);
 }
 
-TEST(DeviceState, FromAFailure) {
+TEST(DeviceState, FromFailure) {
     const struct {
         unsigned code;
         const char* detail;

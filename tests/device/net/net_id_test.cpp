@@ -60,7 +60,7 @@ TEST_F(NetId, ToText) {
     EXPECT_EQ(to_string(FdxVersion{3, 1, 4024}), "3.1.4024");
 }
 
-TEST_F(NetId, MadeAbsolute) {
+TEST_F(NetId, MakeAbsolute) {
     fakes::device_client().set_local({{10, 1, 2, 3, 7, 7}});
     const NrxNetId relative{{0, 0, 0, 0, 2, 3}};
     const NrxNetId absolute{{0, 0, 0, 1, 2, 3}};
@@ -94,7 +94,7 @@ TEST_F(NetId, LocalBase) {
     EXPECT_EQ(fetch_local_remote_netid_base(), "");
 }
 
-TEST_F(NetId, ConfiguredOnesInASet) {
+TEST_F(NetId, DistinctInSet) {
     const struct {
         const char* id;
         const char* local;
@@ -120,7 +120,7 @@ TEST_F(NetId, ConfiguredOnesInASet) {
     EXPECT_EQ(ids, std::set<std::string>{"5.6.7.8.1.1"});
 }
 
-TEST_F(NetId, PlaceholdersResolved) {
+TEST_F(NetId, ResolvesPlaceholders) {
     const struct {
         bool keep_loopback;
         const char* id;
@@ -163,7 +163,7 @@ TEST_F(Ports, ScopedAndPooled) {
                      "FdxPortCloseEx(2)", "FdxPortOpenEx() = 0", "FdxPortOpenEx() = 0", "FdxPortCloseEx(0)"}));
 }
 
-TEST_F(Ports, NoTwoThreadsOpenOrCloseAtOnce) {
+TEST_F(Ports, OneThreadOpensOrClosesAtOnce) {
     std::atomic<int> inside = 0;
     std::atomic<int> overlaps = 0;
     std::atomic<int> unlocked = 0;

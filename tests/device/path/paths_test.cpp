@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t npos = std::string::npos;
 
-TEST(PathGrammar, Questions) {
+TEST(PathGrammar, Properties) {
     const struct {
         std::string_view text;
         std::size_t depth = 0, full_depth = 0, operators = 0;
@@ -131,7 +131,7 @@ TEST(PathGrammar, Pushes) {
     EXPECT_EQ(p.str(), "a[7]#m.r^^^");
 }
 
-TEST(PathGrammar, MethodsAndIndicesNeedAParent) {
+TEST(PathGrammar, MethodAndIndicesRequireParent) {
     const std::pair<char, const char*> rows[] = {{'#', "method has no parent"}, {'[', "indices have no parent"}};
     for (const auto& [separator, message] : rows) {
         UniqueFdxPath p;
@@ -173,7 +173,7 @@ TEST(PathGrammar, Cuts) {
     }
 }
 
-TEST(PathGrammar, TakesItselfAsAnArgument) {
+TEST(PathGrammar, TakesItselfAsArgument) {
     const std::string long_text = "MAIN.a_name_that_is_not_kept_inline";
     auto p = path<LookupFdxPath>(long_text);
     p.shrink_from(p, npos);
@@ -194,7 +194,7 @@ TEST(PathGrammar, TakesItselfAsAnArgument) {
     EXPECT_TRUE(p.empty());
 }
 
-TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
+TEST(PathParts, IndicesStopAtFirstNonNumber) {
     const std::pair<const char*, std::vector<std::int64_t>> rows[] = {
         {"", {}},
         {"1,2][3]^", {1, 2, 3}},
@@ -298,7 +298,7 @@ TEST(PathSpellings, Conversions) {
     }
 }
 
-TEST(PathSpellings, ReplacesAPrefixOfText) {
+TEST(PathSpellings, ReplacesPrefix) {
     const struct {
         std::string_view text, from, to, result;
     } rows[] = {
@@ -318,7 +318,7 @@ TEST(PathSpellings, ReplacesAPrefixOfText) {
     }
 }
 
-TEST(PathSpellings, UnqualifiedIsTakenForUniqueWithoutIndices) {
+TEST(PathSpellings, UnqualifiedBecomesUnique) {
     EXPECT_FALSE(unsafe_to_unique(UnqualifiedFdxPath("a[1]")));
     EXPECT_FALSE(unsafe_to_unique(UnqualifiedFdxPath("a[")));
     EXPECT_EQ(unsafe_to_unique(UnqualifiedFdxPath("a.b^]"))->str(), "a.b^]");
@@ -329,7 +329,7 @@ TEST(PathSpellings, UnqualifiedIsTakenForUniqueWithoutIndices) {
     EXPECT_EQ(UnqualifiedFdxPath(command).str(), "MAIN.x[1]");
 }
 
-TEST(PathSpellings, AreKeysThatATextFinds) {
+TEST(PathSpellings, TextFindsKeys) {
     std::unordered_map<UniqueFdxPath, int, FdxPathHash, FdxPathEqual> table;
     std::set<UniqueFdxPath, FdxPathLess> set;
     const std::string_view texts[] = {"b", "a", "\xC3\xA4", "a.b", "MAIN.a_name_that_is_not_kept_inline"};
@@ -350,7 +350,7 @@ TEST(PathSpellings, AreKeysThatATextFinds) {
     EXPECT_TRUE(std::is_sorted(in_order.begin(), in_order.end()));
 }
 
-TEST(PathOfAnEntry, IsTheNameThatFitsIntoIt) {
+TEST(PathOfEntry, NameInsideEntry) {
     constexpr int windows1252 = 1252;
     constexpr int utf8 = 65001;
     const struct {

@@ -31,7 +31,7 @@ std::optional<std::string> text(const std::optional<std::reference_wrapper<const
     return value ? std::optional<std::string>(value->get()) : std::nullopt;
 }
 
-TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
+TEST(AttributesAdd, FlagsOfKey) {
     const std::pair<std::string, unsigned> cases[] = {
         {"ZoHmiSymbol.Show", 1},
         {"ZoHmiSymbol.ShowRecursively", 2},
@@ -65,7 +65,7 @@ TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
     EXPECT_FALSE(list({{"ZoHmiSymbol.AddSymbol", ""}}).has("ZoHmiSymbol.AddSymbol.Hidden")); // of the same flag
 }
 
-TEST(AttributesAdd, MarksUtf8ByTheExactValue) {
+TEST(AttributesAdd, ExactValueGivesUtf8) {
     const std::pair<std::string, unsigned> cases[] = {
         {"UTF-8", 0xC00}, {"utf-8", 0x400}, {"UTF-8 ", 0x400}, {"", 0x400}};
     for (const auto& [value, flags] : cases) {
@@ -78,7 +78,7 @@ TEST(AttributesAdd, MarksUtf8ByTheExactValue) {
     }
 }
 
-TEST(AttributesAdd, PointsAtTheLatestOfRepeatedKeys) {
+TEST(AttributesAdd, RepeatedKeyMovesIndex) {
     const Attributes attributes = list({{"LowerBorder", "1"},
                                         {"ZoEncoding", "UTF-8"},
                                         {"UpperBorder", "2"},
@@ -91,7 +91,7 @@ TEST(AttributesAdd, PointsAtTheLatestOfRepeatedKeys) {
     EXPECT_TRUE(attributes.has(AttributesFlags::Utf8)); // once set, it stays
 }
 
-TEST(AttributesMerge, KeepsDuplicatesAndShiftsTheOthersIndices) {
+TEST(AttributesMerge, DuplicatesStayIndicesShift) {
     Attributes attributes = list({{"a", "1"}, {"UpperBorder", "2"}, {"ZoEncoding", "ASCII"}});
     attributes.merge_keep_duplicates(list({{"LowerBorder", "3"}, {"a", "4"}, {"ZoEncoding", "UTF-8"}}));
     EXPECT_EQ(attributes.entries(), (Entries{{"a", "1"},
@@ -106,7 +106,7 @@ TEST(AttributesMerge, KeepsDuplicatesAndShiftsTheOthersIndices) {
     EXPECT_EQ(bits(attributes.flags()), 0xC00u + 64 + 128);
 }
 
-TEST(AttributesMerge, FreeFunctionsMergeTheFirstIntoTheSecond) {
+TEST(AttributesMerge, FreeFunctionsKeepSecondFirst) {
     const Attributes first = list({{"UpperBorder", "1"}, {"x", "1"}});
     const Attributes second = list({{"UpperBorder", "2"}, {"y", "2"}});
     EXPECT_EQ(merge_attributes(first, second).entries(), (Entries{{"UpperBorder", "2"}, {"y", "2"}, {"x", "1"}}));
@@ -116,7 +116,7 @@ TEST(AttributesMerge, FreeFunctionsMergeTheFirstIntoTheSecond) {
     EXPECT_EQ(text(both.value_of_upper_border()), "1");
 }
 
-TEST(AttributesMerge, TakesTheListItself) {
+TEST(AttributesMerge, TakesItself) {
     const Entries entries = {{"a", "1"}, {"LowerBorder", "2"}, {"a", "3"}};
     Attributes attributes = list(entries);
     attributes.merge(attributes);
@@ -151,7 +151,7 @@ struct PlainList {
     }
 };
 
-TEST(AttributesMerge, AgreesWithThePlainWalkAtEverySize) {
+TEST(AttributesMerge, AgreesWithPlainWalk) {
     std::mt19937 random(4711);
     const auto below = [&random](std::size_t limit) { return random() % limit; };
     const auto random_list = [&](std::size_t longest) {
@@ -184,7 +184,7 @@ TEST(AttributesMerge, AgreesWithThePlainWalkAtEverySize) {
     }
 }
 
-TEST(AttributesMerge, EntriesTooFarBehindAreNotPointedAt) {
+TEST(AttributesMerge, PositionBeyondIndexIsIgnored) {
     Attributes attributes;
     for (int i = 0; i < 65534; ++i)
         attributes.add("", "");
@@ -241,7 +241,7 @@ TEST(Attributes, AddSymbolKeys) {
     }
 }
 
-TEST(Attributes, ActualTypeIsBinaryForABlobOnEitherSide) {
+TEST(Attributes, BlobOnEitherSideGivesBinary) {
     const Attributes blob = list({{"ZoHmiSymbol.BLOB", ""}});
     const Attributes other = list({{"ZoHmiSymbol.Show", "ZoHmiSymbol.BLOB"}});
     EXPECT_EQ(get_actual_hmi_datatype(ValueType::Int, other, blob), ValueType::Binary);
@@ -250,7 +250,7 @@ TEST(Attributes, ActualTypeIsBinaryForABlobOnEitherSide) {
 }
 
 // Indices are 16 bits wide, and the last number means "not set": an entry at that position is no border.
-TEST(Attributes, AnEntryAtThePositionOfTheMarkIsNoBorder) {
+TEST(AttributesMerge, PositionOfMarkIsNoBorder) {
     for (const bool has_lower : {false, true}) {
         Attributes other;
         other.add(has_lower ? "LowerBorder" : "same", "1");
@@ -265,7 +265,7 @@ TEST(Attributes, AnEntryAtThePositionOfTheMarkIsNoBorder) {
     }
 }
 
-TEST(Attributes, PublicOnesAsValue) {
+TEST(Attributes, PublicAttributesAsValue) {
     const State state;
     Attributes attributes = list({{"ZoHmiSymbol.Hide", ""}});
     EXPECT_EQ(values::show(attributes.public_attributes_as_value(state)), "{}");

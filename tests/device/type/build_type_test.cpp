@@ -14,7 +14,7 @@ using ZoHmiSrv::ValueType;
 
 namespace {
 
-TEST(BuildType, TakesWhatTheNameTells) {
+TEST(BuildType, TypesOfNames) {
     const struct {
         std::string name, type_name;
         std::int32_t size;
@@ -53,7 +53,7 @@ TEST(BuildType, TakesWhatTheNameTells) {
     }
 }
 
-TEST(BuildType, MarksIndirectionsPackedBitsAndSubranges) {
+TEST(BuildType, SetsFlagsAndBorders) {
     EXPECT_TRUE(build_type("BIT").bits_may_be_packed());
     EXPECT_FALSE(build_type("ARRAY [0..7] OF BIT").bits_may_be_packed());
     EXPECT_TRUE(build_type("REFERENCE TO INT").is_reference());
@@ -90,7 +90,7 @@ TEST(BuildType, ReadsDimensions) {
     }
 }
 
-TEST(BuildType, EndsInArraysOfArraysWithoutEnd) {
+TEST(BuildType, LimitsDepthOfArrays) {
     const auto nested = [](int depth) {
         std::string name;
         for (int i = 0; i < depth; ++i)
@@ -163,7 +163,7 @@ TEST(MethodItem, Signature) {
     }
 }
 
-TEST(MethodItem, SwapsAndKeepsTheFlagsOfItsName) {
+TEST(MethodItem, SwapsAllFields) {
     MethodItem getter("__getspeed", "INT", "of the pump", MethodFlags(flags_from_method_name("__getspeed")));
     getter.add_parameter({"a", "INT", "", MethodParameterItem::out});
 
@@ -177,7 +177,7 @@ TEST(MethodItem, SwapsAndKeepsTheFlagsOfItsName) {
     EXPECT_EQ(getter.signature(), "METHOD-VOID");
 }
 
-TEST(CodePage, OnlyUtf8IsLeftAlone) {
+TEST(CodePage, AllButUtf8AreConverted) {
     const std::string device = "\xE4\x80", utf8 = "\xC3\xA4\xE2\x82\xAC"; // "ä€"
     for (const int code_page : {1252, 0, -1, 1251, 65000}) {
         SCOPED_TRACE(code_page);

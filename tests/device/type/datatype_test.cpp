@@ -163,7 +163,7 @@ TEST(Datatype, AliasesAndArraysOfIndirections) {
     EXPECT_FALSE(of(1 << 7).is_array_of_indirections());
 }
 
-TEST(Datatype, DescriptionGivesBackWhatItWasMadeOf) {
+TEST(Datatype, DescriptionRoundTrip) {
     DatatypeDescription description = structure();
     description.size = 4;
     description.type_name = "ST_Base";
@@ -242,7 +242,7 @@ TEST(Datatype, SanityCheck) {
     EXPECT_FALSE(Datatype(map).sanity_check());
 }
 
-TEST(Datatype, FindsMembersAsTheWalkInDeclaredOrderDoes) {
+TEST(Datatype, FindSubitemAgreesWithPlainWalk) {
     std::mt19937 random(99);
     const auto name = [&random] {
         static constexpr char letters[] = {'a', 'b', 'B', '\xE4', '.', '\0'};
@@ -277,7 +277,7 @@ TEST(Datatype, FindsMembersAsTheWalkInDeclaredOrderDoes) {
     EXPECT_GT(hits, 1000u); // the names are few enough to be found
 }
 
-TEST(Datatype, FindCutsTheNameAtItsOperators) {
+TEST(Datatype, FindCutsNameAtOperators) {
     DatatypeDescription description;
     description.subitems = {member("b"), member("a"), member("b"), member("")};
     for (const char* name : {"p", "q", "p"}) {

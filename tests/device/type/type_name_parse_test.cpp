@@ -88,7 +88,7 @@ TEST(TypeName, Parse) {
     }
 }
 
-TEST(TypeName, ParseKeepsVectorAndTakesNullOutputs) {
+TEST(TypeName, ParseKeepsVectorAllowsNullOutputs) {
     auto value = ValueType::Vector;
     auto type = untouched_type;
     EXPECT_EQ(parse_fdx_type_string(-1, "INT", &value, &type, nullptr), 0);

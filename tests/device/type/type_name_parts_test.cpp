@@ -10,7 +10,7 @@ using namespace ZoHmiFdx;
 
 namespace {
 
-TEST(Dialect, SuffixOfANameIsFoundAndRemoved) {
+TEST(Dialect, FindsAndRemovesSuffix) {
     const struct {
         std::string name, removed;
         bool has, readonly, nothing_else;
@@ -147,7 +147,7 @@ DatatypeDescription describe(FdxDataType type, const std::string& name) {
     return description;
 }
 
-TEST(TypeDescription, BordersOfASubrangeBecomeAttributes) {
+TEST(TypeDescription, SubrangeGivesBorders) {
     const struct {
         FdxDataType type;
         std::string name;
@@ -172,7 +172,7 @@ TEST(TypeDescription, BordersOfASubrangeBecomeAttributes) {
     }
 }
 
-TEST(TypeDescription, BordersThatAreThereStay) {
+TEST(TypeDescription, ExistingBordersStay) {
     for (const char* key : {"LowerBorder", "UpperBorder"}) {
         auto description = describe(FdxDataType::Int16, "INT (0..7)");
         description.attributes.add(key, "3");
@@ -190,7 +190,7 @@ TEST(TypeDescription, BordersThatAreThereStay) {
     EXPECT_EQ(other.attributes.value_of_upper_border()->get(), "7");
 }
 
-TEST(TypeDescription, IndirectionToItselfGetsWhatItPointsTo) {
+TEST(TypeDescription, SelfTargetBecomesRemainder) {
     struct Case {
         DatatypeFlags flag;
         std::string item_name, type_name, expected;
@@ -215,7 +215,7 @@ TEST(TypeDescription, IndirectionToItselfGetsWhatItPointsTo) {
     }
 }
 
-TEST(TypeDescription, BordersAndTargetAreRepairedIndependently) {
+TEST(TypeDescription, FixesBordersAndTarget) {
     auto description = describe(FdxDataType::UInt32, "POINTER TO INT (0..7)");
     description.flags |= DatatypeFlags::Pointer;
     fix_type_description(description);
