@@ -9,10 +9,7 @@ using namespace ZoHmiSrv;
 
 TEST(Algorithm, Replace) {
     struct Case {
-        const char* text;
-        const char* search;
-        const char* replacement;
-        const char* result;
+        std::string text, search, replacement, result;
     };
     const Case cases[] = {{"a.b.c", ".", "::", "a::b::c"},
                           {"aaa", "aa", "b", "ba"},
