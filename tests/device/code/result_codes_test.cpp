@@ -87,12 +87,7 @@ TEST(ResultCodes, Classes) {
 }
 
 TEST(ResultCodes, FirstFailureOfCommandStays) {
-    const struct {
-        unsigned code_before;
-        ExtensionResult result;
-        unsigned code_after;
-        const char* text_after;
-    } cases[] = {
+    const std::tuple<unsigned, ExtensionResult, unsigned, const char*> cases[] = {
         {0, ExtensionResult(0x745, "new"), 0x745, "new"},
         {0, ExtensionResult(0x745, ""), 0x745, "old"},
         {0, ExtensionResult(0, "new"), 0, "new"},
@@ -101,13 +96,13 @@ TEST(ResultCodes, FirstFailureOfCommandStays) {
         {5, ExtensionResult(0x745, "new"), 5, "old"},
         {5, ExtensionResult(0, ""), 5, "old"},
     };
-    for (const auto& row : cases) {
+    for (const auto& [code_before, result, code_after, text_after] : cases) {
         ZoHmiSrv::Command command("read");
-        command.set_extension_result(row.code_before);
+        command.set_extension_result(code_before);
         command.set_result_string("old");
-        set_result_or_ignore(command, row.result);
-        EXPECT_EQ(command.extension_result(), row.code_after);
-        EXPECT_STREQ(command.result_string(), row.text_after);
+        set_result_or_ignore(command, result);
+        EXPECT_EQ(command.extension_result(), code_after);
+        EXPECT_STREQ(command.result_string(), text_after);
     }
 }
 
@@ -160,12 +155,7 @@ TEST(DeviceState, FromFailure) {
 TEST(DeviceState, Unavailability) {
     const ExtensionResult good;
     const ExtensionResult bad(0x745, "Nobody answers.");
-    const struct {
-        int reason;
-        ExtensionResult refresh;
-        int code;
-        const char* text;
-    } cases[] = {
+    const std::tuple<int, ExtensionResult, int, const char*> cases[] = {
         {0, bad, 0x100015,
          "Symbol information is out of date and currently cannot be updated because the connection timed out."},
         {1, good, 0x100031, "Initial refresh of symbol information hasn't finished, yet. [PLC1]"},
@@ -176,11 +166,11 @@ TEST(DeviceState, Unavailability) {
         {4, good, 0x100032, "Runtime unavailable for an unknown reason. [PLC1]"},
         {-1, bad, 0x100032, "Runtime unavailable for an unknown reason. [PLC1]"},
     };
-    for (const auto& row : cases) {
+    for (const auto& [reason, refresh, code, text] : cases) {
         const auto result =
-            unavailability_reason_to_error("PLC1", static_cast<UnavailabilityReason>(row.reason), {row.refresh});
-        EXPECT_EQ(result.code(), row.code) << row.text;
-        EXPECT_EQ(result.text(), row.text);
+            unavailability_reason_to_error("PLC1", static_cast<UnavailabilityReason>(reason), {refresh});
+        EXPECT_EQ(result.code(), code) << text;
+        EXPECT_EQ(result.text(), text);
     }
     EXPECT_EQ(unavailability_reason_to_error("", UnavailabilityUnexplained, {}).text(),
               "Runtime is unavailable but no explicit reason is known.");

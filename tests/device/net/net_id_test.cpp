@@ -95,11 +95,7 @@ TEST_F(NetId, LocalBase) {
 }
 
 TEST_F(NetId, DistinctInSet) {
-    const struct {
-        const char* id;
-        const char* local;
-        const char* expected;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"127.0.0.1", "5.6.7.8.1.1", "5.6.7.8.1.1.1.1"},
         {"127.0.0.10.1.1", "5.6.7.8", "5.6.7.80.1.1"}, // the test for the prefix sees no boundary
         {"0.0.0.0.2.1", "5.6.7.8", "5.6.7.8.2.1"},
@@ -109,10 +105,10 @@ TEST_F(NetId, DistinctInSet) {
         {"1.127.0.0.1.1", "5.6.7.8", "1.127.0.0.1.1"},
         {"", "5.6.7.8", ""},
     };
-    for (const auto& row : cases) {
+    for (const auto& [id, local, expected] : cases) {
         std::set<std::string> ids;
-        insert_distinct_net_id(ids, row.id, row.local);
-        EXPECT_EQ(ids, std::set<std::string>{row.expected}) << row.id;
+        insert_distinct_net_id(ids, id, local);
+        EXPECT_EQ(ids, std::set<std::string>{expected}) << id;
     }
     std::set<std::string> ids;
     for (const char* same : {"127.0.0.1", "0.0.0.0.1.1", "5.6.7.8", "5.6.7.8.1.1"})
@@ -121,12 +117,7 @@ TEST_F(NetId, DistinctInSet) {
 }
 
 TEST_F(NetId, ResolvesPlaceholders) {
-    const struct {
-        bool keep_loopback;
-        const char* id;
-        const char* local;
-        const char* expected;
-    } cases[] = {
+    const std::tuple<bool, const char*, const char*, const char*> cases[] = {
         {false, "127.0.0.1.1.1", "5.6.7.8", "5.6.7.8.1.1"},
         {false, "127.0.0.1.1.1", "", "127.0.0.1.1.1"},
         {false, "0.0.0.0.1.1", "5.6.7.8", "127.0.0.1.1.1"}, // and no further to the local one
@@ -135,8 +126,8 @@ TEST_F(NetId, ResolvesPlaceholders) {
         {true, "0.0.0.0.1.1", "", "127.0.0.1.1.1"},
         {true, "127.0.0.1", "5.6.7.8", "127.0.0.1"}, // four numbers stay four
     };
-    for (const auto& row : cases)
-        EXPECT_EQ(actualize_net_id(row.id, row.local, row.keep_loopback), row.expected) << row.id << row.keep_loopback;
+    for (const auto& [keep_loopback, id, local, expected] : cases)
+        EXPECT_EQ(actualize_net_id(id, local, keep_loopback), expected) << id << keep_loopback;
 }
 
 TEST_F(Ports, ScopedAndPooled) {

@@ -210,12 +210,7 @@ TEST(AttributesMerge, PositionBeyondIndexIsIgnored) {
 }
 
 TEST(Attributes, AddSymbolKeys) {
-    const struct {
-        const char* what;
-        Entries entries;
-        bool add, hidden;
-        std::map<std::string, int> groups;
-    } cases[] = {
+    const std::tuple<const char*, Entries, bool, bool, std::map<std::string, int>> cases[] = {
         {"nothing", {{"ZoHmiSymbol.Show", ""}}, false, false, {}},
         {"the value does not matter", {{"ZoHmiSymbol.AddSymbol", "false"}}, true, false, {}},
         {"hidden alone does not add", {{"ZoHmiSymbol.AddSymbol.Hidden", ""}}, false, true, {}},
@@ -232,12 +227,12 @@ TEST(Attributes, AddSymbolKeys) {
          false,
          {{"a", 3}, {"b", 2}, {"c", 1}}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const AddSymbolAttributeInfo info = list(c.entries).analyze_add_symbol_attribute();
-        EXPECT_EQ(info.add, c.add);
-        EXPECT_EQ(info.hidden, c.hidden);
-        EXPECT_EQ(info.user_groups, c.groups);
+    for (const auto& [what, entries, add, hidden, groups] : cases) {
+        SCOPED_TRACE(what);
+        const AddSymbolAttributeInfo info = list(entries).analyze_add_symbol_attribute();
+        EXPECT_EQ(info.add, add);
+        EXPECT_EQ(info.hidden, hidden);
+        EXPECT_EQ(info.user_groups, groups);
     }
 }
 

@@ -301,24 +301,20 @@ TEST(Datatype, FindCutsNameAtOperators) {
 
 TEST(Datatype, ByteOrder) {
     const Attributes none, word = attribute("ZoSwapWord"), dword = attribute("ZoSwapDWord");
-    const struct {
-        FdxDataType type;
-        const Attributes& own;
-        const Attributes& given;
-        bool reversed;
-    } cases[] = {{FdxDataType::UInt16, none, none, false},   {FdxDataType::UInt16, word, none, true},
-                 {FdxDataType::UInt16, none, word, true},    {FdxDataType::UInt16, dword, dword, false},
-                 {FdxDataType::UInt32, dword, none, true},   {FdxDataType::UInt32, none, dword, true},
-                 {FdxDataType::UInt32, word, word, false},   {FdxDataType::Int16, word, word, false},
-                 {FdxDataType::Int32, dword, dword, false},  {FdxDataType::UInt64, dword, word, false},
-                 {FdxDataType::Composite, word, word, false}};
+    const std::tuple<FdxDataType, const Attributes&, const Attributes&, bool> cases[] = {
+        {FdxDataType::UInt16, none, none, false},   {FdxDataType::UInt16, word, none, true},
+        {FdxDataType::UInt16, none, word, true},    {FdxDataType::UInt16, dword, dword, false},
+        {FdxDataType::UInt32, dword, none, true},   {FdxDataType::UInt32, none, dword, true},
+        {FdxDataType::UInt32, word, word, false},   {FdxDataType::Int16, word, word, false},
+        {FdxDataType::Int32, dword, dword, false},  {FdxDataType::UInt64, dword, word, false},
+        {FdxDataType::Composite, word, word, false}};
     std::size_t row = 0;
-    for (const auto& c : cases) {
+    for (const auto& [type, own, given, reversed] : cases) {
         SCOPED_TRACE(row++);
         DatatypeDescription description;
-        description.fdx_type = c.type;
-        description.attributes = c.own;
-        EXPECT_EQ(Datatype(description).is_byte_order_reversed(c.given), c.reversed);
+        description.fdx_type = type;
+        description.attributes = own;
+        EXPECT_EQ(Datatype(description).is_byte_order_reversed(given), reversed);
     }
 }
 
@@ -326,12 +322,9 @@ TEST(ArrayInfo, TotalsAndBounds) {
     constexpr std::uint64_t huge = std::numeric_limits<std::uint64_t>::max();
     constexpr std::int64_t max = std::numeric_limits<std::int64_t>::max();
     constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
-    const struct {
-        std::vector<ArrayInfo::Dimension> dimensions;
-        std::uint64_t total;
-        std::vector<std::int64_t> max_indices;
-    } cases[] = {
-        {{}, 0, {}},
+    using Dimensions = std::vector<ArrayInfo::Dimension>;
+    const std::tuple<Dimensions, std::uint64_t, std::vector<std::int64_t>> cases[] = {
+        {Dimensions(), 0, {}},
         {{{-1, 3}}, 3, {1}},
         {{{1, 3}, {0, 2}, {-5, 4}}, 24, {3, 1, -2}},
         {{{7, 0}, {0, 5}}, 0, {6, 4}},
@@ -343,13 +336,13 @@ TEST(ArrayInfo, TotalsAndBounds) {
         {{{-1, (1ull << 63) + 1}}, (1ull << 63) + 1, {max}}, // the last that fits
         {{{1, 1ull << 63}}, 1ull << 63, {max}},              // one more
     };
-    for (const auto& c : cases) {
-        const ArrayInfo info(c.dimensions, "INT");
-        SCOPED_TRACE(testing::PrintToString(c.max_indices));
-        EXPECT_EQ(info.total_nr_of_elements(), c.total);
-        ASSERT_EQ(info.dimensions(), c.max_indices.size());
-        for (std::size_t i = 0; i < c.max_indices.size(); ++i)
-            EXPECT_EQ(info.max_index(i), c.max_indices[i]);
+    for (const auto& [dimensions, total, max_indices] : cases) {
+        const ArrayInfo info(dimensions, "INT");
+        SCOPED_TRACE(testing::PrintToString(max_indices));
+        EXPECT_EQ(info.total_nr_of_elements(), total);
+        ASSERT_EQ(info.dimensions(), max_indices.size());
+        for (std::size_t i = 0; i < max_indices.size(); ++i)
+            EXPECT_EQ(info.max_index(i), max_indices[i]);
         EXPECT_THROW((void)info.max_index(info.dimensions()), std::out_of_range);
     }
 

@@ -180,17 +180,13 @@ TEST(DataType, AllRows) {
 }
 
 TEST(TypeName, AmendComposite) {
-    const struct {
-        int size;
-        const char* name;
-        unsigned type, expected;
-    } cases[] = {
+    const std::tuple<int, const char*, unsigned, unsigned> cases[] = {
         {8, "LTIME", 0x41, 0x10B}, {4, "LTIME", 0x41, 0x41},   {4, "LTIME", 3, 3},  {8, "POINTER TO INT", 0x41, 0x15},
         {4, "TIME", 0x41, 0x109},  {8, "ST_Pump", 0x41, 0x41}, {8, "", 0x41, 0x41}, {8, nullptr, 0x41, 0x41},
         {8, nullptr, 77, 77},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(amend_fdx_datatype(c.size, c.name, c.type), c.expected) << (c.name ? c.name : "null") << c.size;
+    for (const auto& [size, name, type, expected] : cases)
+        EXPECT_EQ(amend_fdx_datatype(size, name, type), expected) << (name ? name : "null") << size;
 }
 
 TEST(TypeName, KnownGeneralItemNames) {

@@ -11,10 +11,7 @@ using namespace ZoHmiFdx;
 namespace {
 
 TEST(Dialect, FindsAndRemovesSuffix) {
-    const struct {
-        std::string name, removed;
-        bool has, readonly, nothing_else;
-    } cases[] = {
+    const std::tuple<std::string, std::string, bool, bool, bool> cases[] = {
         {"", "", false, false, true},
         {"X ReadOnly", "X", true, true, false},
         {"X ShowRecursively", "X", true, false, false},
@@ -30,14 +27,14 @@ TEST(Dialect, FindsAndRemovesSuffix) {
         {"X ShowRecursively ShowRecursively", "X ShowRecursively", true, false, false},
         {"ReadOnly", "ReadOnly", false, false, false},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(remove_dialect_suffix_copy(c.name), c.removed) << c.name;
-        std::string name = c.name;
-        remove_dialect_suffix(name);
-        EXPECT_EQ(name, c.removed) << c.name;
-        EXPECT_EQ(has_dialect_suffix(c.name), c.has) << c.name;
-        EXPECT_EQ(has_readonly_dialect_suffix(c.name), c.readonly) << c.name;
-        EXPECT_EQ(empty_or_only_dialect_suffix(c.name), c.nothing_else) << c.name;
+    for (const auto& [name, removed, has, readonly, nothing_else] : cases) {
+        EXPECT_EQ(remove_dialect_suffix_copy(name), removed) << name;
+        std::string changed = name;
+        remove_dialect_suffix(changed);
+        EXPECT_EQ(changed, removed) << name;
+        EXPECT_EQ(has_dialect_suffix(name), has) << name;
+        EXPECT_EQ(has_readonly_dialect_suffix(name), readonly) << name;
+        EXPECT_EQ(empty_or_only_dialect_suffix(name), nothing_else) << name;
     }
 }
 
@@ -148,11 +145,7 @@ DatatypeDescription describe(FdxDataType type, const std::string& name) {
 }
 
 TEST(TypeDescription, SubrangeGivesBorders) {
-    const struct {
-        FdxDataType type;
-        std::string name;
-        Entries expected;
-    } cases[] = {
+    const std::tuple<FdxDataType, std::string, Entries> cases[] = {
         {FdxDataType::Int16, "INT (0..7)", {{"LowerBorder", "0"}, {"UpperBorder", "7"}}},
         {FdxDataType::Int64, "LINT ( -5 .. 5 )x", {{"LowerBorder", " -5 "}, {"UpperBorder", " 5 "}}},
         {FdxDataType::Int16, "INT (1...7)", {{"LowerBorder", "1"}, {"UpperBorder", ".7"}}},
@@ -164,11 +157,11 @@ TEST(TypeDescription, SubrangeGivesBorders) {
         {FdxDataType::Real, "REAL (0..7)", {}},
         {FdxDataType::Int56, "INT56 (0..7)", {}},
     };
-    for (const auto& c : cases) {
-        auto description = describe(c.type, c.name);
+    for (const auto& [type, name, expected] : cases) {
+        auto description = describe(type, name);
         fix_type_description(description);
-        EXPECT_EQ(description.attributes.entries(), c.expected) << c.name;
-        EXPECT_EQ(description.type_name, c.name); // a plain type may name itself
+        EXPECT_EQ(description.attributes.entries(), expected) << name;
+        EXPECT_EQ(description.type_name, name); // a plain type may name itself
     }
 }
 
