@@ -8,17 +8,14 @@
 using namespace ZoHmiSrv;
 
 TEST(Algorithm, Replace) {
-    struct Case {
-        std::string text, search, replacement, result;
-    };
-    const Case cases[] = {{"a.b.c", ".", "::", "a::b::c"},
-                          {"aaa", "aa", "b", "ba"},
-                          {"aaa", "a", "aa", "aaaaaa"},
-                          {"abc", "", "x", "abc"}};
-    for (const Case& c : cases) {
-        std::string text = c.text;
-        Algorithm::replace(text, c.search, c.replacement);
-        EXPECT_EQ(text, c.result) << c.text << " " << c.search;
+    const std::tuple<std::string, std::string, std::string, std::string> cases[] = {{"a.b.c", ".", "::", "a::b::c"},
+                                                                                    {"aaa", "aa", "b", "ba"},
+                                                                                    {"aaa", "a", "aa", "aaaaaa"},
+                                                                                    {"abc", "", "x", "abc"}};
+    for (const auto& [text, search, replacement, result] : cases) {
+        std::string replaced = text;
+        Algorithm::replace(replaced, search, replacement);
+        EXPECT_EQ(replaced, result) << text << " " << search;
     }
 }
 
@@ -48,20 +45,14 @@ TEST(Algorithm, TryAsInt64) {
 TEST(Algorithm, NumbersAsText) {
     EXPECT_EQ(Algorithm::to_string(std::numeric_limits<long>::min()), "-9223372036854775808");
     EXPECT_EQ(Algorithm::to_string(std::numeric_limits<unsigned long>::max()), "18446744073709551615");
-    struct Case {
-        double number;
-        int decimals;
-        bool keep_zeros;
-        const char* text;
-    };
-    const Case cases[] = {{7, 2, false, "7"},
-                          {7, 2, true, "7.00"},
-                          {1234.567, 2, false, "1234.57"},
-                          {-0.001, 2, false, "0"},
-                          {1e21, 2, false, "1000000000000000000000"},
-                          {0.3, -5, false, "0"}};
-    for (const Case& c : cases)
-        EXPECT_EQ(Algorithm::to_string(c.number, c.decimals, c.keep_zeros), c.text);
+    const std::tuple<double, int, bool, const char*> cases[] = {{7, 2, false, "7"},
+                                                                {7, 2, true, "7.00"},
+                                                                {1234.567, 2, false, "1234.57"},
+                                                                {-0.001, 2, false, "0"},
+                                                                {1e21, 2, false, "1000000000000000000000"},
+                                                                {0.3, -5, false, "0"}};
+    for (const auto& [number, decimals, keep_zeros, text] : cases)
+        EXPECT_EQ(Algorithm::to_string(number, decimals, keep_zeros), text);
     EXPECT_EQ(Algorithm::to_string(-std::numeric_limits<double>::max(), 100, true).size(), 411U);
 }
 

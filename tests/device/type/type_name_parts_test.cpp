@@ -51,13 +51,8 @@ TEST(Dialect, AddReplacesTheSuffix) {
 }
 
 TEST(Indirection, OperatorsLeadToTheTarget) {
-    struct Case {
-        std::string name, target, operators;
-        bool found;
-        std::string remainder;
-    };
     const std::string pointer = "POINTER TO ", reference = "REFERENCE TO ";
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, std::string, bool, std::string> cases[] = {
         {pointer + reference + "INT", "INT", "^`", true, ""},
         {reference + pointer + pointer + "INT", "INT", "`^^", true, ""},
         {reference + pointer + "INT", pointer + "INT", "`", true, ""},
@@ -74,12 +69,12 @@ TEST(Indirection, OperatorsLeadToTheTarget) {
         {pointer + "INT", pointer + "INT", "^", false, "INT"},
         {reference + pointer + "INT", reference + pointer + "INT", "`", false, pointer + "INT"},
     };
-    for (const Case& c : cases) {
-        const auto result = analyze_indirection_type_names(c.name, c.target);
-        EXPECT_EQ(result.dereference_operators, c.operators) << c.name << " | " << c.target;
-        EXPECT_EQ(result.target_found, c.found) << c.name << " | " << c.target;
-        EXPECT_EQ(result.remainder, c.remainder) << c.name << " | " << c.target;
-        EXPECT_EQ(infer_dereference_operators(c.name, c.target), c.operators) << c.name << " | " << c.target;
+    for (const auto& [name, target, operators, found, remainder] : cases) {
+        const auto result = analyze_indirection_type_names(name, target);
+        EXPECT_EQ(result.dereference_operators, operators) << name << " | " << target;
+        EXPECT_EQ(result.target_found, found) << name << " | " << target;
+        EXPECT_EQ(result.remainder, remainder) << name << " | " << target;
+        EXPECT_EQ(infer_dereference_operators(name, target), operators) << name << " | " << target;
     }
     EXPECT_TRUE(is_indirection_strict(pointer) && is_indirection_strict(reference + "INT"));
     EXPECT_FALSE(is_indirection_strict("POINTER TO") || is_indirection_strict("") ||
@@ -184,12 +179,8 @@ TEST(TypeDescription, ExistingBordersStay) {
 }
 
 TEST(TypeDescription, SelfTargetBecomesRemainder) {
-    struct Case {
-        DatatypeFlags flag;
-        std::string item_name, type_name, expected;
-    };
     const std::string pointer = "POINTER TO ", reference = "REFERENCE TO ";
-    const Case cases[] = {
+    const std::tuple<DatatypeFlags, std::string, std::string, std::string> cases[] = {
         {DatatypeFlags::Pointer, pointer + "INT", pointer + "INT", "INT"},
         {DatatypeFlags::Reference, reference + pointer + "INT", reference + pointer + "INT", pointer + "INT"},
         {DatatypeFlags::Pointer, pointer + "INT", "INT", "INT"},
@@ -197,14 +188,14 @@ TEST(TypeDescription, SelfTargetBecomesRemainder) {
         {DatatypeFlags::PlainType, pointer + "INT", pointer + "INT", pointer + "INT"},
         {DatatypeFlags::Pointer, pointer, pointer, pointer},
     };
-    for (const Case& c : cases) {
+    for (const auto& [flag, item_name, type_name, expected] : cases) {
         DatatypeDescription description;
-        description.flags = std::uint32_t(c.flag);
-        description.item_name = c.item_name;
-        description.type_name = c.type_name;
+        description.flags = std::uint32_t(flag);
+        description.item_name = item_name;
+        description.type_name = type_name;
         fix_type_description(description);
-        EXPECT_EQ(description.type_name, c.expected) << c.item_name;
-        EXPECT_EQ(description.item_name, c.item_name);
+        EXPECT_EQ(description.type_name, expected) << item_name;
+        EXPECT_EQ(description.item_name, item_name);
     }
 }
 
