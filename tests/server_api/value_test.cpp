@@ -203,19 +203,13 @@ TEST(Value, TotalOrder) {
     other["bb"] = 0;
     sorted.push_back(other);
     sorted.push_back(Value(map).set_type(ValueType::Struct));
-    sorted.push_back(binary("a"));
-    sorted.push_back(binary(std::string("a\0", 2)));
-    sorted.push_back(with(-1L));
-    sorted.push_back(Value(Timestamp(1)));
-    sorted.push_back(with(3UL));
     Message message;
-    sorted.push_back(with(message));
     message.parameters()["x"] = 1;
-    sorted.push_back(with(message));
-    Alarm alarm;
-    sorted.push_back(with(alarm));
-    alarm.set_alarm_state(AlarmState::Invalid);
-    sorted.push_back(with(alarm));
+    Alarm invalid;
+    invalid.set_alarm_state(AlarmState::Invalid);
+    for (const Value& value : {binary("a"), binary(std::string("a\0", 2)), with(-1L), Value(Timestamp(1)), with(3UL),
+                               with(Message()), with(message), with(Alarm()), with(invalid)})
+        sorted.push_back(value);
     for (std::size_t i = 0; i < sorted.size(); ++i) {
         for (std::size_t k = 0; k < sorted.size(); ++k) {
             EXPECT_EQ(sorted[i] < sorted[k], i < k) << show(sorted[i]) << " and " << show(sorted[k]);

@@ -40,7 +40,6 @@ TEST(TypeName, Parse) {
     constexpr Parsed int16 = {0, FdxDataType::Int16, ValueType::Int};
     constexpr Parsed uint8 = {0, FdxDataType::UInt8, ValueType::Int};
     constexpr Parsed boolean = {0, FdxDataType::Bit, ValueType::Bool};
-    constexpr Parsed string = {0, FdxDataType::String, ValueType::String};
     constexpr Parsed wide_string = {0, FdxDataType::WString, ValueType::String};
     const struct {
         int size;
@@ -57,14 +56,12 @@ TEST(TypeName, Parse) {
         {-2, "DINT", refused},
         {4 + 256, "DINT", refused},
         {-7, "BOOL", boolean},
-        {0, "STRING(80)", string},
         {1000, "WSTRING", wide_string},
         {2 + 256, "XINT", refused},
         {8, "POINTER TO", unknown},
         {8, "REFERENCE  TO INT", unknown},
         {8, " POINTER TO INT", unknown},
         // What may follow a name.
-        {-1, "INT (0..7)", unknown},
         {-1, "IN", unknown},
         {-1, "BOOL (VAR_IN_OUT", unknown},
         {-1, "BOOL (VAR_IN_OUT)x", unknown},
@@ -74,10 +71,7 @@ TEST(TypeName, Parse) {
         {-1, "\xC4\x42", unknown},
         {-1, "@", unknown},
         {-1, "[", unknown},
-        // Numbers that no field of bits has.
-        {-1, "BIT25", unknown},
         // An alias of a Boolean.
-        {1, "BIT8", boolean, "BOOL(0..1)"},
         {-1, "BYTE", uint8, "BOOL (VAR_IN_OUT)"},
         {-1, "BYTE", uint8, "BOOL[1]"},
         {-1, "", boolean, "BOOL"},
