@@ -114,7 +114,7 @@ void Attributes::merge_keep_duplicates(const Attributes& other) {
     const std::size_t own = entries_.size();
     const std::size_t count = other.entries_.size();
     const auto take_over = [own](std::uint16_t& mine, std::uint16_t others) {
-        if (others < none && own + others < none) mine = static_cast<std::uint16_t>(own + others);
+        if (own + others < none) mine = static_cast<std::uint16_t>(own + others);
     };
     flags_ = flags_ | other.flags_;
     // Both may be the same list, which grows in this loop.
