@@ -81,8 +81,8 @@ void copy_arguments(Value& parameters, Interface& event) {
     const auto inside = [total](std::uint64_t offset, std::uint64_t size) { return offset + size <= total; };
     if (!inside(arguments.types_offset, arguments.types_size) || !inside(arguments.data_offset, arguments.data_size))
         return;
-    parameters.insert_or_update("types", Binary(block.get() + arguments.types_offset, arguments.types_size));
-    parameters.insert_or_update("data", Binary(block.get() + arguments.data_offset, arguments.data_size));
+    parameters["types"].set(Binary(block.get() + arguments.types_offset, arguments.types_size));
+    parameters["data"].set(Binary(block.get() + arguments.data_offset, arguments.data_size));
 }
 
 // The event has the payload's name, and its time raised in place of the time of arrival.

@@ -122,7 +122,7 @@ void TargetSystem::handle_alarm_raised(IZoAlarm* proxy, bool replay) {
         Event event;
         if (const auto known = events_.find_pointer(proxy)) {
             trace = "ACTIVE_ALARM_RAISED_AGAIN";
-            event = known.event();
+            event = Event(known.event());
             convert_alarm(event, proxy, domain_, name_, take_event_id(), true);
             alarm = std::as_const(event).payload().get_alarm();
             events_.replace_alarm(known, event, proxy, event_limit_);

@@ -79,6 +79,13 @@ Value details_of(IZoDetailCollection* collection) {
     return list;
 }
 
+/// Lets copies of the list share its content, where the server's Value can do so.
+template <class List>
+List share_content(List list) {
+    if constexpr (requires { list.share(); }) list.share();
+    return list;
+}
+
 } // namespace
 
 // The common part of the five operations. A cached answer is used even while the target is away. `question` returns
@@ -179,7 +186,7 @@ ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache
             const EventKindKey& key = *event.kind;
             CComPtr<Collection> collection;
             throw_if_failed((logger.get()->*get)(key.event_class, key.event_id, key.language, collection.put()));
-            return std::move(read(collection.get()).share());
+            return share_content(read(collection.get()));
         },
         always);
 }
