@@ -12,21 +12,20 @@
 
 namespace server {
 
-/// Which calls of an extension have been done, so that somebody can wait for one: each counts under its name, that of
-/// the message for send_message. [any thread]
-class Heard {
+/// Counts an extension's finished calls by name, so that a script can wait for one. A call of send_message counts under
+/// the name of its message. [any thread]
+class CallHistory {
 public:
-    void count(std::string_view name);
-    /// Waits for a call and takes it: one that has come already counts, but for one wait only. False when there was
-    /// none in time or `stop` came first.
+    void record(std::string_view name);
+    /// Blocks until a call of that name is recorded, and removes it from the history. Returns false after `limit` or
+    /// when a stop is requested.
     bool take(const std::string& name, std::chrono::nanoseconds limit, const std::stop_token& stop);
-    /// From now on only calls count that are still to come.
-    void forget();
+    void clear();
 
 private:
     std::mutex mutex_;
-    std::condition_variable_any came_;
-    std::map<std::string, std::uint64_t, std::less<>> untaken_;
+    std::condition_variable_any recorded_;
+    std::map<std::string, std::uint64_t, std::less<>> counts_;
 };
 
 } // namespace server

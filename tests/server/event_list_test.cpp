@@ -21,10 +21,10 @@ namespace {
 
 /// "a7" for an alarm with id 7, "m100" for a message of time 100, with "#N " before it.
 std::string text_of(const EventRow& row) {
-    const auto* held = alarm_of(row.event);
+    const auto* alarm = alarm_of(row.event);
     return "#" + std::to_string(row.number) + " " +
-           (held != nullptr ? "a" + std::to_string(held->id())
-                            : "m" + std::to_string(row.event.time_received().nanoseconds())) +
+           (alarm != nullptr ? "a" + std::to_string(alarm->id())
+                             : "m" + std::to_string(row.event.time_received().nanoseconds())) +
            (row.removed ? " history" : "");
 }
 
@@ -37,9 +37,9 @@ std::vector<std::string> texts(const std::vector<EventRow>& rows) {
 
 using Texts = std::vector<std::string>;
 
-TEST(EventList, ModesAddChangeAndKeepAsHistory) {
+TEST(EventList, ModesAddChangeAndKeepHistory) {
     EventList events;
-    EXPECT_EQ(events.notify_alarm(1, alarm(7, 10)).done, Done::nothing) << "a change of what is not there";
+    EXPECT_EQ(events.notify_alarm(1, alarm(7, 10)).done, Done::nothing) << "an unknown alarm";
     EXPECT_EQ(events.notify_alarm(2, alarm(7, 10)).done, Done::nothing);
     EXPECT_EQ(events.notify_alarm(0, alarm(7, 10)).row, 1u);
     EXPECT_EQ(events.notify_alarm(0, alarm(8, 20)).row, 2u);
@@ -52,11 +52,11 @@ TEST(EventList, ModesAddChangeAndKeepAsHistory) {
     EXPECT_EQ(texts(events.rows()), (Texts{"#1 a7", "#2 a8 history"}));
     EXPECT_EQ(alarm_of(events.rows()[1].event)->time_cleared(), Timestamp(26));
     events.notify_alarm(1, alarm(8, 20, 27));
-    EXPECT_TRUE(events.rows()[1].removed) << "a late change does not bring it back";
+    EXPECT_TRUE(events.rows()[1].removed) << "a late change keeps it removed";
     EXPECT_EQ(events.notify_alarm(9, alarm(9, 1)).done, Done::nothing) << "an unknown mode";
 }
 
-TEST(EventList, ForgetsAlarmsByIdAndMessagesByTimeThenPayload) {
+TEST(EventList, AlarmByIdMessageByTimeAndPayload) {
     EventList events;
     events.add_message(message(100, 1));
     events.add_message(message(100, 2));
@@ -66,7 +66,7 @@ TEST(EventList, ForgetsAlarmsByIdAndMessagesByTimeThenPayload) {
 
     Event other_time = event_of(message(100, 2));
     other_time.set_time_received(Timestamp(200));
-    EXPECT_EQ(events.forget(other_time).done, Done::nothing) << "the time received counts, too";
+    EXPECT_EQ(events.forget(other_time).done, Done::nothing) << "another time received";
     EXPECT_EQ(events.forget(event_of(message(100, 3))).done, Done::nothing);
     EXPECT_EQ(events.forget(event_of(message(100, 2))).row, 2u);
     EXPECT_EQ(events.forget(event_of(message(100, 2))).row, 3u) << "one row for each";
@@ -74,14 +74,14 @@ TEST(EventList, ForgetsAlarmsByIdAndMessagesByTimeThenPayload) {
     EXPECT_EQ(texts(events.rows()), (Texts{"#1 m100", "#4 m200"}));
 }
 
-TEST(EventList, AMessageForgottenBeforeItIsToldIsNotAdded) {
+TEST(EventList, MessageForgottenFirstIsNotAdded) {
     EventList events;
     events.forget(event_of(message(100)));
     EXPECT_EQ(events.add_message(message(100)).done, Done::nothing);
     EXPECT_EQ(events.add_message(message(100)).done, Done::added) << "once only";
 }
 
-TEST(EventList, NoRowForAnAlarmThatIsForgottenBeforeItsLastChange) {
+TEST(EventList, LastChangeAfterForgetAddsNoRow) {
     EventList events;
     events.notify_alarm(0, alarm(7, 100));
     events.forget(event_of(alarm(7, 100, 200)));
@@ -89,7 +89,7 @@ TEST(EventList, NoRowForAnAlarmThatIsForgottenBeforeItsLastChange) {
     EXPECT_TRUE(events.rows().empty());
 }
 
-TEST(EventList, AResetKeepsTheNumbersOfWhatStays) {
+TEST(EventList, ResetKeepsNumbersOfEqualEvents) {
     EventList events;
     events.notify_alarm(0, alarm(7, 100));
     events.notify_alarm(0, alarm(8, 200));
@@ -107,8 +107,8 @@ TEST(EventList, AResetKeepsTheNumbersOfWhatStays) {
     EXPECT_EQ(events.forget(Event()).row, 7u);
 }
 
-// What is told while a listing runs may be in it already or not, whatever the target.
-TEST(EventList, WhatIsToldDuringAListingIsNeitherLostNorDoubled) {
+// A call during a listing may be part of it already or not.
+TEST(EventList, CallDuringListingAppliesOnce) {
     for (const bool listed_before : {true, false}) {
         EventList events;
         events.notify_alarm(0, alarm(1, 10));
@@ -131,7 +131,7 @@ TEST(EventList, WhatIsToldDuringAListingIsNeitherLostNorDoubled) {
     }
 }
 
-TEST(EventList, OfTwoListingsAtOnceTheLaterOneHolds) {
+TEST(EventList, LaterOfTwoListingsWins) {
     EventList events;
     events.reset([&](Value& earlier) {
         list(earlier, {event_of(message(1))});
@@ -145,17 +145,17 @@ TEST(EventList, OfTwoListingsAtOnceTheLaterOneHolds) {
     EXPECT_EQ(texts(events.rows()), (Texts{"#2 m1", "#3 m2", "#1 a5", "#4 m3"}));
 }
 
-TEST(EventList, AMessageOnItsWayDuringAResetIsNotDoubled) {
+TEST(EventList, MessageDuringResetIsAddedOnce) {
     EventList events;
     events.reset([](Value& out) { list(out, {event_of(message(10)), event_of(message(20))}); });
-    EXPECT_EQ(events.add_message(message(20)).done, Done::changed) << "listed before it was told";
+    EXPECT_EQ(events.add_message(message(20)).done, Done::changed) << "listed first";
     EXPECT_EQ(events.add_message(message(20)).done, Done::added) << "a second one that is equal";
     EXPECT_EQ(events.add_message(message(10)).done, Done::added)
-        << "a target tells in order: only its first message can have been listed";
+        << "messages come in order: only the first can be listed";
     EXPECT_EQ(events.add_message(message(10, 1, "Other")).done, Done::added);
     EXPECT_EQ(events.rows().size(), 5u);
 
-    // Told between two resets, listed by both.
+    // Added between two resets, listed by both.
     events.reset([&](Value& out) { list(out, {event_of(message(90))}); });
     events.reset([&](Value& out) {
         events.add_message(message(90));
@@ -164,7 +164,7 @@ TEST(EventList, AMessageOnItsWayDuringAResetIsNotDoubled) {
     EXPECT_EQ(events.rows().size(), 1u);
 }
 
-TEST(EventList, ShowsActiveAlarmsFirstThenTheNewest) {
+TEST(EventList, TopHasActiveAlarmsThenNewest) {
     EventList events;
     events.add_message(message(900));
     events.notify_alarm(0, alarm(1, 100));
