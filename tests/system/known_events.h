@@ -54,11 +54,11 @@ inline std::multiset<Known> known_to_server(const json& events) {
     return known;
 }
 
-/// All that a server's events hold, but for the numbers of rows.
+/// All that a server's events hold, without the numbers of rows.
 inline std::multiset<std::string> contents(const json& events) {
     std::multiset<std::string> contents;
     for (json event : events) {
-        event.erase("row");
+        event.erase("number");
         contents.insert(event.dump());
     }
     return contents;

@@ -47,7 +47,7 @@ public:
         host_.emplace(*configuration_, events_, trace_, [this](const std::string& line) { hear(line); });
         library_.emplace(ZO_PRODUCT, &*host_);
         EXPECT_EQ(library_->extension().init(host_->context()).result(), ZoHmiSrv::HMI_SUCCESS);
-        host_->list_anew("listed");
+        host_->relist("listed");
     }
     ~LiveServer() { stop(); }
 
