@@ -19,24 +19,30 @@ using ZoHmiSrv::Value;
 
 namespace {
 
-/// Runs one call and returns its outcome, such as "added 1" with the number of the row. Calls are "mode M ID RAISED
-/// CLEARED", "message TIME EVENT", "forget TIME EVENT" and "forget-alarm ID RAISED".
-std::string run(EventList& events, const std::string& call) {
-    std::istringstream in(call);
-    std::string verb;
-    int mode = 0;
-    long first = 0, second = 0, third = 0;
-    in >> verb;
-    if (verb == "mode") in >> mode;
-    in >> first >> second >> third;
-    EventList::Outcome outcome;
-    if (verb == "mode") outcome = events.notify_alarm(mode, alarm(static_cast<int>(first), second, third));
-    if (verb == "message") outcome = events.add_message(message(first, static_cast<double>(second)));
-    if (verb == "forget") outcome = events.forget(event_of(message(first, static_cast<double>(second))));
-    if (verb == "forget-alarm") outcome = events.forget(event_of(alarm(static_cast<int>(first), second)));
-    const char* const names[]{"nothing", "added", "changed", "removed"};
-    const std::string name = names[static_cast<int>(outcome.done)];
-    return outcome.row == 0 ? name : name + " " + std::to_string(outcome.row);
+/// Runs calls and returns their outcomes, such as "added 1" with the number of the row. Calls are "mode M ID RAISED
+/// CLEARED", "message TIME EVENT", "forget TIME EVENT" and "forget-alarm ID RAISED"; zeroes at the end may be left out.
+std::string play(EventList& events, const std::string& calls) {
+    std::string outcomes;
+    std::istringstream all(calls);
+    for (std::string call; std::getline(all, call, ';');) {
+        std::istringstream in(call);
+        std::string verb;
+        long numbers[4] = {};
+        in >> verb;
+        for (long& number : numbers)
+            in >> number;
+        const auto& [first, second, third, fourth] = numbers;
+        EventList::Outcome outcome;
+        if (verb == "mode")
+            outcome = events.notify_alarm(static_cast<int>(first), alarm(static_cast<int>(second), third, fourth));
+        if (verb == "message") outcome = events.add_message(message(first, static_cast<double>(second)));
+        if (verb == "forget") outcome = events.forget(event_of(message(first, static_cast<double>(second))));
+        if (verb == "forget-alarm") outcome = events.forget(event_of(alarm(static_cast<int>(first), second)));
+        const char* const names[]{"nothing", "added", "changed", "removed"};
+        outcomes += (outcomes.empty() ? "" : "; ") + std::string(names[static_cast<int>(outcome.done)]);
+        if (outcome.row != 0) outcomes += " " + std::to_string(outcome.row);
+    }
+    return outcomes;
 }
 
 /// Returns rows such as "#1 a7" for an alarm with the id 7 and "#2 m100" for a message of the time 100.
@@ -54,46 +60,27 @@ std::string texts(const std::vector<EventRow>& rows) {
 
 TEST(EventList, CallsChangeTheListInOrder) {
     struct Case {
-        const char* what;
-        std::vector<std::pair<const char*, const char*>> calls; // each with its outcome
-        const char* rows;
+        const char *what, *calls, *outcomes, *rows;
     };
     const Case cases[]{
-        {"a change of an unknown alarm", {{"mode 1 7 10", "nothing"}, {"mode 2 7 10", "nothing"}}, ""},
-        {"an unknown mode", {{"mode 9 7 10", "nothing"}}, ""},
-        {"raised again",
-         {{"mode 0 7 10", "added 1"}, {"mode 0 8 20", "added 2"}, {"mode 0 7 30", "changed 1"}},
-         "#1 a7, #2 a8"},
-        {"a late change keeps it removed",
-         {{"mode 0 8 20", "added 1"}, {"mode 2 8 20 26", "changed 1"}, {"mode 1 8 20 27", "changed 1"}},
-         "#1 a8 history"},
-        {"a last change after the forget",
-         {{"mode 0 7 100", "added 1"}, {"forget-alarm 7 999", "removed 1"}, {"mode 2 7 100 200", "nothing"}},
-         ""},
+        {"changes of an unknown alarm", "mode 1 7 10; mode 2 7 10", "nothing; nothing", ""},
+        {"an unknown mode", "mode 9 7 10", "nothing", ""},
+        {"raised again", "mode 0 7 10; mode 0 8 20; mode 0 7 30", "added 1; added 2; changed 1", "#1 a7, #2 a8"},
+        {"a late change", "mode 0 8 20; mode 2 8 20 26; mode 1 8 20", "added 1; changed 1; changed 1", "#1 a8 history"},
+        {"a change after the forget", "mode 0 7 10; forget-alarm 7 99; mode 2 7 10", "added 1; removed 1; nothing", ""},
         {"messages by time and content, one row for each call",
-         {{"message 100 1", "added 1"},
-          {"message 100 2", "added 2"},
-          {"message 100 2", "added 3"},
-          {"message 200 2", "added 4"},
-          {"forget 100 3", "nothing"},
-          {"forget 100 2", "removed 2"},
-          {"forget 100 2", "removed 3"}},
-         "#1 m100, #4 m200"},
-        {"a message that is forgotten first is left out once",
-         {{"forget 100 1", "nothing"}, {"message 100 1", "nothing"}, {"message 100 1", "added 1"}},
-         "#1 m100"},
+         "message 100 1; message 100 2; message 100 2; message 200 2; forget 100 3; forget 100 2; forget 100 2",
+         "added 1; added 2; added 3; added 4; nothing; removed 2; removed 3", "#1 m100, #4 m200"},
+        {"forgotten first", "forget 100 1; message 100 1; message 100 1", "nothing; nothing; added 1", "#1 m100"},
     };
     for (const Case& c : cases) {
         EventList events;
-        for (const auto& [call, outcome] : c.calls)
-            EXPECT_EQ(run(events, call), outcome) << c.what << ": " << call;
+        EXPECT_EQ(play(events, c.calls), c.outcomes) << c.what;
         EXPECT_EQ(texts(events.rows()), c.rows) << c.what;
     }
     EventList events;
-    run(events, "mode 0 8 20");
-    run(events, "mode 1 8 20 25");
+    play(events, "mode 0 8 20; mode 1 8 20 25; message 100 2");
     EXPECT_EQ(alarm_of(events.rows()[0].event)->time_cleared(), Timestamp(25));
-    run(events, "message 100 2");
     Event other_time = event_of(message(100, 2));
     other_time.set_time_received(Timestamp(200));
     EXPECT_EQ(events.forget(other_time).row, 0u);
@@ -101,8 +88,7 @@ TEST(EventList, CallsChangeTheListInOrder) {
 
 TEST(EventList, ResetKeepsNumbersOfEqualEvents) {
     EventList events;
-    for (const char* call : {"mode 0 7 100", "mode 0 8 200", "message 300 1", "message 400 1", "mode 2 8 200 1"})
-        run(events, call);
+    play(events, "mode 0 7 100; mode 0 8 200; message 300 1; message 400 1; mode 2 8 200 1");
     const std::size_t rows = events.reset([](Value& out) {
         list(out, {event_of(message(300)), event_of(message(300)), event_of(alarm(8, 200, 1)), event_of(alarm(9, 500)),
                    Event()});
@@ -110,7 +96,7 @@ TEST(EventList, ResetKeepsNumbersOfEqualEvents) {
     });
     EXPECT_EQ(rows, 5u);
     EXPECT_EQ(texts(events.rows()), "#3 m300, #5 m300, #2 a8 history, #6 a9, #7 m0");
-    EXPECT_EQ(run(events, "forget 400 1"), "nothing") << "dropped by the reset";
+    EXPECT_EQ(play(events, "forget 400 1"), "nothing") << "dropped by the reset";
     EXPECT_EQ(events.forget(Event()).row, 7u);
 }
 
@@ -118,13 +104,10 @@ TEST(EventList, ResetKeepsNumbersOfEqualEvents) {
 TEST(EventList, CallDuringListingAppliesOnce) {
     for (const bool listed_before : {true, false}) {
         EventList events;
-        run(events, "mode 0 1 10");
-        run(events, "message 20 1");
+        play(events, "mode 0 1 10; message 20 1");
         events.reset([&](Value& out) {
             if (!listed_before) list(out, {event_of(alarm(1, 10)), event_of(message(20))});
-            for (const char* call :
-                 {"mode 0 2 30", "message 40 1", "mode 1 1 10 15", "forget 20 1", "mode 0 3 50", "forget-alarm 3 50"})
-                run(events, call);
+            play(events, "mode 0 2 30; message 40 1; mode 1 1 10 15; forget 20 1; mode 0 3 50; forget-alarm 3 50");
             EXPECT_EQ(texts(events.rows()), "#1 a1, #3 a2, #4 m40") << "shown at once";
             if (listed_before) list(out, {event_of(alarm(1, 10, 15)), event_of(alarm(2, 30)), event_of(message(40))});
         });
@@ -137,12 +120,12 @@ TEST(EventList, LaterOfTwoListingsWins) {
     EventList events;
     events.reset([&](Value& earlier) {
         list(earlier, {event_of(message(1))});
-        run(events, "mode 0 5 5");
+        play(events, "mode 0 5 5");
         events.reset([&](Value& later) {
             list(later, {event_of(message(1)), event_of(message(2)), event_of(alarm(5, 5))});
         });
         EXPECT_EQ(events.rows().size(), 3u);
-        run(events, "message 3 1");
+        play(events, "message 3 1");
     });
     EXPECT_EQ(texts(events.rows()), "#2 m1, #3 m2, #1 a5, #4 m3");
 }
@@ -150,9 +133,8 @@ TEST(EventList, LaterOfTwoListingsWins) {
 TEST(EventList, MessageDuringResetIsAddedOnce) {
     EventList events;
     events.reset([](Value& out) { list(out, {event_of(message(10)), event_of(message(20))}); });
-    EXPECT_EQ(run(events, "message 20 1"), "changed 2") << "listed first";
-    EXPECT_EQ(run(events, "message 20 1"), "added 3") << "a second one that is equal";
-    EXPECT_EQ(run(events, "message 10 1"), "added 4") << "messages come in order: only the first can be listed";
+    EXPECT_EQ(play(events, "message 20 1; message 20 1; message 10 1"), "changed 2; added 3; added 4")
+        << "messages come in order: only the first can be listed";
     EXPECT_EQ(events.add_message(message(10, 1, "Other")).row, 5u);
 
     // Added between two resets, listed by both.
@@ -166,9 +148,7 @@ TEST(EventList, MessageDuringResetIsAddedOnce) {
 
 TEST(EventList, TopHasActiveAlarmsThenNewest) {
     EventList events;
-    for (const char* call :
-         {"message 900 1", "mode 0 1 100", "mode 0 2 300", "mode 0 3 800 850", "mode 0 4 700", "mode 2 4 700"})
-        run(events, call);
+    play(events, "message 900 1; mode 0 1 100; mode 0 2 300; mode 0 3 800 850; mode 0 4 700; mode 2 4 700");
     EXPECT_EQ(texts(events.top(100)), "#3 a2, #2 a1, #1 m900, #4 a3, #5 a4 history");
     EXPECT_EQ(texts(events.top(2)), "#3 a2, #2 a1");
     const auto counts = events.counts();

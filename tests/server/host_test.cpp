@@ -7,6 +7,7 @@
 #include "server/event_json.h"
 #include "server/text.h"
 #include "tests/server/events.h"
+#include "tests/server_api/values.h"
 #include "tests/support/files.h"
 
 #include <gtest/gtest.h>
@@ -83,14 +84,6 @@ private:
     }
 };
 
-struct Shutdown : IZoHmiSrvShutdownListener {
-    int on_shutdown(const Context&) override {
-        ++calls;
-        throw 42;
-    }
-    int calls = 0;
-};
-
 class HostTest : public ::testing::Test {
 protected:
     TemporaryFile config_file{R"({"TARGET_SYSTEMS": {"One": {"ADDRESS": "1.2.3.4.5.6", "ENABLED": true},
@@ -118,9 +111,9 @@ TEST_F(HostTest, ResetListsInsideOnTheSameThread) {
     EXPECT_EQ(extension.domain, "ZoHmiEventLogger");
     EXPECT_EQ(printed.back(), "reset, 3 rows");
 
-    extension.hook = [] { throw std::runtime_error("lost\x1b[2J"); };
+    extension.hook = [] { throw 42; };
     host.reset_temporary_events(context);
-    EXPECT_EQ(printed[printed.size() - 2], "error: on_get_events threw: lost\xEF\xBF\xBD[2J");
+    EXPECT_EQ(printed[printed.size() - 2], "error: on_get_events threw an unknown object");
     EXPECT_TRUE(list.rows().empty());
 }
 
@@ -136,26 +129,16 @@ TEST_F(HostTest, ConfigListenerGetsChangesOfItsFilter) {
 
     host.register_config_listener(context, &extension, root["all"]);
     extension.hook = [this] {
-        if (extension.asked.back() == "change TARGET_SYSTEMS::bad") throw std::runtime_error("bad target");
+        if (extension.asked.back() == "change TARGET_SYSTEMS::bad") throw std::runtime_error("bad\x1b[2J");
         if (extension.asked.back() == "delete TARGET_SYSTEMS::a") extension.result = HMI_E_FAIL;
     };
     host.notify_config(changes);
     EXPECT_EQ(extension.asked,
               (Asked{"change TARGET_SYSTEMS::bad", "change TARGET_SYSTEMS::b", "delete TARGET_SYSTEMS::a"}));
     EXPECT_EQ(printed, (std::vector<std::string>{
-                           "error: on_config_change threw: bad target",
+                           "error: on_config_change threw: bad\uFFFD[2J",
                            "on_config_change TARGET_SYSTEMS::b answered HMI_E_SUCCESS (0x0)",
                            "on_config_delete TARGET_SYSTEMS::a answered HMI_E_FAIL (0x101): no\xEF\xBF\xBD"}));
-}
-
-TEST_F(HostTest, ShutdownListenerMayThrow) {
-    Shutdown shutdown;
-    host.register_listener(context, &shutdown);
-    EXPECT_TRUE(host.shut_down());
-    EXPECT_EQ(shutdown.calls, 1);
-    host.unregister_listener(context, &shutdown);
-    EXPECT_FALSE(host.shut_down());
-    EXPECT_EQ(shutdown.calls, 1);
 }
 
 TEST_F(HostTest, DumpHasRowsAndFreshListing) {
@@ -213,13 +196,8 @@ protected:
 };
 
 TEST_F(CommandsTest, WrongLineGetsOneSentenceAndNoAction) {
-    struct Case {
-        std::string line;
-        const char* sentence;
-        bool interactive = false;
-    };
     const char* const no_event = " is neither the id of an alarm, such as 17, nor the number of a message, such as m3";
-    const Case cases[]{
+    const std::pair<std::string, const char*> cases[]{
         {"nonsense", "unknown command \"nonsense\"; see help"},
         {"\x1b[2Jx \xFF", "unknown command \"\uFFFD[2Jx\"; see help"},
         {"confirm 2 2", "usage: confirm ID"},
@@ -240,20 +218,21 @@ TEST_F(CommandsTest, WrongLineGetsOneSentenceAndNoAction) {
         {"config set One 1.2.3.4.5.6 yes", "\"yes\" is neither true nor false"},
         {"config set a::b 1.2.3.4.5.6 true", "\"a::b\" is not the name of a target"},
         {"sleep -1", "\"-1\" is not a number of milliseconds up to a day"},
-        {"sleep 1", "sleep works in scripts only", true},
+        {"watch", "watch needs a terminal"},
     };
     const Value before = configuration.get("");
     const std::uint64_t version = list.version();
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.line);
-        const Answer answer = run(c.line, c.interactive ? [](const std::string&) { return true; } : Ask());
+    for (const auto& [line, sentence] : cases) {
+        SCOPED_TRACE(line);
+        const Answer answer = run(line);
         EXPECT_FALSE(answer.ok);
         EXPECT_EQ(answer.kind, nullptr);
-        EXPECT_TRUE(answer.text.ends_with(c.sentence)) << answer.text;
+        EXPECT_TRUE(answer.text.ends_with(sentence)) << answer.text;
         EXPECT_EQ(answer.json["ok"], false);
         EXPECT_EQ(answer.json["error"], answer.text);
         EXPECT_EQ(extension.asked, Asked());
     }
+    EXPECT_EQ(run("sleep 1", [](const std::string&) { return true; }).text, "sleep works in scripts only");
     EXPECT_TRUE(configuration.get("") == before);
     EXPECT_EQ(list.version(), version);
     for (const char* line : {"", " \t\r", "; clear One"}) {
@@ -270,6 +249,8 @@ TEST_F(CommandsTest, EventsAreLocalizedAndPrintable) {
               "2 1970-01-01 00:00:00.000 severity 0 active: text\uFFFD[2J\uFFFD in de-DE | Class | Source\uFFFD");
     const auto& row = answer.json["events"][2];
     EXPECT_EQ(row["number"], "m1");
+    EXPECT_EQ(run("show m1").json["event"]["message"]["timeRaised"], 20);
+    EXPECT_EQ(run("show 70").json["event"]["alarm"]["id"], 70);
     EXPECT_EQ(row["state"], "message");
     EXPECT_EQ(row["class"], "Class");
     EXPECT_EQ(row["text"], "text\x1b[2J\xC2\x9B in de-DE") << "unchanged for programs";
@@ -286,96 +267,55 @@ TEST_F(CommandsTest, EventsAreLocalizedAndPrintable) {
     EXPECT_EQ(failed.json["events"][0]["text"], "ZOEVENTLOGGER_ALARM");
 }
 
-TEST_F(CommandsTest, AlarmHasItsIdAndMessageItsNumber) {
-    EXPECT_EQ(run("show m1").json["event"]["message"]["timeRaised"], 20);
-    EXPECT_EQ(run("show 70 zh-CN").json["event"]["alarm"]["id"], 70);
-    EXPECT_EQ(extension.asked, Asked{"localize zh-CN"});
-    const Answer done = run("confirm 2");
-    EXPECT_EQ(extension.asked, (Asked{"localize en-US", "confirm 2"}));
-    EXPECT_EQ(done.text, "alarm 2 of Target confirmed: Source\uFFFD: text\uFFFD[2J\uFFFD in en-US");
-    EXPECT_EQ(done.json["source"], "Source\n");
-    EXPECT_EQ(done.json["target"], "Target");
+TEST_F(CommandsTest, EachCommandCallsTheExtension) {
+    struct Step {
+        const char* line;
+        Asked asked;
+        const char* answer;
+        ErrorValue result = HMI_SUCCESS;
+        const char* words = "";
+    };
+    const Asked confirm{"localize en-US", "confirm 2"}, clear{"request ClearLoggedEvents One"};
+    const Step steps[]{
+        {"reconnect \"My \\\"line\\\"\"",
+         {"request ForceReconnect My \"line\""},
+         "My \"line\" disconnected; reconnecting"},
+        {"clear One --yes", clear, "log of One cleared"},
+        {"clear One --yes", clear, "ClearLoggedEvents failed: HMI_E_FAIL (0x101): a\uFFFDb", HMI_E_FAIL, "a\nb"},
+        {"clear One --yes", clear, "unknown target \"One\"", HMI_E_ENTRY_NOT_FOUND},
+        {"diagnostics", {"request Diagnostics "}, "no targets"},
+        {"targets", {"request ListEnabledTargetSystems "}, "no targets"},
+        {"confirm 2", confirm, "alarm 2 of Target confirmed: Source\uFFFD: text\uFFFD[2J\uFFFD in en-US"},
+        {"confirm 2", confirm,
+         "alarm 2 of Target not confirmed: HMI_E_FAIL (0x101): the alarm is not active on its target", HMI_E_FAIL},
+        {"config set Two 0.0.0.0 true", {"change TARGET_SYSTEMS::Two"}, "configuration changed"},
+        {"config set Two 0.0.0.0 true", {}, "configuration unchanged"},
+        {"config delete One", {"delete TARGET_SYSTEMS::One"}, "configuration changed"},
+        {"config delete Three", {}, "unknown target \"Three\""},
+        {"config set \"My \\\"line\\\"\" \"\" true",
+         {"change TARGET_SYSTEMS::My \"line\""},
+         "configuration changed, but the extension answered HMI_E_INVALID_PARAMETER (0x10d): no\uFFFD",
+         HMI_E_INVALID_PARAMETER},
+    };
+    for (const Step& step : steps) {
+        extension.result = step.result;
+        extension.result_text = step.words;
+        EXPECT_EQ(run(step.line).text, step.answer);
+        EXPECT_EQ(extension.asked, step.asked) << step.line;
+    }
+    EXPECT_EQ(values::show(configuration.get("TARGET_SYSTEMS")),
+              "{My \"line\": struct {ADDRESS: '', ENABLED: Bool(true)}, "
+              "Two: struct {ADDRESS: '0.0.0.0', ENABLED: Bool(true)}}");
+    EXPECT_EQ(configuration.reload().size(), 3u) << "the file is unchanged";
 
     extension.result = HMI_E_FAIL;
-    EXPECT_EQ(run("confirm 2").text,
-              "alarm 2 of Target not confirmed: HMI_E_FAIL (0x101): the alarm is not active on its target");
     extension.hook = [this] { report("ZORVANE_EVENTLOGGER_ERROR", "the log\ris locked"); };
     const Answer refused = run("confirm 2");
-    EXPECT_EQ(refused.text, "alarm 2 of Target not confirmed: HMI_E_FAIL (0x101): the log\uFFFDis locked");
+    EXPECT_TRUE(refused.text.ends_with("HMI_E_FAIL (0x101): the log\uFFFDis locked")) << refused.text;
     EXPECT_EQ(refused.json["result"], "0x101");
 }
 
-TEST_F(CommandsTest, IncompleteListIsNeverShownAsWhole) {
-    const std::string remark = "Target: import failed, list incomplete";
-    const auto is_incomplete = [&] {
-        host.relist("listed");
-        const bool in_line = printed.back().ends_with("; " + remark);
-        extension.output = Value().set_type(ValueType::Vector) << "Target";
-        const bool in_targets = run("targets").text == "Target (import failed, list incomplete)";
-        Value states;
-        states["TARGET_SYSTEMS"]["Target"].insert("connectionState", "Good");
-        extension.output = states;
-        EXPECT_EQ(run("diagnostics").text.starts_with("Target (import failed, list incomplete):\n"), in_targets);
-        EXPECT_EQ(run("events").text.starts_with(remark + "\n"), in_targets);
-        EXPECT_EQ(in_line, in_targets);
-        EXPECT_EQ(run("show 1").text.find("target: Target (import failed") != std::string::npos, in_targets);
-        for (const char* line : {"targets", "diagnostics", "events", "show 1"})
-            EXPECT_EQ(run(line).json.contains("incomplete"), in_targets) << line;
-        return in_targets;
-    };
-    struct Case {
-        std::vector<const char*> messages;
-        bool incomplete;
-    };
-    const char *const connected = "TARGET_SYSTEM_CONNECTED", *const error = "ZORVANE_EVENTLOGGER_ERROR";
-    const char* const summary = "GETLOGGEDEVENTS_GETACTIVEALARMS";
-    for (const Case& c : {Case{{error}, false},
-                          {{connected, error}, true},
-                          {{summary}, false},
-                          {{connected, summary, error}, false},
-                          {{connected, error, "TARGET_SYSTEM_CONNECT_FAILED", connected}, true},
-                          {{error, summary}, false}}) {
-        for (const char* name : c.messages)
-            report(name, "");
-        EXPECT_EQ(is_incomplete(), c.incomplete) << c.messages.back();
-    }
-    report(connected, "");
-    extension.hook = [&] { report(error, "refused"); };
-    EXPECT_FALSE(run("confirm 1").text.empty());
-    extension.hook = nullptr;
-    EXPECT_FALSE(is_incomplete()) << "a refused confirm is not a failed import";
-    report(error, "");
-    run("config delete Target");
-    EXPECT_TRUE(is_incomplete()) << "of an unknown target nothing is deleted";
-    host.notify_config({{"TARGET_SYSTEMS::Target", true}});
-    EXPECT_FALSE(is_incomplete());
-}
-
-TEST_F(CommandsTest, RequestsHaveTheFormOfTheExtension) {
-    struct Case {
-        const char* line;
-        const char* asked;
-        ErrorValue result;
-        const char* text;
-        const char* answer;
-    };
-    const Case cases[]{
-        {"reconnect \"My \\\"line\\\"\"", "request ForceReconnect My \"line\"", HMI_SUCCESS, "",
-         "My \"line\" disconnected; reconnecting"},
-        {"clear One --yes", "request ClearLoggedEvents One", HMI_SUCCESS, "", "log of One cleared"},
-        {"clear One --yes", "request ClearLoggedEvents One", HMI_E_FAIL, "a\nb",
-         "ClearLoggedEvents failed: HMI_E_FAIL (0x101): a\uFFFDb"},
-        {"diagnostics", "request Diagnostics ", HMI_SUCCESS, "", "no targets"},
-    };
-    for (const Case& c : cases) {
-        extension.result = c.result;
-        extension.result_text = c.text;
-        const Answer answer = run(c.line);
-        EXPECT_EQ(answer.ok, c.result == HMI_SUCCESS) << c.line;
-        EXPECT_EQ(answer.text, c.answer) << c.line;
-        EXPECT_EQ(extension.asked, Asked{c.asked});
-    }
-    extension.result = HMI_SUCCESS;
+TEST_F(CommandsTest, ClearAsksAPerson) {
     for (const bool yes : {false, true}) {
         std::string question;
         const Answer answer = run("clear One", [&](const std::string& asked) {
@@ -388,23 +328,44 @@ TEST_F(CommandsTest, RequestsHaveTheFormOfTheExtension) {
     }
 }
 
-TEST_F(CommandsTest, ConfigChangesOneEntryAndNotifies) {
-    EXPECT_EQ(run("config set Two 0.0.0.0 true").text, "configuration changed");
-    EXPECT_EQ(extension.asked, Asked{"change TARGET_SYSTEMS::Two"});
-    EXPECT_STREQ(configuration.get("TARGET_SYSTEMS::Two::ADDRESS").get_string(), "0.0.0.0");
-    EXPECT_TRUE(configuration.get("TARGET_SYSTEMS::Two::ENABLED").get_bool());
-    EXPECT_STREQ(configuration.get("TARGET_SYSTEMS::One::ADDRESS").get_string(), "1.2.3.4.5.6");
-    EXPECT_EQ(run("config set Two 0.0.0.0 true").text, "configuration unchanged");
-    EXPECT_EQ(extension.asked, Asked());
-    EXPECT_TRUE(run("config delete One").ok);
-    EXPECT_EQ(extension.asked, Asked{"delete TARGET_SYSTEMS::One"});
-    EXPECT_FALSE(configuration.get("TARGET_SYSTEMS::One").isset());
-    extension.result = HMI_E_INVALID_PARAMETER;
-    EXPECT_EQ(run("config set Two \"\" false").text,
-              "configuration changed, but the extension answered HMI_E_INVALID_PARAMETER (0x10d): no\uFFFD");
-    // The file is unchanged.
-    EXPECT_EQ(configuration.reload(),
-              (std::vector<ConfigChange>{{"TARGET_SYSTEMS::One", false}, {"TARGET_SYSTEMS::Two", true}}));
+TEST_F(CommandsTest, IncompleteListIsNeverShownAsWhole) {
+    const char *const connected = "TARGET_SYSTEM_CONNECTED", *const error = "ZORVANE_EVENTLOGGER_ERROR",
+                      *const summary = "GETLOGGEDEVENTS_GETACTIVEALARMS", *const away = "TARGET_SYSTEM_CONNECT_FAILED";
+    const std::string remark = "import failed, list incomplete";
+    const auto expect_remark = [&](bool incomplete, const char* when) {
+        SCOPED_TRACE(when);
+        host.relist("listed");
+        EXPECT_EQ(printed.back().ends_with("; Target: " + remark), incomplete);
+        for (const char* line : {"targets", "diagnostics", "events", "show 1"}) {
+            Value output;
+            if (*line == 't') output.set_type(ValueType::Vector) << "Target";
+            if (*line == 'd') output["TARGET_SYSTEMS"]["Target"].insert("connectionState", "Good");
+            extension.output = output;
+            const Answer answer = run(line);
+            EXPECT_EQ(answer.text.find(remark) != std::string::npos, incomplete) << answer.text;
+            EXPECT_EQ(answer.json.contains("incomplete"), incomplete) << line;
+        }
+    };
+    const std::pair<std::vector<const char*>, bool> cases[]{{{error}, false},
+                                                            {{connected, error}, true},
+                                                            {{summary}, false},
+                                                            {{connected, summary, error}, false},
+                                                            {{connected, error, away, connected}, true},
+                                                            {{error, summary}, false}};
+    for (const auto& [messages, incomplete] : cases) {
+        for (const char* name : messages)
+            report(name, "");
+        expect_remark(incomplete, messages.back());
+    }
+    report(connected, "");
+    extension.hook = [&] { report(error, "refused"); };
+    run("confirm 1");
+    extension.hook = nullptr;
+    expect_remark(false, "a refused confirm is not a failed import");
+    report(error, "");
+    expect_remark(true, "import failed");
+    host.notify_config({{"TARGET_SYSTEMS::Target", true}});
+    expect_remark(false, "deleted");
 }
 
 TEST_F(CommandsTest, WaitTakesOneCallSinceTheLastChange) {
