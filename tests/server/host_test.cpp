@@ -195,7 +195,7 @@ protected:
     std::stop_source stop;
 };
 
-TEST_F(CommandsTest, WrongLineGetsOneSentenceAndNoAction) {
+TEST_F(CommandsTest, WrongLineChangesNothing) {
     const char* const no_event = " is neither the id of an alarm, such as 17, nor the number of a message, such as m3";
     const std::pair<std::string, const char*> cases[]{
         {"nonsense", "unknown command \"nonsense\"; see help"},
@@ -328,7 +328,7 @@ TEST_F(CommandsTest, ClearAsksAPerson) {
     }
 }
 
-TEST_F(CommandsTest, IncompleteListIsNeverShownAsWhole) {
+TEST_F(CommandsTest, IncompleteListHasRemark) {
     const char *const connected = "TARGET_SYSTEM_CONNECTED", *const error = "ZORVANE_EVENTLOGGER_ERROR",
                       *const summary = "GETLOGGEDEVENTS_GETACTIVEALARMS", *const away = "TARGET_SYSTEM_CONNECT_FAILED";
     const std::string remark = "import failed, list incomplete";
@@ -368,7 +368,7 @@ TEST_F(CommandsTest, IncompleteListIsNeverShownAsWhole) {
     expect_remark(false, "deleted");
 }
 
-TEST_F(CommandsTest, WaitTakesOneCallSinceTheLastChange) {
+TEST_F(CommandsTest, WaitTakesOneCallSinceAChange) {
     host.notify_alarm(context, AlarmNotification::Changed, alarm(2, 30));
     EXPECT_TRUE(run("wait notify_alarm 0").ok);
     EXPECT_EQ(run("wait notify_alarm 0").text, "timed out waiting for \"notify_alarm\"") << "taken";

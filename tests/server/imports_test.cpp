@@ -33,7 +33,7 @@ TEST(Imports, PausesDoubleUpToTheMaximum) {
     EXPECT_EQ(imports.wait_until_due(stop.get_token()), "One") << "it could not be disconnected";
 }
 
-TEST(Imports, ReconnectEndsWaitAndWithoutPausesNoneIsDue) {
+TEST(Imports, ReconnectEndsTheWait) {
     Imports imports(RetryPauses{20ms, 20ms}), once(std::nullopt);
     std::stop_source stop;
     fail_import(imports, "One");

@@ -75,7 +75,7 @@ TEST_F(Road, KilledTargetComesBack) {
 }
 
 TEST_F(Road, EventDuringImportIsKeptOnce) {
-    // Each comes between the logger's two lists: the first lacks it, the second may have it.
+    // Each comes between the logger's two lists: it is missing in the first and may be in the second.
     for (const char* verb : {"raise process 1", "message production 1", "raise process 2", "clear process 2"})
         target.run(std::string("during get_active_alarms ") + verb);
     target.run("after get_logged_events message production 2");
