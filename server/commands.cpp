@@ -186,7 +186,8 @@ void Commands::confirm(const CommandLine& command, Answer& answer) {
     const Alarm* alarm = alarm_of(found.event);
     if (alarm == nullptr) throw Failure(command.arguments[0] + " is a message; only alarms can be confirmed");
     const std::string target = target_of(found.event);
-    const std::string name = "alarm " + command.arguments[0] + " of " + host_.imports().label(target);
+    const std::string name =
+        "alarm " + command.arguments[0] + (target.empty() ? "" : " of " + host_.imports().label(target));
     Event localized = found.event;
     const EventTexts texts = localize(host_, localized, language_);
     host_.history().clear();
@@ -207,7 +208,7 @@ void Commands::confirm(const CommandLine& command, Answer& answer) {
 
 Command Commands::request(const char* mapping, Value input, const std::string& target) {
     Command done = host_.request(mapping, std::move(input));
-    const auto result = done.result() != HMI_SUCCESS ? done.result() : static_cast<ErrorValue>(done.extension_result());
+    const ErrorValue result = result_of(done);
     if (result == HMI_E_ENTRY_NOT_FOUND && !target.empty())
         throw Failure("unknown target " + quoted_name(target), result);
     if (result != HMI_SUCCESS)

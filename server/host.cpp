@@ -70,6 +70,10 @@ std::string target_of(const ConfigChange& change) {
 
 } // namespace
 
+ErrorValue result_of(const Command& command) {
+    return command.result() != HMI_SUCCESS ? command.result() : static_cast<ErrorValue>(command.extension_result());
+}
+
 bool asks_for(const Value& filter, std::string_view path, int flag) {
     for (auto entry = filter.begin_vector(); entry != filter.end_vector(); ++entry) {
         if (((*entry)["flags"].get_int32() & flag) == 0) continue;

@@ -37,17 +37,17 @@ void print_failure(const std::string& line) {
     std::fprintf(stderr, "zo-hmi-server: %s\n", printable(line).c_str());
 }
 
-/// Prints the faults that the extension takes in silence.
-void print_warnings(const Configuration& configuration, Host& host) {
+/// Prints the faults of the configuration. Before a start the fatal ones are left to `init_failure`.
+void print_warnings(const Configuration& configuration, Host& host, bool running) {
     for (const ConfigProblem& problem : configuration_problems(configuration.get("")))
-        if (!problem.fatal) host.print("warning: configuration: " + printable(problem.text));
+        if (running || !problem.fatal) host.print("warning: configuration: " + printable(problem.text));
 }
 
 void reload(Configuration& configuration, Host& host) {
     try {
         const auto changes = configuration.reload();
         host.print("configuration reloaded, " + std::to_string(changes.size()) + " targets changed");
-        print_warnings(configuration, host);
+        print_warnings(configuration, host, true);
         host.notify_config(changes);
     } catch (const std::exception& error) {
         host.print(std::string("error: configuration unchanged: ") + printable(error.what()));
@@ -59,9 +59,7 @@ void repeat_imports(Host& host, const std::stop_token& stop) {
     while (const auto target = host.imports().wait_until_due(stop)) {
         host.print("reconnecting " + host.imports().label(*target));
         const ZoHmiSrv::Command done = host.request("ForceReconnect", target->c_str());
-        const auto result = done.result() != ZoHmiSrv::HMI_SUCCESS
-                                ? done.result()
-                                : static_cast<ZoHmiSrv::ErrorValue>(done.extension_result());
+        const ZoHmiSrv::ErrorValue result = result_of(done);
         if (result == ZoHmiSrv::HMI_SUCCESS) continue;
         host.print("error: ForceReconnect failed: " + result_text(result, done.result_string()));
         host.imports().postpone(*target);
@@ -99,7 +97,7 @@ void run_extension(Signals& signals, const Options& options, Configuration& conf
     char version[32];
     std::snprintf(version, sizeof version, "%.1f", library.version());
     host.print("loaded " + printable(options.extension.filename().string()) + ", interface version " + version);
-    print_warnings(configuration, host);
+    print_warnings(configuration, host, false);
     if (const std::string problem = routes_problem(options.extension); !problem.empty())
         host.print("warning: " + printable(problem));
 
