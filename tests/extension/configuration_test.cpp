@@ -23,7 +23,7 @@ protected:
     static std::size_t resets() { return call_log().count("host.reset_temporary_events"); }
 };
 
-TEST_F(Configuration, ForeignPathsAndEntriesChangeNothing) {
+TEST_F(Configuration, ForeignPathsAndEntriesAreIgnored) {
     const auto a = add_target("a");
     start_without_ticks();
     Value without_address = target_entry("x", true);
@@ -86,7 +86,7 @@ TEST_F(Configuration, ReplacementRunsItsStepsInOrder) {
     EXPECT_EQ(old->record().timeouts, std::vector<std::uint32_t>{5000u});
 }
 
-TEST_F(Configuration, OtherNetIdOrEnabledReplacesTarget) {
+TEST_F(Configuration, NewNetIdOrEnabledReplacesTarget) {
     const auto a = add_target("a", "0.0.0.0.1.1");
     start_without_ticks();
     struct {
@@ -167,7 +167,7 @@ TEST_F(Configuration, ExceptionReachesServerAndUnlocks) {
     EXPECT_EQ(a->sink(), nullptr);
 }
 
-TEST_F(Configuration, DeletedTargetIsDestroyedBeforeReset) {
+TEST_F(Configuration, DeletedTargetGoesBeforeReset) {
     const auto a = add_target("a");
     start_without_ticks();
     EXPECT_EQ(extension->on_config_delete(context_of("caller"), "TARGET_SYSTEMS::a").result(), HMI_SUCCESS);
@@ -188,7 +188,7 @@ TEST_F(Configuration, TickRepeatsRefusedReset) {
     EXPECT_EQ(resets(), 2u);
 }
 
-TEST_F(Configuration, ChangesAreSerialButBlockNoListing) {
+TEST_F(Configuration, SerialChangesBlockNoListing) {
     start_without_ticks();
     const auto a = add_target("a");
     add_target("b");

@@ -226,7 +226,7 @@ TEST_F(LifeCycle, FirstConnectExceptionIsReported) {
     EXPECT_EQ(b->connected, VARIANT_TRUE);
 }
 
-TEST_F(LifeCycle, AnUnreachableTargetIsNoFailureAndTheTickTriesAgain) {
+TEST_F(LifeCycle, UnreachableTargetIsRetriedByTick) {
     const auto a = add_target("a");
     a->active.push_back(a->make_alarm());
     a->plan->answer("ConnectWithSettings", static_cast<HRESULT>(0x98110007), 1);
@@ -297,7 +297,7 @@ TEST_F(LifeCycle, DestructionEndsTheTickEarly) {
     EXPECT_EQ(b->plan->count("IsConnected"), 0u);
 }
 
-TEST_F(LifeCycle, DestructorStopsThreadsThenDisconnects) {
+TEST_F(LifeCycle, DestructorStopsThreadsFirst) {
     const auto b = add_target("b");
     const auto a = add_target("a");
     std::swap(FakeProxyLibrary::instance().next_loggers[0], FakeProxyLibrary::instance().next_loggers[1]);
