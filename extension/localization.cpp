@@ -25,7 +25,7 @@ constexpr std::size_t max_new_parameters = 4;
 /// The answers for one event. A Null member needs no write: the event has that answer. Servers localize the same
 /// event for each client and each redraw, and writing is most of the work.
 struct Localization {
-    String text;
+    String text{""};
     Value class_name, source_name, causes, details;
 };
 

@@ -27,7 +27,7 @@ public:
         return self().find_own_interface(iid, *record);
     }
 
-    HRESULT GetEventClass(GUID* out) override { return put(out, to_com(self().snapshot()->event_class)); }
+    HRESULT GetEventClass(GUID* out) override { return put(out, self().snapshot()->event_class); }
     HRESULT GetEventId(std::uint32_t* out) override { return put(out, self().snapshot()->event_id); }
     HRESULT GetSeverity(std::uint32_t* out) override { return put(out, self().snapshot()->severity); }
     HRESULT GetEventType(std::int32_t* out) override { return put(out, self().snapshot()->type); }
@@ -41,7 +41,7 @@ public:
     }
     HRESULT GetSourceId(std::uint32_t* out) override { return put(out, self().snapshot()->source_id.value_or(0)); }
     HRESULT GetSourceGuid(GUID* out) override {
-        return put(out, to_com(self().snapshot()->source_guid.value_or(zo_link::Guid())));
+        return put(out, self().snapshot()->source_guid.value_or(GUID()));
     }
     HRESULT GetSourceName(char** out) override {
         const Snapshot record = self().snapshot();

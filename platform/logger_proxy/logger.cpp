@@ -3,6 +3,7 @@
 #include "platform/link/event_record.h"
 #include "platform/logger_proxy/collection.h"
 #include "platform/logger_proxy/connection_settings.h"
+#include "support/guid.h"
 
 #include <algorithm>
 #include <utility>
@@ -22,7 +23,7 @@ constexpr HRESULT no_such_connection = hresult(0x80040200);
 constexpr HRESULT cannot_connect = hresult(0x80040202);
 
 std::string class_text(const GUID& guid) {
-    return zo_link::format_guid(from_com(guid));
+    return ZoHmiSrv::Algorithm::uuid_to_string(guid, false);
 }
 
 json key_fields(const GUID& event_class, std::uint32_t event_id, std::int32_t language) {

@@ -1,10 +1,7 @@
 #pragma once
 
 #include "binding/hresult.h"
-#include "platform/link/guid_text.h"
-#include "support/guid.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -12,18 +9,6 @@
 
 /// Conversions between values of the link and arguments of the proxy's calls. [any thread]
 namespace zo_logger_proxy {
-
-inline GUID to_com(const zo_link::Guid& guid) {
-    GUID result{guid.data1, guid.data2, guid.data3, {}};
-    std::ranges::copy(guid.data4, result.Data4);
-    return result;
-}
-
-inline zo_link::Guid from_com(const GUID& guid) {
-    zo_link::Guid result{guid.Data1, guid.Data2, guid.Data3, {}};
-    std::ranges::copy(guid.Data4, result.data4.begin());
-    return result;
-}
 
 /// Returns a result code of the link as HRESULT.
 inline HRESULT to_com(std::uint32_t code) {

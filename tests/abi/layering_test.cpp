@@ -21,7 +21,7 @@ const std::vector<Folder> folders = {
     {"binding", {"extension/host", "support", "device"}},
     {"targets", {"extension/host", "support", "device", "binding"}},
     {"extension", {"extension/host", "support", "device", "binding", "targets"}},
-    {"server", {"extension/host", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
+    {"server", {"extension/host", "support/error_text.h", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
     {"simulator", {"platform/link", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
     {"platform/link", {"support/guid.h", "support/numeric.h", "support/utf8.h"}},
     {"platform/server_api", {"extension/host"}},

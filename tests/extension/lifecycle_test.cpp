@@ -235,9 +235,7 @@ TEST_F(LifeCycle, UnreachableTargetIsRetriedByTick) {
     take_syslog_lines();
     EXPECT_TRUE(call_log().wait_for("host.reset_temporary_events"));
     EXPECT_EQ(host.messages("TARGET_SYSTEM_CONNECTED").size(), 1u);
-    EXPECT_THAT(take_syslog_lines(7),
-                ElementsAre(std::pair(7, std::string("Target a: import over, 0 callbacks recorded "
-                                                     "meanwhile, 1 alarms live."))));
+    EXPECT_THAT(take_syslog_lines(7), IsEmpty());
 }
 
 TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
