@@ -125,7 +125,7 @@ TEST_F(TargetTest, PlannedVerbsRunAroundTheAnswer) {
     const zo_link::Reply active = client.request("get_active_alarms");
     EXPECT_EQ(active.mark, 1u);
     EXPECT_EQ((*active.body)["items"].size(), 1u);
-    EXPECT_EQ(client.events->wait(2).back()["note"], "alarm_cleared");
+    EXPECT_EQ(client.events->wait(2).at(1)["note"], "alarm_cleared");
 }
 
 TEST_F(TargetTest, RestartContinues) {
