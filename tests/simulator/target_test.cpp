@@ -76,7 +76,7 @@ protected:
     std::thread thread_;
     std::vector<std::string> printed_; // of the io thread
     std::vector<std::string> errors_;  // of the io thread
-    bool state_failed_ = false;        // to be read when the thread has ended
+    bool state_failed_ = false;        // read it after the thread has ended
 };
 
 TEST_F(TargetTest, ConfirmAndOtherCodes) {
@@ -156,7 +156,7 @@ TEST_F(TargetTest, UnstoredChangesAreNotSent) {
     thread_ = std::thread([] {});
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
     EXPECT_TRUE(state_failed_);
-    // The link itself lives on; its answer comes after all that was sent before.
+    // The link still works; its answer comes behind all earlier frames.
     EXPECT_EQ(client.request("ping").mark, 1u);
 }
 
