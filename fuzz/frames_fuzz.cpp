@@ -102,7 +102,7 @@ public:
 
 private:
     /// Converts events as the product does, and drops them.
-    class Sink final : public fakes::Dispatch<IDispatch> {
+    class Sink final : public IDispatch {
     public:
         HRESULT QueryInterface(const GUID&, void** out) override {
             *out = this;

@@ -4,9 +4,9 @@
 
 namespace ZoHmiFdx {
 
-/// What is known about the symbol information of one runtime.
+/// The symbol information of one runtime.
 struct SymbolsInfo {
-    /// How the last refresh ended.
+    /// The result of the last refresh.
     ZoHmiSrv::ExtensionResult last_refresh;
 };
 

@@ -6,10 +6,10 @@
 
 namespace ZoHmiFdx {
 
-/// What is known about the targets and their runtimes.
+/// The state of the targets and their runtimes.
 class ZO_EXPORT State {
 public:
-    /// The attribute is the library's own affair and is not shown to clients. [any thread]
+    /// True for an attribute that clients do not see. [any thread]
     [[nodiscard]] bool is_plc_attribute_ignored(const std::string& key) const;
 };
 
