@@ -39,12 +39,16 @@ DatatypeDescription basic(ValueType hmi_type, FdxDataType fdx_type, const std::s
     return description;
 }
 
+ArrayInfo one_dimension(std::uint64_t elements, const std::string& name = "") {
+    return ArrayInfo({{0, elements}}, name);
+}
+
 DatatypeDescription array(std::int32_t size, std::uint64_t elements, const std::string& name, FdxDataType fdx_type) {
     DatatypeDescription description;
     description.hmi_type = ValueType::Vector;
     description.fdx_type = fdx_type;
     description.size = size;
-    description.array_info = ArrayInfo({{0, elements}}, name);
+    description.array_info = one_dimension(elements, name);
     return description;
 }
 
@@ -68,27 +72,21 @@ TEST(Datatype, DeducedFlags) {
         return description;
     };
     constexpr std::uint32_t dialects = 1u << 24, incomplete = 1u << 25;
-    const struct {
-        unsigned bit;
-        bool (Datatype::*accessor)() const noexcept;
-    } accessors[] = {{18, &Datatype::is_enum_and_fits_in_int32},
-                     {19, &Datatype::is_indirection},
-                     {20, &Datatype::is_indirection_strict},
-                     {21, &Datatype::is_reference},
-                     {22, &Datatype::is_struct_alias},
-                     {23, &Datatype::is_enum_alias},
-                     {24, &Datatype::can_have_dialects},
-                     {25, &Datatype::is_incomplete_write_possible},
-                     {26, &Datatype::parsed},
-                     {27, &Datatype::is_alias_of_alias},
-                     {28, &Datatype::is_alias_indirection},
-                     {29, &Datatype::is_basic_alias},
-                     {30, &Datatype::bits_may_be_packed}};
-    const struct {
-        const char* what;
-        DatatypeDescription description;
-        std::uint32_t deduced;
-    } cases[] = {
+    const std::pair<unsigned, bool (Datatype::*)() const noexcept> accessors[] = {
+        {18, &Datatype::is_enum_and_fits_in_int32},
+        {19, &Datatype::is_indirection},
+        {20, &Datatype::is_indirection_strict},
+        {21, &Datatype::is_reference},
+        {22, &Datatype::is_struct_alias},
+        {23, &Datatype::is_enum_alias},
+        {24, &Datatype::can_have_dialects},
+        {25, &Datatype::is_incomplete_write_possible},
+        {26, &Datatype::parsed},
+        {27, &Datatype::is_alias_of_alias},
+        {28, &Datatype::is_alias_indirection},
+        {29, &Datatype::is_basic_alias},
+        {30, &Datatype::bits_may_be_packed}};
+    const std::tuple<const char*, DatatypeDescription, std::uint32_t> cases[] = {
         {"enumeration of 7 bytes", enumeration(7, 2), 1u << 18},
         {"enumeration of 8 bytes", enumeration(8, 1), 0},
         {"reference", flagged(1 << 1), 0b111u << 19},
@@ -184,40 +182,29 @@ TEST(Datatype, DescriptionRoundTrip) {
 }
 
 TEST(Datatype, SanityCheck) {
-    const struct {
-        const char* what;
-        Change change;
-        const char* sane; ///< as an array, a structure, a number
-    } cases[] = {
+    // Whether an array, a structure and a number are sane after the change.
+    const std::tuple<const char*, Change, const char*> cases[] = {
         {"nothing", [](auto&) {}, "yyy"},
         {"no size", [](auto& d) { d.size = -1; }, "nnn"},
         {"enumerators", [](auto& d) { d.enum_items.resize(1); }, "nny"},
         {"members", [](auto& d) { d.subitems = {member("a")}; }, "nyn"},
         {"properties", [](auto& d) { d.property_items = {PropertyItem("p", "INT", 0, 0, "", {})}; }, "nyn"},
         {"methods", [](auto& d) { d.method_items.resize(1); }, "nyn"},
-        {"a dimension",
-         [](auto& d) {
-             d.array_info = ArrayInfo({{0, 1}}, "");
-         },
-         "ynn"},
-        {"a dimension of nothing",
-         [](auto& d) {
-             d.array_info = ArrayInfo({{0, 0}}, "");
-         },
-         "yyy"},
+        {"a dimension", [](auto& d) { d.array_info = one_dimension(1); }, "ynn"},
+        {"a dimension of nothing", [](auto& d) { d.array_info = one_dimension(0); }, "yyy"},
         {"elements", [](auto& d) { d.array_info.set_element_type_name("INT"); }, "ynn"},
         {"another class", [](auto& d) { d.fdx_type = FdxDataType::Bit; }, "yyn"},
         {"no known class", [](auto& d) { d.fdx_type = FdxDataType::Composite; }, "yyy"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, change, expected] : cases) {
+        SCOPED_TRACE(what);
         std::string sane;
         for (DatatypeDescription description :
              {array(6, 3, "INT", FdxDataType::Int16), structure(), basic(ValueType::Int, FdxDataType::Int16, "INT")}) {
-            c.change(description);
+            change(description);
             sane += Datatype(description).sanity_check() ? 'y' : 'n';
         }
-        EXPECT_EQ(sane, c.sane);
+        EXPECT_EQ(sane, expected);
     }
     DatatypeDescription map = structure();
     map.hmi_type = ValueType::Map;
@@ -268,11 +255,10 @@ TEST(Datatype, FindCutsNameAtOperators) {
         description.method_items.emplace_back(name, "", "", MethodFlags::None);
     }
     const Datatype type(description);
-    const struct {
-        std::string name;
-        std::ptrdiff_t position; // 4 is the end
-    } cases[] = {{"a", 1}, {"a^", 1}, {"a`^", 1}, {"a^.x", 1}, {"b", 0},  {"b`", 0},
-                 {"A", 4}, {"a ", 4}, {"a[", 4},  {"", 3},     {"^a", 3}, {"c", 4}};
+    // Position 4 is the end.
+    const std::pair<std::string, std::ptrdiff_t> cases[] = {{"a", 1},  {"a^", 1}, {"a`^", 1}, {"a^.x", 1},
+                                                            {"b", 0},  {"b`", 0}, {"A", 4},   {"a ", 4},
+                                                            {"a[", 4}, {"", 3},   {"^a", 3},  {"c", 4}};
     for (const auto& [name, position] : cases)
         EXPECT_EQ(type.find_subitem(name) - type.subitems().begin(), position) << name;
     EXPECT_EQ(type.find_property("p^") - type.property_items().begin(), 0);
