@@ -21,22 +21,16 @@ Attributes attribute(const std::string& key) {
 }
 
 DatatypeDescription structure() {
-    DatatypeDescription description;
-    description.item_name = "ST_Pump";
-    description.type_name = "ST_Pump";
-    description.hmi_type = ValueType::Struct;
-    description.fdx_type = FdxDataType::Composite;
-    description.size = 8;
-    description.subitems = {member("speed"), member("mode")};
-    return description;
+    return {.size = 8,
+            .item_name = "ST_Pump",
+            .type_name = "ST_Pump",
+            .subitems = {member("speed"), member("mode")},
+            .hmi_type = ValueType::Struct,
+            .fdx_type = FdxDataType::Composite};
 }
 
 DatatypeDescription basic(ValueType hmi_type, FdxDataType fdx_type, const std::string& name) {
-    DatatypeDescription description;
-    description.hmi_type = hmi_type;
-    description.fdx_type = fdx_type;
-    description.item_name = name;
-    return description;
+    return {.item_name = name, .hmi_type = hmi_type, .fdx_type = fdx_type};
 }
 
 ArrayInfo one_dimension(std::uint64_t elements, const std::string& name = "") {
@@ -44,12 +38,8 @@ ArrayInfo one_dimension(std::uint64_t elements, const std::string& name = "") {
 }
 
 DatatypeDescription array(std::int32_t size, std::uint64_t elements, const std::string& name, FdxDataType fdx_type) {
-    DatatypeDescription description;
-    description.hmi_type = ValueType::Vector;
-    description.fdx_type = fdx_type;
-    description.size = size;
-    description.array_info = one_dimension(elements, name);
-    return description;
+    return {
+        .size = size, .array_info = one_dimension(elements, name), .hmi_type = ValueType::Vector, .fdx_type = fdx_type};
 }
 
 DatatypeDescription flagged(std::uint32_t flags, DatatypeDescription description = {}) {
@@ -57,11 +47,13 @@ DatatypeDescription flagged(std::uint32_t flags, DatatypeDescription description
     return description;
 }
 
-DatatypeDescription enumeration(std::int32_t size, std::size_t items) {
-    DatatypeDescription description;
-    description.size = size;
-    description.enum_items.resize(items);
+DatatypeDescription with_members(DatatypeDescription description) {
+    description.subitems = {member("x")};
     return description;
+}
+
+DatatypeDescription enumeration(std::int32_t size, std::size_t items) {
+    return {.size = size, .enum_items = std::vector<EnumItem>(items)};
 }
 
 TEST(Datatype, DeducedFlags) {
@@ -113,13 +105,7 @@ TEST(Datatype, DeducedFlags) {
         {"map with members", with(structure(), [](auto& d) { d.hmi_type = ValueType::Map; }), dialects | incomplete},
         {"composite code alone", with(structure(), [](auto& d) { d.hmi_type = ValueType::Int; }),
          dialects | incomplete},
-        {"members of something else",
-         with(structure(),
-              [](auto& d) {
-                  d.hmi_type = ValueType::Int;
-                  d.fdx_type = FdxDataType::Int16;
-              }),
-         dialects},
+        {"members of something else", with_members(basic(ValueType::Int, FdxDataType::Int16, "x")), dialects},
         {"reference to a structure by alias", flagged(1 << 5, structure()), 0b101u << 19 | dialects},
         {"indirection by alias with members", flagged(1 << 6, structure()), 0b001u << 19 | dialects},
 
@@ -128,8 +114,7 @@ TEST(Datatype, DeducedFlags) {
         {"array of XINT of 4 bytes", array(12, 3, "XINT", FdxDataType::Int32), dialects},
         {"array of STRING", array(243, 3, "STRING(80)", FdxDataType::String), dialects | incomplete},
         {"array of structures", array(24, 3, "ST_Pump", FdxDataType::Composite), incomplete},
-        {"array of structures with members of its own",
-         with(array(24, 3, "ST_Pump", FdxDataType::Composite), [](auto& d) { d.subitems = {member("x")}; }),
+        {"array of structures with members of its own", with_members(array(24, 3, "ST_Pump", FdxDataType::Composite)),
          dialects | incomplete},
         {"array of pointers", flagged(1 << 6, array(24, 3, "POINTER TO INT", FdxDataType::UInt64)),
          0b001u << 19 | dialects},
@@ -280,10 +265,8 @@ TEST(Datatype, ByteOrder) {
     std::size_t row = 0;
     for (const auto& [type, own, given, reversed] : cases) {
         SCOPED_TRACE(row++);
-        DatatypeDescription description;
-        description.fdx_type = type;
-        description.attributes = own;
-        EXPECT_EQ(Datatype(description).is_byte_order_reversed(given), reversed);
+        const Datatype datatype(DatatypeDescription{.attributes = own, .fdx_type = type});
+        EXPECT_EQ(datatype.is_byte_order_reversed(given), reversed);
     }
 }
 

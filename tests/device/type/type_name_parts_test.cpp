@@ -131,11 +131,7 @@ TEST(EscapedName, TakesLinearTime) {
 using Entries = std::vector<Attributes::Entry>;
 
 DatatypeDescription describe(FdxDataType type, const std::string& name) {
-    DatatypeDescription description;
-    description.fdx_type = type;
-    description.item_name = name;
-    description.type_name = name;
-    return description;
+    return {.item_name = name, .type_name = name, .fdx_type = type};
 }
 
 TEST(TypeDescription, SubrangeGivesBorders) {
@@ -188,10 +184,7 @@ TEST(TypeDescription, SelfTargetBecomesRemainder) {
         {DatatypeFlags::Pointer, pointer, pointer, pointer},
     };
     for (const auto& [flag, item_name, type_name, expected] : cases) {
-        DatatypeDescription description;
-        description.flags = std::uint32_t(flag);
-        description.item_name = item_name;
-        description.type_name = type_name;
+        DatatypeDescription description{.item_name = item_name, .type_name = type_name, .flags = std::uint32_t(flag)};
         fix_type_description(description);
         EXPECT_EQ(description.type_name, expected) << item_name;
         EXPECT_EQ(description.item_name, item_name);
