@@ -16,6 +16,20 @@ if(DEFINED ENV{CI})
   target_compile_options(zo_options INTERFACE -Werror)
 endif()
 
+if(ZO_HARDEN)
+  include(CheckCXXCompilerFlag)
+  add_compile_definitions(_FORTIFY_SOURCE=2 _GLIBCXX_ASSERTIONS)
+  add_link_options(-Wl,-z,relro,-z,now)
+  # The last two depend on the processor.
+  foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection=full)
+    string(MAKE_C_IDENTIFIER "ZO_HAS${flag}" has)
+    check_cxx_compiler_flag(${flag} ${has})
+    if(${has})
+      add_compile_options(${flag})
+    endif()
+  endforeach()
+endif()
+
 if(ZO_SANITIZE STREQUAL "address")
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
@@ -53,9 +67,16 @@ function(zo_floor name)
   target_link_libraries(${name} PRIVATE zo_options)
 endfunction()
 
-# zo_shared(NAME SOURCES... ): a shared object named lib<NAME>.so, without a version suffix.
+# zo_shared(NAME SOURCES... ): a shared object named lib<NAME>.so, without a version suffix. A version script exports.map
+# in the folder names its exports.
 function(zo_shared name)
   add_library(${name} SHARED ${ARGN})
+  set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+  if(EXISTS ${exports})
+    target_link_options(${name} PRIVATE -Wl,--version-script=${exports})
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${exports})
+  endif()
+  target_compile_features(${name} INTERFACE cxx_std_20) # for the package's users
   target_include_directories(${name} PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${zo_headers}>)
   target_link_libraries(${name} PRIVATE zo_options)

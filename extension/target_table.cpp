@@ -13,18 +13,18 @@ bool TargetTable::insert_or_replace(const std::string& name, std::shared_ptr<Tar
         if (stopping) return false;
         targets_[name].swap(target);
     }
-    if (target) target->retire(); // the old one, which goes with this call
+    if (target) target->retire(); // the old target, which this call releases
     return true;
 }
 
 std::shared_ptr<TargetSystem> TargetTable::find(const std::string& name) const {
-    const auto lock = mutex_.lock_shared();
+    const StripedReadLock lock(mutex_);
     const auto found = targets_.find(name);
     return found != targets_.end() ? found->second : nullptr;
 }
 
 std::vector<std::string> TargetTable::names() const {
-    const auto lock = mutex_.lock_shared();
+    const StripedReadLock lock(mutex_);
     std::vector<std::string> names;
     names.reserve(targets_.size());
     for (const auto& [name, target] : targets_)

@@ -37,6 +37,25 @@ bool is_small(const zo_link::EventRecord& record) {
     return total <= small || total > std::uint64_t{0x7fffffff};
 }
 
+// At least the memory of a value that was built: nodes and allocations as they are, without room to grow.
+std::size_t memory_of(const json& value) {
+    std::size_t memory = sizeof(json);
+    if (value.is_object()) {
+        memory += 64;
+        for (const auto& [key, member] : value.items())
+            memory += 64 + key.size() + memory_of(member);
+    } else if (value.is_array()) {
+        memory += 32;
+        for (const json& item : value)
+            memory += memory_of(item);
+    } else if (value.is_string()) {
+        memory += 32 + value.get_ref<const std::string&>().size();
+    } else if (value.is_binary()) {
+        memory += 40 + value.get_binary().size();
+    }
+    return memory;
+}
+
 const std::string domain = "dom", target = "T";
 
 struct Read {
@@ -83,7 +102,7 @@ public:
 
 private:
     // Takes events as the product does, but for keeping them.
-    class Sink final : public fakes::Dispatch<IDispatch> {
+    class Sink final : public IDispatch {
     public:
         HRESULT QueryInterface(const GUID&, void** out) override {
             *out = this;
@@ -150,6 +169,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(whole.error == pieces.error && whole.frames.size() == pieces.frames.size());
     for (std::size_t i = 0; i < whole.frames.size(); ++i) {
         const auto& [map, length] = whole.frames[i];
+        require(memory_of(map) <= zo_link::max_frame_memory);
         const auto encoded = zo_link::encode_frame(map);
         require(encoded == zo_link::encode_frame(pieces.frames[i].first)); // numbers may be none, which equal nothing
         const Read again = read(encoded, encoded.size());

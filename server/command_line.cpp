@@ -10,35 +10,146 @@
 #include <limits>
 #include <optional>
 #include <set>
+#include <utility>
 
 namespace server {
 
 namespace {
 
-constexpr std::array kinds{
-    CommandKind{Verb::events, "events", "[LANG]", false, "all events with their texts"},
-    CommandKind{Verb::show, "show", "#N|ID [LANG]", false, "all about the event in row N, or the alarm with that ID"},
-    CommandKind{Verb::confirm, "confirm", "#N|ID", false, "confirm an alarm"},
-    CommandKind{Verb::diagnostics, "diagnostics", "", false, "the state of every target"},
-    CommandKind{Verb::targets, "targets", "", false, "the targets that are not disabled"},
-    CommandKind{Verb::reconnect, "reconnect", "NAME", false, "drop the connection of a target; it is made anew"},
-    CommandKind{Verb::clear, "clear", "NAME", false, "empty the log of a target"},
-    CommandKind{Verb::config_set, "config set", "NAME ADDRESS ENABLED", false,
-                "add or change a target, until the configuration is read again"},
-    CommandKind{Verb::config_delete, "config delete", "NAME", false, "delete a target likewise"},
-    CommandKind{Verb::watch, "watch", "[LANG]", false, "the live table, until a key is pressed"},
-    CommandKind{Verb::sleep, "sleep", "MS", true, "wait so many milliseconds"},
-    CommandKind{Verb::wait, "wait", "CALL [SECONDS]", true,
-                "wait (10 seconds at most) for a message, notify_alarm, forget_event or "
-                "reset_temporary_events since the last change"},
-    CommandKind{Verb::help, "help", "", false, "this list"},
-    CommandKind{Verb::quit, "quit", "", false, "end the server"},
+constexpr std::int64_t day_in_seconds = 86400;
+constexpr std::size_t help_column = 37;
+
+bool is_number(std::string_view text, std::int64_t min, std::int64_t max) {
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && value >= min && value <= max;
+}
+
+bool is_alarm(std::string_view word) {
+    return is_number(word, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max());
+}
+
+bool is_event(std::string_view word) {
+    if (!word.starts_with('m')) return is_alarm(word);
+    return is_number(word.substr(1), 1, std::numeric_limits<std::int64_t>::max());
+}
+
+/// Names end at a zero byte elsewhere, and would then be those of another target.
+bool is_target(std::string_view word) {
+    return !word.empty() && word.find("::") == word.npos && word.find('\0') == word.npos;
+}
+
+std::vector<std::string_view> pieces(std::string_view text, char separator) {
+    std::vector<std::string_view> pieces;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(separator), text.size());
+        pieces.push_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return pieces;
+}
+
+bool is_address(std::string_view text) {
+    const auto numbers = pieces(text, '.');
+    return text.empty() || ((numbers.size() == 4 || numbers.size() == 6) && !text.ends_with('.') &&
+                            std::all_of(numbers.begin(), numbers.end(), [](std::string_view number) {
+                                return number.size() <= 3 && is_number(number, 0, 255) && number.front() != '-';
+                            }));
+}
+
+bool is_enabled(std::string_view word) {
+    return word == "true" || word == "false";
+}
+
+bool is_yes(std::string_view word) {
+    return word == "--yes";
+}
+
+bool is_milliseconds(std::string_view word) {
+    return is_number(word, 0, day_in_seconds * 1000);
+}
+
+bool is_seconds(std::string_view word) {
+    return is_number(word, 0, day_in_seconds);
+}
+
+bool is_anything(std::string_view /*word*/) {
+    return true;
+}
+
+struct ArgumentRule {
+    ArgumentKind kind;
+    std::string_view name; ///< in usage and help
+    bool (*accepts)(std::string_view word);
+    std::string_view refusal; ///< follows the quoted word
 };
 
-constexpr std::int64_t day_in_seconds = 86400;
-constexpr std::size_t help_column = 34;
+/// In the order of ArgumentKind.
+constexpr std::array argument_rules{
+    ArgumentRule{ArgumentKind::none, "", is_anything, ""},
+    ArgumentRule{ArgumentKind::alarm, "ID", is_event, "is not the id of an alarm, such as 17"},
+    ArgumentRule{ArgumentKind::event, "ID|mN", is_event,
+                 "is neither the id of an alarm, such as 17, nor the number of a message, such as m3"},
+    ArgumentRule{ArgumentKind::language, "LANG", is_language, "is not a language such as de-DE"},
+    ArgumentRule{ArgumentKind::target, "NAME", is_target, "is not the name of a target"},
+    ArgumentRule{ArgumentKind::address, "ADDRESS", is_address, "is not a net id such as 5.12.82.40.1.1"},
+    ArgumentRule{ArgumentKind::enabled, "ENABLED", is_enabled, "is neither true nor false"},
+    ArgumentRule{ArgumentKind::yes, "--yes", is_yes, "is not --yes"},
+    ArgumentRule{ArgumentKind::milliseconds, "MS", is_milliseconds, "is not a number of milliseconds up to a day"},
+    ArgumentRule{ArgumentKind::call, "CALL", is_anything, ""},
+    ArgumentRule{ArgumentKind::seconds, "SECONDS", is_seconds, "is not a number of seconds up to a day"},
+};
 
-/// The words of a line, nothing when a quote is left open.
+constexpr const ArgumentRule& rule_of(ArgumentKind kind) {
+    return argument_rules[static_cast<std::size_t>(kind)];
+}
+
+constexpr bool rules_are_in_order() {
+    for (const ArgumentRule& rule : argument_rules)
+        if (&rule_of(rule.kind) != &rule) return false;
+    return true;
+}
+static_assert(rules_are_in_order());
+
+constexpr Argument alarm{ArgumentKind::alarm};
+constexpr Argument event{ArgumentKind::event};
+constexpr Argument target{ArgumentKind::target};
+constexpr Argument address{ArgumentKind::address};
+constexpr Argument enabled{ArgumentKind::enabled};
+constexpr Argument milliseconds{ArgumentKind::milliseconds};
+constexpr Argument call{ArgumentKind::call};
+constexpr Argument optional_language{ArgumentKind::language, true};
+constexpr Argument optional_yes{ArgumentKind::yes, true};
+constexpr Argument optional_seconds{ArgumentKind::seconds, true};
+
+constexpr std::array kinds{
+    CommandKind{Verb::events, "events", {optional_language}, false, "all events with their texts"},
+    CommandKind{Verb::show, "show", {event, optional_language}, false, "all fields of an alarm or message"},
+    CommandKind{Verb::confirm, "confirm", {alarm}, false, "confirm an alarm"},
+    CommandKind{Verb::diagnostics, "diagnostics", {}, false, "the state of every target"},
+    CommandKind{Verb::targets, "targets", {}, false, "the names of the enabled targets"},
+    CommandKind{Verb::reconnect, "reconnect", {target}, false, "disconnect a target and connect it again"},
+    CommandKind{Verb::clear, "clear", {target, optional_yes}, false, "empty the log of a target; scripts need --yes"},
+    CommandKind{Verb::config_set,
+                "config set",
+                {target, address, enabled},
+                false,
+                "add or change a target, until the configuration is reloaded"},
+    CommandKind{
+        Verb::config_delete, "config delete", {target}, false, "delete a target, until the configuration is reloaded"},
+    CommandKind{Verb::watch, "watch", {optional_language}, false, "the live table, until a key is pressed"},
+    CommandKind{Verb::sleep, "sleep", {milliseconds}, true, "wait for some milliseconds"},
+    CommandKind{Verb::wait,
+                "wait",
+                {call, optional_seconds},
+                true,
+                "wait (10 seconds at most) for a message, notify_alarm, forget_event or "
+                "reset_temporary_events since the last change"},
+    CommandKind{Verb::help, "help", {}, false, "this list"},
+    CommandKind{Verb::quit, "quit", {}, false, "end the server"},
+};
+
+/// Returns the words of a line, or nothing when a closing quote is missing.
 std::optional<std::vector<std::string>> split(std::string_view line) {
     std::vector<std::string> words;
     bool quoted = false;
@@ -74,85 +185,32 @@ std::string quoted(std::string_view word) {
     return text + '"';
 }
 
-std::vector<std::string_view> pieces(std::string_view text, char separator) {
-    std::vector<std::string_view> pieces;
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find(separator), text.size());
-        pieces.push_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
+std::span<const Argument> arguments_of(const CommandKind& kind) {
+    const auto none = [](const Argument& argument) { return argument.kind == ArgumentKind::none; };
+    return {kind.arguments.begin(), std::find_if(kind.arguments.begin(), kind.arguments.end(), none)};
+}
+
+std::string usage(const CommandKind& kind) {
+    std::string text(kind.words);
+    for (const Argument& argument : arguments_of(kind)) {
+        const std::string name(rule_of(argument.kind).name);
+        text += argument.optional ? " [" + name + "]" : " " + name;
     }
-    return pieces;
-}
-
-struct Argument {
-    std::string_view kind;
-    bool optional;
-};
-
-std::vector<Argument> arguments_of(const CommandKind& kind) {
-    std::vector<Argument> arguments;
-    for (const std::string_view piece : pieces(kind.arguments, ' ')) {
-        const bool optional = piece.front() == '[';
-        arguments.push_back({optional ? piece.substr(1, piece.size() - 2) : piece, optional});
-    }
-    return arguments;
-}
-
-bool is_number(std::string_view text, std::int64_t least, std::int64_t most) {
-    std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() && value >= least && value <= most;
-}
-
-bool is_address(std::string_view text) {
-    const auto numbers = pieces(text, '.');
-    return text.empty() || ((numbers.size() == 4 || numbers.size() == 6) && !text.ends_with('.') &&
-                            std::all_of(numbers.begin(), numbers.end(), [](std::string_view number) {
-                                return number.size() <= 3 && is_number(number, 0, 255) && number.front() != '-';
-                            }));
-}
-
-/// Why a word cannot be an argument of that kind; empty when it can.
-std::string_view why_not(std::string_view kind, std::string_view word) {
-    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
-    constexpr std::int64_t int_least = std::numeric_limits<std::int32_t>::min();
-    constexpr std::int64_t int_most = std::numeric_limits<std::int32_t>::max();
-    if (kind == "#N|ID") {
-        const bool row = word.starts_with('#');
-        if (row ? is_number(word.substr(1), 1, most) : is_number(word, int_least, int_most)) return {};
-        return "is neither a row such as #3 nor the number of an alarm";
-    }
-    if (kind == "LANG" && !is_language(word)) return "is no language such as de-DE";
-    if (kind == "ADDRESS" && !is_address(word)) return "is no net id such as 5.12.82.40.1.1";
-    if (kind == "ENABLED" && word != "true" && word != "false") return "is neither true nor false";
-    if (kind == "MS" && !is_number(word, 0, day_in_seconds * 1000)) return "is no number of milliseconds up to a day";
-    if (kind == "SECONDS" && !is_number(word, 0, day_in_seconds)) return "is no number of seconds up to a day";
-    // Names end at a zero byte elsewhere, and would then be those of another target.
-    const bool has_zero = word.find('\0') != word.npos;
-    if (kind == "NAME" && (word.empty() || word.find("::") != word.npos || has_zero)) return "is no name of a target";
-    return {};
-}
-
-std::string named(std::string_view word) {
-    return "\"" + printable(word) + "\"";
+    return text;
 }
 
 std::string wrong_arguments(const CommandKind& kind, const std::vector<std::string>& words) {
     const auto arguments = arguments_of(kind);
-    const auto least = static_cast<std::size_t>(
-        std::count_if(arguments.begin(), arguments.end(), [](const Argument& a) { return !a.optional; }));
-    if (words.size() < least || words.size() > arguments.size()) {
-        const std::string blank = arguments.empty() ? "" : " ";
-        return "Say it as: " + std::string(kind.words) + blank + std::string(kind.arguments) + ".";
-    }
+    const auto required =
+        std::count_if(arguments.begin(), arguments.end(), [](const Argument& a) { return !a.optional; });
+    if (std::cmp_less(words.size(), required) || words.size() > arguments.size()) return "usage: " + usage(kind);
     for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string_view reason = why_not(arguments[i].kind, words[i]);
-        if (!reason.empty()) return named(words[i]) + " " + std::string(reason) + ".";
+        const ArgumentRule& rule = rule_of(arguments[i].kind);
+        if (!rule.accepts(words[i])) return quoted_name(words[i]) + " " + std::string(rule.refusal);
     }
     return {};
 }
 
-/// True when the first words are those of the command.
 bool begins(const std::vector<std::string>& words, const std::vector<std::string_view>& command) {
     return words.size() >= command.size() && std::equal(command.begin(), command.end(), words.begin());
 }
@@ -169,21 +227,22 @@ CommandLine parse_command(std::string_view line, bool interactive) {
     if (start == line.npos || line[start] == ';') return parsed;
     const auto words = split(line);
     if (!words) {
-        parsed.error = "A quote is not closed.";
+        parsed.error = "missing closing quote";
         return parsed;
     }
     const auto kind = std::find_if(kinds.begin(), kinds.end(),
                                    [&](const CommandKind& k) { return begins(*words, pieces(k.words, ' ')); });
     if (kind == kinds.end()) {
-        parsed.error = "There is no command " + named(words->front()) + "; help lists all.";
-        if (words->front() == "config")
-            parsed.error = "Say it as: config set NAME ADDRESS ENABLED, or config delete NAME.";
+        parsed.error = "unknown command " + quoted_name(words->front()) + "; see help";
+        if (words->front() == "config") {
+            parsed.error = "usage: config set NAME ADDRESS ENABLED, or config delete NAME";
+        }
         return parsed;
     }
     parsed.kind = &*kind;
     parsed.arguments.assign(words->begin() + static_cast<std::ptrdiff_t>(pieces(kind->words, ' ').size()),
                             words->end());
-    parsed.error = interactive && kind->script_only ? std::string(kind->words) + " is for scripts only."
+    parsed.error = interactive && kind->script_only ? std::string(kind->words) + " works in scripts only"
                                                     : wrong_arguments(*kind, parsed.arguments);
     return parsed;
 }
@@ -211,8 +270,7 @@ std::vector<std::string> complete(std::string_view line, const Candidates& candi
             if (std::equal(before->begin(), before->end(), command.begin()))
                 offer(std::string(command[before->size()]));
         } else if (begins(*before, command) && before->size() - command.size() < arguments.size()) {
-            const std::string_view wanted = arguments[before->size() - command.size()].kind;
-            for (const std::string& text : candidates(wanted)) {
+            for (const std::string& text : candidates(arguments[before->size() - command.size()].kind)) {
                 if (printable(text) == text) offer(quoted(text));
             }
         }
@@ -223,11 +281,15 @@ std::vector<std::string> complete(std::string_view line, const Candidates& candi
 std::string help_text() {
     std::string text;
     for (const CommandKind& kind : kinds) {
-        const std::string usage = std::string(kind.words) + " " + std::string(kind.arguments);
         if (!text.empty()) text += '\n';
-        text += fit(usage, help_column) + " " + std::string(kind.help) + (kind.script_only ? " (in scripts)" : "");
+        text +=
+            fit(usage(kind), help_column) + " " + std::string(kind.help) + (kind.script_only ? " (in scripts)" : "");
     }
     return text;
+}
+
+std::string quoted_name(std::string_view text) {
+    return "\"" + printable(text) + "\"";
 }
 
 } // namespace server

@@ -3,20 +3,15 @@
 #include "extension/host/value.h"
 #include "extension/zo_hmi_event_logger.h"
 #include "tests/fakes/call_log.h"
+#include "tests/fakes/callback_thread.h"
 #include "tests/fakes/fake_device_client.h"
 #include "tests/fakes/fake_host.h"
 #include "tests/fakes/fake_proxy.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <chrono>
 #include <future>
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
+#include <initializer_list>
 
 using Texts = std::vector<std::string>;
 
@@ -34,8 +29,37 @@ inline ZoHmiSrv::Value target_entry(const char* address, bool enabled) {
     return entry;
 }
 
-// An extension with fakes around it. In every host call, from wherever it comes, another thread lists all events: that
-// gets stuck when a lock of the target table or of a target's store is held.
+/// The calls of several steps, one after the other.
+inline Texts in_order(std::initializer_list<Texts> steps) {
+    Texts calls;
+    for (const Texts& step : steps)
+        calls.insert(calls.end(), step.begin(), step.end());
+    return calls;
+}
+/// A target is made; its logger has the name.
+inline Texts made(const std::string& logger) {
+    return {"CreateInstance.Logger", logger + ".FindConnectionPoint", logger + ".Advise", logger + ".SetTimeout"};
+}
+/// A target connects and imports.
+inline Texts connected(const std::string& logger, const std::string& target) {
+    return {"host.get_config_value PRELOAD_TRANSLATIONS",
+            "CreateInstance.ConnectionSettings",
+            "SetPreloadTranslations",
+            logger + ".ConnectWithSettings",
+            "host.send_message TARGET_SYSTEM_CONNECTED " + target,
+            logger + ".GetLoggedEvents",
+            logger + ".GetActiveAlarms",
+            "host.send_message GETLOGGEDEVENTS_GETACTIVEALARMS " + target};
+}
+/// A target is destroyed.
+inline Texts destroyed(const std::string& logger) {
+    return {logger + ".FindConnectionPoint", logger + ".Unadvise", logger + ".Disconnect",
+            logger + ".FindConnectionPoint", logger + ".Unadvise"};
+}
+inline const Texts reset_calls = {"host.send_message RESET_TEMPORARY_EVENTS", "host.reset_temporary_events"};
+
+/// An extension with fakes around it. During every host call another thread lists all events. It blocks when the thread
+/// of the call has locked the target table or the store of a target.
 class ExtensionTest : public testing::Test {
 protected:
     ExtensionTest() {
@@ -52,16 +76,17 @@ protected:
     }
     ~ExtensionTest() override {
         if (extension) shut_down();
-        EXPECT_EQ(fakes::FakeProxyLibrary::instance().reset(), 0) << "objects of the proxy are left";
+        EXPECT_EQ(fakes::FakeProxyLibrary::instance().reset(), 0) << "objects of the proxy leaked";
         EXPECT_TRUE(fakes::device_client().open_ports().empty());
     }
 
-    // Configures an enabled target, with a logger of that name, and gives the logger. In the order of the names.
+    /// Configures an enabled target, with a logger of that name, and returns the logger. Requires the order of the
+    /// names.
     fakes::LoggerPtr add_target(const char* name, const char* address = "5.9.9.9.1.1") {
         set_entry(name, target_entry(address, true));
         return fakes::FakeProxyLibrary::instance().expect_logger(name);
     }
-    // Stores an entry under TARGET_SYSTEMS; a Null one is taken away.
+    /// Stores an entry under TARGET_SYSTEMS; Null removes it.
     void set_entry(const std::string& name, const ZoHmiSrv::Value& entry) {
         ZoHmiSrv::Value& targets = config["TARGET_SYSTEMS"];
         if (entry.isset())
@@ -79,13 +104,13 @@ protected:
         extension = std::make_unique<ZoHmiEventLogger::ZoHmiEventLogger>(with_host ? with_host : &host);
         alive_ = true;
     }
-    // Runs `init` with the domain "HMI".
+    /// Runs `init` with the domain "HMI".
     ZoHmiSrv::ErrorValue init() {
         if (!extension) make_extension();
         return extension->init(context_of("HMI")).result();
     }
-    // Leaves the targets connected but no tick running: the proxy of a last target ("~", gone afterwards) cannot be
-    // created, at which `init` gives up but drops nothing. So a test alone drives the ticks.
+    /// Connects the targets but starts no tick, so that only the test runs ticks. The proxy of a last target "~",
+    /// removed afterwards, cannot be created: `init` then fails but keeps the other targets.
     void start_without_ticks() {
         const auto targets = static_cast<unsigned>(config["TARGET_SYSTEMS"].size());
         set_entry("~", target_entry("", false));
@@ -95,7 +120,7 @@ protected:
         take_calls();
         host.clear();
     }
-    // With the domain "tick".
+    /// Runs a tick with the domain "tick".
     void tick(ZoHmiSrv::TimerError error = ZoHmiSrv::TimerError::none) {
         extension->on_timer(error, context_of("tick"));
     }
@@ -103,24 +128,24 @@ protected:
         return extension->on_config_change(context_of("caller"), (std::string("TARGET_SYSTEMS::") + name).c_str())
             .result();
     }
-    // Shuts down with the domain "shutdown".
+    /// Shuts down with the domain "shutdown".
     void shut_down() {
         extension->on_shutdown(context_of("shutdown"));
         destroy();
     }
-    // Without a shutdown.
+    /// Destroys the extension without a shutdown.
     void destroy() {
         alive_ = false;
         extension.reset();
     }
 
-    // The server's list; Null when the extension leaves it alone.
+    /// Returns the server's list; Null when the extension does not change it.
     ZoHmiSrv::Value listed() {
         ZoHmiSrv::Value events;
         EXPECT_EQ(extension->on_get_events(ZoHmiSrv::Context(), events), 0);
         return events;
     }
-    // The calls since the last look, but for reads of events and of connection states.
+    /// Returns and removes the calls, without reads of events and of connection states.
     static Texts take_calls() {
         Texts texts = fakes::call_log().texts();
         fakes::call_log().clear();
@@ -134,8 +159,29 @@ protected:
         return texts;
     }
 
+    /// While the host handles `call`, `logger` raises an alarm on a callback thread. Runs `change`, and asserts that
+    /// the server hears of the alarm, but only after the reset. Returns the number of events listed inside the reset.
+    template <class Change>
+    std::size_t raise_before_reset(const char* call, unsigned nth, const fakes::LoggerPtr& logger, Change change) {
+        fakes::CallbackThread callbacks;
+        const auto alarm = logger->make_alarm();
+        host.plan().run(
+            call, [&] { callbacks.post([&] { logger->fire_raised(alarm); }); }, nth);
+        std::size_t raised = 99, listed_in_reset = 99;
+        host.plan().run("reset_temporary_events", [&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200)); // time for a callback that overtakes
+            raised = host.alarms();
+            listed_in_reset = listed().size(); // as the server does, inside the call
+        });
+        change();
+        callbacks.drain();
+        EXPECT_EQ(raised, 0u);
+        EXPECT_EQ(host.alarms(), 1u);
+        return listed_in_reset;
+    }
+
     fakes::FakeHost host;
-    ZoHmiSrv::Value config; // in `host` after set_entry and set_config
+    ZoHmiSrv::Value config; ///< in `host` after set_entry and set_config
     std::unique_ptr<ZoHmiEventLogger::ZoHmiEventLogger> extension;
 
 private:
@@ -151,8 +197,8 @@ private:
         if (finished.wait_for(std::chrono::seconds(5)) == std::future_status::ready) {
             lister.join();
         } else {
-            ADD_FAILURE() << "a lock is held in " << call;
-            lister.detach(); // goes on when the lock is let go
+            ADD_FAILURE() << "a lock is locked during " << call;
+            lister.detach(); // goes on when the lock is released
         }
     }
 

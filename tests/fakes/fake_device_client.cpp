@@ -10,7 +10,6 @@ using State = fakes::FakeDeviceClient::State;
 
 namespace {
 
-constexpr std::int32_t service_not_supported = 0x701;
 constexpr std::int32_t port_not_open = 0x748;
 
 void run_hook() {
@@ -53,31 +52,4 @@ std::int32_t FdxGetLocalAddressEx(std::int32_t port, ZoHmiFdx::NrxAddr* address)
 std::int32_t FdxSyncSetTimeoutEx(std::int32_t port, std::int32_t timeout) {
     call_log().add("FdxSyncSetTimeoutEx(" + std::to_string(port) + ", " + std::to_string(timeout) + ")");
     return device_client().open_ports().contains(port) ? 0 : port_not_open;
-}
-
-std::int32_t FdxSyncGetTimeoutEx(std::int32_t, std::int32_t*) {
-    return service_not_supported;
-}
-
-std::int32_t FdxSyncReadReqEx2(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint32_t, std::uint32_t, std::uint32_t,
-                               void*, std::uint32_t*) {
-    return service_not_supported;
-}
-
-std::int32_t FdxSyncWriteReqEx(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint32_t, std::uint32_t, std::uint32_t,
-                               const void*) {
-    return service_not_supported;
-}
-
-std::int32_t FdxSyncReadWriteReqEx2(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint32_t, std::uint32_t, std::uint32_t,
-                                    void*, std::uint32_t, const void*, std::uint32_t*) {
-    return service_not_supported;
-}
-
-std::int32_t FdxSyncReadStateReqEx(std::int32_t, const ZoHmiFdx::NrxAddr*, std::uint16_t*, std::uint16_t*) {
-    return service_not_supported;
-}
-
-std::int32_t FdxSyncReadDeviceInfoReqEx(std::int32_t, const ZoHmiFdx::NrxAddr*, char*, ZoHmiFdx::FdxVersion*) {
-    return service_not_supported;
 }

@@ -11,43 +11,37 @@
 
 namespace fakes {
 
-// The device client in a test program: link the source and call the ten functions. Ports count up from 1. Each call
-// stands in `call_log()` as "FdxPortOpenEx() = 1" or "FdxPortCloseEx(1)"; requests answer 0x701. [any thread]
+/// The port functions of the device client, for test programs that link the source. Ports count up from 1. The calls
+/// stand in `call_log()` as "FdxPortOpenEx() = 1" or "FdxPortCloseEx(1)". [any thread]
 class FakeDeviceClient {
 public:
-    // All ports closed, the local address 5.1.2.3.1.1, every call succeeds.
+    struct State {
+        ZoHmiFdx::NrxNetId local{{5, 1, 2, 3, 1, 1}}; ///< what `FdxGetLocalAddressEx` answers
+        std::int32_t local_result = 0;                ///< and its result
+        bool refuse = false;                          ///< opening a port fails
+        std::function<void()> hook; ///< runs inside each call that opens or closes a port, without a lock of the fake
+        std::set<std::int32_t> open;
+        std::int32_t last_port = 0;
+    };
     void reset() {
         with_state([](State& state) { state = {}; });
     }
-    // The net id that `FdxGetLocalAddressEx` answers, and its result.
     void set_local(ZoHmiFdx::NrxNetId local) {
         with_state([&](State& state) { state.local = local; });
     }
     void set_local_result(std::int32_t result) {
         with_state([&](State& state) { state.local_result = result; });
     }
-    // Opening a port fails from now on.
     void refuse_ports(bool refuse) {
         with_state([&](State& state) { state.refuse = refuse; });
     }
-    // Runs inside each call that opens or closes a port, with no lock of the fake held.
     void on_open_or_close(std::function<void()> hook) {
         with_state([&](State& state) { state.hook = std::move(hook); });
     }
-
     [[nodiscard]] std::set<std::int32_t> open_ports() {
         return with_state([](State& state) { return state.open; });
     }
 
-    // By the functions of the client.
-    struct State {
-        ZoHmiFdx::NrxNetId local{{5, 1, 2, 3, 1, 1}};
-        std::int32_t local_result = 0;
-        bool refuse = false;
-        std::function<void()> hook;
-        std::set<std::int32_t> open;
-        std::int32_t last_port = 0;
-    };
     template <class Use>
     std::invoke_result_t<Use, State&> with_state(Use use) {
         const std::lock_guard lock(mutex_);
@@ -59,7 +53,7 @@ private:
     State state_;
 };
 
-// The one client of this test program.
+/// The one client of this test program.
 FakeDeviceClient& device_client();
 
 } // namespace fakes

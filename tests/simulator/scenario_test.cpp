@@ -32,16 +32,16 @@ TEST(Scenario, ErrorsSayWhereAndWhat) {
         const char* value;    // by this, or removed when null
         const char* expected; // part of the text
     } cases[] = {
-        {"/classes", nullptr, "the scenario: lacks 'classes'"},
+        {"/classes", nullptr, "the scenario: 'classes' is missing"},
         {"/default_language", R"("fr-FR")", "default_language: is not among the languages"},
         {"/max_log", "0", "max_log: must be an integer from 1 to 1000000"},
         {"/classes/d", R"({"guid": "0A0B0C0D-0102-0304-0506-0708090A0B0C", "name": "", "events": {}})",
          "has the GUID of 'c'"},
         {"/classes/c/events/01", R"({"kind": "message", "text": ""})", "comes twice"},
-        {"/classes/c/events/1/source", R"("tank")", "there is no such source"},
+        {"/classes/c/events/1/source", R"("tank")", "unknown source"},
         {"/classes/c/events/1/text/de-DE", R"("{sped}")", "no argument 'sped'"},
         {"/classes/c/events/1/arguments/1/name", R"("speed")", "arguments[1].name: comes twice"},
-        {"/classes/c/events/1/arguments/1/name", R"("json")", "a meaning of its own"},
+        {"/classes/c/events/1/arguments/1/name", R"("json")", "is reserved"},
         {"/classes/c/events/3/arguments/0/value", "2147483648", "arguments[0].value: must be an integer"},
         {"/classes/c/events/4/raw/args", "[1,2,3,4]", "raw.args: must be five"},
         {"/classes/c/events/4/raw/block", R"("0g")", "raw.block: must be hexadecimal"},

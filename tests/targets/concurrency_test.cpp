@@ -117,11 +117,10 @@ TEST_F(Concurrency, StormOfCallbacksDuringImports) {
         EXPECT_TRUE(zo_test::eventually([&] { return handled > before + 3; }));
         fakes::call_log().clear();
         EXPECT_EQ(target->force_disconnect(), S_OK);
-        const bool fails = round % 5 == 4;
-        if (fails) logger->plan->answer("GetActiveAlarms", E_FAIL, 1);
+        if (round % 5 == 4) logger->plan->answer("GetActiveAlarms", E_FAIL, 1);
         LockHolder holder;
         ASSERT_TRUE(target->poll(holder));
-        EXPECT_NE(holder != nullptr, fails);
+        EXPECT_TRUE(holder);
         fakes::call_log().add("released");
         holder.reset();
         // From the summary of the import to the release nobody but the server is heard.
