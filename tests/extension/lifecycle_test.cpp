@@ -12,7 +12,6 @@
 using namespace ZoHmiSrv;
 using fakes::call_log;
 using fakes::FakeProxyLibrary;
-using testing::ElementsAre;
 
 namespace {
 
@@ -235,7 +234,7 @@ TEST_F(LifeCycle, UnreachableTargetIsRetriedByTick) {
     take_syslog_lines();
     EXPECT_TRUE(call_log().wait_for("host.reset_temporary_events"));
     EXPECT_EQ(host.messages("TARGET_SYSTEM_CONNECTED").size(), 1u);
-    EXPECT_THAT(take_syslog_lines(7), IsEmpty());
+    EXPECT_TRUE(take_syslog_lines(7).empty());
 }
 
 TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
