@@ -89,6 +89,7 @@ private:
         return static_cast<Interface*>(find_listener(type));
     }
     ZoHmiSrv::IZoHmiSrvListener* find_listener(ZoHmiSrv::ListenerType type) const;
+    [[nodiscard]] std::string line_of(const EventRow& row) const;
     void add_listener(ZoHmiSrv::IZoHmiSrvListener* listener, ZoHmiSrv::Value filter);
 
     const Configuration& configuration_;

@@ -332,6 +332,8 @@ TEST_F(CommandsTest, IncompleteListHasRemark) {
         SCOPED_TRACE(when);
         host.relist("listed");
         EXPECT_EQ(printed.back().ends_with("; Target: " + remark), incomplete);
+        host.notify_alarm(context, AlarmNotification::Changed, alarm(1, 10));
+        EXPECT_EQ(printed.back().starts_with("changed 1 ! Target "), incomplete) << printed.back();
         for (const char* line : {"targets", "diagnostics", "events", "show 1"}) {
             extension.output = Value();
             if (*line == 't') extension.output.set_type(ValueType::Vector) << "Target";
