@@ -62,9 +62,10 @@ const Folder* folder_of(const std::string& file) {
     return innermost;
 }
 
-/// Returns true for headers in a `detail` folder, except those that the server's values inline.
+/// Returns true for headers in a `detail` folder. Those of extension/host are installed: its inline functions need
+/// them.
 bool is_private(const std::string& header) {
-    return header.find("/detail/") != std::string::npos && header != "extension/host/detail/value_layout.h";
+    return header.find("/detail/") != std::string::npos && !header.starts_with("extension/host/detail/");
 }
 
 bool may_include(const Folder& folder, const std::string& header) {
