@@ -50,7 +50,7 @@ std::string read_text(const Object& object, HRESULT (Interface::*operation)(char
 }
 
 /// A sink that records its calls. It counts no references, like the sink of the product.
-class RecordingSink : public fakes::Dispatch<_IZoEventLoggerEvents> {
+class RecordingSink : public _IZoEventLoggerEvents {
 public:
     virtual ~RecordingSink() = default;
 
