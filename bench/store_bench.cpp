@@ -186,8 +186,8 @@ struct Filled {
 
 constexpr std::size_t batch = 256;
 
-/// Where the events lie in memory tells more in the largest stores than anything else: all are filled before any is
-/// used, so that none gets the scraps of another.
+/// In the largest stores the place of the events in memory matters most. All are filled before any is used, so that
+/// each gets contiguous memory.
 void fill_all() {
     for (const std::int64_t capacity : {1'000, 10'000, 100'000, 1'000'000}) {
         Filled<ThisStore>::of(capacity, Load::Adding);

@@ -21,7 +21,7 @@ public:
     /// At most `bound` answers; with 0 it stores nothing.
     explicit LocalizationCache(std::uint64_t bound = default_bound) : bound_(bound) {}
 
-    /// Calls `take` with the cached answer while the lock is held. Returns false when there is none. No shared_ptr is
+    /// Calls `take` with the cached answer under the lock. Returns false when there is none. No shared_ptr is
     /// copied: the contended reference count would cost more than the lock.
     template <class Take, class Question = Key>
     bool find(const Question& key, Take&& take) const {

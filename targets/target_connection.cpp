@@ -109,10 +109,10 @@ bool TargetSystem::poll(LockHolder& holder) {
     return changed;
 }
 
-// Empties the store behind a lost link. Callbacks wait from here until the server was told to start over, so that none
-// of them is told behind that. A failed import left its lock; its link lives, so callbacks that wait are handled later.
-// Without a link they are dropped until one is opened. The import mutex comes first: an import on another thread takes
-// the callback mutex while it has the event mutex.
+// Empties the store after a lost link. Callbacks wait until the server has started over, so none is reported behind
+// that. A failed import left its lock; its link lives, so waiting callbacks are handled later. Without a link they are
+// dropped until one is opened. The import mutex comes first: an import on another thread locks the callback mutex while
+// it has the event mutex.
 void TargetSystem::clear_lost_link(std::uint64_t link, CallbackLock& callbacks, LockHolder& holder) {
     if (callbacks.owns_lock()) {
         holder = callbacks.make_holder();

@@ -2,7 +2,6 @@
 
 #include "binding/com_ptr.h"
 #include "binding/event_logger_proxy.h"
-#include "tests/fakes/com_object.h"
 #include "tests/link/scripted_peer.h"
 #include "tests/support/gate.h"
 

@@ -151,12 +151,12 @@ TEST_F(Connection, StaysDisabledWhenServerThrows) {
     EXPECT_THROW(connect(), std::runtime_error);
     EXPECT_TRUE(target->disabled());
     EXPECT_FALSE(poll());
-    EXPECT_EQ(log(), (Lines{"preload_translations"})); // nothing else: it does not even ask for the connection
+    EXPECT_EQ(log(), (Lines{"preload_translations"})); // and no query of the connection
     EXPECT_TRUE(Access::is_free(Access::connection_mutex(*target)));
     EXPECT_TRUE(connect());
 }
 
-TEST_F(Connection, NobodyPollsADisabledTargetAlive) {
+TEST_F(Connection, DisabledTargetStaysDisabled) {
     make();
     log();
     logger->connected = VARIANT_TRUE;
@@ -176,7 +176,6 @@ TEST_F(Connection, MinusOneAloneMeansConnected) {
     }
 }
 
-// One report for a loss, however long it lasts; a failure each tick.
 TEST_F(Connection, LossIsReportedOnceFailureEachTick) {
     logger->active = {alarm(1, 1)};
     make_connected();
@@ -191,14 +190,9 @@ TEST_F(Connection, LossIsReportedOnceFailureEachTick) {
     holder.reset();
     EXPECT_THAT(stored(), IsEmpty());
     EXPECT_EQ(Access::saved_alarm_ids(*target).size(), 1U);
-    const Lines attempt{"IsConnected",
-                        "IsConnected",
-                        "preload_translations",
-                        "CreateInstance.ConnectionSettings",
-                        "SetPreloadTranslations",
-                        "ConnectWithSettings",
-                        R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" "0x98110745")",
-                        "IsConnected"};
+    const Lines attempt = Lines{"IsConnected", "IsConnected", "preload_translations"} +
+                          Lines{"CreateInstance.ConnectionSettings", "SetPreloadTranslations", "ConnectWithSettings"} +
+                          Lines{R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" "0x98110745")", "IsConnected"};
     EXPECT_EQ(log(), attempt);
     for (int tick = 0; tick < 3; ++tick) {
         EXPECT_FALSE(poll());
@@ -215,7 +209,7 @@ TEST_F(Connection, LossIsReportedOnceFailureEachTick) {
     EXPECT_FALSE(poll());
 }
 
-// Whether it was connected is known from the end of the first tick on.
+// The status is remembered from the end of the first tick on.
 TEST_F(Connection, LossBeforeFirstTickIsNoChange) {
     logger->active = {alarm(1, 1)};
     make();
@@ -223,13 +217,13 @@ TEST_F(Connection, LossBeforeFirstTickIsNoChange) {
     lose_link();
     refuse();
     EXPECT_FALSE(poll());
-    EXPECT_EQ(stored(), (Lines{"1@1s"})); // the store stays full until the import that follows
+    EXPECT_EQ(stored(), (Lines{"1@1s"})); // until the next import
 }
 
 TEST_F(Connection, LossSeenByOtherQueryIsAChange) {
     make_connected();
     lose_link();
-    EXPECT_EQ(status(), "not connected 0"); // does not write down what it saw
+    EXPECT_EQ(status(), "not connected 0"); // remembers nothing
     refuse();
     EXPECT_TRUE(poll());
 }
@@ -242,7 +236,7 @@ TEST_F(Connection, FailedImportIsNotRepeatedWhileConnected) {
     EXPECT_FALSE(poll());
     EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 1U);
     lose_link();
-    EXPECT_TRUE(poll()); // connects, but fails to import: reported since it was connected
+    EXPECT_TRUE(poll()); // reported, since it was connected
     EXPECT_EQ(logger->plan->count("GetLoggedEvents"), 2U);
     EXPECT_FALSE(poll());
 }
@@ -263,14 +257,14 @@ TEST_F(Connection, OperatorsOrdersReturnTheirCodes) {
         EXPECT_EQ(reports(),
                   (Lines{"log_exception T 0x80070005", "log_unknown_exception T", "log_unknown_exception T"}));
     }
-    EXPECT_EQ(stored(), (Lines{"1@1s"})); // both leave the store alone
+    EXPECT_EQ(stored(), (Lines{"1@1s"})); // unchanged by both
 }
 
 TEST_F(Connection, DisconnectEndsTheSubscription) {
     logger->active = {alarm(1, 1)};
     make_connected();
     const auto cookie = Access::event_cookie(*target);
-    logger->plan->answer("Disconnect", E_ACCESSDENIED, 1); // reported, and on
+    logger->plan->answer("Disconnect", E_ACCESSDENIED, 1); // reported only
     target->disconnect();
     EXPECT_EQ(log(), (Lines{"FindConnectionPoint", "Unadvise", "Disconnect", "log_exception T 0x80070005"}));
     EXPECT_EQ(logger->record().unadvised, std::vector{cookie});
@@ -281,7 +275,7 @@ TEST_F(Connection, DisconnectEndsTheSubscription) {
     EXPECT_EQ(logger->sink(), nullptr); // nothing subscribes again
 }
 
-// What fails while the ids of live alarms are collected is reported, and everything is emptied all the same.
+// A failure to collect the ids of live alarms is reported; the store is emptied in any case.
 TEST_F(Connection, FailedClearingEmptiesTheStore) {
     logger->active = {alarm(1, 1)};
     make_connected();
@@ -298,7 +292,7 @@ TEST_F(Connection, FailedClearingEmptiesTheStore) {
     logger->plan->clear();
     ASSERT_TRUE(poll());
     log();
-    logger->active.push_back(alarm(1)); // two without an id cannot be told apart
+    logger->active.push_back(alarm(1)); // two without an id are not distinguished
     logger->active.push_back(alarm(2));
     logger->fire_raised(logger->active[1]);
     logger->fire_raised(logger->active[2]);

@@ -191,7 +191,7 @@ private:
         reference_.release_alarm(*expected, limit);
     }
 
-    // As for an alarm that is raised again: found by its object and mostly replaced, which is erased and added anew.
+    // As for an alarm that is raised again: found by its object and mostly replaced.
     void raise_again(unsigned limit) {
         const std::size_t index = any_index(pool_.size());
         fakes::FakeAlarm* const alarm = pool_[index].get();
@@ -247,7 +247,7 @@ private:
     Evictions expected_, evicted_;
 };
 
-TEST(ContainerProperty, EqualsTheWalkOverBucketsAfterEveryStep) {
+TEST(ContainerProperty, EqualsTheWalkAfterEveryStep) {
     int steps = 0, finds_failed = 0;
     for (const unsigned limit : {0U, 1U, 2U, 3U, 10U, 100U}) {
         for (const int times : {1, 3, 8, 1000}) {

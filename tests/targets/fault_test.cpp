@@ -68,7 +68,7 @@ protected:
         return codes;
     }
 
-    // No lock is held, and the next connect imports all that the logger has.
+    // All locks are free, and the next connect imports all events of the logger.
     void expect_health(const std::string& call) {
         expect_idle();
         const auto counters = target->counters();
@@ -160,7 +160,7 @@ TEST_F(Allocations, AnyOfAConnectCanFail) {
         for (std::int64_t second = 5; second < 9; ++second)
             EXPECT_EQ(logger->fire_message(message(second)), S_OK);
         EXPECT_EQ(fakes::call_log().count("on_message @5s"), 1U);   // live
-        EXPECT_EQ(fakes::call_log().count("forget_event @5s"), 1U); // and evictions are told
+        EXPECT_EQ(fakes::call_log().count("forget_event @5s"), 1U); // and evictions are reported
         logger->connected = VARIANT_FALSE;
         EXPECT_TRUE(connect());
         EXPECT_EQ(stored().size(), 3U);

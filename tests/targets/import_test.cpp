@@ -195,9 +195,9 @@ TEST_F(Import, DatabaseChangeEndsTheReplay) {
     EXPECT_EQ(stored(), (Lines{"1@5s"}));
     EXPECT_EQ(a->references(), 2U); // the test and the store, no record
     expect_idle();
-    logger->fire_message(message(3)); // live again, and evictions are told again
+    logger->fire_message(message(3)); // live again, and evictions are reported again
     EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @3s)", "forget_event @3s", "on_message @3s"}));
-    EXPECT_TRUE(poll()); // the link was dropped, so the tick imports anew
+    EXPECT_TRUE(poll()); // the link was dropped, so the tick imports
 }
 
 TEST_F(Import, RecordsDuringShutdown) {
@@ -211,7 +211,7 @@ TEST_F(Import, RecordsDuringShutdown) {
     EXPECT_EQ(stored(), (Lines{"message@6s"}));
 }
 
-// One alarm without an identity survives a reconnect, but cannot be told from another one.
+// One alarm without an identity survives a reconnect, but not a second key without one.
 TEST_F(Import, FailsWithAnAlarmWithoutIdentity) {
     logger->active = {alarm(5)};
     make();

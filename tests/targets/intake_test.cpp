@@ -74,8 +74,8 @@ TEST_F(Intake, ClearedAndConfirmedAlarmsAreUpdated) {
         {true, VARIANT_TRUE, fakes::file_time(8), true, "@8s"},
         {true, VARIANT_FALSE, fakes::file_time(8), false, "@8s"},
         {true, 1, fakes::file_time(8), false, "@8s"}, // only -1 is true
-        {true, VARIANT_FALSE, 0, false, "@now"},      // the present for a time that the logger does not tell,
-        {false, VARIANT_FALSE, 0, false, "@0"},       // but not here
+        {true, VARIANT_FALSE, 0, false, "@now"},      // now in place of a missing time,
+        {false, VARIANT_FALSE, 0, false, "@0"},       // here not
         {false, VARIANT_TRUE, fakes::file_time(8), true, "@8s"},
     };
     for (const auto& row : cases) {
@@ -140,7 +140,7 @@ TEST_F(Intake, EvictedEventsAreForgottenFirst) {
     logger->fire_raised(alarm(7, 71));
     expect_forgotten("@6s", {R"(log_message NEW_ALARM_RAISED "T" 2 @7s)", "on_alarm_raised 2 @7s"});
     EXPECT_TRUE(listener.forgotten().back().payload().type() == ValueType::Message);
-    logger->fire_cleared(first, VARIANT_TRUE); // evicts itself, and is still told as changed
+    logger->fire_cleared(first, VARIANT_TRUE); // evicts itself, and is still reported as changed
     expect_forgotten("@5s", {R"(log_message KNOWN_ALARM_CLEARED "T" true 1 @5s @now)", "on_alarm_changed 1 removed"});
     EXPECT_EQ(listener.forgotten().back().payload().get_alarm().id(), 1);
     EXPECT_EQ(stored(), (Lines{"2@7s"}));
@@ -156,7 +156,7 @@ TEST_F(Intake, FailedHandlerReportsEvictions) {
     EXPECT_EQ(logger->fire_raised(first), E_ACCESSDENIED);
     EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @6s)", "forget_event @6s"}));
     EXPECT_EQ(stored(), (Lines{"message@7s", "1@9s"}));
-    // A listener that fails at the trace still hears of the event itself.
+    // A listener that fails at the trace still gets the event.
     listener.plan().throw_error("log_message FORGET_EVENT", "host", 1);
     EXPECT_EQ(logger->fire_message(message(8)), E_FAIL);
     EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @7s)", "forget_event @7s"}));

@@ -1,4 +1,4 @@
-// A lost target: its store is empty, the server was told, and no callback is told behind the reset.
+// A lost target: its store is empty, the server gets a reset, and no event is reported behind the reset.
 #include "tests/targets/target_fixture.h"
 
 #include "tests/fakes/callback_thread.h"
@@ -33,13 +33,13 @@ protected:
         EXPECT_TRUE(tick());
     }
     // The events that the listener got behind the last reset.
-    static Lines told_behind_reset() {
+    static Lines reported_behind_reset() {
         Lines lines = log();
         lines.erase(lines.begin(), std::find(lines.rbegin(), lines.rend(), "reset").base());
         std::erase_if(lines, [](const std::string& line) { return !line.starts_with("on_"); });
         return lines;
     }
-    bool has_straggler() { return !told_behind_reset().empty() || !stored().empty(); }
+    bool has_straggler() { return !reported_behind_reset().empty() || !stored().empty(); }
 };
 
 TEST_F(Loss, IsClearedByTheNextTick) {
@@ -122,7 +122,7 @@ TEST_F(Loss, QueuedCallbacksAreDroppedUntilConnected) {
         stragglers += has_straggler();
         reconnect();
         logger->fire_message(message(9));
-        EXPECT_EQ(told_behind_reset(), Lines{"on_message @9s"});
+        EXPECT_EQ(reported_behind_reset(), Lines{"on_message @9s"});
     }
     EXPECT_EQ(stragglers, 0);
 }
@@ -159,7 +159,7 @@ TEST_F(Loss, FailedImportKeepsAlarmRaisedMeanwhile) {
         logger->plan->answer("GetActiveAlarms", E_FAIL, 1);
         EXPECT_TRUE(tick());
         callbacks.drain();
-        if (told_behind_reset().size() != 1 || stored().size() != 1) ++lost;
+        if (reported_behind_reset().size() != 1 || stored().size() != 1) ++lost;
     }
     EXPECT_EQ(lost, 0);
 }
@@ -184,7 +184,7 @@ TEST_F(Loss, FoundDuringAServerThreadsImportReturns) {
         threads[1] = std::async(std::launch::async, [this] { lose_in_tick(); });
         threads[2] = std::async(std::launch::async, [this] { logger->fire_raised(alarm(2, 2)); });
         EXPECT_TRUE(fakes::call_log().wait_for(R"(log_message TARGET_SYSTEM_CONNECT_FAILED "T" "0x80004005")"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // so that the tick has come to its locks
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // so that the tick has reached its locks
         fetching->open();
         for (const auto& thread : threads)
             if (thread.wait_for(std::chrono::seconds(20)) != std::future_status::ready) std::abort(); // deadlock

@@ -61,7 +61,7 @@ protected:
                                        ZoHmiSrv::Timespan timeout = ZoHmiSrv::Timespan(5'000'000'000L)) {
         listener.set_probe([this](const std::string& line) {
             if (!probed || HasFailure()) return; // one long wait for a lock is enough
-            EXPECT_TRUE(Access::is_free(Access::event_mutex(*probed))) << "event mutex held in " << line;
+            EXPECT_TRUE(Access::is_free(Access::event_mutex(*probed))) << "event mutex locked in " << line;
         });
         target = std::shared_ptr<TargetSystem>(
             new TargetSystem("dom", &listener, "T", "5.1.2.3.1.1", timeout, limit, stopping, next_id),
@@ -97,7 +97,7 @@ protected:
     void lose_link() { logger->connected = VARIANT_FALSE; }
     void refuse(HRESULT code = E_FAIL) { logger->plan->answer("ConnectWithSettings", code); }
 
-    // No lock is held.
+    // All locks are free.
     void expect_idle() {
         for (std::mutex* mutex :
              {&Access::connection_mutex(*target), &Access::callback_mutex(*target), &Access::event_mutex(*target)})
