@@ -4,7 +4,6 @@
 #include "extension/host/value.h"
 #include "targets/target_system.h"
 
-
 namespace ZoHmiEventLogger {
 
 using namespace ZoHmiSrv;

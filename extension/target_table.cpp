@@ -9,7 +9,7 @@ namespace ZoHmiEventLogger {
 bool TargetTable::insert_or_replace(const std::string& name, std::shared_ptr<TargetSystem> target,
                                     const std::atomic<bool>& stopping) {
     {
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         if (stopping) return false;
         targets_[name].swap(target);
     }
@@ -35,7 +35,7 @@ std::vector<std::string> TargetTable::names() const {
 bool TargetTable::erase(const std::string& name) {
     std::shared_ptr<TargetSystem> erased;
     {
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         const auto found = targets_.find(name);
         if (found == targets_.end()) return false;
         erased = std::move(found->second);
@@ -48,7 +48,7 @@ bool TargetTable::erase(const std::string& name) {
 void TargetTable::clear() {
     std::map<std::string, std::shared_ptr<TargetSystem>> cleared;
     {
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         cleared.swap(targets_);
     }
     while (!cleared.empty())

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -46,7 +45,7 @@ public:
 
 private:
     mutable StripedMutex mutex_; ///< targets_mutex in the picture of the locks
-    std::map<std::string, std::shared_ptr<TargetSystem>> targets_;
+    std::map<std::string, std::shared_ptr<TargetSystem>> targets_ ZO_GUARDED_BY(mutex_);
 };
 
 } // namespace ZoHmiEventLogger

@@ -1,50 +1,14 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
+#include "server/command_table.h"
+
 #include <functional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// The operator's commands as lines of text, without their actions. All functions are [any thread].
+/// Lines of commands, without their actions. All functions are [any thread].
 namespace server {
-
-enum class Verb {
-    events,
-    show,
-    confirm,
-    diagnostics,
-    targets,
-    reconnect,
-    clear,
-    config_set,
-    config_delete,
-    watch,
-    sleep,
-    wait,
-    help,
-    quit
-};
-
-enum class ArgumentKind { none, alarm, event, language, target, address, enabled, yes, milliseconds, call, seconds };
-
-struct Argument {
-    ArgumentKind kind = ArgumentKind::none;
-    bool optional = false;
-};
-
-/// A row of the table of commands.
-struct CommandKind {
-    Verb verb;
-    std::string_view words; ///< the line begins with these one or two words
-    std::array<Argument, 3> arguments;
-    bool script_only;
-    std::string_view help;
-};
-
-[[nodiscard]] std::span<const CommandKind> command_kinds();
 
 /// A parsed line. An empty line or a comment has neither kind nor error.
 struct CommandLine {
@@ -62,9 +26,6 @@ using Candidates = std::function<std::vector<std::string>(ArgumentKind kind)>;
 
 /// Returns the completions of the last word of an interactive line, sorted, and quoted where needed.
 [[nodiscard]] std::vector<std::string> complete(std::string_view line, const Candidates& candidates);
-
-/// Returns the table of commands as lines for people.
-[[nodiscard]] std::string help_text();
 
 /// Returns a printable text in double quotes.
 [[nodiscard]] std::string quoted_name(std::string_view text);

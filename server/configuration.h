@@ -12,8 +12,8 @@ namespace server {
 
 /// Returns a configuration text as the tree that extensions read. An object is a Struct, but `TARGET_SYSTEMS` is a Map;
 /// `TIMEOUT`, a number of milliseconds, is a TimeSpan, and `LIMIT_EVENT_COUNT` a Double. Throws std::runtime_error with
-/// the reason when the text is not a JSON object, nests too deep, or has a key that no path can name (with "::" or a
-/// zero byte inside).
+/// the reason when the text is not a JSON object or nests too deep. A key with "::" or a zero byte throws, too: no path
+/// can name it.
 [[nodiscard]] ZoHmiSrv::Value parse_configuration(std::string_view json);
 
 /// A fault in a configuration.

@@ -85,10 +85,10 @@ RowText row_text(const EventRow& row) {
     return text;
 }
 
-std::string row_line(const EventRow& row) {
+std::string row_line(const EventRow& row, bool incomplete) {
     const RowText text = row_text(row);
-    return text.number + " " + text.target + " " + text.time + " severity " + text.severity + " " + text.state + " " +
-           text.name + " " + text.event_class + " " + text.id;
+    return text.number + (incomplete ? " ! " : " ") + text.target + " " + text.time + " severity " + text.severity +
+           " " + text.state + " " + text.name + " " + text.event_class + " " + text.id;
 }
 
 std::string message_line(const ZoHmiSrv::Message& message) {

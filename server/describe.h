@@ -32,8 +32,9 @@ struct RowText {
 };
 [[nodiscard]] RowText row_text(const EventRow& row);
 
-/// Returns a row as one line: "17 Bottling 2024-05-01 12:34:56.789 severity 2 active ZOEVENTLOGGER_ALARM {...} 7".
-[[nodiscard]] std::string row_line(const EventRow& row);
+/// Returns a row as one line, with "!" before a target whose list is incomplete: "17 Bottling 2024-05-01 12:34:56.789
+/// severity 2 active ZOEVENTLOGGER_ALARM {...} 7".
+[[nodiscard]] std::string row_line(const EventRow& row, bool incomplete);
 
 /// Returns a message's name and the texts of its parameters in order: "TARGET_SYSTEM_CONNECTED Bottling".
 [[nodiscard]] std::string message_line(const ZoHmiSrv::Message& message);

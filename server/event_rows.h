@@ -28,7 +28,7 @@ struct EventRow {
 /// Returns the parameters of the alarm or message inside, or a Null.
 [[nodiscard]] const ZoHmiSrv::Value& parameters_of(const ZoHmiSrv::Event& event);
 
-/// Rows in order, with an index of alarms by id and of other events by time received. It has no lock. [one thread]
+/// Rows in order, with an index of alarms by id and of other events by time received. [one thread]
 class EventRows {
 public:
     using Rows = std::list<EventRow>;

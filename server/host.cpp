@@ -196,12 +196,16 @@ bool Host::shut_down() {
     return true;
 }
 
+std::string Host::line_of(const EventRow& row) const {
+    return row_line(row, imports_.is_incomplete(parameters_of(row.event)["targetName"].get_string()));
+}
+
 void Host::send_message(const Context&, Message message, bool is_event) {
     const std::lock_guard lock(order_mutex_);
     trace_.message(message, is_event);
     if (is_event) {
         const EventList::Outcome outcome = events_.add_message(message);
-        print_("message " + row_line({outcome.row, event_of(message)}));
+        print_("message " + line_of({outcome.row, event_of(message)}));
     } else {
         print_("log " + message_line(message));
         if (words_of_call != nullptr && std::strcmp(message.name(), error_message) == 0) {
@@ -267,7 +271,7 @@ void Host::notify_alarm(const Context&, AlarmNotification mode, const Alarm& ala
     trace_.alarm(number, alarm);
     const EventList::Outcome outcome = events_.notify_alarm(number, alarm);
     print_(std::string(alarm_verb(mode)) + " " +
-           row_line({outcome.row, event_of(alarm), mode == AlarmNotification::Removed}));
+           line_of({outcome.row, event_of(alarm), mode == AlarmNotification::Removed}));
     history_.record("notify_alarm");
 }
 
@@ -275,7 +279,7 @@ void Host::forget_event(const Context&, const Event& event) {
     const std::lock_guard lock(order_mutex_);
     trace_.forgotten(event);
     const EventList::Outcome outcome = events_.forget(event);
-    print_("forgotten " + row_line({outcome.row, event}));
+    print_("forgotten " + line_of({outcome.row, event}));
     history_.record("forget_event");
 }
 

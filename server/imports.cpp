@@ -63,11 +63,14 @@ std::vector<std::string> Imports::incomplete() const {
     return names;
 }
 
-std::string Imports::label(const std::string& target) const {
+bool Imports::is_incomplete(const std::string& target) const {
     const std::lock_guard lock(mutex_);
     const auto found = targets_.find(target);
-    const bool failed = found != targets_.end() && found->second.failed;
-    return printable(target) + (failed ? std::string(" (") + incomplete_text + ")" : "");
+    return found != targets_.end() && found->second.failed;
+}
+
+std::string Imports::label(const std::string& target) const {
+    return printable(target) + (is_incomplete(target) ? std::string(" (") + incomplete_text + ")" : "");
 }
 
 std::map<std::string, Imports::Target>::iterator Imports::first_due() {

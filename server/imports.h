@@ -38,6 +38,7 @@ public:
 
     /// Returns the names of the targets with an incomplete list, not made printable.
     [[nodiscard]] std::vector<std::string> incomplete() const;
+    [[nodiscard]] bool is_incomplete(const std::string& target) const;
     /// Returns the printable name of a target, followed by a remark in parentheses if its list is incomplete.
     [[nodiscard]] std::string label(const std::string& target) const;
 

@@ -15,9 +15,8 @@ namespace server {
 /// starts, so that every thread inherits the blocked signals. SIGPIPE is ignored: a closed output is an error of that
 /// output.
 ///
-/// An output without a reader blocks its writer, and then no orderly end is possible. So when another process has sent
-/// SIGINT or SIGTERM, and standard output or standard error has blocked for two seconds, this process exits with
-/// status 1.
+/// An output without a reader blocks its writer, and then no orderly end is possible. So after a SIGINT or SIGTERM of
+/// another process, this process exits with status 1 when an output has blocked for two seconds.
 class Signals {
 public:
     using Clock = std::chrono::steady_clock;

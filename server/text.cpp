@@ -135,6 +135,16 @@ std::string fit(std::string_view text, std::size_t width) {
     return std::string(text.substr(0, bytes)).append(ellipsis) + std::string(width - 1 - used, ' ');
 }
 
+std::vector<std::string_view> pieces(std::string_view text, char separator) {
+    std::vector<std::string_view> pieces;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(separator), text.size());
+        pieces.push_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return pieces;
+}
+
 std::string time_text(std::int64_t nanoseconds) {
     if (nanoseconds == 0) return {};
     constexpr std::int64_t second = 1'000'000'000;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Text for a terminal. Names and texts come from devices, so they must not move the cursor or hide a line.
 /// All functions are [any thread].
@@ -22,6 +23,9 @@ namespace server {
 
 /// Returns a printable text in exactly `width` columns: padded with blanks, or cut between characters and ended by "…".
 [[nodiscard]] std::string fit(std::string_view text, std::size_t width);
+
+/// Returns the parts of a text between separators; a separator at the end begins no part.
+[[nodiscard]] std::vector<std::string_view> pieces(std::string_view text, char separator);
 
 /// Returns nanoseconds since 1970 as "2024-05-01 12:34:56.789" in UTC. 0 means "not set" and gives "".
 [[nodiscard]] std::string time_text(std::int64_t nanoseconds);

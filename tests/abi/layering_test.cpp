@@ -62,9 +62,9 @@ const Folder* folder_of(const std::string& file) {
     return innermost;
 }
 
-/// Returns true for headers in a `detail` folder, except those that the server's values inline.
+/// Returns true for headers in a `detail` folder that is not installed. Values are inlined, so the host's is.
 bool is_private(const std::string& header) {
-    return header.find("/detail/") != std::string::npos && header != "extension/host/detail/value_layout.h";
+    return header.find("/detail/") != std::string::npos && !lies_in(header, "extension/host");
 }
 
 bool may_include(const Folder& folder, const std::string& header) {

@@ -9,7 +9,6 @@
 #include <exception>
 
 using namespace ZoHmiSrv;
-using testing::ElementsAre;
 using values::show;
 
 namespace {
@@ -191,9 +190,8 @@ TEST_F(Reporting, CallsReachTheServerInTheirModes) {
     Event event;
     event.set_name("E");
     extension->forget_event(event);
-    EXPECT_THAT(take_calls("host."),
-                ElementsAre("host.send_message M", "host.send_message event M", "host.notify_alarm 0 7",
-                            "host.notify_alarm 1 7", "host.notify_alarm 2 7", "host.forget_event E"));
+    EXPECT_EQ(take_calls("host."), (Texts{"host.send_message M", "host.send_message event M", "host.notify_alarm 0 7",
+                                          "host.notify_alarm 1 7", "host.notify_alarm 2 7", "host.forget_event E"}));
     for (const char* call : {"send_message", "notify_alarm", "forget_event"})
         EXPECT_STREQ(host.context_of(call).domain(), "HMI") << call;
 }
@@ -234,7 +232,7 @@ TEST_F(Listing, ListsTargetsInNameOrder) {
         // Ids count up from 1 over all targets, in the order of their imports.
         EXPECT_EQ(event.payload().get_alarm().id(), static_cast<int>(index) + 1);
     }
-    EXPECT_THAT(names, ElementsAre("B", "a", "a"));
+    EXPECT_EQ(names, (Texts{"B", "a", "a"}));
 }
 
 } // namespace

@@ -170,7 +170,10 @@ TEST(Program, RunsItsCommandsAndEnds) {
     };
     const Case cases[]{
         {{"--script", script.path(), "--command", "show 6"}, "nonsense\n", 0, {"\"id\":5,", "\"id\":6,"}},
-        {{"--command", "confirm 5", "--command", "events"}, "", 1, {"\"error\":\"alarm 5 not confirmed", "\"events\":[{"}},
+        {{"--command", "confirm 5", "--command", "events"},
+         "",
+         1,
+         {"\"error\":\"alarm 5 not confirmed", "\"events\":[{"}},
         {{}, "nonsense\nshow 6", 1, {"\"error\":\"unknown command", "\"id\":6,"}},
     };
     for (const Case& c : cases) {

@@ -202,12 +202,7 @@ TEST(ValueAlias, OperationsOnItself) {
          "{Z: {c: 'short'}, " + in_map + "}"},
         {"v[5] = v[1], a full vector", [](Value& v) { v[5] = v[1]; }, sample_vector,
          "[" + in_vector + ", Null(), " + map + "]"},
-        {"v = move(v)",
-         [](Value& v) {
-             Value& same = v;
-             v = std::move(same);
-         },
-         sample_map, map},
+        {"v = move(v)", [](Value& v) { v = static_cast<Value&&>(v); }, sample_map, map},
         {"v.insert(x, v)", [](Value& v) { v.insert("x", v); }, sample_map, "{" + in_map + ", x: " + map + "}"},
         {"v.insert_or_update(a, v)", [](Value& v) { v.insert_or_update("a", v); }, sample_map,
          "{a: " + map + ", b: {c: 'short'}}"},

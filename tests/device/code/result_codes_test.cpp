@@ -120,12 +120,7 @@ TEST(DeviceState, Texts) {
 }
 
 TEST(DeviceState, FromFailure) {
-    const struct {
-        unsigned code;
-        const char* detail;
-        const char* text;
-        bool available;
-    } cases[] = {
+    const std::tuple<unsigned, const char*, const char*, bool> cases[] = {
         {6, "x", "Target Port Not Found (0x06)", false},
         {7, "x", "Target Machine Not Found (0x07)", false},
         {0x12, "x", "Stop (0x12)", false},
@@ -141,10 +136,10 @@ TEST(DeviceState, FromFailure) {
         {0x80000000, "x", "FDX Error (0x80000000)", false},
         {0, "x", "FDX Error (0x00)", false},
     };
-    for (const auto& row : cases) {
-        const auto state = connection_state_from_error(code(row.code), row.detail);
-        EXPECT_EQ(state.text, row.text);
-        EXPECT_EQ(state.available, row.available) << row.text;
+    for (const auto& [bits, detail, text, available] : cases) {
+        const auto state = connection_state_from_error(code(bits), detail);
+        EXPECT_EQ(state.text, text);
+        EXPECT_EQ(state.available, available) << text;
     }
 }
 

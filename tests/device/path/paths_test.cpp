@@ -135,11 +135,7 @@ TEST(PathGrammar, MethodAndIndicesRequireParent) {
 }
 
 TEST(PathGrammar, Cuts) {
-    const struct {
-        std::string_view text;
-        std::string_view marks; ///< of the last part
-        std::string_view operators;
-    } rows[] = {
+    const std::tuple<std::string_view, std::string_view, std::string_view> rows[] = {
         {"a.b", "", ""},
         {"a.b[1][2]^", "[1][2]^", "^"},
         {"a[1].b", "", ""},
@@ -150,15 +146,15 @@ TEST(PathGrammar, Cuts) {
         {"a.^`", "^`", "^`"},
         {"a.b]", "", ""},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        auto p = path<SanitizedUniqueFdxPath>(row.text);
-        EXPECT_EQ(p.remove_indices_and_dereference_operators(), row.marks);
-        EXPECT_EQ(p.str(), row.text.substr(0, row.text.size() - row.marks.size()));
-        p.append_indices_and_dereference_operators(std::string(row.marks));
-        EXPECT_EQ(p.str(), row.text);
-        EXPECT_EQ(p.trim_dereference_operators(), row.operators);
-        EXPECT_EQ(p.str(), row.text.substr(0, row.text.size() - row.operators.size()));
+    for (const auto& [text, last_marks, operators] : rows) {
+        SCOPED_TRACE(text);
+        auto p = path<SanitizedUniqueFdxPath>(text);
+        EXPECT_EQ(p.remove_indices_and_dereference_operators(), last_marks);
+        EXPECT_EQ(p.str(), text.substr(0, text.size() - last_marks.size()));
+        p.append_indices_and_dereference_operators(std::string(last_marks));
+        EXPECT_EQ(p.str(), text);
+        EXPECT_EQ(p.trim_dereference_operators(), operators);
+        EXPECT_EQ(p.str(), text.substr(0, text.size() - operators.size()));
     }
 }
 

@@ -21,31 +21,25 @@ Attributes attribute(const std::string& key) {
 }
 
 DatatypeDescription structure() {
-    DatatypeDescription description;
-    description.item_name = "ST_Pump";
-    description.type_name = "ST_Pump";
-    description.hmi_type = ValueType::Struct;
-    description.fdx_type = FdxDataType::Composite;
-    description.size = 8;
-    description.subitems = {member("speed"), member("mode")};
-    return description;
+    return {.size = 8,
+            .item_name = "ST_Pump",
+            .type_name = "ST_Pump",
+            .subitems = {member("speed"), member("mode")},
+            .hmi_type = ValueType::Struct,
+            .fdx_type = FdxDataType::Composite};
 }
 
 DatatypeDescription basic(ValueType hmi_type, FdxDataType fdx_type, const std::string& name) {
-    DatatypeDescription description;
-    description.hmi_type = hmi_type;
-    description.fdx_type = fdx_type;
-    description.item_name = name;
-    return description;
+    return {.item_name = name, .hmi_type = hmi_type, .fdx_type = fdx_type};
+}
+
+ArrayInfo one_dimension(std::uint64_t elements, const std::string& name = "") {
+    return ArrayInfo({{0, elements}}, name);
 }
 
 DatatypeDescription array(std::int32_t size, std::uint64_t elements, const std::string& name, FdxDataType fdx_type) {
-    DatatypeDescription description;
-    description.hmi_type = ValueType::Vector;
-    description.fdx_type = fdx_type;
-    description.size = size;
-    description.array_info = ArrayInfo({{0, elements}}, name);
-    return description;
+    return {
+        .size = size, .array_info = one_dimension(elements, name), .hmi_type = ValueType::Vector, .fdx_type = fdx_type};
 }
 
 DatatypeDescription flagged(std::uint32_t flags, DatatypeDescription description = {}) {
@@ -53,11 +47,13 @@ DatatypeDescription flagged(std::uint32_t flags, DatatypeDescription description
     return description;
 }
 
-DatatypeDescription enumeration(std::int32_t size, std::size_t items) {
-    DatatypeDescription description;
-    description.size = size;
-    description.enum_items.resize(items);
+DatatypeDescription with_members(DatatypeDescription description) {
+    description.subitems = {member("x")};
     return description;
+}
+
+DatatypeDescription enumeration(std::int32_t size, std::size_t items) {
+    return {.size = size, .enum_items = std::vector<EnumItem>(items)};
 }
 
 TEST(Datatype, DeducedFlags) {
@@ -68,27 +64,21 @@ TEST(Datatype, DeducedFlags) {
         return description;
     };
     constexpr std::uint32_t dialects = 1u << 24, incomplete = 1u << 25;
-    const struct {
-        unsigned bit;
-        bool (Datatype::*accessor)() const noexcept;
-    } accessors[] = {{18, &Datatype::is_enum_and_fits_in_int32},
-                     {19, &Datatype::is_indirection},
-                     {20, &Datatype::is_indirection_strict},
-                     {21, &Datatype::is_reference},
-                     {22, &Datatype::is_struct_alias},
-                     {23, &Datatype::is_enum_alias},
-                     {24, &Datatype::can_have_dialects},
-                     {25, &Datatype::is_incomplete_write_possible},
-                     {26, &Datatype::parsed},
-                     {27, &Datatype::is_alias_of_alias},
-                     {28, &Datatype::is_alias_indirection},
-                     {29, &Datatype::is_basic_alias},
-                     {30, &Datatype::bits_may_be_packed}};
-    const struct {
-        const char* what;
-        DatatypeDescription description;
-        std::uint32_t deduced;
-    } cases[] = {
+    const std::pair<unsigned, bool (Datatype::*)() const noexcept> accessors[] = {
+        {18, &Datatype::is_enum_and_fits_in_int32},
+        {19, &Datatype::is_indirection},
+        {20, &Datatype::is_indirection_strict},
+        {21, &Datatype::is_reference},
+        {22, &Datatype::is_struct_alias},
+        {23, &Datatype::is_enum_alias},
+        {24, &Datatype::can_have_dialects},
+        {25, &Datatype::is_incomplete_write_possible},
+        {26, &Datatype::parsed},
+        {27, &Datatype::is_alias_of_alias},
+        {28, &Datatype::is_alias_indirection},
+        {29, &Datatype::is_basic_alias},
+        {30, &Datatype::bits_may_be_packed}};
+    const std::tuple<const char*, DatatypeDescription, std::uint32_t> cases[] = {
         {"enumeration of 7 bytes", enumeration(7, 2), 1u << 18},
         {"enumeration of 8 bytes", enumeration(8, 1), 0},
         {"reference", flagged(1 << 1), 0b111u << 19},
@@ -115,13 +105,7 @@ TEST(Datatype, DeducedFlags) {
         {"map with members", with(structure(), [](auto& d) { d.hmi_type = ValueType::Map; }), dialects | incomplete},
         {"composite code alone", with(structure(), [](auto& d) { d.hmi_type = ValueType::Int; }),
          dialects | incomplete},
-        {"members of something else",
-         with(structure(),
-              [](auto& d) {
-                  d.hmi_type = ValueType::Int;
-                  d.fdx_type = FdxDataType::Int16;
-              }),
-         dialects},
+        {"members of something else", with_members(basic(ValueType::Int, FdxDataType::Int16, "x")), dialects},
         {"reference to a structure by alias", flagged(1 << 5, structure()), 0b101u << 19 | dialects},
         {"indirection by alias with members", flagged(1 << 6, structure()), 0b001u << 19 | dialects},
 
@@ -130,8 +114,7 @@ TEST(Datatype, DeducedFlags) {
         {"array of XINT of 4 bytes", array(12, 3, "XINT", FdxDataType::Int32), dialects},
         {"array of STRING", array(243, 3, "STRING(80)", FdxDataType::String), dialects | incomplete},
         {"array of structures", array(24, 3, "ST_Pump", FdxDataType::Composite), incomplete},
-        {"array of structures with members of its own",
-         with(array(24, 3, "ST_Pump", FdxDataType::Composite), [](auto& d) { d.subitems = {member("x")}; }),
+        {"array of structures with members of its own", with_members(array(24, 3, "ST_Pump", FdxDataType::Composite)),
          dialects | incomplete},
         {"array of pointers", flagged(1 << 6, array(24, 3, "POINTER TO INT", FdxDataType::UInt64)),
          0b001u << 19 | dialects},
@@ -184,40 +167,29 @@ TEST(Datatype, DescriptionRoundTrip) {
 }
 
 TEST(Datatype, SanityCheck) {
-    const struct {
-        const char* what;
-        Change change;
-        const char* sane; ///< as an array, a structure, a number
-    } cases[] = {
+    // Whether an array, a structure and a number are sane after the change.
+    const std::tuple<const char*, Change, const char*> cases[] = {
         {"nothing", [](auto&) {}, "yyy"},
         {"no size", [](auto& d) { d.size = -1; }, "nnn"},
         {"enumerators", [](auto& d) { d.enum_items.resize(1); }, "nny"},
         {"members", [](auto& d) { d.subitems = {member("a")}; }, "nyn"},
         {"properties", [](auto& d) { d.property_items = {PropertyItem("p", "INT", 0, 0, "", {})}; }, "nyn"},
         {"methods", [](auto& d) { d.method_items.resize(1); }, "nyn"},
-        {"a dimension",
-         [](auto& d) {
-             d.array_info = ArrayInfo({{0, 1}}, "");
-         },
-         "ynn"},
-        {"a dimension of nothing",
-         [](auto& d) {
-             d.array_info = ArrayInfo({{0, 0}}, "");
-         },
-         "yyy"},
+        {"a dimension", [](auto& d) { d.array_info = one_dimension(1); }, "ynn"},
+        {"a dimension of nothing", [](auto& d) { d.array_info = one_dimension(0); }, "yyy"},
         {"elements", [](auto& d) { d.array_info.set_element_type_name("INT"); }, "ynn"},
         {"another class", [](auto& d) { d.fdx_type = FdxDataType::Bit; }, "yyn"},
         {"no known class", [](auto& d) { d.fdx_type = FdxDataType::Composite; }, "yyy"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, change, expected] : cases) {
+        SCOPED_TRACE(what);
         std::string sane;
         for (DatatypeDescription description :
              {array(6, 3, "INT", FdxDataType::Int16), structure(), basic(ValueType::Int, FdxDataType::Int16, "INT")}) {
-            c.change(description);
+            change(description);
             sane += Datatype(description).sanity_check() ? 'y' : 'n';
         }
-        EXPECT_EQ(sane, c.sane);
+        EXPECT_EQ(sane, expected);
     }
     DatatypeDescription map = structure();
     map.hmi_type = ValueType::Map;
@@ -268,11 +240,10 @@ TEST(Datatype, FindCutsNameAtOperators) {
         description.method_items.emplace_back(name, "", "", MethodFlags::None);
     }
     const Datatype type(description);
-    const struct {
-        std::string name;
-        std::ptrdiff_t position; // 4 is the end
-    } cases[] = {{"a", 1}, {"a^", 1}, {"a`^", 1}, {"a^.x", 1}, {"b", 0},  {"b`", 0},
-                 {"A", 4}, {"a ", 4}, {"a[", 4},  {"", 3},     {"^a", 3}, {"c", 4}};
+    // Position 4 is the end.
+    const std::pair<std::string, std::ptrdiff_t> cases[] = {{"a", 1},  {"a^", 1}, {"a`^", 1}, {"a^.x", 1},
+                                                            {"b", 0},  {"b`", 0}, {"A", 4},   {"a ", 4},
+                                                            {"a[", 4}, {"", 3},   {"^a", 3},  {"c", 4}};
     for (const auto& [name, position] : cases)
         EXPECT_EQ(type.find_subitem(name) - type.subitems().begin(), position) << name;
     EXPECT_EQ(type.find_property("p^") - type.property_items().begin(), 0);
@@ -294,10 +265,8 @@ TEST(Datatype, ByteOrder) {
     std::size_t row = 0;
     for (const auto& [type, own, given, reversed] : cases) {
         SCOPED_TRACE(row++);
-        DatatypeDescription description;
-        description.fdx_type = type;
-        description.attributes = own;
-        EXPECT_EQ(Datatype(description).is_byte_order_reversed(given), reversed);
+        const Datatype datatype(DatatypeDescription{.attributes = own, .fdx_type = type});
+        EXPECT_EQ(datatype.is_byte_order_reversed(given), reversed);
     }
 }
 

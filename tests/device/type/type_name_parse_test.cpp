@@ -166,36 +166,26 @@ TEST(TypeName, AmendComposite) {
         EXPECT_EQ(amend_fdx_datatype(size, name, type), expected) << (name ? name : "null") << size;
 }
 
-TEST(TypeName, KnownGeneralItemNames) {
-    int known = 0;
-    for (const std::string_view name : type_names())
-        known += is_known_general_itemname(std::string(name));
-    EXPECT_EQ(known, 54);
-    for (const char* name : {"BITARR8", "OZOID", "REAL80", "STRING(80)"})
-        EXPECT_TRUE(is_known_general_itemname(name)) << name;
-    for (const auto& name : {""s, "INT48"s, "ENUM"s, "XINT"s, "WSTRING"s, "STRING"s, "STRING(81)"s, "INT\0"s})
-        EXPECT_FALSE(is_known_general_itemname(name)) << name;
-}
-
-TEST(TypeName, Flags) {
-    EXPECT_EQ(flags_from_datatype_name("REFERENCE TO INT"), 2U);
-    EXPECT_EQ(flags_from_datatype_name("POINTER TO REFERENCE TO INT"), 4U);
-    for (const char* name : {"", "INT", "POINTER TO", "REFERENCE TO", "pointer to INT", " POINTER TO INT"})
-        EXPECT_EQ(flags_from_datatype_name(name), 1U) << name;
-
-    for (const char* name : {"__get", "__getSpeed", "__getter"})
-        EXPECT_EQ(unsigned(flags_from_method_name(name)), 3U) << name;
-    for (const char* name : {"__set", "__setSpeed"})
-        EXPECT_EQ(unsigned(flags_from_method_name(name)), 5U) << name;
-    for (const char* name : {"", "__ge", "__Get", "get", "_get_x", "x__get"})
-        EXPECT_EQ(unsigned(flags_from_method_name(name)), 0U) << name;
-}
-
-TEST(TypeName, BitFieldsHaveNoDirectAccess) {
-    for (const char* name : {"BIT2", "BIT5", "BIT7"})
-        EXPECT_FALSE(is_direct_access_supported_for_type(name)) << name;
-    for (const char* name : {"", "BIT", "BIT1", "BIT8", "BIT25", "BIT2 ", "XIT2", "bit2"})
-        EXPECT_TRUE(is_direct_access_supported_for_type(name)) << name;
+TEST(TypeName, Predicates) {
+    constexpr auto known = [](const std::string& name) { return unsigned(is_known_general_itemname(name)); };
+    constexpr auto direct = [](const std::string& name) { return unsigned(is_direct_access_supported_for_type(name)); };
+    constexpr auto method = [](const std::string& name) { return unsigned(flags_from_method_name(name)); };
+    const std::tuple<unsigned (*)(const std::string&), unsigned, std::vector<std::string>> cases[] = {
+        {known, 1, {"BITARR8", "OZOID", "REAL80", "STRING(80)"}},
+        {known, 0, {"", "INT48", "ENUM", "XINT", "WSTRING", "STRING", "STRING(81)", "INT\0"s}},
+        {direct, 1, {"", "BIT", "BIT1", "BIT8", "BIT25", "BIT2 ", "XIT2", "bit2"}},
+        {direct, 0, {"BIT2", "BIT5", "BIT7"}},
+        {method, 0, {"", "__ge", "__Get", "get", "_get_x", "x__get"}},
+        {method, 3, {"__get", "__getSpeed", "__getter"}},
+        {method, 5, {"__set", "__setSpeed"}},
+        {flags_from_datatype_name, 1, {"", "INT", "POINTER TO", "REFERENCE TO", "pointer to INT", " POINTER TO INT"}},
+        {flags_from_datatype_name, 2, {"REFERENCE TO INT"}},
+        {flags_from_datatype_name, 4, {"POINTER TO REFERENCE TO INT"}},
+    };
+    for (const auto& [function, expected, names] : cases)
+        for (const std::string& name : names)
+            EXPECT_EQ(function(name), expected) << name;
+    EXPECT_EQ(std::ranges::count_if(type_names(), is_known_general_itemname), 54);
 }
 
 TEST(TypeName, StringSize) {

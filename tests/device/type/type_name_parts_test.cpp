@@ -116,26 +116,20 @@ TEST(EscapedName, Examples) {
         EXPECT_EQ(escape_datatype_name(name), expected) << '"' << name << '"';
 }
 
-// Arrays whose brackets are never closed must not be searched to the end of the text for each of them.
+// A search to the end of the text for each unclosed array would exceed the time limit of the test.
 TEST(EscapedName, TakesLinearTime) {
     std::string name, expected;
     for (int i = 0; i < 200'000; ++i) {
         name += "ARRAY [x ";
         expected += "ARRAY_x-";
     }
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(escape_datatype_name(name) == expected);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20)); // hundreds if it were quadratic
 }
 
 using Entries = std::vector<Attributes::Entry>;
 
 DatatypeDescription describe(FdxDataType type, const std::string& name) {
-    DatatypeDescription description;
-    description.fdx_type = type;
-    description.item_name = name;
-    description.type_name = name;
-    return description;
+    return {.item_name = name, .type_name = name, .fdx_type = type};
 }
 
 TEST(TypeDescription, SubrangeGivesBorders) {
@@ -188,10 +182,7 @@ TEST(TypeDescription, SelfTargetBecomesRemainder) {
         {DatatypeFlags::Pointer, pointer, pointer, pointer},
     };
     for (const auto& [flag, item_name, type_name, expected] : cases) {
-        DatatypeDescription description;
-        description.flags = std::uint32_t(flag);
-        description.item_name = item_name;
-        description.type_name = type_name;
+        DatatypeDescription description{.item_name = item_name, .type_name = type_name, .flags = std::uint32_t(flag)};
         fix_type_description(description);
         EXPECT_EQ(description.type_name, expected) << item_name;
         EXPECT_EQ(description.item_name, item_name);
