@@ -64,7 +64,7 @@ TEST_F(Construction, TimeoutIsSetInMilliseconds) {
     }
 }
 
-TEST_F(Construction, FailedTimeoutLeavesNoSubscription) {
+TEST_F(Construction, FailedTimeoutUnsubscribes) {
     for (const bool has_interface : {true, false}) {
         fresh_logger();
         logger->has_timeout = has_interface;
@@ -129,7 +129,7 @@ TEST_F(Connection, FailedConnectIsReported) {
     }
 }
 
-TEST_F(Connection, OlderLoggerIsConnectedWithoutSettings) {
+TEST_F(Connection, OlderLoggerConnectsPlainly) {
     make();
     log();
     refuse(not_supported);
@@ -228,7 +228,7 @@ TEST_F(Connection, LossSeenByOtherQueryIsAChange) {
     EXPECT_TRUE(poll());
 }
 
-TEST_F(Connection, FailedImportIsNotRepeatedWhileConnected) {
+TEST_F(Connection, FailedImportIsNotRepeated) {
     make();
     logger->plan->answer("GetLoggedEvents", E_FAIL);
     EXPECT_FALSE(connect());

@@ -168,19 +168,18 @@ private:
         const AlarmKey key = AlarmKey::of(*pool_[index]);
         std::optional<ReferenceContainer::Position> expected;
         EventStore::Position found;
-        bool expected_to_fail = false, failed = false;
+        const auto fails = [&key](auto& store, auto& position) {
+            try {
+                position = store.find_alarm(key);
+                return false;
+            } catch (const ZoAtlCom::CAtlException&) {
+                return true;
+            }
+        };
         const std::size_t before = asked();
-        try {
-            expected = reference_.find_alarm(key);
-        } catch (const ZoAtlCom::CAtlException&) {
-            expected_to_fail = true;
-        }
+        const bool expected_to_fail = fails(reference_, expected);
         const std::size_t between = asked();
-        try {
-            found = store_.find_alarm(key);
-        } catch (const ZoAtlCom::CAtlException&) {
-            failed = true;
-        }
+        const bool failed = fails(store_, found);
         ASSERT_EQ(failed, expected_to_fail);
         ASSERT_EQ(asked() - between, between - before);
         finds_failed += failed;

@@ -20,7 +20,7 @@ using namespace ZoHmiSrv;
 using fakes::file_time;
 using ZoHmiEventLogger::EventStore;
 
-TEST(Container, KeepsCountWhenAnAddFailsOrTheCallbackThrows) {
+TEST(Container, FailuresLeaveTheCountersRight) {
     EventStore store;
     store.set_removal_callback([](long, const Event&) { throw std::runtime_error("callback"); });
     Event first, second, third, failing;
@@ -61,7 +61,7 @@ TEST(EventKey, IsMadeOfTimeClassAndEventId) {
     EXPECT_EQ(EventKey().text(), "");
 }
 
-TEST(EventKey, ComparesIdsWhereBothHaveOneAndTextsElse) {
+TEST(EventKey, ComparesIdsOrElseTexts) {
     const EventKey a1(1, 10, some_class, 5), b1(1, 20, some_class, 5), a2(2, 10, some_class, 5),
         a({}, 10, some_class, 5), b({}, 20, some_class, 5);
     EXPECT_TRUE(a1 == b1);

@@ -145,7 +145,7 @@ TEST(Conversion, LoggedAlarmsHaveTheirStates) {
     }
 }
 
-TEST(Conversion, LiveAlarmIsClearedOnlyAfterItsRaise) {
+TEST(Conversion, LiveAlarmIsClearedAfterItsRaise) {
     for (const auto& [cleared, expected] : {std::pair{10, "@0"}, {9, "@0"}, {11, "@11s"}, {0, "@0"}}) {
         const Event event = converted(make<FakeAlarm>({.raised = file_time(10), .cleared = file_time(cleared)}));
         EXPECT_EQ(describe(Value(event.payload().get_alarm().time_cleared())), expected);
