@@ -26,7 +26,7 @@ void put_value(std::vector<std::uint8_t>& out, const Argument& argument) {
     }
 }
 
-// Takes `count` bytes from the front; false when there are not so many.
+/// Takes `count` bytes from the front; false if there are fewer.
 bool take(std::span<const std::uint8_t>& bytes, std::size_t count, std::span<const std::uint8_t>& out) {
     if (bytes.size() < count) return false;
     out = bytes.first(count);
@@ -76,7 +76,7 @@ ArgumentBlock pack_arguments(std::span<const Argument> arguments, BlockLayout la
         types.push_back(static_cast<std::uint8_t>(argument.index() + 1));
         put_value(data, argument);
     }
-    // A reader that adds up the two sizes must get the whole block, so the gap cannot lie outside both ranges.
+    // The sum of the two sizes must be the size of the block, so the gap belongs to one of the ranges.
     if (layout == BlockLayout::data_first) data.insert(data.end(), gap_size, 0xee);
     const auto types_size = static_cast<std::uint32_t>(types.size());
     const auto data_size = static_cast<std::uint32_t>(data.size());

@@ -50,7 +50,7 @@ Outcome EventLog::raise(zo_link::EventRecord alarm, FileTime now) {
     if (const std::uint64_t handle = find_active(alarm)) {
         const auto old = active_.find(handle);
         if (log_.at(old->second).record.active != 0) return Outcome::already_raised;
-        // It waits for its confirmation still: the same alarm again, at a new time.
+        // The alarm still waits for its confirmation: it keeps its number and gets a new time.
         occurrence.number = handle;
         log_.erase(old->second);
         active_.erase(old);

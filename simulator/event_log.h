@@ -10,16 +10,16 @@
 
 namespace zo_sim {
 
-// File time: 100 ns since 1601.
+/// File time: 100 ns since 1601.
 using FileTime = std::int64_t;
 
 FileTime file_time_now();
 
-// Confirmation states as they travel.
+/// Confirmation states on the link.
 enum class Confirmation : std::int32_t { none = 0, waits = 2, confirmed = 3, left_without = 4 };
 
-// One event of the log. `record.active` is whether the alarm is raised now; `record.uid` and, for alarms,
-// `record.handle` are its number.
+/// One event of the log. `record.active` says whether the alarm is raised now; `record.uid` and, for alarms,
+/// `record.handle` are its number.
 struct Occurrence {
     std::uint64_t number = 0;
     zo_link::EventRecord record;
@@ -28,12 +28,12 @@ struct Occurrence {
 
 enum class ChangeKind : std::uint8_t { message, raised, cleared, confirmed, database };
 
-// What happened, in order: the state file stores it, then the clients are told.
+/// One change. The state file stores changes in their order, then the clients are notified.
 struct Change {
     ChangeKind kind = ChangeKind::message;
     Occurrence occurrence;             // not for database
     std::int32_t reason = 0;           // database
-    std::vector<std::uint64_t> erased; // database: numbers that left the log
+    std::vector<std::uint64_t> erased; // database: numbers of the erased events
 };
 
 enum class Outcome : std::uint8_t {
@@ -45,40 +45,40 @@ enum class Outcome : std::uint8_t {
     already_confirmed,
 };
 
-// The logger's log and its active alarms, without files, links or clocks. [one thread at a time]
+/// The logger's log and its active alarms, without files, links or clocks. [one thread at a time]
 class EventLog {
 public:
-    // `max_size`: finished events that the log holds before its oldest quarter goes, at least 1.
+    /// With more than `max_size` finished events the oldest quarter is erased. Requires at least 1.
     explicit EventLog(std::size_t max_size);
 
-    // Puts back what a state file held. `next_number` is the number of the next occurrence, at least.
+    /// Restores the content of a state file. The next occurrence gets `next_number` or a higher number.
     void restore(std::vector<Occurrence> occurrences, std::uint64_t next_number);
 
-    // Times are made strictly increasing: an occurrence's raised time is `now` or just after the latest time given out.
-    // The record's times, states, number and handle are set here.
+    /// Sets the record's times, states, number and handle. Times increase strictly: a raised time is `now`, or just
+    /// after the latest time of the log.
     Outcome raise(zo_link::EventRecord alarm, FileTime now);
     Outcome clear(std::uint64_t handle, FileTime now);
     Outcome confirm(std::uint64_t handle, FileTime now);
-    // Takes the alarm out of the list whatever it waits for; told as a clear.
+    /// Removes the alarm from the list in any state; clients see it as cleared.
     Outcome reset(std::uint64_t handle, FileTime now);
     void send(zo_link::EventRecord message, FileTime now);
-    // Empties the log but for active alarms.
+    /// Erases all events but active alarms.
     void clear_log(std::int32_t reason);
 
-    // The handle of the active alarm with the class, event id and source of `like`; 0 when there is none.
+    /// Returns the handle of the active alarm with the class, event id and source of `like`; 0 if there is none.
     std::uint64_t find_active(const zo_link::EventRecord& like) const;
 
-    // The newest `count` events, oldest first, as logged events: `active` is whether the alarm is in the list.
+    /// Returns the newest `count` events, oldest first. `active` says whether the alarm is in the list.
     std::vector<zo_link::EventRecord> logged(std::size_t count) const;
-    // Lowest handle first; `active` is whether it is raised now.
+    /// Returns the list, lowest handle first. `active` says whether the alarm is raised now.
     std::vector<zo_link::EventRecord> active_alarms() const;
 
-    // What changed since the last call.
+    /// Returns the changes since the last call.
     std::vector<Change> take_changes();
 
     std::uint64_t next_number() const { return next_number_; }
     std::size_t size() const { return log_.size(); }
-    // Every occurrence in the order of the log.
+    /// Returns every occurrence in the order of the log.
     std::vector<Occurrence> occurrences() const;
 
 private:

@@ -26,8 +26,8 @@
 
 namespace {
 
-// Reads lines of standard input on a thread of its own, which can be ended: a terminal, a pipe or a file may give
-// nothing for ever. The lines are taken on the thread that runs `io`; nothing more is read until they are.
+/// Reads lines of standard input on a thread of its own: a read may block for ever. The thread of `io` takes the lines;
+/// until then nothing more is read.
 class Input {
 public:
     template <typename Take>
@@ -44,7 +44,7 @@ public:
     Input& operator=(const Input&) = delete;
 
 private:
-    // False at the end of this object.
+    /// Waits for input; false at the end of this object.
     bool wait_for(int file) const {
         for (;;) {
             pollfd polled[] = {{file, POLLIN, 0}, {stop_, POLLIN, 0}};
@@ -77,7 +77,7 @@ private:
         }
     }
 
-    // Of a line that is too long just enough is kept to be seen as such.
+    /// Keeps one byte more than the longest line, so that a longer line shows.
     static void append(std::string& line, std::string_view more) {
         line.append(more.substr(0, zo_sim::longest_line + 1 - line.size()));
     }
@@ -88,8 +88,8 @@ private:
     std::thread thread_;
 };
 
-// SIGINT and SIGTERM end the program from a thread of their own: a flood, or an output that nobody reads, may keep the
-// other one for very long. What clients were told is in the state file by then.
+/// Ends the program at SIGINT and SIGTERM, from a thread of its own: a flood or a full output may block the other one
+/// for long. The state file has all changes that clients know.
 class Ending {
 public:
     explicit Ending(boost::asio::io_context& io) {
@@ -117,7 +117,7 @@ private:
     std::thread thread_;
 };
 
-// A JSON string may have brought line feeds into a word that is told, and what is told is one line.
+/// Prints one line. A JSON string may have brought line feeds into it.
 void print(std::FILE* file, std::string line) {
     std::ranges::replace_if(
         line, [](char c) { return c >= 0 && c < ' '; }, ' ');
@@ -148,7 +148,7 @@ int run(const std::string& scenario_file, const zo_sim::TargetOptions& options) 
 } // namespace
 
 int main(int argc, char** argv) {
-    // A standard stream that is closed would lend its number to the next file, the state file for one.
+    // A closed standard stream would give its number to the next open file, for example the state file.
     for (int file = 0; file >= 0 && file <= STDERR_FILENO;) {
         file = ::open("/dev/null", O_RDWR | O_CLOEXEC);
         if (file > STDERR_FILENO) ::close(file);
@@ -157,12 +157,19 @@ int main(int argc, char** argv) {
     std::string scenario_file;
     zo_sim::TargetOptions options;
     bool die_with_parent = false;
-    app.add_option("--scenario", scenario_file, "what the target holds and does (JSON)")->required();
+    app.add_option("--scenario", scenario_file, "events, history and schedule (JSON)")->required();
     app.add_option("--port", options.port, "TCP port, 0 for a free one")->required();
     app.add_option("--bind", options.bind, "address in numbers")->capture_default_str();
-    app.add_option("--state", options.state_file, "keeps log and alarms in this file");
+    app.add_option("--state", options.state_file, "stores log and alarms in this file");
     app.add_flag("--die-with-parent", die_with_parent, "ends with the process that started it");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& help) {
+        return app.exit(help);
+    } catch (const CLI::ParseError& error) {
+        print(stderr, std::string("zo-target: ") + error.what() + "; see zo-target --help");
+        return error.get_exit_code();
+    }
 
     std::signal(SIGPIPE, SIG_IGN);
     if (die_with_parent) {

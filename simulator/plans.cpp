@@ -6,7 +6,7 @@ namespace zo_sim {
 
 namespace {
 
-// What a plan for `wanted` says about something more special.
+/// Returns whether a plan for `wanted` applies to this operation and language.
 bool covers(const Verb& wanted, const std::string& operation, std::optional<std::int32_t> language) {
     if (!wanted.operation.empty() && wanted.operation != operation) return false;
     return !wanted.language || wanted.language == language;
@@ -47,7 +47,7 @@ RequestPlan Plans::take(const std::string& operation, std::optional<std::int32_t
         }
         return verb.count != 0 && --verb.count == 0;
     };
-    // std::erase_if may move elements around its predicate, which must not change them; so by hand, in order.
+    // std::erase_if may move elements around its predicate, which must not change them.
     std::vector<Verb> left;
     for (Verb& verb : verbs_)
         if (!use(verb)) left.push_back(std::move(verb));

@@ -12,14 +12,15 @@
 
 namespace zo_sim {
 
-// Event records as JSON text, for the state file and for `list`: as they travel, but with the argument block in
-// hexadecimal digits. [any thread]
+/// Returns an event record for the state file and for `list`: the map of the link, with the argument block in
+/// hexadecimal digits. [any thread]
 nlohmann::json record_to_text_json(const zo_link::EventRecord& record);
-// False when it is no such record.
+/// Reads such a record; false if the map is none. [any thread]
 bool record_from_text_json(nlohmann::json map, zo_link::EventRecord& record);
 
-// Bytes as hexadecimal digits, and back; empty for what is no even number of digits. [any thread]
+/// Returns bytes as hexadecimal digits. [any thread]
 std::string to_hex(const std::vector<std::uint8_t>& bytes);
+/// Reads hexadecimal digits, two for each byte; empty for any other text. [any thread]
 std::optional<std::vector<std::uint8_t>> from_hex(std::string_view digits);
 
 } // namespace zo_sim

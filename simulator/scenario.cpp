@@ -1,16 +1,14 @@
 #include "simulator/scenario.h"
 
 #include "platform/link/event_record.h"
+#include "platform/link/regular_file.h"
 #include "simulator/record_text.h"
 #include "simulator/text_template.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <fstream>
 #include <initializer_list>
 #include <limits>
 #include <utility>
@@ -26,7 +24,7 @@ constexpr std::int64_t max_milliseconds = std::int64_t{1} << 40;
 constexpr int max_depth = 100;
 constexpr std::size_t largest_file = std::size_t{64} << 20;
 
-// A value of the file with its place in it, for errors.
+/// A value of the file, with its place for errors.
 class Node {
 public:
     Node(const json& value, std::string place) : value_(&value), place_(std::move(place)) {}
@@ -35,7 +33,7 @@ public:
         throw ScenarioError((place_.empty() ? "the scenario" : place_) + ": " + what);
     }
 
-    // An object with no other members than these.
+    /// Requires an object with no other members than these.
     const Node& object(std::initializer_list<const char*> names) const {
         if (!value_->is_object()) fail("must be an object");
         for (const auto& [name, value] : value_->items()) {
@@ -53,7 +51,7 @@ public:
     }
     Node at(const char* name) const {
         std::optional<Node> member = find(name);
-        if (!member) fail("lacks '" + std::string(name) + "'");
+        if (!member) fail("'" + std::string(name) + "' is missing");
         return *member;
     }
 
@@ -93,12 +91,12 @@ public:
     std::uint32_t u32() const {
         return static_cast<std::uint32_t>(integer(0, std::numeric_limits<std::uint32_t>::max()));
     }
-    zo_link::Guid guid() const {
-        zo_link::Guid guid;
-        if (!zo_link::parse_guid(text(), guid)) fail("must be a GUID without braces");
-        return guid;
+    GUID guid() const {
+        const auto guid = ZoHmiSrv::Algorithm::guid_from_string(text(), false);
+        if (!guid) fail("must be a GUID without braces");
+        return *guid;
     }
-    // A text as it stands, anything else as its JSON.
+    /// Returns a text unchanged, any other value as JSON.
     std::string text_or_json() const { return value_->is_string() ? text() : value_->dump(); }
     const json& value() const { return *value_; }
 
@@ -134,7 +132,7 @@ public:
     }
 
 private:
-    // Keys are words of verbs.
+    /// Requires one word of a verb.
     static void check_key(const std::string& key, const Node& node) {
         if (key.empty() || key.find_first_of(" \t\"=") != std::string::npos)
             node.fail("a key is one word without '=' and quotes");
@@ -167,7 +165,7 @@ private:
             if (language == scenario_.languages.end()) member.fail("is not among the languages");
             text[language->second] = member.text();
         });
-        if (!text.contains(scenario_.default_language)) node.fail("lacks the default language");
+        if (!text.contains(scenario_.default_language)) node.fail("has no text in the default language");
         return text;
     }
 
@@ -212,7 +210,7 @@ private:
         if (event.confirmation && !event.alarm) node.fail("a message is not confirmed");
         if (const auto key = node.find("source")) {
             event.source = key->text();
-            if (!scenario_.sources.contains(event.source)) key->fail("there is no such source");
+            if (!scenario_.sources.contains(event.source)) key->fail("unknown source");
         }
         if (const auto arguments = node.find("arguments"))
             arguments->each_item([&](const Node& argument) { add_argument(event, argument); });
@@ -239,7 +237,7 @@ private:
         check_key(name.text(), name);
         for (const std::string& other : event.argument_names)
             if (other == name.text()) name.fail("comes twice");
-        if (name.text() == "source" || name.text() == "json") name.fail("has a meaning of its own in verbs");
+        if (name.text() == "source" || name.text() == "json") name.fail("is reserved in verbs");
         event.argument_names.push_back(name.text());
         const std::string& type = node.at("type").text();
         const Node value = node.at("value");
@@ -301,11 +299,11 @@ private:
 const EventClass* Scenario::find_class(std::string_view name) const {
     const auto found = classes.find(std::string(name));
     if (found != classes.end()) return &found->second;
-    zo_link::Guid guid;
-    return zo_link::parse_guid(name, guid) ? find_class(guid) : nullptr;
+    const auto guid = ZoHmiSrv::Algorithm::guid_from_string(name, false);
+    return guid ? find_class(*guid) : nullptr;
 }
 
-const EventClass* Scenario::find_class(const zo_link::Guid& guid) const {
+const EventClass* Scenario::find_class(const GUID& guid) const {
     for (const auto& [key, event_class] : classes)
         if (event_class.guid == guid) return &event_class;
     return nullptr;
@@ -325,11 +323,11 @@ Scenario parse_scenario(std::string_view text) {
     json document;
     try {
         document = json::parse(text, [](int depth, json::parse_event_t, const json&) {
-            if (depth > max_depth) throw ScenarioError("nests too deep");
+            if (depth > max_depth) throw ScenarioError("is nested too deeply");
             return true;
         });
     } catch (const json::exception& error) {
-        // Without the library's own number and without what it read last, which may be most of the file.
+        // The library's own number and its quote of the input, which may be most of the file, are cut off.
         std::string_view what = error.what();
         what.remove_prefix(std::min(what.find("] ") + 2, what.size()));
         throw ScenarioError("not JSON: " + std::string(what.substr(0, what.find("; last read: "))));
@@ -338,14 +336,11 @@ Scenario parse_scenario(std::string_view text) {
 }
 
 Scenario load_scenario(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string text;
-    char chunk[65536];
-    while (text.size() <= largest_file && (file.read(chunk, sizeof chunk), file.gcount() > 0))
-        text.append(chunk, static_cast<std::size_t>(file.gcount()));
-    if (text.size() > largest_file) throw ScenarioError("is larger than 64 MiB");
-    if (!file.eof()) throw ScenarioError("cannot read it: " + std::string(std::strerror(errno)));
-    return parse_scenario(text);
+    try {
+        return parse_scenario(zo_link::read_regular_file(path, largest_file));
+    } catch (const zo_link::FileError& error) {
+        throw ScenarioError(error.what());
+    }
 }
 
 } // namespace zo_sim

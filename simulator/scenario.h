@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/link/guid_text.h"
 #include "simulator/argument_block.h"
+#include "support/guid.h"
 
 #include <cstdint>
 #include <map>
@@ -13,19 +13,19 @@
 
 namespace zo_sim {
 
-// What a target holds and what happens to it; docs/simulator.md describes the file.
+// The content of a scenario file, as docs/simulator.md describes it.
 
-// A text for each language number. Without languages, one text under the number 0.
+/// A text for each language number. Without languages, one text under the number 0.
 using LocalizedText = std::map<std::int32_t, std::string>;
 
 struct Source {
     std::optional<std::uint32_t> id;
-    std::optional<zo_link::Guid> guid;
+    std::optional<GUID> guid;
     std::optional<std::string> name;
     LocalizedText text;
 };
 
-// One cause with its remedy, or one detail with its comment.
+/// One cause with its remedy, or one detail with its comment.
 struct Advice {
     std::string id;
     LocalizedText text;
@@ -40,21 +40,21 @@ struct EventDefinition {
     std::string source; // key, or empty
     LocalizedText text;
     std::vector<std::string> argument_names;
-    std::vector<Argument> arguments; // one for each name: its default, whose alternative is the argument's type
+    std::vector<Argument> arguments; // one default for each name, of the argument's type
     BlockLayout layout = BlockLayout::types_first;
-    std::optional<ArgumentBlock> raw; // takes the place of what the arguments give
+    std::optional<ArgumentBlock> raw; // replaces the block of the arguments
     std::optional<std::string> json;
     std::vector<Advice> causes;
     std::vector<Advice> details;
 };
 
 struct EventClass {
-    zo_link::Guid guid;
+    GUID guid{};
     LocalizedText name;
     std::map<std::uint32_t, EventDefinition> events;
 };
 
-// Which optional interfaces events offer.
+/// The optional interfaces that events offer.
 struct Interfaces {
     bool identity = true;
     bool extended = true;
@@ -82,20 +82,21 @@ struct Scenario {
     std::vector<HistoryItem> history;
     std::vector<ScheduleItem> schedule;
 
-    // By key or by GUID text; null when there is none.
+    /// Finds a class by key or by GUID text; null if there is none.
     const EventClass* find_class(std::string_view name) const;
-    const EventClass* find_class(const zo_link::Guid& guid) const;
-    // The text in that language, in another variant of it (same low ten bits), or in the default language.
+    const EventClass* find_class(const GUID& guid) const;
+    /// Returns the text in that language, in another variant of it (same low ten bits), or in the default language.
     const std::string& in_language(const LocalizedText& text, std::int32_t language) const;
 };
 
-// Says where in the file something is wrong, and what.
+/// The text names the place in the file and the error.
 struct ScenarioError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Everything but the verbs is checked. Throws ScenarioError.
+/// Reads and checks a scenario; its verbs are checked by the target. Throws ScenarioError. [any thread]
 Scenario parse_scenario(std::string_view json);
+/// Reads a regular file of at most 64 MiB. Throws ScenarioError. [any thread]
 Scenario load_scenario(const std::string& path);
 
 } // namespace zo_sim

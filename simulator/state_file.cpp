@@ -1,5 +1,6 @@
 #include "simulator/state_file.h"
 
+#include "platform/link/regular_file.h"
 #include "simulator/record_text.h"
 
 #include <nlohmann/json.hpp>
@@ -7,12 +8,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <string_view>
 #include <tuple>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace zo_sim {
@@ -23,7 +24,8 @@ using nlohmann::json;
 
 constexpr char format_key[] = "zo-target state";
 constexpr int format_version = 1;
-// Both leave room to count on from there.
+constexpr std::size_t largest_file = std::size_t{1} << 30;
+// Both leave room for higher numbers and times.
 constexpr std::uint64_t max_number = std::uint64_t{1} << 62;
 constexpr FileTime max_time = FileTime{1} << 62;
 
@@ -39,8 +41,8 @@ std::string put_line(const Occurrence& occurrence) {
 
 class Loader {
 public:
-    // False for a line that is no part of a state.
-    bool take(const std::string& line) {
+    /// Returns false for a line that is no part of a state.
+    bool take(std::string_view line) {
         const json object = json::parse(line, nullptr, false);
         if (!object.is_object()) return false;
         if (!headed_) return headed_ = take_head(object);
@@ -101,6 +103,14 @@ private:
     std::map<std::uint64_t, Occurrence> occurrences_;
 };
 
+int open_for_writing(const std::string& path, int flags) {
+    try {
+        return zo_link::open_regular_file(path, flags);
+    } catch (const zo_link::FileError& error) {
+        throw StateError("cannot write state file '" + path + "': " + error.what());
+    }
+}
+
 void write_all(int file, std::string_view text, const std::string& path) {
     while (!text.empty()) {
         const ssize_t written = ::write(file, text.data(), text.size());
@@ -112,37 +122,47 @@ void write_all(int file, std::string_view text, const std::string& path) {
 
 } // namespace
 
+std::optional<State> load_state(const std::string& path) {
+    std::string content;
+    try {
+        content = zo_link::read_regular_file(path, largest_file);
+    } catch (const zo_link::FileError& error) {
+        if (error.error == ENOENT) return std::nullopt;
+        throw StateError("cannot read state file '" + path + "': " + error.what());
+    }
+    Loader loader;
+    std::size_t number = 1;
+    for (std::string_view rest = content; !rest.empty(); ++number) {
+        const std::size_t end = rest.find('\n');
+        // A last line without line feed was cut off while it was written. A head is never cut: it comes by rename.
+        if (end == rest.npos && loader.headed()) break;
+        if (!loader.take(rest.substr(0, end)))
+            throw StateError("state file '" + path + "' is damaged in line " + std::to_string(number));
+        rest.remove_prefix(end == rest.npos ? rest.size() : end + 1);
+    }
+    if (!loader.headed()) throw StateError("state file '" + path + "' is damaged: it is empty");
+    return loader.finish();
+}
+
 StateFile::StateFile(std::string path) : path_(std::move(path)) {
+    // A file of its own: the state file is replaced by rename, and its lock would go with the old one.
+    const std::string beside = path_ + ".lock";
+    lock_ = open_for_writing(beside, O_RDWR | O_CREAT);
+    if (::flock(lock_, LOCK_EX | LOCK_NB) == 0) return;
+    const int error = errno;
+    ::close(lock_);
+    if (error != EWOULDBLOCK) throw StateError("cannot lock '" + beside + "': " + std::strerror(error));
+    throw StateError("state file '" + path_ + "' is in use by another process; end it or choose another file");
 }
 
 StateFile::~StateFile() {
     if (file_ >= 0) ::close(file_);
-}
-
-std::optional<State> StateFile::load() const {
-    std::ifstream file(path_, std::ios::binary);
-    if (!file) {
-        if (errno == ENOENT) return std::nullopt;
-        throw StateError("cannot read state file '" + path_ + "': " + std::strerror(errno));
-    }
-    Loader loader;
-    std::string line;
-    for (std::size_t number = 1; std::getline(file, line); ++number) {
-        // Without its line feed the last line was cut off while it was written. A head is never cut: it comes by
-        // rename.
-        if (file.eof() && loader.headed()) break;
-        if (!loader.take(line))
-            throw StateError("state file '" + path_ + "' is damaged in line " + std::to_string(number));
-    }
-    if (file.bad()) throw StateError("cannot read state file '" + path_ + "': " + std::strerror(errno));
-    if (!loader.headed()) throw StateError("state file '" + path_ + "' is damaged: it is empty");
-    return loader.finish();
+    ::close(lock_);
 }
 
 void StateFile::rewrite(std::uint64_t instance, const EventLog& log) {
     const std::string beside = path_ + ".new";
-    const int file = ::open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
-    if (file < 0) throw StateError("cannot write state file '" + beside + "': " + std::strerror(errno));
+    const int file = open_for_writing(beside, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND);
     if (file_ >= 0) ::close(file_);
     file_ = file;
     std::string text = line_of({{format_key, format_version}, {"instance", instance}, {"next", log.next_number()}});

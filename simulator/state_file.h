@@ -21,29 +21,32 @@ struct StateError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The log on disk: one JSON object a line. The first tells the instance and the next number, each other one puts one
-// occurrence in the place of an older version of it, or erases some. Changes are appended; now and then the whole
-// is written anew beside the file and renamed over it. Written data survives the process, not the machine.
-// [one thread at a time]
+/// Reads a state file. Empty if there is no file. Skips half a line at the end; throws StateError for any other damage,
+/// for a file that is no regular one, and for one larger than 1 GiB. [any thread]
+std::optional<State> load_state(const std::string& path);
+
+/// The log on disk: one JSON object a line. The first line has the instance and the next number. Each other line
+/// replaces the older version of one occurrence, or erases some. Changes are appended; now and then the whole is
+/// written to a new file, which is renamed over the old one. Written data survives the process, not the machine.
+/// [one thread at a time]
 class StateFile {
 public:
+    /// Locks PATH.lock until its end. Throws StateError if another process has that lock.
     explicit StateFile(std::string path);
     ~StateFile();
     StateFile(const StateFile&) = delete;
     StateFile& operator=(const StateFile&) = delete;
 
-    // Empty when there is no file. Half a line at the end is passed over; throws StateError for any other damage.
-    std::optional<State> load() const;
-
-    // Writes the whole state; later changes are appended to it. Throws StateError.
+    /// Writes the whole state; later changes are appended to it. Throws StateError.
     void rewrite(std::uint64_t instance, const EventLog& log);
-    // Throws StateError.
+    /// Throws StateError.
     void append(const std::vector<Change>& changes);
-    // Lines appended since the last rewrite.
+    /// Returns the number of lines since the last rewrite.
     std::size_t appended() const { return appended_; }
 
 private:
     std::string path_;
+    int lock_ = -1;
     int file_ = -1;
     std::size_t appended_ = 0;
 };

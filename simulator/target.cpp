@@ -13,7 +13,7 @@ namespace {
 
 using nlohmann::json;
 
-// Lines that the state file may have beyond those of the log before it is written anew.
+// The state file is rewritten when it has so many lines more than the log.
 constexpr std::size_t spare_lines = 10000;
 // Events of a flood that are stored and sent together.
 constexpr std::uint64_t flood_batch = 1000;
@@ -66,7 +66,7 @@ void Target::restore(const std::string& state_file) {
     std::optional<State> state;
     if (!state_file.empty()) {
         state_file_ = std::make_unique<StateFile>(state_file);
-        state = state_file_->load();
+        state = load_state(state_file);
     }
     if (state) {
         instance_ = state->instance;
@@ -91,7 +91,7 @@ void Target::play_history() {
             throw ScenarioError("history: '" + item.verb + "': " + error.what());
         }
     }
-    (void)log_.take_changes(); // nobody listens yet
+    (void)log_.take_changes(); // there are no clients yet
 }
 
 void Target::read_schedule() {
@@ -119,9 +119,9 @@ void Target::run_schedule() {
         auto [time, index] = *due_.begin();
         due_.erase(due_.begin());
         const auto& [verb, period] = schedule_[index];
-        execute_quietly("schedule", verb);
+        execute_planned("schedule", verb);
         if (period.count() == 0) continue;
-        // A process that stood still does not catch up on what it missed.
+        // A process that stood still skips the missed times.
         time += period;
         if (time <= now) time += (now - time) / period * period + period;
         due_.emplace(time, index);
@@ -139,11 +139,11 @@ void Target::input(const std::string& line) {
     }
 }
 
-void Target::execute_quietly(const char* whence, const Verb& verb) {
+void Target::execute_planned(const char* origin, const Verb& verb) {
     try {
         execute(verb);
     } catch (const VerbError& error) {
-        output_.complain(std::string(whence) + ": '" + verb.text + "': " + error.what());
+        output_.error(std::string(origin) + ": '" + verb.text + "': " + error.what());
     }
 }
 
@@ -222,7 +222,7 @@ void Target::change_log(const Verb& verb, FileTime now) {
 }
 
 void Target::flood(const Verb& verb, FileTime now) {
-    const bool live = server_ != nullptr; // else the history is played
+    const bool live = server_ != nullptr; // false while the history is played
     for (std::uint64_t i = 1; i <= verb.count; ++i) {
         if (verb.alarm) {
             check_outcome(log_.raise(verb.event, now));
@@ -267,10 +267,10 @@ void Target::commit(const std::function<void()>& answer) {
     }
     if (answer) answer();
     for (const Change& change : changes)
-        tell(change);
+        notify(change);
 }
 
-void Target::tell(const Change& change) {
+void Target::notify(const Change& change) {
     const auto event = [&] { return json{{"event", offered(change.occurrence.record)}}; };
     const auto event_with_removed = [&] {
         return json{{"event", offered(change.occurrence.record)}, {"removed", !change.occurrence.listed}};

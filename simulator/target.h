@@ -25,7 +25,7 @@
 
 namespace zo_sim {
 
-// In bytes; a longer line of input is an error.
+/// In bytes; a longer line of input is an error.
 inline constexpr std::size_t longest_line = std::size_t{1} << 20;
 
 struct TargetOptions {
@@ -34,28 +34,28 @@ struct TargetOptions {
     std::string state_file; // empty: none
 };
 
-// One simulated target: the log and what clients, verbs and the schedule do to it. Everything happens on the thread
-// that runs `io`; what changes goes to the state file first, then to the clients.
+/// One simulated target: the log, and the clients, verbs and schedule that change it. All of it runs on the thread of
+/// `io`. A change goes to the state file first, then to the clients.
 class Target {
 public:
-    // Gets lines without their end: what verbs print and the schedule's errors. [io thread]
+    /// Get lines without their end: the output of verbs, and the errors of the schedule. [io thread]
     struct Output {
         std::function<void(const std::string& line)> print;
-        std::function<void(const std::string& line)> complain;
+        std::function<void(const std::string& line)> error;
     };
 
-    // Restores or plays the history, then listens and starts the schedule. `quit` stops `io`, which must live longer.
-    // Throws what says itself what is wrong: ScenarioError, StateError, std::runtime_error. A state file that cannot be
-    // written later throws StateError out of `io.run()`.
+    /// Restores the state or plays the history, then listens and starts the schedule. `quit` stops `io`, which must
+    /// live longer. Throws ScenarioError, StateError or std::runtime_error. A state file that cannot be written later
+    /// throws StateError out of `io.run()`.
     Target(boost::asio::io_context& io, Scenario scenario, const TargetOptions& options, Output output);
-    // Not while `io` runs.
+    /// Requires that `io` has stopped.
     ~Target();
     Target(const Target&) = delete;
     Target& operator=(const Target&) = delete;
 
     std::uint16_t port() const { return server_->port(); }
 
-    // Does a line of input and prints its answer. [io thread]
+    /// Runs a line of input and prints its answer. [io thread]
     void input(const std::string& line);
 
 private:
@@ -74,16 +74,16 @@ private:
     void await_schedule();
     void run_schedule();
 
-    // Throws VerbError when it cannot be done.
+    /// Throws VerbError.
     void execute(const Verb& verb);
-    void execute_quietly(const char* whence, const Verb& verb);
+    void execute_planned(const char* origin, const Verb& verb);
     void change_log(const Verb& verb, FileTime now);
     void flood(const Verb& verb, FileTime now);
     void stall(std::int64_t milliseconds);
     void resume();
-    // Writes what has changed to the state file, then answers, then tells all clients.
+    /// Writes the changes to the state file, then answers, then notifies all clients.
     void commit(const std::function<void()>& answer = {});
-    void tell(const Change& change);
+    void notify(const Change& change);
 
     nlohmann::json list_json() const;
     nlohmann::json sessions_json() const;

@@ -1,4 +1,4 @@
-// How a target answers its clients' requests.
+// The answers of a target to its clients' requests.
 
 #include "platform/link/protocol.h"
 #include "simulator/target.h"
@@ -19,14 +19,14 @@ constexpr std::uint32_t already_confirmed_code = 1;
 
 void Target::on_request(const Request& request) {
     ++requests_[is_operation(request.operation) ? request.operation : "other"];
-    // A session that comes during a stall gets its answer after it, too.
+    // A session that opens during a stall also waits for its end.
     if (stalled_) request.session->stall(true);
 
     std::optional<std::int32_t> language;
     if (std::int32_t number = 0; zo_link::read_field(request.fields, "language", number)) language = number;
     RequestPlan plan = plans_.take(request.operation, language);
     for (const auto& verb : plan.before)
-        execute_quietly("during", *verb);
+        execute_planned("during", *verb);
     if (plan.delay == 0) return finish(request, plan);
 
     const auto timer = std::make_shared<boost::asio::steady_timer>(io_, std::chrono::milliseconds(plan.delay));
@@ -42,7 +42,7 @@ void Target::finish(const Request& request, const RequestPlan& plan) {
     else
         answer(request);
     for (const auto& verb : plan.after)
-        execute_quietly("after", *verb);
+        execute_planned("after", *verb);
 }
 
 void Target::answer(const Request& request) {
@@ -54,7 +54,7 @@ void Target::answer(const Request& request) {
     if (is_text_operation(operation)) return answer_text_request(request);
     if (operation == op::clear_logged_events) {
         log_.clear_log(1);
-        // Answered first: a client may well disconnect as soon as it hears of the change, and would lose the answer.
+        // The answer comes first: a client may disconnect at the notification, and would lose the answer.
         return commit([&] { request.session->reply(request.id, zo_link::code::ok); });
     }
     request.session->reply(request.id, zo_link::code::not_supported);
@@ -64,7 +64,7 @@ void Target::answer_hello(const Request& request) {
     std::string role;
     if (!zo_link::read_field(request.fields, "role", role)) return request.session->drop();
     if (role != "logger") return request.session->reply(request.id, zo_link::code::not_supported);
-    // It may be gone: its answer may have been held back for long.
+    // The session may have ended: a plan may have delayed this answer.
     const auto open = server_->sessions();
     if (std::ranges::find(open, request.session) == open.end()) return;
     json hello = request.fields;

@@ -32,7 +32,7 @@ TextAnswer text(std::string text) {
     return answer;
 }
 
-const EventDefinition* find_event(const Scenario& scenario, const zo_link::Guid& guid, std::uint32_t id) {
+const EventDefinition* find_event(const Scenario& scenario, const GUID& guid, std::uint32_t id) {
     const EventClass* event_class = scenario.find_class(guid);
     if (event_class == nullptr) return nullptr;
     const auto event = event_class->events.find(id);
@@ -44,14 +44,14 @@ TextAnswer event_text(const Scenario& scenario, const EventDefinition& event, st
     std::array<std::uint32_t, 5> descriptor{};
     std::vector<std::uint8_t> block;
     if (!read_field(fields, "args", descriptor) || !read_field(fields, "block", block)) return malformed();
-    // A block that cannot be read leaves every placeholder without its argument.
+    // Without a readable block every placeholder is without its argument.
     const auto arguments = unpack_arguments(descriptor, block).value_or(std::vector<Argument>());
     return text(fill_template(scenario.in_language(event.text, language), event.argument_names, arguments));
 }
 
 TextAnswer source_name(const Scenario& scenario, std::int32_t language, const json& fields) {
     std::string name;
-    zo_link::Guid guid;
+    GUID guid{};
     if (!read_field(fields, "guid", guid) || !read_field(fields, "name", name)) return malformed();
     // The GUID is the source's own or, for a source without one, that of the event's class: the name decides.
     for (const auto& [key, source] : scenario.sources)
@@ -82,7 +82,7 @@ TextAnswer answer_text(const Scenario& scenario, const std::string& operation, c
     if (!read_field(fields, "language", language)) return malformed();
     if (operation == zo_link::op::source_name) return source_name(scenario, language, fields);
 
-    zo_link::Guid guid;
+    GUID guid{};
     if (!read_field(fields, "class", guid)) return malformed();
     if (operation == zo_link::op::class_name) {
         const EventClass* event_class = scenario.find_class(guid);

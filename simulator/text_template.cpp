@@ -10,14 +10,14 @@ namespace {
 struct Piece {
     std::string_view literal; // text before the placeholder
     bool placeholder = false; // false at the end of the text
-    std::size_t index = 0;    // of the argument; names.size() when there is none of that name
+    std::size_t index = 0;    // of the argument; names.size() for an unknown name
     std::string_view name;
     int decimals = -1;
 };
 
 enum class Step { piece, unclosed, bad_decimals };
 
-// Cuts the next piece off the text. A "{{" ends a piece after its first brace.
+/// Cuts the next piece off the text. A "{{" ends a piece after its first brace.
 Step next_piece(std::string_view& text, std::span<const std::string> names, Piece& piece) {
     piece = Piece{};
     const std::size_t open = text.find('{');

@@ -1,6 +1,7 @@
 #include "simulator/verbs.h"
 
 #include "platform/link/protocol.h"
+#include "support/utf8.h"
 
 #include <nlohmann/json.hpp>
 
@@ -64,7 +65,7 @@ std::string in_quotes(std::string_view word) {
     return "'" + std::string(word) + "'";
 }
 
-// A word, or what stands behind the '=' of a word, is literal or a JSON string.
+/// The words of a line. A word, or the value behind its '=', is literal or a JSON string.
 class Words {
 public:
     explicit Words(std::string_view line) : rest_(line) { skip_spaces(); }
@@ -78,7 +79,7 @@ public:
         end_word();
         return word;
     }
-    // NAME=VALUE; false, and nothing is taken, when the next word has no '='.
+    /// Takes NAME=VALUE; false, and nothing is taken, if the next word has no '='.
     bool next_assignment(std::string& name, std::string& value) {
         const std::size_t end = rest_.find_first_of(" \t\"=");
         if (end == std::string_view::npos || end == 0 || rest_[end] != '=') return false;
@@ -109,7 +110,7 @@ private:
             end += rest_[end] == '\\' ? 2 : 1;
         if (end >= rest_.size()) throw VerbError("a quote is not closed");
         const auto text = nlohmann::json::parse(rest_.substr(0, end + 1), nullptr, false);
-        if (!text.is_string()) throw VerbError("what is quoted is not a JSON string");
+        if (!text.is_string()) throw VerbError("the quoted text is not a JSON string");
         rest_.remove_prefix(end + 1);
         return text.get<std::string>();
     }
@@ -138,7 +139,7 @@ Number number(Words& words, const char* what, Number lowest, Number highest) {
     return number;
 }
 
-// A result code in decimal or, with 0x, hexadecimal digits.
+/// Reads a result code in decimal or, with 0x, hexadecimal digits.
 std::uint32_t result_code(Words& words) {
     const std::string word = words.next("code");
     std::uint32_t code = 0;
@@ -189,51 +190,51 @@ private:
         switch (verb_.kind) {
         case VerbKind::raise:
         case VerbKind::message:
-            happening();
+            parse_event_verb();
             if (verb_.alarm != (verb_.kind == VerbKind::raise))
                 throw VerbError(verb_.alarm ? "that event is an alarm" : "that event is a message");
             break;
         case VerbKind::flood:
             verb_.count = number<std::uint64_t>(words_, "count", 1, max_flood);
-            happening();
+            parse_event_verb();
             break;
         case VerbKind::clear:
         case VerbKind::confirm:
         case VerbKind::reset:
-            alarm_name();
+            parse_alarm_verb();
             break;
         case VerbKind::database_changed:
             verb_.reason = number<std::int32_t>(words_, "reason", std::numeric_limits<std::int32_t>::min(),
                                                 std::numeric_limits<std::int32_t>::max());
             break;
         case VerbKind::set:
-            setting();
+            parse_setting();
             break;
         case VerbKind::stall:
             if (!words_.empty()) verb_.milliseconds = number<std::int64_t>(words_, "time", 1, max_milliseconds);
             break;
         case VerbKind::fail:
-            operation();
+            parse_operation();
             verb_.code = result_code(words_);
-            optional_count();
+            parse_count();
             break;
         case VerbKind::slow:
-            operation();
+            parse_operation();
             verb_.milliseconds = number<std::int64_t>(words_, "time", 1, max_milliseconds);
-            optional_count();
+            parse_count();
             break;
         case VerbKind::truncate:
-            operation();
+            parse_operation();
             break;
         case VerbKind::during:
         case VerbKind::after:
             if (nested) throw VerbError("'during' and 'after' do not nest");
-            operation();
+            parse_operation();
             verb_.inner = std::make_shared<const Verb>(Parser(words_.rest(), scenario_).parse(true));
             words_ = Words("");
             break;
         case VerbKind::normal:
-            if (!words_.empty()) operation();
+            if (!words_.empty()) parse_operation();
             break;
         default: // the others have no arguments
             break;
@@ -241,8 +242,8 @@ private:
     }
 
     // CLASS EVENT [source=KEY] [json=TEXT] [NAME=VALUE...]
-    void happening() {
-        const EventDefinition& definition = event_name();
+    void parse_event_verb() {
+        const EventDefinition& definition = parse_event();
         std::vector<Argument> arguments = definition.arguments;
         std::string source = definition.source;
         verb_.event.severity = definition.severity;
@@ -272,12 +273,12 @@ private:
     }
 
     // CLASS EVENT [source=KEY] or HANDLE
-    void alarm_name() {
+    void parse_alarm_verb() {
         if (read_number(words_.rest(), verb_.handle)) {
             words_ = Words("");
             return;
         }
-        const EventDefinition& definition = event_name();
+        const EventDefinition& definition = parse_event();
         if (!definition.alarm) throw VerbError("that event is a message");
         std::string source = definition.source;
         std::string name;
@@ -286,7 +287,7 @@ private:
         set_source(source);
     }
 
-    const EventDefinition& event_name() {
+    const EventDefinition& parse_event() {
         const std::string key = words_.next("class");
         const EventClass* event_class = scenario_.find_class(key);
         if (event_class == nullptr) throw VerbError("unknown class " + in_quotes(key));
@@ -310,7 +311,7 @@ private:
     }
 
     // KIND or KIND@LANGUAGE
-    void operation() {
+    void parse_operation() {
         std::string word = words_.next("kind of request");
         if (const std::size_t at = word.find('@'); at != std::string::npos) {
             const auto language = scenario_.languages.find(word.substr(at + 1));
@@ -323,7 +324,7 @@ private:
         verb_.operation = word;
     }
 
-    void optional_count() {
+    void parse_count() {
         if (words_.empty()) return;
         if (words_.rest() == "always") {
             words_ = Words("");
@@ -333,7 +334,7 @@ private:
         }
     }
 
-    void setting() {
+    void parse_setting() {
         const std::string word = words_.next("interface");
         if (word == "identity")
             verb_.interface = &Interfaces::identity;
@@ -357,12 +358,9 @@ Verb parse_verb(std::string_view line, const Scenario& scenario) {
     if (line.ends_with('\r')) line.remove_suffix(1);
     while (line.ends_with(' ') || line.ends_with('\t'))
         line.remove_suffix(1);
-    // Texts go into JSON, which holds nothing but UTF-8.
-    try {
-        (void)nlohmann::json(line).dump();
-    } catch (const nlohmann::json::exception&) {
+    // Texts go into JSON, which takes UTF-8 only.
+    if (!ZoHmiSrv::UTF8::is_utf8(std::vector<unsigned char>(line.begin(), line.end())))
         throw VerbError("the line is not UTF-8");
-    }
     return Parser(line, scenario).parse(false);
 }
 

@@ -37,17 +37,17 @@ enum class VerbKind : std::uint8_t {
     quit,
 };
 
-// One line of input, read and checked; docs/simulator.md has the list. Which members count depends on the kind.
+/// One checked line of input; docs/simulator.md has the list. Each member names the kinds that use it.
 struct Verb {
     VerbKind kind = VerbKind::quit;
-    // raise, message, flood: what happens. clear, confirm, reset: class, id and source of the alarm.
+    // raise, message, flood: the event. clear, confirm, reset: class, id and source of the alarm.
     zo_link::EventRecord event;
     bool alarm = false;       // flood: the event is an alarm
-    std::uint64_t handle = 0; // clear, confirm, reset: given instead of the event
-    // flood: how many. fail, slow: for how many requests, 0 for all.
+    std::uint64_t handle = 0; // clear, confirm, reset: instead of the event
+    // flood: number of events. fail, slow: number of requests, 0 for all.
     std::uint64_t count = 1;
     std::string operation;                 // fail, slow, truncate, during, after, normal; empty: all
-    std::optional<std::int32_t> language;  // of these: only requests in this language
+    std::optional<std::int32_t> language;  // of the same kinds: only requests in this language
     std::uint32_t code = 0;                // fail
     std::int64_t milliseconds = 0;         // slow; stall, 0 until resume
     std::int32_t reason = 0;               // database_changed
@@ -57,18 +57,18 @@ struct Verb {
     std::string text;                      // the line
 };
 
-// Says what is wrong with a line.
+/// The text names the error in the line.
 struct VerbError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Throws VerbError. [any thread]
+/// Reads one line. Throws VerbError. [any thread]
 Verb parse_verb(std::string_view line, const Scenario& scenario);
 
-// Whether the link has such an operation for loggers. [any thread]
+/// Returns whether loggers have this operation. [any thread]
 bool is_operation(std::string_view word);
 
-// Whether the verb changes nothing but log and alarms, so that it may stand in a history. [any thread]
+/// Returns whether the verb changes log and alarms only: a history may have it. [any thread]
 bool is_logger_verb(const Verb& verb);
 
 } // namespace zo_sim

@@ -19,7 +19,7 @@ constexpr std::int32_t no_address = 0x749;
 constinit PortTable ports;
 static_assert(std::is_trivially_destructible_v<PortTable>);
 
-/// This machine's net id as the routes file tells it now, the loopback one if it does not.
+/// Returns this machine's net id from the routes file, the loopback one without such a file.
 ZoHmiFdx::NrxNetId local_net_id() {
     const auto path = zo_link::default_routes_path(reinterpret_cast<const void*>(&FdxPortOpenEx));
     const auto routes = zo_link::read_routes(path).value_or(zo_link::Routes());
@@ -29,7 +29,7 @@ ZoHmiFdx::NrxNetId local_net_id() {
     return net_id;
 }
 
-/// No device answers yet: every request that is well formed is one that the device does not support.
+/// There are no devices yet: every well-formed request is not supported.
 std::int32_t refuse(std::int32_t port, const ZoHmiFdx::NrxAddr* address) {
     if (!ports.is_open(port)) return port_not_open;
     return address == nullptr ? no_address : service_not_supported;
@@ -56,7 +56,7 @@ std::int32_t FdxGetLocalAddressEx(std::int32_t port, ZoHmiFdx::NrxAddr* address)
     try {
         *address = {local_net_id(), static_cast<std::uint16_t>(port)};
         return success;
-    } catch (...) { // no memory to read the file with
+    } catch (...) { // out of memory
         return client_error;
     }
 }

@@ -1,31 +1,25 @@
 #include "platform/link/connection.h"
 
+#include "platform/link/dialer.h"
 #include "platform/link/event_record.h"
 #include "platform/link/frame.h"
-#include "platform/link/lookup.h"
+#include "platform/link/request_table.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <charconv>
-#include <condition_variable>
 #include <deque>
-#include <map>
 #include <mutex>
-#include <optional>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <nlohmann/json.hpp>
-
-#include <fcntl.h>
 
 namespace zo_link {
 
@@ -39,78 +33,57 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds shortest_heartbeat{20};
 constexpr milliseconds longest_heartbeat{5000};
-constexpr milliseconds lookup_period{5};
-// A deadline this far away is none, and keeps the clock from overflowing.
+// A deadline so far away counts as none, and keeps the clock from overflowing.
 constexpr milliseconds longest_timeout{std::chrono::hours(24 * 365)};
 
 Clock::time_point deadline_of(milliseconds timeout) {
     return Clock::now() + std::clamp(timeout, milliseconds(0), longest_timeout);
 }
 
-std::uint32_t connect_code(const error_code& error) {
-    if (error == boost::asio::error::connection_refused) return code::refused;
-    if (error == boost::asio::error::timed_out) return code::timeout;
-    return code::host_unreachable;
-}
-
 enum class State : std::uint8_t { idle, opening, open, ended };
-
-// A request that waits for its answer.
-struct Pending {
-    bool done = false;
-    bool abandoned = false; // its caller gave up; the target may still answer it, and counts it until then
-    Reply reply;
-    std::vector<json> items; // of the parts so far
-    std::size_t bytes = 0;   // their frames
-};
 
 } // namespace
 
 struct Connection::Impl {
     explicit Impl(std::shared_ptr<ConnectionEvents> owner) : events(std::move(owner)) {}
 
-    // All of these run on the reader thread.
-    void resolve(const std::string& host, const std::string& port);
-    void await_lookup(std::uint16_t port);
-    void connected(const error_code& error);
+    // [reader thread]
+    void connected(std::uint32_t result);
     void read();
     void received(std::size_t size);
     bool handle(json& map, std::size_t size);
     bool handle_answer(json& map, std::size_t size);
-    bool handle_pong(const json& map);
-    bool open_by(const Pending& hello);
+    bool handle_pong(std::uint32_t result);
     void write();
     void beat();
     void arm_heartbeat();
     void fail(std::uint32_t result);
-
     void run();
+
+    // [mutex held]
+    bool open_by(std::uint32_t result, const json& hello);
     bool send_locked(std::vector<std::uint8_t> frame);
     void end_locked(std::uint32_t result);
-    Reply wait(std::unique_lock<std::mutex>& lock, std::uint32_t id, Clock::time_point deadline);
 
     const std::shared_ptr<ConnectionEvents> events;
     boost::asio::io_context io{1};
     tcp::socket socket{io};
     boost::asio::steady_timer heartbeat{io};
-    boost::asio::steady_timer lookup_timer{io};
+    Dialer dialer{io, socket};
 
-    mutable std::mutex mutex; // guards what follows, to the blank line
-    std::condition_variable answered;
+    mutable std::mutex mutex;              // guards what follows, to the blank line
     std::atomic<State> state{State::idle}; // written under the mutex
-    std::map<std::uint32_t, Pending> pending;
+    RequestTable requests;
     std::deque<std::vector<std::uint8_t>> unsent; // the first one is being written while `writing`
     std::size_t unsent_bytes = 0;
-    std::uint32_t last_id = 0;
     std::uint32_t hello_id = 0;
     std::vector<std::uint8_t> hello_frame;
     bool writing = false;
 
     // Of the reader thread alone.
-    std::optional<Lookup> lookup;
     FrameReader frames;
     std::array<std::uint8_t, std::size_t{64} << 10> chunk{};
-    std::uint32_t ping_id = 0; // 0: none is under way
+    std::uint32_t ping_id = 0; // 0: no ping waits for its answer
     Clock::time_point ping_sent;
 
     std::atomic<std::int64_t> timeout_ms{5000};
@@ -124,46 +97,14 @@ void Connection::Impl::run() {
             io.run();
             return;
         } catch (...) {
-            // Out of memory, or a fault of the owner: the link cannot go on.
+            // Out of memory, or the owner failed: the link cannot go on.
             fail(code::bad_answer);
         }
     }
 }
 
-void Connection::Impl::resolve(const std::string& host, const std::string& port) {
-    error_code error;
-    const auto address = boost::asio::ip::make_address(host, error);
-    std::uint16_t number = 0;
-    const auto [end, result] = std::from_chars(port.data(), port.data() + port.size(), number);
-    if (result != std::errc() || end != port.data() + port.size()) return fail(code::host_unreachable);
-    if (!error) {
-        socket.async_connect(tcp::endpoint(address, number), [this](const error_code& outcome) { connected(outcome); });
-        return;
-    }
-    lookup.emplace(host);
-    await_lookup(number);
-}
-
-void Connection::Impl::await_lookup(std::uint16_t port) {
-    if (!lookup->done()) {
-        lookup_timer.expires_after(lookup_period);
-        lookup_timer.async_wait([this, port](const error_code& error) {
-            if (!error) await_lookup(port);
-        });
-        return;
-    }
-    const auto endpoints = lookup->endpoints(port);
-    lookup.reset();
-    if (endpoints.empty()) return fail(code::host_unreachable);
-    boost::asio::async_connect(socket, endpoints,
-                               [this](const error_code& outcome, const tcp::endpoint&) { connected(outcome); });
-}
-
-void Connection::Impl::connected(const error_code& error) {
-    if (error) return fail(connect_code(error));
-    ::fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC); // a program that the host starts must not hold the link
-    error_code ignored;
-    socket.set_option(tcp::no_delay(true), ignored);
+void Connection::Impl::connected(std::uint32_t result) {
+    if (failed(result)) return fail(result);
     {
         const std::lock_guard lock(mutex);
         if (state != State::opening) return;
@@ -190,7 +131,7 @@ void Connection::Impl::received(std::size_t size) {
     read();
 }
 
-// False when the connection has ended.
+/// Returns false after the connection has ended.
 bool Connection::Impl::handle(json& map, std::size_t size) {
     std::uint32_t result = code::bad_answer;
     if (map.contains("note")) {
@@ -203,72 +144,40 @@ bool Connection::Impl::handle(json& map, std::size_t size) {
     return false;
 }
 
-// False when the answer breaks the protocol.
+/// Returns false if the answer breaks the protocol.
 bool Connection::Impl::handle_answer(json& map, std::size_t size) {
     std::uint32_t id = 0;
     std::uint32_t result = 0;
-    if (!read_field(map, "id", id) || !read_field(map, "code", result)) return false;
-    if (id != 0 && id == ping_id) return handle_pong(map);
+    if (!read_field(map, "id", id) || id == 0 || !read_field(map, "code", result)) return false;
+    if (id == ping_id) return handle_pong(result);
 
     const std::uint64_t mark = events->on_answer();
     const std::lock_guard lock(mutex);
-    if (id == 0 || id > last_id) return false;
-    const auto it = pending.find(id);
-    if (it == pending.end()) return false; // answered already
-    Pending& request = it->second;
-    if (request.done) return false;
-    if (request.abandoned) {
-        const auto more = map.find("more");
-        if (failed(result) || more == map.end() || *more != true) pending.erase(it);
-        return true;
-    }
-    if (failed(result)) {
-        request.reply.result = result;
-    } else {
-        if (const auto items = map.find("items"); items != map.end()) {
-            request.bytes += size;
-            if (!items->is_array() || request.bytes > max_list_bytes ||
-                request.items.size() + items->size() > max_list_items)
-                return false;
-            std::ranges::move(items->get_ref<json::array_t&>(), std::back_inserter(request.items));
-        }
-        const auto more = map.find("more");
-        if (more != map.end() && !more->is_boolean()) return false;
-        if (more != map.end() && more->get<bool>()) return true;
-        if (map.contains("items")) map["items"] = std::move(request.items);
-        request.reply.result = result;
-        request.reply.body = std::make_shared<json>(std::move(map));
-    }
-    request.reply.mark = mark;
-    if (id == hello_id && !open_by(request)) return false;
-    request.done = true;
-    answered.notify_all();
-    return true;
+    if (id == hello_id && !open_by(result, map)) return false;
+    return requests.take(id, result, map, size, mark);
 }
 
-// The answer to the hello has come; a refusal leaves the ending to open().
-bool Connection::Impl::open_by(const Pending& hello) {
-    if (failed(hello.reply.result)) return true;
+/// Opens the link by the answer to the hello; false if the answer breaks the protocol. After a refusal open() closes.
+bool Connection::Impl::open_by(std::uint32_t result, const json& hello) {
+    if (failed(result) || state != State::opening) return true;
     std::uint32_t version = 0;
     std::uint64_t instance = 0;
-    if (!read_field(*hello.reply.body, "version", version) || version != protocol_version ||
-        !read_field(*hello.reply.body, "instance", instance))
+    if (!read_field(hello, "version", version) || version != protocol_version ||
+        !read_field(hello, "instance", instance) || hello.contains("more"))
         return false;
-    if (state != State::opening) return true;
     events->on_open(instance);
     state = State::open;
     arm_heartbeat();
     return true;
 }
 
-bool Connection::Impl::handle_pong(const json& map) {
-    std::uint32_t result = 0;
-    if (!read_field(map, "code", result) || failed(result)) return false;
+bool Connection::Impl::handle_pong(std::uint32_t result) {
+    if (failed(result)) return false;
     ping_id = 0;
     return true;
 }
 
-// Hands a frame to the writer; false when too much waits already.
+/// Queues a frame for the writer; false if too many bytes wait already.
 bool Connection::Impl::send_locked(std::vector<std::uint8_t> frame) {
     if (unsent_bytes + frame.size() > max_unsent_bytes) return false;
     unsent_bytes += frame.size();
@@ -307,31 +216,25 @@ void Connection::Impl::arm_heartbeat() {
 void Connection::Impl::beat() {
     if (state != State::open) return;
     if (ping_id != 0) {
-        // This thread may have been kept from reading, and the answer lies among what it has not read yet.
+        // While bytes lie unread, this thread is late, and the answer may be among them.
         error_code ignored;
         const int patience = socket.available(ignored) != 0 ? 2 : 1;
         if (Clock::now() >= ping_sent + patience * milliseconds(timeout_ms.load())) return fail(code::timeout);
     }
     if (ping_id == 0) {
         const std::lock_guard lock(mutex);
-        ping_id = ++last_id;
+        ping_id = requests.next_id();
         ping_sent = Clock::now();
-        // A full queue makes this ping late, and so the connection lost.
+        // A full queue drops this ping, and so the connection is lost.
         send_locked(encode_frame({{"id", ping_id}, {"op", op::ping}}));
     }
     arm_heartbeat();
 }
 
-// Ends what waits. The reader thread's own objects are closed by the caller.
+/// Ends all requests. The reader thread's own objects are closed by the caller.
 void Connection::Impl::end_locked(std::uint32_t result) {
     state = State::ended;
-    for (auto& [id, request] : pending) {
-        if (request.done || request.abandoned) continue;
-        request.done = true;
-        request.reply = Reply();
-        request.reply.result = result;
-    }
-    answered.notify_all();
+    requests.end(result);
 }
 
 void Connection::Impl::fail(std::uint32_t result) {
@@ -344,25 +247,9 @@ void Connection::Impl::fail(std::uint32_t result) {
     }
     error_code ignored;
     socket.close(ignored);
-    lookup_timer.cancel();
+    dialer.cancel();
     heartbeat.cancel();
     if (was_open) events->on_lost(result);
-}
-
-// Waits for an answer, then forgets the request or, when none came in time, abandons it.
-Reply Connection::Impl::wait(std::unique_lock<std::mutex>& lock, std::uint32_t id, Clock::time_point deadline) {
-    const auto it = pending.find(id);
-    const bool done = answered.wait_until(lock, deadline, [&] { return it->second.done; });
-    Reply reply;
-    reply.result = code::timeout;
-    if (done) {
-        reply = std::move(it->second.reply);
-        pending.erase(it);
-    } else {
-        it->second = Pending();
-        it->second.abandoned = true;
-    }
-    return reply;
 }
 
 Connection::Connection(std::shared_ptr<ConnectionEvents> events) : impl_(std::make_unique<Impl>(std::move(events))) {
@@ -383,18 +270,20 @@ Reply Connection::open(const std::string& host, const std::string& port, const j
             return reply;
         }
         json fields = hello;
-        impl_->hello_id = ++impl_->last_id;
+        impl_->hello_id = impl_->requests.next_id();
         fields.update({{"id", impl_->hello_id}, {"op", op::hello}, {"version", protocol_version}});
         impl_->hello_frame = encode_frame(fields);
         if (impl_->hello_frame.empty()) {
             reply.result = code::too_large;
             return reply;
         }
-        impl_->pending[impl_->hello_id];
+        impl_->requests.add(impl_->hello_id);
         impl_->state = State::opening;
-        boost::asio::post(impl_->io, [impl = impl_.get(), host, port] { impl->resolve(host, port); });
+        boost::asio::post(impl_->io, [impl = impl_.get(), host, port] {
+            impl->dialer.dial(host, port, [impl](std::uint32_t result) { impl->connected(result); });
+        });
         impl_->thread = std::thread([impl = impl_.get()] { impl->run(); });
-        reply = impl_->wait(lock, impl_->hello_id, deadline);
+        reply = impl_->requests.wait(lock, impl_->hello_id, deadline);
     }
     if (failed(reply.result)) close();
     return reply;
@@ -407,7 +296,7 @@ Reply Connection::request(const char* operation, const json& fields, millisecond
     {
         const std::lock_guard lock(impl_->mutex);
         if (impl_->state != State::open) return reply;
-        id = ++impl_->last_id;
+        id = impl_->requests.next_id();
     }
     json map = fields.is_object() ? fields : json::object();
     map["id"] = id;
@@ -419,12 +308,16 @@ Reply Connection::request(const char* operation, const json& fields, millisecond
     }
     std::unique_lock lock(impl_->mutex);
     if (impl_->state != State::open) return reply;
-    if (impl_->pending.size() >= max_outstanding_requests || !impl_->send_locked(std::move(frame))) {
+    if (impl_->requests.full() || !impl_->send_locked(std::move(frame))) {
         reply.result = code::busy;
         return reply;
     }
-    impl_->pending[id];
-    return impl_->wait(lock, id, deadline);
+    impl_->requests.add(id);
+    reply = impl_->requests.wait(lock, id, deadline);
+    // The target still counts abandoned requests, and drops the link at the next one: the link is lost.
+    if (reply.result == code::timeout && impl_->requests.exhausted())
+        boost::asio::post(impl_->io, [impl = impl_.get()] { impl->fail(code::timeout); });
+    return reply;
 }
 
 void Connection::set_timeout(milliseconds timeout) {

@@ -12,56 +12,57 @@
 
 namespace zo_link {
 
-// What a connection tells its owner. All calls come from the connection's own reader thread, one at a time, and must
-// not wait for anything that waits for the connection.
+/// The calls of a connection to its owner. All come from the connection's own reader thread, one at a time, and must
+/// not wait for anything that waits for the connection.
 class ConnectionEvents {
 public:
     virtual ~ConnectionEvents() = default;
 
-    // Once, when the hello was accepted, before the first notification. [reader thread]
+    /// Called once after the hello was accepted, before the first notification. [reader thread]
     virtual void on_open(std::uint64_t instance) = 0;
-    // One notification of `size` bytes. A failing code drops the connection with that code. [reader thread]
+    /// One notification of `size` bytes. A failing code drops the connection with that code. [reader thread]
     virtual std::uint32_t on_notification(const nlohmann::json& map, std::size_t size) = 0;
-    // Asked when an answer arrives; the number comes back in Reply::mark. It tells the owner which notifications were
-    // read before the answer. [reader thread]
+    /// Called before each answer; Reply::mark returns the number. So the owner knows which notifications were read
+    /// before the answer. [reader thread]
     virtual std::uint64_t on_answer() = 0;
-    // Once, when a connection that was open is lost; not after close. [reader thread]
+    /// Called once after an open connection is lost; not after close. [reader thread]
     virtual void on_lost(std::uint32_t result) = 0;
 };
 
 struct Reply {
     std::uint32_t result = code::not_connected;
     std::uint64_t mark = 0;
-    std::shared_ptr<nlohmann::json> body; // the answer's map, lists joined; null when the result is a failure
+    std::shared_ptr<nlohmann::json> body; // the answer's map, lists joined; null if the result is a failure
 };
 
-// The client's end: one TCP connection with one reader thread, which also runs the heartbeat.
+/// The client's end: one TCP connection with one reader thread, which also runs the heartbeat.
 class Connection {
 public:
-    // `events` is kept until the reader thread has ended.
+    /// `events` lives until the reader thread has ended.
     explicit Connection(std::shared_ptr<ConnectionEvents> events);
-    // Closes. [any thread but the reader thread]
+    /// Closes. [any thread but the reader thread]
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    // Connects and says hello; `hello` holds the fields beside id and op. To be called once. The timeout is the
-    // deadline of the whole, and then that of the heartbeat until set_timeout. [any thread but the reader thread]
+    /// Connects and says hello; `hello` has the fields beside id and op. Call it once. The timeout is the deadline of
+    /// the whole, and then that of the heartbeat until set_timeout. [any thread but the reader thread]
     Reply open(const std::string& host, const std::string& port, const nlohmann::json& hello,
                std::chrono::milliseconds timeout);
 
-    // Sends a request and waits for its answer; `fields` holds what stands beside id and op. [any thread but the
-    // reader thread]
+    /// Sends a request and blocks until its answer or the deadline; `fields` has the fields beside id and op. When
+    /// max_outstanding_requests have passed their deadline unanswered, the connection is lost (code::timeout). [any
+    /// thread but the reader thread]
     Reply request(const char* operation, const nlohmann::json& fields, std::chrono::milliseconds timeout);
 
-    // New deadline of the heartbeat. [any thread]
+    /// Sets the deadline of the heartbeat. [any thread]
     void set_timeout(std::chrono::milliseconds timeout);
 
-    // Local state, never a round trip. [any thread]
+    /// Returns the local state, without a round trip. [any thread]
     bool is_open() const;
 
-    // Ends the connection and everything that waits for it (code::not_connected; code::aborted for `open`), and the
-    // reader thread. [any thread but the reader thread]
+    /// Ends the connection, all waiting calls (code::not_connected; code::aborted for `open`) and the reader thread.
+    /// [any thread but the reader thread]
     void close();
 
 private:

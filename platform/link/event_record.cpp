@@ -10,6 +10,8 @@ namespace zo_link {
 namespace {
 
 using nlohmann::json;
+using ZoHmiSrv::Algorithm::guid_from_string;
+using ZoHmiSrv::Algorithm::uuid_to_string;
 
 const json* find(const json& map, const char* name) {
     if (!map.is_object()) return nullptr;
@@ -33,7 +35,7 @@ bool read_integer(const json* value, T& out) {
     return true;
 }
 
-// A field that may lack: true and untouched then.
+/// Reads a field if it is there; a missing one leaves `value` unchanged.
 template <typename T>
 bool read_optional(const json& map, const char* name, T& value) {
     return find(map, name) == nullptr || read_field(map, name, value);
@@ -85,9 +87,12 @@ bool read_field(const json& map, const char* name, std::vector<std::uint8_t>& va
     return true;
 }
 
-bool read_field(const json& map, const char* name, Guid& value) {
+bool read_field(const json& map, const char* name, GUID& value) {
     const json* field = find(map, name);
-    return field != nullptr && field->is_string() && parse_guid(field->get_ref<const std::string&>(), value);
+    if (field == nullptr || !field->is_string()) return false;
+    const auto guid = guid_from_string(field->get_ref<const std::string&>(), false);
+    if (guid) value = *guid;
+    return guid.has_value();
 }
 
 bool read_field(const json& map, const char* name, std::array<std::uint32_t, 5>& value) {
@@ -108,7 +113,7 @@ bool read_flag(const json& map, const char* name, std::int16_t& value) {
 }
 
 json event_to_json(const EventRecord& record) {
-    json map = {{"class", format_guid(record.event_class)}, {"id", record.event_id}};
+    json map = {{"class", uuid_to_string(record.event_class, false)}, {"id", record.event_id}};
     const auto number = [&map](const char* name, auto value) {
         if (value != 0) map[name] = value;
     };
@@ -122,7 +127,7 @@ json event_to_json(const EventRecord& record) {
     if (record.source_id || record.source_guid || record.source_name) {
         json& source = map["source"] = json::object();
         if (record.source_id) source["id"] = *record.source_id;
-        if (record.source_guid) source["guid"] = format_guid(*record.source_guid);
+        if (record.source_guid) source["guid"] = uuid_to_string(*record.source_guid, false);
         if (record.source_name) source["name"] = *record.source_name;
     }
     if (record.with_confirmation != 0) map["with_confirmation"] = flag_to_json(record.with_confirmation);

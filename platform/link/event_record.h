@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/link/guid_text.h"
+#include "support/guid.h"
 
 #include <array>
 #include <cstdint>
@@ -12,14 +12,14 @@
 
 namespace zo_link {
 
-// What the link carries of one logged event, alarm or message. Times are file times: 100 ns since 1601, 0 is "not".
+/// One logged event, alarm or message on the link. Times are file times: 100 ns since 1601, 0 is "not".
 struct EventRecord {
-    Guid event_class;
+    GUID event_class{};
     std::uint32_t event_id = 0;
     std::uint32_t severity = 0;
     std::int32_t type = 0; // 1 alarm, 0 message
     std::optional<std::uint32_t> source_id;
-    std::optional<Guid> source_guid;
+    std::optional<GUID> source_guid;
     std::optional<std::string> source_name;
     std::int64_t raised = 0;
     std::int64_t cleared = 0;
@@ -29,7 +29,7 @@ struct EventRecord {
     std::int16_t active = 0;          // -1 true, 0 false; foreign numbers pass
     std::optional<std::uint32_t> uid; // none: no identity interface
     bool extended = true;             // logged events: the extended interface is offered
-    // Number of arguments, types offset, types size, data offset, data size; unchecked, as the logger gave them.
+    // Number of arguments, types offset, types size, data offset, data size; unchecked numbers of the logger.
     std::array<std::uint32_t, 5> args{};
     std::vector<std::uint8_t> block;
     std::optional<std::string> json; // none: no JSON interface
@@ -38,23 +38,23 @@ struct EventRecord {
     friend bool operator==(const EventRecord&, const EventRecord&) = default;
 };
 
-// The record as its map; fields with their default are left out. [any thread]
+/// Returns the record as its map, without fields that have their default. [any thread]
 nlohmann::json event_to_json(const EventRecord& record);
 
-// Reads a map of a peer. False, with `record` partly filled, when a field lacks or has a wrong type or range, or when
-// `alarm` is set and there is no handle. [any thread]
+/// Reads a map of a peer. False, with `record` partly filled, if a field is missing or has a wrong type or range, or if
+/// `alarm` is set and there is no handle. [any thread]
 bool event_from_json(const nlohmann::json& map, bool alarm, EventRecord& record);
 
-// Readers of single fields of a peer's map: false when the field lacks or has a wrong type or range. [any thread]
+/// Reads one field of a peer's map; false if it is missing or has a wrong type or range. [any thread]
 bool read_field(const nlohmann::json& map, const char* name, std::uint32_t& value);
 bool read_field(const nlohmann::json& map, const char* name, std::int32_t& value);
 bool read_field(const nlohmann::json& map, const char* name, std::uint64_t& value);
 bool read_field(const nlohmann::json& map, const char* name, std::int64_t& value);
 bool read_field(const nlohmann::json& map, const char* name, std::string& value);
 bool read_field(const nlohmann::json& map, const char* name, std::vector<std::uint8_t>& value);
-bool read_field(const nlohmann::json& map, const char* name, Guid& value);
+bool read_field(const nlohmann::json& map, const char* name, GUID& value);
 bool read_field(const nlohmann::json& map, const char* name, std::array<std::uint32_t, 5>& value);
-// A bool (true is -1) or a 16-bit integer.
+/// Reads a bool (true is -1) or a 16-bit integer. [any thread]
 bool read_flag(const nlohmann::json& map, const char* name, std::int16_t& value);
 
 } // namespace zo_link

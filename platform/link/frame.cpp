@@ -19,7 +19,7 @@ void write_length(std::vector<std::uint8_t>& frame) {
         frame[i] = static_cast<std::uint8_t>(length >> (8 * i));
 }
 
-// The first byte of an item and the number that belongs to it.
+/// The first byte of an item and the number that belongs to it.
 struct Head {
     unsigned major = 0;
     unsigned info = 0;
@@ -54,7 +54,7 @@ std::vector<std::uint8_t> encode_part(std::uint32_t id, bool more, std::size_t c
                                       const std::vector<std::uint8_t>& items) {
     std::vector<std::uint8_t> frame(length_size);
     frame.reserve(items.size() + 64);
-    frame.push_back(more ? 0xa4 : 0xa3); // a map of so many members
+    frame.push_back(more ? 0xa4 : 0xa3); // a map of four or three members
     const auto member = [&frame](const char* name, const nlohmann::json& value) {
         nlohmann::json::to_cbor(name, frame);
         nlohmann::json::to_cbor(value, frame);
@@ -83,23 +83,23 @@ const char* frame_error_text(FrameError error) {
         return "malformed CBOR";
     case FrameError::too_deep:
         return "nested too deeply";
-    case FrameError::too_many_items:
-        return "too many data items";
+    case FrameError::too_costly:
+        return "too many data items for its memory";
     case FrameError::not_a_map:
         return "not a map";
     }
     return "unknown error";
 }
 
-FrameError check_cbor(std::span<const std::uint8_t> bytes) {
+FrameCheck check_cbor(std::span<const std::uint8_t> bytes) {
     std::array<std::uint64_t, max_nesting> left{}; // items still to come, for each open array or map
     std::size_t depth = 0;
     std::size_t position = 0;
-    std::size_t items = 0;
+    std::size_t memory = 0;
     do {
         Head head;
-        if (!read_head(bytes, position, head)) return FrameError::malformed;
-        if (++items > max_frame_items) return FrameError::too_many_items;
+        if (!read_head(bytes, position, head)) return {FrameError::malformed};
+        memory += item_memory;
         const std::uint64_t rest = bytes.size() - position;
         std::uint64_t children = 0;
         switch (head.major) {
@@ -107,61 +107,74 @@ FrameError check_cbor(std::span<const std::uint8_t> bytes) {
             break;
         case 1:
             if (head.number > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
-                return FrameError::malformed;
+                return {FrameError::malformed};
             break;
         case 2:
         case 3:
-            if (head.number > rest) return FrameError::malformed;
+            if (head.number > rest) return {FrameError::malformed};
             position += static_cast<std::size_t>(head.number);
+            memory += static_cast<std::size_t>(head.number);
             break;
         case 4:
         case 5:
-            // Every item takes a byte at least, which bounds the number before it is doubled.
-            if (head.number > rest) return FrameError::malformed;
+            // Every item takes at least one byte, so the number is bounded before it is doubled.
+            if (head.number > rest) return {FrameError::malformed};
             children = head.major == 5 ? head.number * 2 : head.number;
             break;
         case 7:
             // false, true, null and the three widths of floating point
-            if (head.info < 20 || (head.info > 22 && head.info < 25)) return FrameError::malformed;
+            if (head.info < 20 || (head.info > 22 && head.info < 25)) return {FrameError::malformed};
             break;
         default:
-            return FrameError::malformed; // a tag
+            return {FrameError::malformed}; // a tag
         }
+        if (memory > max_frame_memory) return {FrameError::too_costly};
         if (children != 0) {
-            if (depth == max_nesting) return FrameError::too_deep;
+            if (depth == max_nesting) return {FrameError::too_deep};
             left[depth++] = children;
             continue;
         }
         while (depth != 0 && --left[depth - 1] == 0)
             --depth;
     } while (depth != 0);
-    return position == bytes.size() ? FrameError::none : FrameError::malformed;
+    if (position != bytes.size()) return {FrameError::malformed};
+    return {FrameError::none, memory};
 }
 
 std::vector<std::uint8_t> encode_frame(const nlohmann::json& map) {
     std::vector<std::uint8_t> frame(length_size);
     nlohmann::json::to_cbor(map, frame);
     if (frame.size() - length_size > max_frame_size) return {};
+    if (check_cbor(std::span(frame).subspan(length_size)).error != FrameError::none) return {};
     write_length(frame);
     return frame;
 }
 
 std::vector<std::vector<std::uint8_t>> encode_list(std::uint32_t id, const std::vector<nlohmann::json>& items) {
+    // Of the map around the items.
     constexpr std::size_t head_size = 64;
+    constexpr std::size_t head_memory = 16 * item_memory;
     std::vector<std::vector<std::uint8_t>> frames;
     std::vector<std::uint8_t> part;
     std::vector<std::uint8_t> one;
     std::size_t count = 0;
+    std::size_t memory = 0;
     for (const nlohmann::json& item : items) {
         one.clear();
         nlohmann::json::to_cbor(item, one);
-        if (one.size() > max_frame_size - head_size) return {};
-        if (count != 0 && (count == list_part_items || part.size() + one.size() > list_part_size)) {
+        const FrameCheck check = check_cbor(one);
+        if (check.error != FrameError::none || one.size() > max_frame_size - head_size ||
+            check.memory > max_frame_memory - head_memory)
+            return {};
+        if (count != 0 && (count == list_part_items || part.size() + one.size() > list_part_size ||
+                           memory + check.memory > list_part_memory)) {
             frames.push_back(encode_part(id, true, count, part));
             part.clear();
             count = 0;
+            memory = 0;
         }
         part.insert(part.end(), one.begin(), one.end());
+        memory += check.memory;
         ++count;
     }
     frames.push_back(encode_part(id, false, count, part));
@@ -188,7 +201,7 @@ bool FrameReader::next(nlohmann::json& map, std::size_t& size) {
     }
     if (bytes_.size() - begin_ - length_size < length) return false;
     const std::span<const std::uint8_t> content(bytes_.data() + begin_ + length_size, length);
-    error_ = check_cbor(content);
+    error_ = check_cbor(content).error;
     if (error_ != FrameError::none) return false;
     map = nlohmann::json::from_cbor(content.begin(), content.end(), true, false);
     if (map.is_discarded())

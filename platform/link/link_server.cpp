@@ -25,23 +25,25 @@ namespace {
 using boost::asio::ip::tcp;
 using boost::system::error_code;
 
-constexpr std::size_t max_sessions = 256;
-// After a failed accept, for instance without free descriptors.
+// After a failed accept, for example when no descriptor is free.
 constexpr std::chrono::milliseconds accept_pause{50};
 
 } // namespace
 
-// Sessions hold the io_context, so that one that an owner still holds stays usable when the server is gone.
+/// Sessions share the io_context: one that its owner still keeps stays usable after the server is gone.
 struct LinkServer::Impl : std::enable_shared_from_this<Impl> {
-    explicit Impl(ServerEvents owner) : io(std::make_shared<boost::asio::io_context>(1)), events(std::move(owner)) {}
+    Impl(ServerEvents owner, ServerLimits allowed)
+        : io(std::make_shared<boost::asio::io_context>(1)), events(std::move(owner)), limits(allowed) {}
 
     void listen(const std::string& host, std::uint16_t wanted_port);
     void accept();
+    bool make_room();
     void add(tcp::socket socket);
     void run();
 
     const std::shared_ptr<boost::asio::io_context> io;
     const ServerEvents events;
+    const ServerLimits limits;
     tcp::acceptor acceptor{*io};
     boost::asio::steady_timer retry{*io};
     std::uint16_t port = 0;
@@ -79,17 +81,35 @@ void LinkServer::Impl::accept() {
             return;
         }
         try {
-            add(std::move(socket));
+            if (make_room()) add(std::move(socket));
         } catch (...) {
-            // Without memory for it the client is turned away; the next one may fare better.
+            // Out of memory: this client is refused, the next one may find some.
         }
         accept();
     });
 }
 
+/// Returns whether one more session has a place. In a full table the longest silent one is ended.
+bool LinkServer::Impl::make_room() {
+    std::shared_ptr<Session> longest_silent;
+    {
+        const std::lock_guard lock(mutex);
+        if (sessions.size() < limits.sessions) return true;
+        auto last = std::chrono::steady_clock::now() - limits.silence;
+        for (const auto& [number, session] : sessions) {
+            const auto heard = session->last_heard();
+            if (!heard || *heard > last) continue;
+            last = *heard;
+            longest_silent = session;
+        }
+    }
+    if (!longest_silent) return false;
+    longest_silent->end(); // locks the mutex to leave the table
+    return true;
+}
+
 void LinkServer::Impl::add(tcp::socket socket) {
     const std::lock_guard lock(mutex);
-    if (sessions.size() >= max_sessions) return;
     const std::uint64_t number = ++last_number;
     const auto ended = [weak = weak_from_this()](const std::shared_ptr<Session>& session) {
         const auto self = weak.lock();
@@ -100,7 +120,7 @@ void LinkServer::Impl::add(tcp::socket socket) {
         }
         if (self->events.closed) self->events.closed(session);
     };
-    auto session = std::make_shared<Session>(io, std::move(socket), number, events.request, ended);
+    auto session = std::make_shared<Session>(io, std::move(socket), number, events.request, ended, limits.silence);
     sessions.emplace(number, session);
     session->start();
 }
@@ -111,13 +131,13 @@ void LinkServer::Impl::run() {
             io->run();
             return;
         } catch (...) {
-            // A handler without memory; its session ends by its own heartbeat or by stop.
+            // A handler ran out of memory; its session ends by its own heartbeat or by stop.
         }
     }
 }
 
-LinkServer::LinkServer(const std::string& host, std::uint16_t port, ServerEvents events)
-    : impl_(std::make_shared<Impl>(std::move(events))) {
+LinkServer::LinkServer(const std::string& host, std::uint16_t port, ServerEvents events, ServerLimits limits)
+    : impl_(std::make_shared<Impl>(std::move(events), limits)) {
     impl_->listen(host, port);
     impl_->accept();
     impl_->thread = std::thread([impl = impl_.get()] { impl->run(); });
@@ -149,7 +169,7 @@ void LinkServer::notify_all(const char* kind, const nlohmann::json& fields) {
 void LinkServer::stop() {
     const std::lock_guard join_lock(impl_->join_mutex);
     if (!impl_->thread.joinable()) return;
-    // Everything is closed and the thread runs dry: then no handler is left that would keep a session for ever.
+    // After everything is closed the thread runs out of work, and no handler is left that keeps a session alive.
     boost::asio::post(*impl_->io, [impl = impl_.get()] {
         error_code ignored;
         impl->acceptor.close(ignored);

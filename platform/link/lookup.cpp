@@ -24,7 +24,7 @@ struct Lookup::Found {
 
 namespace {
 
-// A program has no name to be found by, and needs none: it stays anyway.
+/// Keeps the library of this code loaded. A program stays loaded anyway, and dlopen fails for it.
 void keep_loaded() {
     static const char here = 0;
     Dl_info library{};

@@ -10,19 +10,19 @@
 
 namespace zo_link {
 
-// A look-up of a host's name that can be given up at any time. Whoever asks a name server waits for as long as that
-// takes, so a thread does it that may be left behind. Inside platform/link only. [one thread]
+/// A look-up of a host's name that can be cancelled at any time. A name server may not answer for long, so a thread of
+/// its own waits for it and may outlive this object. Inside platform/link only. [one thread]
 class Lookup {
 public:
-    // Throws std::system_error.
+    /// Throws std::system_error if there is no thread.
     explicit Lookup(const std::string& host);
-    // Gives up: a library with a thread of it left behind stays loaded for good.
+    /// Cancels. A library whose thread still waits stays loaded for good.
     ~Lookup();
     Lookup(const Lookup&) = delete;
     Lookup& operator=(const Lookup&) = delete;
 
     bool done() const;
-    // The host's addresses, none when it was not found. Only when done.
+    /// Returns the host's addresses, none if it was not found. Requires done().
     std::vector<boost::asio::ip::tcp::endpoint> endpoints(std::uint16_t port) const;
 
 private:

@@ -1,5 +1,7 @@
 #include "platform/link/routes.h"
 
+#include "platform/link/regular_file.h"
+
 #include <nlohmann/json.hpp>
 
 #include <dlfcn.h>
@@ -7,7 +9,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <fstream>
 
 namespace zo_link {
 
@@ -16,13 +17,11 @@ namespace {
 constexpr std::size_t largest_file = 1024 * 1024;
 
 std::optional<std::string> read_file(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return std::nullopt;
-    std::string content(largest_file + 1, '\0');
-    file.read(content.data(), static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<std::size_t>(file.gcount()));
-    if (content.size() > largest_file) return std::nullopt;
-    return content;
+    try {
+        return read_regular_file(path, largest_file);
+    } catch (const FileError&) {
+        return std::nullopt;
+    }
 }
 
 } // namespace

@@ -21,8 +21,8 @@ struct Routes {
     std::map<std::string, std::string> routes;
 };
 
-/// Reads a routes file. Empty if it cannot be read, is larger than 1 MiB or is no JSON object; members of a wrong type
-/// are passed over, and a file without "local" gives the loopback net id. Net ids are normalised.
+/// Reads a routes file. Empty if it is no regular file, cannot be read, is larger than 1 MiB or is no JSON object.
+/// Ignores members of a wrong type; a file without "local" gives the loopback net id. Net ids are normalised.
 [[nodiscard]] std::optional<Routes> read_routes(const std::string& path);
 
 /// The path in the environment variable ZO_ROUTES, else "routes.json" in the folder of the shared object or program

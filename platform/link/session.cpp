@@ -2,7 +2,6 @@
 
 #include "platform/link/event_record.h"
 
-#include <chrono>
 #include <utility>
 
 #include <boost/asio/buffer.hpp>
@@ -18,8 +17,6 @@ namespace {
 using boost::system::error_code;
 using nlohmann::json;
 
-constexpr std::chrono::seconds longest_silence{10};
-
 std::vector<std::uint8_t> encode_answer(std::uint32_t id, std::uint32_t result, const json& fields) {
     json map = fields.is_object() && !failed(result) ? fields : json::object();
     map["id"] = id;
@@ -32,9 +29,9 @@ std::vector<std::uint8_t> encode_answer(std::uint32_t id, std::uint32_t result, 
 } // namespace
 
 Session::Session(std::shared_ptr<boost::asio::io_context> io, boost::asio::ip::tcp::socket socket, std::uint64_t number,
-                 Request request, Ended ended)
-    : io_(std::move(io)), socket_(std::move(socket)), number_(number), request_(std::move(request)),
-      ended_(std::move(ended)), greeting_(*io_) {
+                 Request request, Ended ended, std::chrono::milliseconds longest_silence)
+    : io_(std::move(io)), socket_(std::move(socket)), number_(number), longest_silence_(longest_silence),
+      request_(std::move(request)), ended_(std::move(ended)), greeting_(*io_) {
 }
 
 Session::Bytes Session::encode_notification(const char* kind, const json& fields) {
@@ -48,8 +45,8 @@ void Session::start() {
     ::fcntl(socket_.native_handle(), F_SETFD, FD_CLOEXEC);
     error_code ignored;
     socket_.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
-    // Who says nothing keeps others out.
-    greeting_.expires_after(longest_silence);
+    // A client without a hello takes the place of others.
+    greeting_.expires_after(longest_silence_);
     greeting_.async_wait([self = shared_from_this()](const error_code& error) {
         if (!error && self->hello_.is_null()) self->end();
     });
@@ -71,8 +68,15 @@ void Session::end() {
     try {
         if (ended) ended(shared_from_this());
     } catch (...) {
-        // The owner's affair; the session has ended all the same.
+        // The owner failed; the session has ended.
     }
+}
+
+std::optional<std::chrono::steady_clock::time_point> Session::last_heard() {
+    const std::lock_guard lock(mutex_);
+    // A stalled session does not read, so its client only seems silent.
+    if (stalled_ || hello_.is_null()) return std::nullopt;
+    return last_heard_;
 }
 
 void Session::read() {
@@ -86,12 +90,12 @@ void Session::read() {
                                     self->frames_.append({self->chunk_.data(), size});
                                     self->process();
                                 } catch (...) {
-                                    self->end(); // no memory for its frame
+                                    self->end(); // out of memory for its frame
                                 }
                             });
 }
 
-// Handles the frames in hand and goes on reading, unless stalled or ended.
+/// Handles the frames at hand and goes on reading, unless stalled or ended.
 void Session::process() {
     json map;
     std::size_t size = 0;
@@ -101,6 +105,7 @@ void Session::process() {
             if (stalled_ || closed_) return;
         }
         if (!frames_.next(map, size)) break;
+        last_heard_ = std::chrono::steady_clock::now();
         try {
             handle(map);
         } catch (...) {
@@ -134,7 +139,7 @@ void Session::handle(const json& map) {
         reply(id, code::not_supported);
 }
 
-// Notes a request that is to be answered; false when it must not come now.
+/// Notes a request that needs an answer; false if it must not come now.
 bool Session::expect(std::uint32_t id, bool is_hello) {
     const std::lock_guard lock(mutex_);
     if (is_hello) hello_id_ = id;
@@ -166,7 +171,7 @@ void Session::push_locked(std::vector<std::uint8_t> frame, bool last) {
 
 void Session::push_locked(Bytes frame, bool last) {
     if (closed_) return;
-    // A client that does not read is given up.
+    // A client that does not read is dropped.
     const bool full = unsent_bytes_ + frame->size() > max_unsent_bytes;
     if (full) {
         boost::asio::post(*io_, [self = shared_from_this()] { self->end(); });
@@ -177,7 +182,7 @@ void Session::push_locked(Bytes frame, bool last) {
     if (unsent_.size() == 1) boost::asio::post(*io_, [self = shared_from_this()] { self->write(); });
 }
 
-// Sends an answer in its parts; nothing when the request has none coming any more.
+/// Sends an answer in its parts, once for each request.
 void Session::answer_locked(std::uint32_t id, std::vector<std::vector<std::uint8_t>> frames, bool last) {
     if (unanswered_.erase(id) == 0) return;
     for (auto& frame : frames) {
@@ -237,6 +242,7 @@ void Session::stall(bool on) {
     stalled_ = on;
     if (on || closed_) return;
     boost::asio::post(*io_, [self = shared_from_this()] {
+        self->last_heard_ = std::chrono::steady_clock::now(); // its frames wait to be read
         self->write();
         if (!self->reading_) self->process();
     });

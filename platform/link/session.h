@@ -4,11 +4,12 @@
 #include "platform/link/link_server.h"
 
 #include <array>
-#include <atomic>
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,7 +21,7 @@
 
 namespace zo_link {
 
-// The session behind LinkSession: one socket on the server's thread. Inside platform/link only.
+/// The session behind LinkSession: one socket on the server's thread. Inside platform/link only.
 class Session final : public LinkSession, public std::enable_shared_from_this<Session> {
 public:
     using Bytes = std::shared_ptr<const std::vector<std::uint8_t>>;
@@ -28,16 +29,18 @@ public:
     using Ended = std::function<void(const std::shared_ptr<Session>&)>;
 
     Session(std::shared_ptr<boost::asio::io_context> io, boost::asio::ip::tcp::socket socket, std::uint64_t number,
-            Request request, Ended ended);
+            Request request, Ended ended, std::chrono::milliseconds longest_silence);
 
-    // Null when the notification is too large to be sent. [any thread]
+    /// Returns null if the notification is too large to be sent. [any thread]
     static Bytes encode_notification(const char* kind, const nlohmann::json& fields);
 
-    // Begins to read. [server thread]
+    /// Begins to read. [server thread]
     void start();
-    // Closes and tells `ended`, once. [server thread]
+    /// Closes the socket and calls `ended`, once. [server thread]
     void end();
-    // [any thread]
+    /// Returns the time of the client's last frame; empty before the hello and during a stall. [server thread]
+    std::optional<std::chrono::steady_clock::time_point> last_heard();
+    /// [any thread]
     void notify(const Bytes& frame);
 
     std::uint64_t number() const override { return number_; }
@@ -55,7 +58,7 @@ public:
 private:
     struct Unsent {
         Bytes bytes;
-        bool last = false; // the connection ends when it is written
+        bool last = false; // the connection ends after it
     };
 
     // [server thread]
@@ -74,6 +77,8 @@ private:
     boost::asio::ip::tcp::socket socket_;
     const std::uint64_t number_;
 
+    const std::chrono::milliseconds longest_silence_;
+
     // Of the server thread.
     Request request_;
     Ended ended_;
@@ -81,6 +86,7 @@ private:
     std::array<std::uint8_t, std::size_t{64} << 10> chunk_{};
     nlohmann::json hello_;
     boost::asio::steady_timer greeting_; // until the hello comes
+    std::chrono::steady_clock::time_point last_heard_;
     bool reading_ = false;
 
     std::mutex mutex_; // guards what follows

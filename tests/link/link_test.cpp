@@ -1,9 +1,11 @@
-#include "platform/link/connection.h"
 #include "platform/link/event_record.h"
 #include "platform/link/frame.h"
+#include "tests/link/link_client.h"
 #include "tests/link/scripted_peer.h"
 
-#include <atomic>
+#include <future>
+#include <string>
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -11,7 +13,9 @@
 #include <boost/asio/write.hpp>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <string>
+
+#include <malloc.h>
+#include <poll.h>
 
 using namespace zo_test;
 using boost::asio::ip::tcp;
@@ -19,10 +23,11 @@ using nlohmann::json;
 using Bytes = std::vector<std::uint8_t>;
 using std::chrono::milliseconds;
 using zo_link::FrameError;
+namespace code = zo_link::code;
 
 namespace {
 
-// A client without manners: bytes out, frames in.
+/// A client without manners: bytes out, frames in.
 class RawClient {
 public:
     explicit RawClient(std::uint16_t port) { socket_.connect({boost::asio::ip::make_address("127.0.0.1"), port}); }
@@ -31,11 +36,13 @@ public:
         boost::asio::write(socket_, boost::asio::buffer(bytes), ignored);
     }
     void send(const json& map) { send(zo_link::encode_frame(map)); }
-    // The next frame; null when the connection ends first.
+    /// Returns the next frame; null if the connection ends first, a text if nothing comes for 10 s.
     json receive() {
         json map;
         std::size_t size = 0;
         while (!frames_.next(map, size)) {
+            pollfd readable = {socket_.native_handle(), POLLIN, 0};
+            if (::poll(&readable, 1, 10000) == 0) return "timed out";
             Bytes chunk(65536);
             boost::system::error_code error;
             const std::size_t count = socket_.read_some(boost::asio::buffer(chunk), error);
@@ -47,7 +54,12 @@ public:
     }
     bool hello() {
         send({{"id", 1}, {"op", "hello"}, {"version", 1}});
-        return receive().value("code", 99) == 0;
+        const json answer = receive();
+        return answer.is_object() && answer["code"] == 0;
+    }
+    bool ping() {
+        send({{"id", 7}, {"op", "ping"}});
+        return receive() == json{{"id", 7}, {"code", 0}};
     }
 
 private:
@@ -58,34 +70,28 @@ private:
 
 } // namespace
 
-TEST(LinkServer, EndsOnlyTheSessionThatMisbehaves) {
+TEST(LinkServer, EndsOnlyTheFaultySession) {
     ScriptedPeer peer;
     RawClient good(peer.port());
     ASSERT_TRUE(good.hello());
-    const json hello = {{"id", 2}, {"op", "hello"}, {"version", 1}};
-    const struct {
-        const char* name;
-        bool greet;
-        Bytes bytes;
-    } rows[] = {
-        {"garbage", false, {'G', 'E', 'T', ' ', '/', '\r', '\n'}},
-        {"request before the hello", false, zo_link::encode_frame({{"id", 1}, {"op", "get_active_alarms"}})},
-        {"second hello", true, zo_link::encode_frame(hello)},
-        {"no id", true, zo_link::encode_frame({{"op", "ping"}})},
-        {"id out of range", true, zo_link::encode_frame({{"id", -1}, {"op", "ping"}})},
+    const std::pair<bool, json> rows[] = {
+        {false, {{"id", 1}, {"op", "get_active_alarms"}}}, // before the hello
+        {true, {{"id", 2}, {"op", "hello"}, {"version", 1}}},
+        {true, {{"op", "ping"}}},
+        {true, {{"id", -1}, {"op", "ping"}}},
+        {true, nullptr}, // no frame
     };
-    for (const auto& row : rows) {
+    for (const auto& [greet, frame] : rows) {
         RawClient bad(peer.port());
-        ASSERT_TRUE(!row.greet || bad.hello()) << row.name;
-        bad.send(row.bytes);
-        EXPECT_EQ(bad.receive(), nullptr) << row.name;
+        ASSERT_TRUE(!greet || bad.hello()) << frame;
+        bad.send(frame.is_null() ? Bytes{'G', 'E', 'T', ' ', '/', '\r', '\n'} : zo_link::encode_frame(frame));
+        EXPECT_EQ(bad.receive(), nullptr) << frame;
     }
-    good.send({{"id", 7}, {"op", "ping"}});
-    EXPECT_EQ(good.receive(), (json{{"id", 7}, {"code", 0}}));
+    EXPECT_TRUE(good.ping());
     EXPECT_TRUE(eventually([&] { return peer.open_sessions() == 1; }));
 }
 
-TEST(LinkServer, GivesUpAClientThatDoesNotRead) {
+TEST(LinkServer, ClientThatDoesNotReadIsDropped) {
     ScriptedPeer peer;
     RawClient client(peer.port());
     ASSERT_TRUE(client.hello());
@@ -96,7 +102,7 @@ TEST(LinkServer, GivesUpAClientThatDoesNotRead) {
     EXPECT_TRUE(eventually([&] { return peer.open_sessions() == 0; }));
 }
 
-TEST(LinkServer, NotifiesOnlyWhoWasAccepted) {
+TEST(LinkServer, NotifiesAcceptedSessionsOnly) {
     ScriptedPeer peer;
     RawClient accepted(peer.port());
     ASSERT_TRUE(accepted.hello());
@@ -110,18 +116,28 @@ TEST(LinkServer, NotifiesOnlyWhoWasAccepted) {
     EXPECT_EQ(waiting.receive(), nullptr);
 }
 
-TEST(LinkServer, WhoSaysNothingKeepsNobodyOut) {
-    ScriptedPeer peer;
-    RawClient good(peer.port());
-    ASSERT_TRUE(good.hello());
-    RawClient silent(peer.port());
-    silent.send(Bytes{40, 0, 0}); // not even a length
-    EXPECT_EQ(silent.receive(), nullptr);
-    good.send({{"id", 7}, {"op", "ping"}});
-    EXPECT_EQ(good.receive()["id"], 7);
+TEST(LinkServer, SilentClientIsDroppedWhenFull) {
+    constexpr milliseconds silence{400};
+    ScriptedPeer peer({.sessions = 4, .silence = silence});
+    {
+        RawClient no_hello(peer.port());
+        no_hello.send(Bytes{40, 0, 0});         // not even a length
+        EXPECT_EQ(no_hello.receive(), nullptr); // dropped although there is room
+    }
+    RawClient lively(peer.port()), second(peer.port()), longest(peer.port()), third(peer.port());
+    EXPECT_TRUE(lively.hello() && longest.hello() && second.hello() && third.hello());
+    std::this_thread::sleep_for(silence);
+    EXPECT_TRUE(lively.ping());
+    EXPECT_EQ(peer.open_sessions(), 4u); // silence alone drops no client after its hello
+    RawClient newcomer(peer.port());
+    EXPECT_TRUE(newcomer.hello());
+    EXPECT_EQ(longest.receive(), nullptr);
+    EXPECT_TRUE(second.ping() && third.ping() && lively.ping());
+    RawClient refused(peer.port());
+    EXPECT_FALSE(refused.hello()); // no session is silent now
 }
 
-TEST(LinkServer, AHeldSessionOutlivesItsServer) {
+TEST(LinkServer, KeptSessionOutlivesTheServer) {
     ScriptedPeer::Session session;
     {
         ScriptedPeer peer;
@@ -136,102 +152,129 @@ TEST(LinkServer, AHeldSessionOutlivesItsServer) {
     EXPECT_EQ(session->number(), 1u);
 }
 
-namespace {
-
-struct Told final : zo_link::ConnectionEvents {
-    void on_open(std::uint64_t number) override { instance = number; }
-    std::uint32_t on_notification(const json&, std::size_t) override {
-        ++notifications;
-        return refuse ? zo_link::code::busy : zo_link::code::ok;
-    }
-    std::uint64_t on_answer() override { return notifications; }
-    void on_lost(std::uint32_t result) override { lost = result; }
-
-    std::atomic<std::uint64_t> instance{0};
-    std::atomic<std::uint64_t> notifications{0};
-    std::atomic<std::uint32_t> lost{0};
-    std::atomic<bool> refuse{false};
-};
-
-} // namespace
-
-TEST(Connection, APeerThatSendsButNeverAnswersIsLost) {
+TEST(Connection, PeerThatNeverAnswersIsLost) {
     boost::asio::io_context io;
     tcp::acceptor acceptor(io, {boost::asio::ip::make_address("127.0.0.1"), 0});
     std::thread peer([&] {
         tcp::socket socket = acceptor.accept();
-        const auto hello = zo_link::encode_frame({{"id", 1}, {"code", 0}, {"version", 1}, {"instance", 3}});
-        const auto chatter = zo_link::encode_frame({{"note", "database_changed"}, {"reason", 1}});
+        Bytes bytes = zo_link::encode_frame({{"id", 1}, {"code", 0}, {"version", 1}, {"instance", 3}});
         boost::system::error_code error;
-        boost::asio::write(socket, boost::asio::buffer(hello), error);
         while (!error) {
-            boost::asio::write(socket, boost::asio::buffer(chatter), error);
+            boost::asio::write(socket, boost::asio::buffer(bytes), error);
+            bytes = zo_link::encode_frame({{"note", "database_changed"}, {"reason", 1}});
             std::this_thread::sleep_for(milliseconds(1));
         }
     });
-    const auto told = std::make_shared<Told>();
-    zo_link::Connection connection(told);
-    const auto port = std::to_string(acceptor.local_endpoint().port());
-    EXPECT_EQ(connection.open("127.0.0.1", port, {{"role", "logger"}}, milliseconds(2000)).result, zo_link::code::ok);
-    EXPECT_EQ(told->instance, 3u);
-    connection.set_timeout(milliseconds(100));
-    EXPECT_TRUE(eventually([&] { return told->lost == zo_link::code::timeout; }));
-    EXPECT_FALSE(connection.is_open());
-    EXPECT_GT(told->notifications, 0u);
+    LinkClient client(acceptor.local_endpoint().port());
+    EXPECT_EQ(client.opened, code::ok);
+    EXPECT_EQ(client.events->instance, 3u);
+    client.connection.set_timeout(milliseconds(100));
+    EXPECT_TRUE(client.wait_lost());
+    EXPECT_EQ(client.events->lost, code::timeout);
+    EXPECT_GT(client.events->notes().size(), 0u);
     peer.join();
 }
 
-TEST(Connection, TellsOfALossOnceAndOfAnOwnEndNever) {
+TEST(Connection, ReportsALossButNotItsOwnEnd) {
     ScriptedPeer peer;
-    const auto port = std::to_string(peer.port());
-    {
-        const auto told = std::make_shared<Told>();
-        zo_link::Connection connection(told);
-        ASSERT_EQ(connection.open("localhost", port, json::object(), milliseconds(5000)).result, zo_link::code::ok);
-        connection.close();
-        EXPECT_FALSE(connection.is_open());
-        EXPECT_EQ(told->lost, 0u);
-        EXPECT_EQ(connection.request("class_name", json::object(), milliseconds(1000)).result,
-                  zo_link::code::not_connected);
-        // A connection lives once.
-        EXPECT_EQ(connection.open("127.0.0.1", port, json::object(), milliseconds(100)).result, zo_link::code::aborted);
-    }
-    const auto told = std::make_shared<Told>();
-    zo_link::Connection connection(told);
-    ASSERT_EQ(connection.open("127.0.0.1", port, json::object(), milliseconds(5000)).result, zo_link::code::ok);
-    // What the owner refuses ends the connection with the owner's code.
-    told->refuse = true;
+    LinkClient closed(peer.port(), milliseconds(5000), "localhost");
+    ASSERT_EQ(closed.opened, code::ok);
+    closed.connection.close();
+    EXPECT_FALSE(closed.connection.is_open());
+    EXPECT_EQ(closed.events->lost, 0u);
+    EXPECT_EQ(closed.request("details").result, code::not_connected);
+    const std::string port = std::to_string(peer.port()); // a connection opens once
+    EXPECT_EQ(closed.connection.open("127.0.0.1", port, json::object(), milliseconds(5000)).result, code::aborted);
+    LinkClient client(peer.port());
+    ASSERT_EQ(client.opened, code::ok);
+    client.events->refusal = code::busy;
     peer.notify_all("database_changed", {{"reason", 1}});
-    EXPECT_TRUE(eventually([&] { return told->lost == zo_link::code::busy; }));
+    EXPECT_TRUE(client.wait_lost());
+    EXPECT_EQ(client.events->lost, code::busy);
+}
+
+TEST(Connection, AbandonedRequestsLoseTheLink) {
+    std::mutex mutex;
+    std::vector<std::uint32_t> unanswered;
+    ScriptedPeer peer;
+    peer.on("class_name", [&](const auto&, std::uint32_t id, const json&) {
+        const std::lock_guard lock(mutex);
+        unanswered.push_back(id);
+    });
+    const auto id_of = [&](std::size_t number) { // waits until the peer has so many requests
+        EXPECT_TRUE(eventually([&] {
+            const std::lock_guard lock(mutex);
+            return unanswered.size() >= number;
+        }));
+        const std::lock_guard lock(mutex);
+        return unanswered.at(number - 1);
+    };
+    peer.answer("details", {});
+    LinkClient client(peer.port());
+    ASSERT_EQ(client.opened, code::ok);
+    const auto abandon = [&] { return client.request("class_name", {}, milliseconds(0)).result; };
+    constexpr std::size_t limit = zo_link::max_outstanding_requests;
+    for (std::size_t i = 1; i < limit; ++i)
+        ASSERT_EQ(abandon(), code::timeout);
+    auto waiting = std::async(std::launch::async, [&] { return client.request("class_name").result; });
+    const std::uint32_t last = id_of(limit);
+    EXPECT_EQ(client.request("details").result, code::busy);
+    EXPECT_TRUE(client.connection.is_open()); // one caller still waits
+    peer.session()->reply(last, code::ok);
+    EXPECT_EQ(waiting.get(), code::ok);
+    peer.session()->reply(id_of(1), code::ok); // a late answer makes room, too
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(client.request("details").result, code::ok);
+        EXPECT_EQ(abandon(), code::timeout);
+    }
+    EXPECT_TRUE(client.wait_lost());
+    EXPECT_EQ(client.events->lost, code::timeout);
 }
 
 namespace {
 
-Bytes framed(Bytes content) {
-    Bytes frame = {static_cast<std::uint8_t>(content.size()), static_cast<std::uint8_t>(content.size() >> 8),
-                   static_cast<std::uint8_t>(content.size() >> 16), 0};
-    frame.insert(frame.end(), content.begin(), content.end());
-    return frame;
+/// Returns `head` and `count` times `bytes`.
+Bytes repeated(Bytes head, std::size_t count, const Bytes& bytes) {
+    for (std::size_t i = 0; i < count; ++i)
+        head.insert(head.end(), bytes.begin(), bytes.end());
+    return head;
 }
 
-Bytes repeated(std::size_t count, std::uint8_t byte, Bytes tail = {}) {
-    Bytes bytes(count, byte);
-    bytes.insert(bytes.end(), tail.begin(), tail.end());
-    return bytes;
+Bytes framed(const Bytes& content) {
+    Bytes length;
+    for (int shift = 0; shift < 32; shift += 8)
+        length.push_back(static_cast<std::uint8_t>(content.size() >> shift));
+    return repeated(length, 1, content);
+}
+
+/// Bytes that the program has from its allocator; 0 under a sanitizer with an allocator of its own.
+std::size_t allocated() {
+    const struct mallinfo2 info = ::mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+/// Reads one frame; returns the error.
+FrameError read_frame(const Bytes& bytes, json& map) {
+    zo_link::FrameReader reader;
+    std::size_t size = 0;
+    reader.append(bytes);
+    const bool whole = reader.next(map, size);
+    EXPECT_EQ(whole, reader.error() == FrameError::none);
+    reader.append(zo_link::encode_frame({{"id", 1}}));
+    json after;
+    EXPECT_EQ(reader.next(after, size), whole); // an error stays
+    return reader.error();
 }
 
 } // namespace
 
-TEST(Frame, BytesInAnySplitGiveTheSameFrames) {
+TEST(Frame, AnySplitGivesTheSameFrames) {
     Bytes stream;
     std::vector<json> sent;
-    for (int i = 0; i < 5; ++i) {
-        json map = {{"id", i}, {"name", std::string(static_cast<std::size_t>(i) * 100, 'x')}};
-        map["raw"] = json::binary({1, 0, 255});
-        map["odd \xff bytes"] = -5;
-        const Bytes frame = zo_link::encode_frame(map);
+    for (std::size_t i = 0; i < 5; ++i) {
+        sent.push_back({{"id", i}, {"name", std::string(i * 100, 'x')}, {"odd \xff bytes", json::binary({1, 0, 255})}});
+        const Bytes frame = zo_link::encode_frame(sent.back());
         stream.insert(stream.end(), frame.begin(), frame.end());
-        sent.push_back(map);
     }
     for (const std::size_t step : {std::size_t{1}, std::size_t{3}, std::size_t{64}, stream.size()}) {
         zo_link::FrameReader reader;
@@ -244,11 +287,10 @@ TEST(Frame, BytesInAnySplitGiveTheSameFrames) {
                 got.push_back(map);
         }
         EXPECT_EQ(got, sent) << step;
-        EXPECT_EQ(reader.error(), FrameError::none);
     }
 }
 
-TEST(Frame, BadInputIsTold) {
+TEST(Frame, BadInputIsAnError) {
     const struct {
         const char* name;
         Bytes bytes;
@@ -260,71 +302,85 @@ TEST(Frame, BadInputIsTold) {
         {"map that ends early", framed({0xa1, 0x61, 'a'}), FrameError::malformed},
         {"key that is no text", framed({0xa1, 0x01, 0x01}), FrameError::malformed},
         {"text longer than the frame", framed({0xa1, 0x79, 0xff, 0xff, 'a'}), FrameError::malformed},
-        {"array with a huge count", framed({0x9b, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}),
-         FrameError::malformed},
+        {"huge array", framed({0x9b, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}), FrameError::malformed},
         {"map whose doubled count overflows", framed({0xbb, 0x80, 0, 0, 0, 0, 0, 0, 0}), FrameError::malformed},
-        {"indefinite texts in each other", framed(repeated(100000, 0x7f)), FrameError::malformed},
+        {"indefinite texts in each other", framed(repeated({}, 100000, {0x7f})), FrameError::malformed},
         {"tag", framed({0xc0, 0xa0}), FrameError::malformed},
         {"undefined", framed({0xa1, 0x61, 'a', 0xf7}), FrameError::malformed},
-        {"negative number below 64 bits", framed({0xa1, 0x61, 'a', 0x3b, 0x80, 0, 0, 0, 0, 0, 0, 0}),
-         FrameError::malformed},
-        {"nested 16 deep, no map", framed(repeated(16, 0x81, {0x01})), FrameError::not_a_map},
-        {"nested 17 deep", framed(repeated(17, 0x81, {0x01})), FrameError::too_deep},
+        {"below 64 bits", framed({0xa1, 0x61, 'a', 0x3b, 0x80, 0, 0, 0, 0, 0, 0, 0}), FrameError::malformed},
+        {"nested 16 deep, no map", framed(repeated(repeated({}, 16, {0x81}), 1, {0x01})), FrameError::not_a_map},
+        {"nested 17 deep", framed(repeated(repeated({}, 17, {0x81}), 1, {0x01})), FrameError::too_deep},
     };
     for (const auto& row : rows) {
-        zo_link::FrameReader reader;
         json map;
-        std::size_t size = 0;
-        reader.append(row.bytes);
-        EXPECT_FALSE(reader.next(map, size)) << row.name;
-        EXPECT_EQ(reader.error(), row.error) << row.name;
-        // It stays so, whatever comes.
-        reader.append(zo_link::encode_frame({{"id", 1}}));
-        EXPECT_FALSE(reader.next(map, size)) << row.name;
+        EXPECT_EQ(read_frame(row.bytes, map), row.error) << row.name;
     }
 }
 
-TEST(Frame, ItemsAreCountedAndSizesBounded) {
-    Bytes many = {0x9a, 0x00, 0x40, 0x00, 0x00}; // as many as the limit, and the array itself is one more
-    many.resize(many.size() + zo_link::max_frame_items, 0x01);
-    EXPECT_EQ(zo_link::check_cbor(many), FrameError::too_many_items);
+TEST(Frame, MemoryIsBoundedBeforeItIsUsed) {
+    const struct {
+        const char* name;
+        Bytes bytes;
+        std::size_t weight; // one of these items
+    } rows[] = {
+        {"empty maps", {0xa0}, zo_link::item_memory},
+        {"maps of a number", {0xa1, 0x61, 'a', 0x01}, 3 * zo_link::item_memory + 1},
+        {"short texts", {0x61, 'a'}, zo_link::item_memory + 1},
+        {"longer texts", repeated({0x70}, 16, {'a'}), zo_link::item_memory + 16},
+        {"empty byte strings", {0x40}, zo_link::item_memory},
+    };
+    for (const auto& row : rows) {
+        const auto frame = [&](std::size_t count) {
+            Bytes head = {0xa1, 0x61, 'a', 0x9a}; // a map with one list
+            for (int shift = 24; shift >= 0; shift -= 8)
+                head.push_back(static_cast<std::uint8_t>(count >> shift));
+            return framed(repeated(head, count, row.bytes));
+        };
+        const std::size_t most = (zo_link::max_frame_memory - 3 * zo_link::item_memory - 1) / row.weight;
+        for (const std::size_t more : {0, 1}) {
+            const Bytes bytes = frame(most + more);
+            const std::size_t before = allocated();
+            json map;
+            EXPECT_EQ(read_frame(bytes, map), more == 0 ? FrameError::none : FrameError::too_costly) << row.name;
+            const std::size_t used = std::max(allocated(), before) - before;
+            EXPECT_LT(used, more == 0 ? zo_link::max_frame_memory : 1000 * zo_link::item_memory) << row.name;
+        }
+    }
+}
 
+TEST(Frame, SenderKeepsTheLimits) {
     const std::string longest(zo_link::max_frame_size, 'x');
     EXPECT_TRUE(zo_link::encode_frame({{"text", longest}}).empty());
     EXPECT_FALSE(zo_link::encode_frame({{"text", longest.substr(64)}}).empty());
+    const std::vector<json> costly(zo_link::max_frame_memory / zo_link::item_memory, json::object());
+    EXPECT_TRUE(zo_link::encode_frame({{"items", costly}}).empty());
+    EXPECT_TRUE(zo_link::encode_list(1, std::vector<json>(1, costly)).empty());
 }
 
-TEST(EventRecord, RefusesWhatIsNotOne) {
+TEST(EventRecord, RefusesBadFields) {
     const json good = {{"class", "01234567-89ab-cdef-0123-456789abcdef"}, {"id", 1}, {"handle", 2}};
     zo_link::EventRecord record;
     ASSERT_TRUE(zo_link::event_from_json(good, true, record));
-
-    const struct {
-        const char* name;
-        const char* field;
-        json value; // discarded: the field is left out
-    } rows[] = {
-        {"no class", "class", json(json::value_t::discarded)},
-        {"class too short", "class", "01234567-89ab-cdef-0123-456789abcde"},
-        {"class with a wrong digit", "class", "01234567-89ab-cdef-0123-456789abcdeg"},
-        {"no id", "id", json(json::value_t::discarded)},
-        {"negative id", "id", -1},
-        {"handle 0", "handle", 0},
-        {"type above 32 signed bits", "type", 0x80000000u},
-        {"flag above 16 bits", "active", 40000},
-        {"source as text", "source", "door"},
-        {"source guid of no form", "source", {{"guid", "x"}}},
-        {"four argument numbers", "args", {1, 2, 3, 4}},
-        {"negative argument number", "args", {1, 2, 3, 4, -5}},
-        {"block as text", "block", "abc"},
+    const json changes[] = {
+        // null removes a field
+        {{"class", nullptr}},
+        {{"class", "01234567-89ab-cdef-0123-456789abcde"}},
+        {{"class", "{1234567-89ab-cdef-0123-456789abcdef}"}},
+        {{"id", nullptr}},
+        {{"id", -1}},
+        {{"handle", 0}},
+        {{"type", 0x80000000u}},
+        {{"active", 40000}},
+        {{"source", "door"}},
+        {{"source", {{"guid", "x"}}}},
+        {{"args", {1, 2, 3, 4}}},
+        {{"args", {1, 2, 3, 4, -5}}},
+        {{"block", "abc"}},
     };
-    for (const auto& row : rows) {
+    for (const json& change : changes) {
         json map = good;
-        if (row.value.is_discarded())
-            map.erase(row.field);
-        else
-            map[row.field] = row.value;
-        EXPECT_FALSE(zo_link::event_from_json(map, true, record)) << row.name;
+        map.merge_patch(change);
+        EXPECT_FALSE(zo_link::event_from_json(map, true, record)) << change;
     }
     EXPECT_FALSE(zo_link::event_from_json(json::array(), true, record));
 }

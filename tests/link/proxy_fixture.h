@@ -2,7 +2,6 @@
 
 #include "binding/com_ptr.h"
 #include "binding/event_logger_proxy.h"
-#include "tests/fakes/com_object.h"
 #include "tests/link/scripted_peer.h"
 #include "tests/support/gate.h"
 
@@ -25,7 +24,7 @@ using ZoAtlCom::CComQIPtr;
 
 constexpr HRESULT not_connected = hresult(zo_link::code::not_connected);
 
-// The text of an out string, which is freed.
+/// Returns the text of an out string, and frees the string.
 inline std::string take_text(char* text) {
     if (text == nullptr) return "(null)";
     std::uint32_t length = 0;
@@ -35,7 +34,7 @@ inline std::string take_text(char* text) {
     return result;
 }
 
-// What an operation that gives one value out gives.
+/// Returns the out value of an operation.
 template <class Object, class Interface, class T>
 T read(const Object& object, HRESULT (Interface::*operation)(T*)) {
     T out{};
@@ -43,18 +42,18 @@ T read(const Object& object, HRESULT (Interface::*operation)(T*)) {
     return out;
 }
 
-// The same for a text.
+/// Returns the out text of an operation.
 template <class Object, class Interface>
 std::string read_text(const Object& object, HRESULT (Interface::*operation)(char**)) {
     return take_text(read(object, operation));
 }
 
-// A sink that keeps what it is told; it counts no references, as the product's does not.
-class RecordingSink : public fakes::Dispatch<_IZoEventLoggerEvents> {
+/// A sink that records its calls. It counts no references, like the sink of the product.
+class RecordingSink : public _IZoEventLoggerEvents {
 public:
     virtual ~RecordingSink() = default;
 
-    // Runs inside each call, before it is counted; gets the object argument.
+    /// Runs inside each call, before it is counted; gets the object argument.
     std::function<void(std::int32_t id, IDispatch* object)> inside;
 
     HRESULT QueryInterface(const GUID& iid, void** out) override {
@@ -85,7 +84,7 @@ public:
         return S_OK;
     }
 
-    // "4 event 7 removed -1" or "10 reason 2": the number of the event and the arguments in their order.
+    /// "4 event 7 removed -1" or "10 reason 2": the number of the event and the arguments in their order.
     std::vector<std::string> calls() const {
         const std::lock_guard lock(mutex_);
         return calls_;
@@ -102,7 +101,7 @@ private:
     std::set<std::thread::id> threads_;
 };
 
-// A logger object of the real library against a scripted target.
+/// A logger object of the real library against a scripted target.
 class ProxyTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -142,18 +141,29 @@ protected:
         CComPtr<IZoAlarmCollection> list;
         return take_list(logger->GetActiveAlarms(list.put()), list, alarms);
     }
-    // The class name of anything in that language.
+    /// Returns the class name of any class in that language.
     HRESULT class_name(std::int32_t language, std::string& text) {
         char* out = nullptr;
         const HRESULT result = CComQIPtr<IZoEventLoggerClassName>(logger)->GetEventClassName(GUID{}, language, &out);
+        EXPECT_EQ(result < 0, out == nullptr);
         text = take_text(out);
         return result;
     }
-    // Comes back when the target has answered and all callbacks before that have returned.
+    /// Sends a request of this operation, of three events for a list.
+    HRESULT call(std::string_view operation) {
+        std::vector<CComPtr<IZoLoggedEvent>> events;
+        std::vector<CComPtr<IZoAlarm>> alarms;
+        CComPtr<IZoDetailCollection> details;
+        std::string text;
+        if (operation == zo_link::op::get_logged_events) return logged_events(3, events);
+        if (operation == zo_link::op::get_active_alarms) return active_alarms(alarms);
+        if (operation == zo_link::op::class_name) return class_name(0, text);
+        return CComQIPtr<IZoEventLogger5>(logger)->GetDetails(GUID{}, 0, 0, details.put());
+    }
+    /// Returns after the target has answered and all callbacks before that have returned.
     HRESULT settle() {
         peer.answer(zo_link::op::get_logged_events, {{"items", nlohmann::json::array()}});
-        std::vector<CComPtr<IZoLoggedEvent>> events;
-        return logged_events(10, events);
+        return call(zo_link::op::get_logged_events);
     }
 
     ScriptedPeer peer;

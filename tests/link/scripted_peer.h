@@ -24,20 +24,20 @@ namespace zo_test {
 
 inline constexpr char net_id[] = "5.12.82.40.1.1";
 
-// A target whose every answer is told by the test. Makes itself the route of `net_id`.
+/// A target whose answers the test writes. The routes file names it for `net_id`.
 class ScriptedPeer {
 public:
     using Session = std::shared_ptr<zo_link::LinkSession>;
     using Handler = std::function<void(const Session& session, std::uint32_t id, const nlohmann::json& fields)>;
 
-    explicit ScriptedPeer(std::uint64_t instance = 7) : instance_(instance) { start(); }
+    explicit ScriptedPeer(zo_link::ServerLimits limits = {}) : limits_(limits) { start(); }
 
-    // Answers an operation from here on. Without a handler a hello is accepted and all else is not supported.
+    /// Answers an operation from here on. Without a handler a hello is accepted and all else is not supported.
     void on(const std::string& operation, Handler handler) {
         const std::lock_guard lock(mutex_);
         handlers_[operation] = std::move(handler);
     }
-    // A handler that answers with these fields.
+    /// Answers an operation with these fields.
     void answer(const std::string& operation, nlohmann::json fields) {
         on(operation, [fields = std::move(fields)](const Session& session, std::uint32_t id, const nlohmann::json&) {
             session->reply(id, zo_link::code::ok, fields);
@@ -48,7 +48,7 @@ public:
         const std::lock_guard lock(mutex_);
         instance_ = instance;
     }
-    // The newest session whose hello was accepted; waits for one.
+    /// Waits for an accepted hello; returns the newest session.
     Session session() {
         Session found;
         eventually([&] {
@@ -58,7 +58,7 @@ public:
         });
         return found;
     }
-    // The fields of the last request of this operation; null when there was none.
+    /// Returns the fields of the last request of this operation; null if there was none.
     nlohmann::json last(const std::string& operation) {
         const std::lock_guard lock(mutex_);
         return last_[operation];
@@ -66,7 +66,7 @@ public:
     std::uint16_t port() const { return server_->port(); }
     void notify_all(const char* kind, const nlohmann::json& fields) { server_->notify_all(kind, fields); }
     std::size_t open_sessions() const { return server_->sessions().size(); }
-    // Ends the target and starts it anew, on another port.
+    /// Ends the target and starts it again, on another port.
     void restart() {
         server_.reset();
         session_.reset();
@@ -78,7 +78,7 @@ private:
         zo_link::ServerEvents events;
         events.request = [this](const Session& session, std::uint32_t id, const std::string& operation,
                                 const nlohmann::json& fields) { handle(session, id, operation, fields); };
-        server_ = std::make_unique<zo_link::LinkServer>("127.0.0.1", std::uint16_t{0}, std::move(events));
+        server_ = std::make_unique<zo_link::LinkServer>("127.0.0.1", std::uint16_t{0}, std::move(events), limits_);
         const nlohmann::json routes = {{"routes", {{net_id, "127.0.0.1:" + std::to_string(port())}}}};
         routes_.write(routes.dump());
         setenv("ZO_ROUTES", routes_.path().c_str(), 1);
@@ -101,16 +101,17 @@ private:
             session->reply(id, zo_link::code::not_supported);
     }
 
+    const zo_link::ServerLimits limits_;
     const TemporaryFile routes_;
     std::mutex mutex_;
     std::map<std::string, Handler> handlers_;
     std::map<std::string, nlohmann::json> last_;
-    std::uint64_t instance_;
+    std::uint64_t instance_ = 7;
     Session session_;
     std::unique_ptr<zo_link::LinkServer> server_;
 };
 
-// A record with all that is required, told apart by its id.
+/// A record with all required fields and this id.
 inline zo_link::EventRecord make_record(std::uint32_t id, std::uint64_t handle = 0) {
     zo_link::EventRecord record;
     record.event_class = {0x01234567, 0x89ab, 0xcdef, {1, 2, 3, 4, 5, 6, 7, 8}};

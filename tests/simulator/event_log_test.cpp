@@ -35,7 +35,7 @@ std::string changes_of(EventLog& log) {
     return text;
 }
 
-// r raise, l clear, f confirm, x reset, all of one alarm; capital letters where that must be refused.
+/// r raise, l clear, f confirm, x reset, all of one alarm; a capital letter must be refused.
 struct Life {
     bool with_confirmation;
     const char* steps;
@@ -73,7 +73,7 @@ TEST(EventLog, LifeOfAnAlarm) {
     }
 }
 
-TEST(EventLog, TimesAndNumbersNeverComeTwice) {
+TEST(EventLog, TimesAndNumbersAreUnique) {
     EventLog log(100);
     log.send(event(1), 5000);
     log.raise(event(2, true), 4000); // the clock was set back
@@ -119,7 +119,7 @@ protected:
 
 zo_link::EventRecord rich_event(std::uint32_t id) {
     zo_link::EventRecord record;
-    record.event_class.data1 = 0xdeadbeef;
+    record.event_class.Data1 = 0xdeadbeef;
     record.event_id = id;
     record.severity = 3;
     record.with_confirmation = -1;
@@ -131,7 +131,7 @@ zo_link::EventRecord rich_event(std::uint32_t id) {
     return record;
 }
 
-// A log and a file that were kept in step through every kind of change.
+/// Puts every kind of change into a log and its file.
 void live(EventLog& log, StateFile& file) {
     file.rewrite(0xfedcba9876543210, log);
     log.raise(rich_event(1), 1000);
@@ -145,14 +145,14 @@ void live(EventLog& log, StateFile& file) {
     file.append(log.take_changes());
 }
 
-TEST_F(StateFileTest, RestoresWhatWasAppended) {
+TEST_F(StateFileTest, RestoresAppendedChanges) {
     EventLog log(100);
     StateFile file(path_);
-    EXPECT_FALSE(file.load()) << "there is none yet";
+    EXPECT_FALSE(load_state(path_)) << "there is no file yet";
     live(log, file);
     for (const bool rewritten : {false, true}) {
         if (rewritten) file.rewrite(0xfedcba9876543210, log);
-        const std::optional<State> state = StateFile(path_).load();
+        const std::optional<State> state = load_state(path_);
         ASSERT_TRUE(state);
         EXPECT_EQ(state->instance, 0xfedcba9876543210);
         EventLog copy(100);
@@ -163,10 +163,10 @@ TEST_F(StateFileTest, RestoresWhatWasAppended) {
     }
     log.clear_log(1);
     file.append(log.take_changes());
-    EXPECT_EQ(StateFile(path_).load()->occurrences.size(), 1u);
+    EXPECT_EQ(load_state(path_)->occurrences.size(), 1u);
 }
 
-TEST_F(StateFileTest, HalfALineAtTheEndIsForgotten) {
+TEST_F(StateFileTest, HalfALineAtTheEndIsIgnored) {
     EventLog log(100);
     StateFile file(path_);
     live(log, file);
@@ -174,7 +174,7 @@ TEST_F(StateFileTest, HalfALineAtTheEndIsForgotten) {
     const std::size_t last_line = whole.rfind('\n', whole.size() - 2) + 1;
     for (std::size_t size = last_line; size < whole.size(); size += 17) {
         write(whole.substr(0, size));
-        EXPECT_EQ(StateFile(path_).load()->occurrences.size(), 2u) << size;
+        EXPECT_EQ(load_state(path_)->occurrences.size(), 2u) << size;
     }
 }
 
@@ -183,7 +183,7 @@ TEST_F(StateFileTest, OtherDamageIsRefused) {
                              "\n";
     const std::string cls = R"("class":"00000000-0000-0000-0000-000000000000","id":1)";
     write(head + R"({"put":1,"listed":true,"record":{"handle":1,)" + cls + "}}\n");
-    ASSERT_NO_THROW(EXPECT_EQ(StateFile(path_).load()->occurrences.size(), 1u));
+    ASSERT_NO_THROW(EXPECT_EQ(load_state(path_)->occurrences.size(), 1u));
     const std::string cases[] = {
         head + "{}\n",
         head + R"({"put":1,"listed":true,"record":{)" + cls + "}}\n",
@@ -192,7 +192,7 @@ TEST_F(StateFileTest, OtherDamageIsRefused) {
     };
     for (const std::string& text : cases) {
         write(text);
-        EXPECT_THROW((void)StateFile(path_).load(), StateError) << text;
+        EXPECT_THROW((void)load_state(path_), StateError) << text;
     }
 }
 

@@ -1,24 +1,24 @@
-#include "platform/link/connection.h"
 #include "platform/link/event_record.h"
 #include "simulator/target.h"
+#include "tests/link/link_client.h"
 #include "tests/simulator/small_scenario.h"
-#include "tests/support/eventually.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <future>
-#include <mutex>
 #include <thread>
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace zo_sim {
 namespace {
@@ -26,51 +26,7 @@ namespace {
 using namespace std::chrono_literals;
 using nlohmann::json;
 
-class Notes final : public zo_link::ConnectionEvents {
-public:
-    void on_open(std::uint64_t number) override { instance = number; }
-    std::uint32_t on_notification(const json& map, std::size_t) override {
-        const std::lock_guard lock(mutex_);
-        notes_.push_back(map);
-        return 0;
-    }
-    std::uint64_t on_answer() override {
-        const std::lock_guard lock(mutex_);
-        return notes_.size();
-    }
-    void on_lost(std::uint32_t) override { lost_ = true; }
-
-    // Waits for that many; what came meanwhile.
-    std::vector<json> wait(std::size_t count) {
-        zo_test::eventually([&] { return on_answer() >= count || lost_; });
-        const std::lock_guard lock(mutex_);
-        return notes_;
-    }
-    bool wait_lost() {
-        return zo_test::eventually([this] { return lost_.load(); });
-    }
-
-    std::atomic<std::uint64_t> instance = 0;
-
-private:
-    std::atomic<bool> lost_ = false;
-    std::mutex mutex_;
-    std::vector<json> notes_;
-};
-
-struct Client {
-    explicit Client(std::uint16_t port, std::chrono::milliseconds deadline = 10s) {
-        opened = connection.open("127.0.0.1", std::to_string(port),
-                                 {{"role", "logger"}, {"address", "1.2.3.4.1.1"}, {"settings", false}}, deadline);
-    }
-    zo_link::Reply request(const char* operation, const json& fields = json::object()) {
-        return connection.request(operation, fields, 10s);
-    }
-
-    std::shared_ptr<Notes> notes = std::make_shared<Notes>();
-    zo_link::Connection connection{notes};
-    zo_link::Reply opened;
-};
+using Client = zo_test::LinkClient;
 
 class TargetTest : public testing::Test {
 protected:
@@ -85,7 +41,7 @@ protected:
         target_ =
             std::make_unique<Target>(*io_, parse_scenario(scenario_), options_,
                                      Target::Output{[this](const std::string& line) { printed_.push_back(line); },
-                                                    [this](const std::string& line) { complaints_.push_back(line); }});
+                                                    [this](const std::string& line) { errors_.push_back(line); }});
         thread_ = std::thread([this] {
             const auto work = boost::asio::make_work_guard(*io_);
             try {
@@ -100,7 +56,7 @@ protected:
         thread_.join();
         target_.reset();
     }
-    // Does a verb and gives all that was printed since the last one.
+    /// Runs a verb; returns all output since the last one.
     std::vector<std::string> verb(const std::string& line) {
         std::promise<std::vector<std::string>> answer;
         boost::asio::post(*io_, [&] {
@@ -118,9 +74,9 @@ protected:
     std::unique_ptr<boost::asio::io_context> io_;
     std::unique_ptr<Target> target_;
     std::thread thread_;
-    std::vector<std::string> printed_;    // of the io thread
-    std::vector<std::string> complaints_; // of the io thread
-    bool state_failed_ = false;           // to be read when the thread has ended
+    std::vector<std::string> printed_; // of the io thread
+    std::vector<std::string> errors_;  // of the io thread
+    bool state_failed_ = false;        // read it after the thread has ended
 };
 
 TEST_F(TargetTest, ConfirmAndOtherCodes) {
@@ -132,23 +88,7 @@ TEST_F(TargetTest, ConfirmAndOtherCodes) {
     EXPECT_EQ(client.request("confirm", {{"handle", 2}}).result, 1u);
     EXPECT_EQ(client.request("confirm", {{"handle", 3}}).result, zo_link::code::not_found);
     EXPECT_EQ(client.request("confirm", {{"handle", "2"}}).result, zo_link::code::not_connected) << "dropped";
-    EXPECT_TRUE(client.notes->wait_lost());
-}
-
-TEST_F(TargetTest, CallbacksDuringAnImportComeBeforeItsAnswer) {
-    Client client(target_->port());
-    ok("message c 3");
-    ok("during get_logged_events message c 3 count=1");
-    ok("during get_active_alarms raise c 1");
-    ok("after get_active_alarms clear c 1");
-    const zo_link::Reply logged = client.request("get_logged_events", {{"count", 1}});
-    EXPECT_EQ(logged.mark, 2u);
-    ASSERT_EQ((*logged.body)["items"].size(), 1u);
-    EXPECT_EQ((*logged.body)["items"][0]["uid"], 2);
-    const zo_link::Reply active = client.request("get_active_alarms");
-    EXPECT_EQ(active.mark, 3u);
-    ASSERT_EQ((*active.body)["items"].size(), 1u);
-    EXPECT_EQ(client.notes->wait(4).back()["note"], "alarm_cleared");
+    EXPECT_TRUE(client.wait_lost());
 }
 
 TEST_F(TargetTest, OptionalInterfacesAreLeftOut) {
@@ -164,52 +104,47 @@ TEST_F(TargetTest, OptionalInterfacesAreLeftOut) {
         EXPECT_EQ(record.json.has_value(), on);
         EXPECT_EQ(record.extended, on);
     }
-    EXPECT_TRUE(list()["log"][0].contains("uid")) << "what the logger holds stays";
+    EXPECT_TRUE(list()["log"][0].contains("uid")) << "the log keeps it";
 }
 
-TEST_F(TargetTest, LossesOfTheLink) {
-    {
-        Client client(target_->port());
-        ok("truncate get_logged_events");
-        EXPECT_EQ(client.request("get_active_alarms").result, 0u);
-        EXPECT_NE(client.request("get_logged_events", {{"count", 1}}).result, 0u);
-        EXPECT_TRUE(client.notes->wait_lost());
-    }
-    {
-        ok("fail hello 0x98110701");
-        EXPECT_EQ(Client(target_->port()).opened.result, 0x98110701u);
-        EXPECT_EQ(Client(target_->port()).opened.result, 0u);
-    }
-    Client stalled(target_->port(), 2s);
-    ok("stall");
-    EXPECT_EQ(stalled.connection.request("get_active_alarms", json::object(), 20ms).result, zo_link::code::timeout);
-    EXPECT_TRUE(stalled.notes->wait_lost()) << "its heartbeat";
-    ok("stall 100"); // in place of the one without end
-    Client late(target_->port());
-    EXPECT_EQ(late.opened.result, 0u) << "answered when the stall is over";
+TEST_F(TargetTest, TruncatedAnswerAndRefusedHello) {
+    Client client(target_->port());
+    ok("truncate get_logged_events");
+    EXPECT_EQ(client.request("get_active_alarms").result, 0u);
+    EXPECT_NE(client.request("get_logged_events", {{"count", 1}}).result, 0u);
+    EXPECT_TRUE(client.wait_lost());
+    ok("fail hello 0x98110701");
+    EXPECT_EQ(Client(target_->port()).opened, 0x98110701u);
+    EXPECT_EQ(Client(target_->port()).opened, 0u);
 }
 
-TEST_F(TargetTest, ARestartContinues) {
+TEST_F(TargetTest, PlannedVerbsRunAroundTheAnswer) {
+    Client client(target_->port());
+    ok("during get_active_alarms raise c 1");
+    ok("after get_active_alarms clear c 1");
+    const zo_link::Reply active = client.request("get_active_alarms");
+    EXPECT_EQ(active.mark, 1u);
+    EXPECT_EQ((*active.body)["items"].size(), 1u);
+    EXPECT_EQ(client.events->wait(2).at(1)["note"], "alarm_cleared");
+}
+
+TEST_F(TargetTest, RestartContinues) {
     ok("raise c 2");
-    ok("raise c 1");
-    ok("clear c 1");
     ok("message c 3 count=4");
     const json before = list();
-    ASSERT_EQ(before["log"].size(), 3u);
-    ASSERT_EQ(before["alarms"].size(), 1u);
     stop();
     start();
     EXPECT_EQ(list(), before);
     Client client(target_->port());
-    EXPECT_EQ(client.notes->instance.load(), before["instance"]);
+    EXPECT_EQ(client.events->instance.load(), before["instance"]);
     ok("message c 3");
-    EXPECT_EQ(client.notes->wait(1).at(0)["event"]["uid"], 4);
+    EXPECT_EQ(client.events->wait(1).at(0)["event"]["uid"], 3);
 }
 
-TEST_F(TargetTest, NothingIsToldThatIsNotStored) {
+TEST_F(TargetTest, UnstoredChangesAreNotSent) {
     Client client(target_->port());
     ok("raise c 2");
-    ASSERT_EQ(client.notes->wait(1).size(), 1u);
+    ASSERT_EQ(client.events->wait(1).size(), 1u);
     // From here on the file cannot grow.
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
@@ -221,7 +156,7 @@ TEST_F(TargetTest, NothingIsToldThatIsNotStored) {
     thread_ = std::thread([] {});
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
     EXPECT_TRUE(state_failed_);
-    // The link itself lives on; its answer comes after all that was sent before.
+    // The link still works; its answer comes behind all earlier frames.
     EXPECT_EQ(client.request("ping").mark, 1u);
 }
 
@@ -237,7 +172,7 @@ TEST_F(TargetTest, HistoryAndSchedule) {
     scenario_ = document.dump();
     start();
     Client client(target_->port());
-    EXPECT_EQ(client.notes->wait(4).size(), 4u) << "again and again";
+    EXPECT_EQ(client.events->wait(4).size(), 4u) << "again and again";
     const json log = list()["log"];
     ASSERT_GE(log.size(), 4u);
     constexpr FileTime second = 10000000;
@@ -247,23 +182,32 @@ TEST_F(TargetTest, HistoryAndSchedule) {
     EXPECT_EQ(log[0]["confirmation"], 3) << "by the schedule";
     EXPECT_EQ(log[3]["raised"].get<FileTime>() - raised, 7140 * second + 4) << "raise and clear take one tick each";
     stop();
-    ASSERT_EQ(complaints_.size(), 1u);
-    EXPECT_EQ(complaints_[0], "schedule: 'confirm c 2': no such active alarm");
+    ASSERT_EQ(errors_.size(), 1u);
+    EXPECT_EQ(errors_[0], "schedule: 'confirm c 2': no such active alarm");
     start();
 }
 
-TEST(Program, LinesSignalsAndStatus) {
-    const zo_test::TemporaryFolder folder;
-    zo_test::write_file(folder / "scenario.json", zo_sim_test::small_scenario);
-    const std::vector<std::string> words{ZO_TARGET_PROGRAM, "--scenario",    folder / "scenario.json", "--port", "0",
-                                         "--state",         folder / "state"};
-    const auto start = [&](const std::string& input) {
-        auto process = std::make_unique<zo_test::Process>(words, folder / "output");
+class Program : public testing::Test {
+protected:
+    Program() { zo_test::write_file(scenario, zo_sim_test::small_scenario); }
+
+    /// Starts the program with files of the folder and an input that ends.
+    auto start(const std::string& input, const char* scenario_name = "scenario", const char* state_name = "state") {
+        auto process = std::make_unique<zo_test::Process>(std::vector<std::string>{ZO_TARGET_PROGRAM, "--port", "0",
+                                                                                   "--scenario", folder / scenario_name,
+                                                                                   "--state", folder / state_name},
+                                                          folder / "output");
         process->write(input);
         process->end_input();
         return process;
-    };
-    const auto output = [&] { return zo_test::read_file(folder / "output"); };
+    }
+    std::string output() const { return zo_test::read_file(folder / "output"); }
+
+    const zo_test::TemporaryFolder folder;
+    const std::filesystem::path scenario = folder / "scenario";
+};
+
+TEST_F(Program, LinesSignalsAndStatus) {
     EXPECT_EQ(start("raise c 2\nraise c 2\nquit\n")->wait(), 0);
     EXPECT_TRUE(output().starts_with("listening 127.0.0.1:")) << output();
     EXPECT_TRUE(output().ends_with("\nok\nerror the alarm is raised already\nok\n")) << output();
@@ -284,16 +228,45 @@ TEST(Program, LinesSignalsAndStatus) {
     std::ofstream(folder / "state", std::ios::app) << "{\n";
     EXPECT_EQ(start("")->wait(), 1);
     EXPECT_NE(output().find("is damaged in line 3"), std::string::npos);
-    zo_test::write_file(folder / "scenario.json", R"({"two\nlines": 1})");
+    zo_test::write_file(scenario, R"({"two\nlines": 1})");
     EXPECT_EQ(start("")->wait(), 1);
     EXPECT_TRUE(output().ends_with("unknown key 'two lines'\n")) << output();
 }
 
-TEST(Program, EndsWhenNobodyReadsItsOutput) {
-    const zo_test::TemporaryFolder folder;
-    std::ofstream(folder / "scenario.json") << zo_sim_test::small_scenario;
+TEST_F(Program, RefusesPipesDevicesAndLockedState) {
+    for (const char* name : {"pipe", "rewrite.new", "unlocked.lock"})
+        ASSERT_EQ(::mkfifo((folder / name).c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", folder / "device");
+    const auto owner = start("", "scenario", "locked");
+    ASSERT_TRUE(zo_test::eventually([&] { return output().starts_with("listening"); }));
+    const struct {
+        const char* scenario;
+        const char* state;
+        const char* error;
+    } rows[] = {
+        {"pipe", "state", "pipe': is not a regular file"},
+        {"device", "state", "is not a regular file"},
+        {"scenario", "pipe", "cannot read state file"},
+        {"scenario", "device", "is not a regular file"},
+        {"scenario", "rewrite", "rewrite.new': is not a regular file"},
+        {"scenario", "unlocked", "unlocked.lock': is not a regular file"},
+        {"scenario", "locked", "is in use by another process"},
+    };
+    for (const auto& row : rows) {
+        const auto process = start("", row.scenario, row.state);
+        ASSERT_TRUE(zo_test::eventually([&] { return !process->runs(); })) << row.error;
+        EXPECT_EQ(process->wait(), 1);
+        EXPECT_NE(output().find(row.error), std::string::npos) << output();
+        EXPECT_EQ(std::ranges::count(output(), '\n'), 1) << output();
+    }
+    owner->signal(SIGKILL);
+    EXPECT_EQ(owner->wait(), -1);
+    EXPECT_EQ(start("quit\n", "scenario", "locked")->wait(), 0); // the lock ends with its process
+}
+
+TEST_F(Program, EndsWhileItsOutputIsFull) {
     const zo_test::UnreadOutput output;
-    zo_test::Process process({ZO_TARGET_PROGRAM, "--scenario", folder / "scenario.json", "--port", "0"}, output.path());
+    zo_test::Process process({ZO_TARGET_PROGRAM, "--scenario", scenario, "--port", "0"}, output.path());
     for (int i = 0; i < 100; ++i)
         process.send("list");
     ASSERT_TRUE(zo_test::eventually([&] { return output.full(); }));
