@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-/// The extension with connected targets "T1", "T2", ... that keep `limit` events each. Nothing runs by itself: a last
-/// target whose proxy cannot be created makes `init` give up before the first tick.
+/// The extension with connected targets "T1", "T2", ... that keep `limit` events each. No tick runs: the proxy of a
+/// last target cannot be created, so `init` fails before the first tick.
 class BenchExtension {
 public:
     BenchExtension(int targets, double limit, std::vector<plain::LoggedEventPtr> history = {})

@@ -1,6 +1,6 @@
 // Making the 100,000 datatypes of a very large controller program from their descriptions, against the bare copies; and
 // finding the members of usual and of large structures, against the walk in declared order and a hash table for each
-// type. "allocations" is the number for one type or one question, on average.
+// type. "allocations" is the average for one type or one look-up.
 
 #include "device/type/datatype.h"
 #include "tests/server_api/allocations.h"
@@ -24,7 +24,7 @@ namespace {
 
 using Descriptions = std::vector<DatatypeDescription>;
 
-DatatypeDescription structure(std::mt19937& random, const std::string& name, unsigned most_members = 25) {
+DatatypeDescription structure(std::mt19937& random, const std::string& name, unsigned max_members = 25) {
     const char* words[] = {"axis",    "fbDrive", "stStatus",       "arrPumps", "nState", "aRecipeSteps",
                            "pConfig", "bReady",  "stTemperatures", "x",        "y",      "lastErrorText"};
     const char* types[] = {"BOOL", "INT", "LREAL", "STRING(80)", "ST_Status", "ARRAY [1..10] OF REAL"};
@@ -35,7 +35,7 @@ DatatypeDescription structure(std::mt19937& random, const std::string& name, uns
     Attributes shown;
     shown.add("ZoHmiSymbol.Show", "");
     shown.add("unit", "mm");
-    const auto count = int(2 + random() % (most_members - 1));
+    const auto count = int(2 + random() % (max_members - 1));
     for (int i = 0; i < count; ++i) {
         description.subitems.emplace_back(std::string(words[random() % std::size(words)]) + std::to_string(i),
                                           types[random() % std::size(types)], i * 8, 8, "",
@@ -106,7 +106,7 @@ void count(benchmark::State& state, std::size_t items, std::size_t allocated) {
     state.SetItemsProcessed(all);
 }
 
-/// Making one thing of each description; `taken` gives the list to make them of.
+/// Makes one object from each description. `taken` returns the descriptions.
 template <typename Taken, typename Make>
 void build(benchmark::State& state, Taken taken, Make make) {
     std::size_t allocated = 0;
@@ -118,9 +118,8 @@ void build(benchmark::State& state, Taken taken, Make make) {
             made.reserve(list.size());
             const std::size_t before = allocations::count();
             state.ResumeTiming();
-            for (auto& description : list) {
+            for (auto& description : list)
                 made.push_back(make(description));
-            }
             benchmark::DoNotOptimize(made.data());
             state.PauseTiming();
             allocated += allocations::count() - before;
@@ -156,11 +155,11 @@ struct Members {
     std::vector<std::string> questions;
 };
 
-std::vector<Members> make_members(std::size_t types, unsigned most_members) {
+std::vector<Members> make_members(std::size_t types, unsigned max_members) {
     std::mt19937 random(7);
     std::vector<Members> list;
     while (list.size() < types) {
-        Members made{Datatype(structure(random, "ST_Part", most_members)), {}, {}};
+        Members made{Datatype(structure(random, "ST_Part", max_members)), {}, {}};
         for (const SubItem& item : made.type.subitems()) {
             made.by_name.emplace(item.name(), made.by_name.size());
             made.questions.push_back(item.name());
@@ -184,17 +183,14 @@ const std::vector<Members>& large() {
 template <typename Find>
 void find(benchmark::State& state, const std::vector<Members>& members, Find find_in) {
     std::size_t asked = 0;
-    for (const Members& of : members) {
+    for (const Members& of : members)
         asked += of.questions.size();
-    }
     const std::size_t before = allocations::count();
     std::size_t sum = 0;
     for (auto _ : state) {
-        for (const Members& of : members) {
-            for (const std::string& name : of.questions) {
+        for (const Members& of : members)
+            for (const std::string& name : of.questions)
                 sum += find_in(of, name);
-            }
-        }
         benchmark::DoNotOptimize(sum);
     }
     count(state, asked, allocations::count() - before);

@@ -1,7 +1,6 @@
-// The import of a target whose logger holds N events, each of which is also sent as a callback while the import
-// fetches, so that as many recorded callbacks are to be recognised: into memory that the process has already, as after
-// each return of a target, and into new memory, as at its start. And that recognition alone, beside a walk over a list
-// of keys.
+// The import of a target whose logger has N events. Each event is also sent as a callback while the import fetches, so
+// that the import must recognise N recorded callbacks. One row uses memory that the process already has, as after a
+// reconnect; one uses new memory, as at the start. Other rows show the recognition alone, beside a walk over the keys.
 
 #include "bench/bench_extension.h"
 #include "targets/event_key.h"
@@ -23,7 +22,7 @@ using ZoHmiEventLogger::EventKey;
 
 namespace {
 
-// The same events twice: as entries of the log, oldest first, and as callbacks.
+/// The same events twice: as entries of the log, oldest first, and as callbacks.
 struct Log {
     explicit Log(std::int64_t count) {
         for (std::int64_t i = 1; i <= count; ++i) {
@@ -46,14 +45,13 @@ struct Log {
 
 enum class Memory { Kept, New };
 
-// By itself the allocator gives memory back once much is free: it would keep that of the small imports, and the large
-// ones would pay for theirs anew each time.
+// The allocator returns memory to the system once much is free: only large imports would pay for new memory each time.
 void keep_memory() {
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     mallopt(M_MMAP_MAX, 0);
 }
 
-/// Connects a new target through `run`. Gives whether its store is what the log holds.
+/// Connects a new target through `run`. Returns true if its store equals the log.
 template <class Run>
 bool import_once(fakes::QuietHost& host, const Log& log, Run&& run) {
     const auto limit = static_cast<std::uint32_t>(log.history.size());

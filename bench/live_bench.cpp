@@ -1,6 +1,5 @@
-// The road of a live alarm, from the sink's Invoke to the server's notify_alarm, on a target whose store is full, so
-// that each alarm pushes an event out. Beside it: building the same record as nlohmann::json and copying it three
-// times.
+// A live alarm from the sink's Invoke to the server's notify_alarm, on a target with a full store, so that each alarm
+// evicts an event. The rival builds the same record as nlohmann::json and copies it three times.
 
 #include "bench/bench_extension.h"
 #include "tests/server_api/allocations.h"

@@ -1,5 +1,5 @@
-// Localizing an alarm whose five answers are all known (a hit) or all to be asked of a logger that answers at once (a
-// miss), on one thread and on two; both for alarms that were never localized before (fresh), too; and the list of
+// Localizing an alarm with five cached answers (a hit), or with five requests to a logger that answers at once (a
+// miss), on one thread and on two; the same for alarms that were never localized before (fresh); and the list of
 // 100,000 events.
 
 #include "bench/bench_extension.h"
@@ -22,7 +22,7 @@ namespace {
 
 constexpr int batch = 64;
 
-// Has its targets connected once, for all threads.
+/// One extension for all threads.
 BenchExtension& connected() {
     static BenchExtension bench(1, 1000);
     return bench;
@@ -35,7 +35,7 @@ Alarm make_alarm() {
     return event.payload().get_alarm();
 }
 
-// Of a class and a source that no other one has.
+/// Gives the alarm a class and a source that no other alarm has.
 void make_unknown(Alarm& alarm) {
     static std::atomic<std::uint32_t> number = 1;
     GUID unique = plain::event_class;
@@ -52,7 +52,7 @@ void localize(benchmark::State& state, Alarm& alarm) {
     if (result != ZoHmiSrv::HMI_SUCCESS || text.empty()) state.SkipWithError("not localized");
 }
 
-// Events that were localized before, as a server does for each client and each drawing.
+/// Events that were localized before: a server localizes them again for each client and each redraw.
 std::vector<Alarm> localized(benchmark::State& state, int count) {
     std::vector<Alarm> alarms(static_cast<std::size_t>(count), make_alarm());
     for (Alarm& alarm : alarms) {
@@ -75,7 +75,7 @@ void hit(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * batch);
 }
 
-// Events as they come from a list, into which everything is still to be written; prepared outside of the time.
+/// Events of a list, which have no answers yet; prepared outside the measured time.
 template <class Prepare>
 void localize_fresh(benchmark::State& state, Prepare prepare) {
     using Clock = std::chrono::steady_clock;
@@ -135,7 +135,7 @@ void list_events(benchmark::State& state) {
 
 BENCHMARK(hit)->Name("localize/hit")->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(fresh_hit)->Name("fresh/hit")->UseManualTime();
-// Long enough for the caches to be full, as they are in a server that has run for a while.
+// Long enough to fill the caches, as in a server that has run for a while.
 BENCHMARK(miss)->Name("localize/miss")->Threads(1)->Threads(2)->UseRealTime()->MinTime(0.5);
 BENCHMARK(fresh_miss)->Name("fresh/miss")->UseManualTime()->MinTime(0.5);
 BENCHMARK(list_events)->Name("on_get_events/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);

@@ -1,5 +1,5 @@
 // Reducing the 1,000 paths of an ordinary controller program, side by side with emptying the groups in place and with a
-// regular expression. "allocations" is the number for one path, on average; of short texts there is none.
+// regular expression. "allocations" is the average for one path. Short texts need none.
 
 #include "device/path/symbol_path.h"
 #include "tests/device/path/path_text.h"
@@ -62,9 +62,8 @@ void run(benchmark::State& state, const std::vector<Path>& list, Reduce reduce) 
     std::size_t size = 0;
     const std::size_t allocated = allocations::count();
     for (auto _ : state) {
-        for (const Path& path : list) {
+        for (const Path& path : list)
             size += reduce(path).size();
-        }
         benchmark::DoNotOptimize(size);
     }
     const auto items = state.iterations() * std::int64_t(list.size());
@@ -73,9 +72,8 @@ void run(benchmark::State& state, const std::vector<Path>& list, Reduce reduce) 
 }
 
 std::string erase_marks_in_place(std::string text) {
-    for (const char mark : {'^', '`', '[', ']'}) {
+    for (const char mark : {'^', '`', '[', ']'})
         std::erase(text, mark);
-    }
     return text;
 }
 

@@ -1,6 +1,6 @@
 #include "bench/plain_proxy.h"
 
-#include "tests/fakes/fake_collections.h"
+#include "platform/logger_proxy/collection.h"
 
 namespace plain {
 
@@ -9,17 +9,32 @@ using ZoAtlCom::CComPtr;
 
 namespace {
 
-class PlainSettings final : public fakes::ComObject<fakes::Dispatch<IZoConnectionSettings>> {
+using zo_logger_proxy::Collection;
+
+class PlainSettings final : public fakes::ComObject<IZoConnectionSettings> {
 public:
     HRESULT SetPreloadTranslations(VARIANT_BOOL) override { return S_OK; }
 
-protected:
-    void* find(const GUID&) override { return static_cast<IZoConnectionSettings*>(this); }
+private:
+    void* find_interface(const GUID&) override { return static_cast<IZoConnectionSettings*>(this); }
 };
 
-template <class Collection, class Interface, class Item>
-HRESULT give_items(const std::vector<CComPtr<Item>>& items, Collection** out) {
-    *out = CComPtr<Collection>(new PlainCollection<Collection, Interface, Item>(items)).detach();
+template <class List, class Interface, class Item>
+HRESULT give_items(const std::vector<CComPtr<Item>>& items, List** out) {
+    typename Collection<List, Interface>::Items copy;
+    copy.reserve(items.size());
+    for (const CComPtr<Item>& item : items)
+        copy.emplace_back(item.get());
+    *out = new Collection<List, Interface>(std::move(copy));
+    return S_OK;
+}
+
+template <class List, class Interface, class Item>
+HRESULT give_twice(const zo_logger_proxy::ThreeTexts& texts, List** out) {
+    typename Collection<List, Interface>::Items items(2);
+    for (auto& item : items)
+        item.attach(new Item(texts));
+    *out = new Collection<List, Interface>(std::move(items));
     return S_OK;
 }
 
@@ -45,20 +60,6 @@ LoggerPtr& latest_logger() {
     return latest;
 }
 
-// Arguments lie in reverse order.
-HRESULT PlainLogger::invoke(std::int32_t dispatch_id, IDispatch* object, const VARIANT_BOOL* flag) {
-    VARIANT reversed[2]{};
-    std::uint32_t count = 0;
-    if (flag) {
-        reversed[count].vt = VT_BOOL;
-        reversed[count++].boolVal = *flag;
-    }
-    reversed[count].vt = VT_DISPATCH;
-    reversed[count++].pdispVal = object;
-    DISPPARAMS arguments{reversed, nullptr, count, 0};
-    return sink_->Invoke(dispatch_id, GUID{}, 0, 1, &arguments, nullptr, nullptr, nullptr);
-}
-
 HRESULT PlainLogger::GetActiveAlarms(IZoAlarmCollection** out) {
     return give_items<IZoAlarmCollection, IZoAlarm>(std::vector<AlarmPtr>(), out);
 }
@@ -72,16 +73,13 @@ HRESULT PlainLogger::GetLoggedEvents(std::uint32_t, IZoLoggedEventCollection** o
 }
 
 HRESULT PlainLogger::GetCausesAndRemedies(const GUID&, std::uint32_t, std::int32_t, IZoCauseRemedyCollection** out) {
-    const fakes::ThreeTexts texts{"1", "The filler ran empty", "Open valve 3 and confirm"};
-    const std::vector<CComPtr<fakes::FakeCauseRemedy>> items{new fakes::FakeCauseRemedy(texts),
-                                                             new fakes::FakeCauseRemedy(texts)};
-    return give_items<IZoCauseRemedyCollection, IZoCauseRemedy>(items, out);
+    return give_twice<IZoCauseRemedyCollection, IZoCauseRemedy, zo_logger_proxy::CauseRemedy>(
+        {"1", "The filler ran empty", "Open valve 3 and confirm"}, out);
 }
 
 HRESULT PlainLogger::GetDetails(const GUID&, std::uint32_t, std::int32_t, IZoDetailCollection** out) {
-    const fakes::ThreeTexts texts{"1", "Level", "Of the tank before the filler"};
-    const std::vector<CComPtr<fakes::FakeDetail>> items{new fakes::FakeDetail(texts), new fakes::FakeDetail(texts)};
-    return give_items<IZoDetailCollection, IZoDetail>(items, out);
+    return give_twice<IZoDetailCollection, IZoDetail, zo_logger_proxy::Detail>(
+        {"1", "Level", "Of the tank before the filler"}, out);
 }
 
 HRESULT PlainLogger::Advise(IUnknown* sink, std::uint32_t* cookie) {
@@ -92,7 +90,7 @@ HRESULT PlainLogger::Advise(IUnknown* sink, std::uint32_t* cookie) {
     return code;
 }
 
-void* PlainLogger::find(const GUID& iid) {
+void* PlainLogger::find_interface(const GUID& iid) {
     if (iid == IID_IZoEventLoggerTimeout) return static_cast<IZoEventLoggerTimeout*>(this);
     if (iid == IID_IConnectionPointContainer) return static_cast<IConnectionPointContainer*>(this);
     if (iid == IID_IZoEventLoggerClassName) return static_cast<IZoEventLoggerClassName*>(this);

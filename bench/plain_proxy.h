@@ -2,6 +2,7 @@
 
 #include "binding/atl_com.h"
 #include "binding/event_logger_proxy.h"
+#include "platform/logger_proxy/invoke.h"
 #include "tests/fakes/com_object.h"
 
 #include <algorithm>
@@ -13,21 +14,23 @@
 #include <utility>
 #include <vector>
 
-// A proxy library for benchmarks: its loggers and events answer at once and keep no record, so that what is measured is
-// the product's own work.
+/// A proxy library for benchmarks: its loggers and events answer at once and record nothing, so that a benchmark
+/// measures the product's own work.
 namespace plain {
+
+using namespace ZoEventLoggerFdxProxyLib;
 
 /// The file time of nanoseconds since 1970.
 constexpr std::int64_t file_time(std::int64_t nanoseconds) {
     return 116444736000000000 + nanoseconds / 100;
 }
 
-/// In what the events differ; everything else is the same: a class, a named source, a JSON attribute, two arguments.
+/// The differences of events. The rest is the same: a class, a named source, a JSON attribute, two arguments.
 struct EventFields {
     std::int64_t raised = 0; ///< nanoseconds since 1970, like the next one
     std::int64_t cleared = 0;
     std::uint32_t unique_id = 0;
-    std::int32_t type = ZoEventLoggerFdxProxyLib::EventTypeAlarm;
+    std::int32_t type = EventTypeAlarm;
 };
 
 inline constexpr GUID event_class{0x08500001, 0x1234, 0x5678, {0xF0, 0, 0, 0, 0, 0, 0, 0x64}};
@@ -35,9 +38,9 @@ inline constexpr GUID source_guid{0x0A0B0C0D, 0x4321, 0x8765, {0xA0, 1, 2, 3, 4,
 /// Two arguments: a type code of 4 bytes and a value of 8 for each.
 inline constexpr std::array<std::uint8_t, 24> argument_block{4, 0, 0, 0, 5, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 9, 9};
 
-/// What logged events, alarms and messages share.
+/// The operations that logged events, alarms and messages share.
 template <class Interface>
-class PlainEvent : public fakes::ComObject<fakes::Dispatch<Interface>, ZoEventLoggerFdxProxyLib::IZoEventIdentity> {
+class PlainEvent : public fakes::ComObject<Interface, IZoEventIdentity> {
 public:
     explicit PlainEvent(EventFields fields) : fields_(fields) {}
 
@@ -50,9 +53,7 @@ public:
     HRESULT GetSourceGuid(GUID* out) override { return give(source_guid, out); }
     HRESULT GetSourceName(char** out) override { return fakes::hand_out("Main.Filler.Axis[3]", out); }
     HRESULT GetTimeRaised(std::int64_t* out) override { return give(file_time(fields_.raised), out); }
-    HRESULT GetArguments(ZoEventLoggerFdxProxyLib::ArgumentDescriptor* out) override {
-        return give({2, 0, 8, 8, 16}, out);
-    }
+    HRESULT GetArguments(ArgumentDescriptor* out) override { return give({2, 0, 8, 8, 16}, out); }
     HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override {
         std::memcpy(*block, argument_block.data(), std::min<std::size_t>(size, argument_block.size()));
         return S_OK;
@@ -62,12 +63,6 @@ public:
 
 protected:
     ~PlainEvent() = default;
-    void* find(const GUID& iid) override {
-        if (iid == ZoEventLoggerFdxProxyLib::IID_IZoEventIdentity) {
-            return static_cast<ZoEventLoggerFdxProxyLib::IZoEventIdentity*>(this);
-        }
-        return static_cast<Interface*>(this);
-    }
     template <class T>
     static HRESULT give(std::type_identity_t<T> value, T* out) {
         *out = value;
@@ -79,9 +74,15 @@ protected:
     }
 
     const EventFields fields_;
+
+private:
+    void* find_interface(const GUID& iid) override {
+        if (iid == IID_IZoEventIdentity) return static_cast<IZoEventIdentity*>(this);
+        return static_cast<Interface*>(this);
+    }
 };
 
-class PlainLoggedEvent final : public PlainEvent<ZoEventLoggerFdxProxyLib::IZoLoggedEvent2> {
+class PlainLoggedEvent final : public PlainEvent<IZoLoggedEvent2> {
 public:
     using PlainEvent::PlainEvent;
     HRESULT GetTimeCleared(std::int64_t* out) override { return give_time(fields_.cleared, out); }
@@ -90,7 +91,7 @@ public:
     HRESULT GetIsActive(VARIANT_BOOL* out) override { return give(VARIANT_FALSE, out); }
 };
 
-class PlainAlarm final : public PlainEvent<ZoEventLoggerFdxProxyLib::IZoAlarmJson> {
+class PlainAlarm final : public PlainEvent<IZoAlarmJson> {
 public:
     using PlainEvent::PlainEvent;
     HRESULT GetIsRaised(VARIANT_BOOL* out) override { return give(VARIANT_TRUE, out); }
@@ -100,7 +101,7 @@ public:
     HRESULT GetTimeConfirmed(std::int64_t* out) override { return give(0, out); }
 };
 
-class PlainMessage final : public PlainEvent<ZoEventLoggerFdxProxyLib::IZoMessageJson> {
+class PlainMessage final : public PlainEvent<IZoMessageJson> {
 public:
     using PlainEvent::PlainEvent;
 };
@@ -109,50 +110,26 @@ using LoggedEventPtr = ZoAtlCom::CComPtr<PlainLoggedEvent>;
 using AlarmPtr = ZoAtlCom::CComPtr<PlainAlarm>;
 using MessagePtr = ZoAtlCom::CComPtr<PlainMessage>;
 
-/// A snapshot of items, made anew for each reader.
-template <class Collection, class Interface, class Item>
-class PlainCollection final : public fakes::ComObject<fakes::Dispatch<Collection>> {
-public:
-    explicit PlainCollection(const std::vector<ZoAtlCom::CComPtr<Item>>& items) : items_(items) {}
-    HRESULT GetItem(std::int32_t index, Interface** out) override {
-        *out = ZoAtlCom::CComPtr<Interface>(items_[static_cast<std::size_t>(index)].get()).detach();
-        return S_OK;
-    }
-    HRESULT GetCount(std::int32_t* out) override {
-        *out = static_cast<std::int32_t>(items_.size());
-        return S_OK;
-    }
-
-protected:
-    void* find(const GUID&) override { return static_cast<Collection*>(this); }
-
-private:
-    const std::vector<ZoAtlCom::CComPtr<Item>> items_;
-};
-
-using LoggerInterfaces =
-    fakes::ComObject<fakes::Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLogger5>,
-                     ZoEventLoggerFdxProxyLib::IZoEventLoggerTimeout,
-                     ZoEventLoggerFdxProxyLib::IConnectionPointContainer, ZoEventLoggerFdxProxyLib::IConnectionPoint,
-                     fakes::Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLoggerClassName>,
-                     fakes::Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLoggerSourceName>>;
+using LoggerInterfaces = fakes::ComObject<IZoEventLogger5, IZoEventLoggerTimeout, IConnectionPointContainer,
+                                          IConnectionPoint, IZoEventLoggerClassName, IZoEventLoggerSourceName>;
 
 /// A logger without active alarms. One sink at a time; texts are the same for every question.
 class PlainLogger final : public LoggerInterfaces {
 public:
     explicit PlainLogger(std::vector<LoggedEventPtr> logged = {}) : history(std::move(logged)) {}
 
-    /// Given out by GetLoggedEvents, whatever count is asked for.
+    /// The answer of GetLoggedEvents for every count.
     std::vector<LoggedEventPtr> history;
-    /// Sent to the sink inside GetLoggedEvents, so while an import fetches.
+    /// Sent to the sink inside GetLoggedEvents, so during an import.
     std::vector<MessagePtr> messages_meanwhile;
     std::vector<AlarmPtr> alarms_meanwhile;
 
     /// Calls of the sink on this thread.
-    HRESULT send(const MessagePtr& message) { return invoke(Events::OnMessageSent, message.get()); }
-    HRESULT raise(const AlarmPtr& alarm) { return invoke(Events::OnAlarmRaised, alarm.get()); }
+    HRESULT send(const MessagePtr& message) { return call(Events::OnMessageSent, message.get()); }
+    HRESULT raise(const AlarmPtr& alarm) { return call(Events::OnAlarmRaised, alarm.get()); }
     HRESULT clear(const AlarmPtr& alarm, VARIANT_BOOL removed) {
-        return invoke(Events::OnAlarmCleared, alarm.get(), &removed);
+        VARIANT reversed[] = {zo_logger_proxy::flag_variant(removed), zo_logger_proxy::object_variant(alarm.get())};
+        return zo_logger_proxy::invoke(*sink_, Events::OnAlarmCleared, reversed);
     }
 
     HRESULT Connect(const char*) override { return set_connected(true); }
@@ -161,20 +138,16 @@ public:
         *out = connected_ ? VARIANT_TRUE : VARIANT_FALSE;
         return S_OK;
     }
-    HRESULT GetActiveAlarms(ZoEventLoggerFdxProxyLib::IZoAlarmCollection** out) override;
-    HRESULT GetLoggedEvents(std::uint32_t, ZoEventLoggerFdxProxyLib::IZoLoggedEventCollection** out) override;
+    HRESULT GetActiveAlarms(IZoAlarmCollection** out) override;
+    HRESULT GetLoggedEvents(std::uint32_t, IZoLoggedEventCollection** out) override;
     HRESULT ClearLoggedEvents() override { return S_OK; }
-    HRESULT GetText(const GUID&, std::uint32_t, std::int32_t, const ZoEventLoggerFdxProxyLib::ArgumentDescriptor*,
-                    const std::uint8_t*, char** out) override {
+    HRESULT GetText(const GUID&, std::uint32_t, std::int32_t, const ArgumentDescriptor*, const std::uint8_t*,
+                    char** out) override {
         return fakes::hand_out("The level of tank 3 is too low: 12.5 cm", out);
     }
-    HRESULT ConnectWithSettings(ZoEventLoggerFdxProxyLib::IZoConnectionSettings*, const char*) override {
-        return set_connected(true);
-    }
-    HRESULT GetCausesAndRemedies(const GUID&, std::uint32_t, std::int32_t,
-                                 ZoEventLoggerFdxProxyLib::IZoCauseRemedyCollection** out) override;
-    HRESULT GetDetails(const GUID&, std::uint32_t, std::int32_t,
-                       ZoEventLoggerFdxProxyLib::IZoDetailCollection** out) override;
+    HRESULT ConnectWithSettings(IZoConnectionSettings*, const char*) override { return set_connected(true); }
+    HRESULT GetCausesAndRemedies(const GUID&, std::uint32_t, std::int32_t, IZoCauseRemedyCollection** out) override;
+    HRESULT GetDetails(const GUID&, std::uint32_t, std::int32_t, IZoDetailCollection** out) override;
     HRESULT GetEventClassName(const GUID&, std::int32_t, char** out) override {
         return fakes::hand_out("Filling level", out);
     }
@@ -182,7 +155,7 @@ public:
         return fakes::hand_out("Axis 3 of the filler", out);
     }
     HRESULT SetTimeout(std::uint32_t) override { return S_OK; }
-    HRESULT FindConnectionPoint(const GUID&, ZoEventLoggerFdxProxyLib::IConnectionPoint** out) override {
+    HRESULT FindConnectionPoint(const GUID&, IConnectionPoint** out) override {
         *out = this;
         AddRef();
         return S_OK;
@@ -193,13 +166,14 @@ public:
         return S_OK;
     }
 
-protected:
-    void* find(const GUID& iid) override;
-
 private:
-    using Events = ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents;
+    using Events = _IZoEventLoggerEvents;
 
-    HRESULT invoke(std::int32_t dispatch_id, IDispatch* object, const VARIANT_BOOL* flag = nullptr);
+    void* find_interface(const GUID& iid) override;
+    HRESULT call(std::int32_t id, IDispatch* object) {
+        VARIANT variant = zo_logger_proxy::object_variant(object);
+        return zo_logger_proxy::invoke(*sink_, id, {&variant, 1});
+    }
     HRESULT set_connected(bool connected) {
         connected_ = connected;
         return S_OK;
@@ -211,9 +185,9 @@ private:
 
 using LoggerPtr = ZoAtlCom::CComPtr<PlainLogger>;
 
-/// Lets that many loggers be created, each with this history, and no more.
+/// Allows the creation of that many loggers with this history.
 void prepare_loggers(int count, std::vector<LoggedEventPtr> history);
-/// The logger that was created last.
+/// Returns the logger that was created last.
 LoggerPtr& latest_logger();
 
 } // namespace plain

@@ -1,7 +1,6 @@
-// Runs the benchmarks of a program and tells ratios of their times. Names are FAMILY/WAY or FAMILY/WAY/SIZE, and
-// numbers of threads count as sizes. Each way is told as a multiple of the way "this" (where there is none, of the
-// first) in the same family and size, and each size as a multiple of the first size of the same way. Names without a
-// "/" are all ways of one family.
+// Runs the benchmarks of a program and prints ratios of their times. Names are FAMILY/WAY or FAMILY/WAY/SIZE; numbers
+// of threads count as sizes. Each way is a multiple of the way "this", or else of the first way, of its family and
+// size. Each size is a multiple of the first size of its way. Names without a "/" are ways of one family.
 
 #include <benchmark/benchmark.h>
 
@@ -19,12 +18,12 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
-            // Of repetitions the median counts, a single run for itself.
+            // The median of repetitions counts, or a single run.
             const bool counts =
                 run.repetitions > 1 ? run.aggregate_name == "median" : run.run_type == Run::RT_Iteration;
             if (!counts || run.error_occurred) continue;
             const double time = run.run_name.time_type.empty() ? run.GetAdjustedCPUTime() : run.GetAdjustedRealTime();
-            // Interleaved runs come in any order; these numbers tell that of their registration.
+            // Interleaved runs finish in any order; these numbers give the order of registration.
             times_.emplace(std::pair(run.family_index, run.per_family_instance_index), make_time(run.run_name, time));
         }
     }

@@ -1,6 +1,6 @@
 // The store of a target's events, filled to its limit, side by side with a Boost.MultiIndex container of the same
-// orders and with the plain walk: events added at ascending times, each of which pushes the oldest one out, and a mix
-// of operations on stores in which a tenth of the events are live alarms.
+// orders and with the plain walk: events added at ascending times, each of which evicts the oldest one, a mix of
+// operations on stores in which a tenth of the events are live alarms, and an avalanche of alarms of one time.
 
 #include "bench/plain_proxy.h"
 #include "targets/conversion.h"
@@ -14,6 +14,7 @@
 #include <boost/multi_index/ordered_index.hpp>
 #include <boost/multi_index_container.hpp>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
@@ -185,8 +186,8 @@ struct Filled {
 
 constexpr std::size_t batch = 256;
 
-/// Where the events lie in memory tells more in the largest stores than anything else: all are filled before any is
-/// used, so that none gets the scraps of another.
+/// In the largest stores the place of the events in memory matters most. All are filled before any is used, so that
+/// each gets contiguous memory.
 void fill_all() {
     for (const std::int64_t capacity : {1'000, 10'000, 100'000, 1'000'000}) {
         Filled<ThisStore>::of(capacity, Load::Adding);
@@ -249,11 +250,42 @@ void mix(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * std::int64_t{3 * batch});
 }
 
+// Alarms of one time, as after the failure of a bus: all are raised, then each is found by its key and released.
+void avalanche(benchmark::State& state, bool reversed) {
+    constexpr unsigned limit = ~0U;
+    const auto count = static_cast<std::size_t>(state.range(0));
+    std::vector<plain::AlarmPtr> alarms;
+    for (std::uint32_t id = 1; id <= count; ++id)
+        alarms.push_back(new plain::PlainAlarm({.raised = 1'000'000'000, .unique_id = id}));
+    std::vector<Event> events(count);
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto store = std::make_unique<ZoHmiEventLogger::EventStore>();
+        for (std::size_t i = 0; i < count; ++i)
+            ZoHmiEventLogger::convert_alarm(events[i], alarms[i].get(), "domain", "Filler", static_cast<int>(i), false);
+        state.ResumeTiming();
+        for (std::size_t i = 0; i < count; ++i)
+            store->add(events[i], alarms[i].get(), true, limit, 0, false);
+        for (std::size_t i = 0; i < count; ++i) {
+            IZoAlarm& alarm = *alarms[reversed ? count - 1 - i : i];
+            store->release_alarm(store->find_alarm(ZoHmiEventLogger::AlarmKey::of(alarm)), limit);
+        }
+        state.PauseTiming();
+        if (store->counters().active_alarms != 0) state.SkipWithError("not all found");
+        store.reset();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 BENCHMARK(add<ThisStore>)->Name("add/this")->RangeMultiplier(10)->Range(1'000, 1'000'000);
 BENCHMARK(add<MultiIndexStore>)->Name("add/multi_index")->RangeMultiplier(10)->Range(1'000, 1'000'000);
 BENCHMARK(add<WalkedStore>)->Name("add/walk")->Arg(1'000)->Arg(10'000);
 BENCHMARK(mix<ThisStore>)->Name("mix/this")->Arg(10'000)->Arg(100'000);
 BENCHMARK(mix<MultiIndexStore>)->Name("mix/multi_index")->Arg(10'000)->Arg(100'000);
 BENCHMARK(mix<WalkedStore>)->Name("mix/walk")->Arg(10'000);
+// Fewer alarms would lie in the processor's cache, and take less time each.
+BENCHMARK_CAPTURE(avalanche, this, false)->Name("avalanche/this")->Arg(10'000)->Arg(100'000);
+BENCHMARK_CAPTURE(avalanche, reversed, true)->Name("avalanche/reversed")->Arg(10'000)->Arg(100'000);
 
 } // namespace

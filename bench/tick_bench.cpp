@@ -1,4 +1,4 @@
-// One tick over connected targets at which nothing happens.
+// One tick over connected targets without a change.
 
 #include "bench/bench_extension.h"
 

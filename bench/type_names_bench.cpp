@@ -25,8 +25,8 @@ struct SizedName {
     std::string name;
 };
 
-/// A good half elementary types, the rest declared ones, arrays, pointers and strings, in the mix of a program's
-/// symbols and members.
+/// Elementary types (55 of 100), declared types, arrays, pointers and strings, in the mix of a program's symbols and
+/// members.
 std::vector<SizedName> make_names() {
     const SizedName elementary[] = {
         {1, "BOOL"}, {1, "BOOL"},  {1, "BOOL"}, {1, "BOOL"},  {2, "INT"},   {2, "INT"},           {2, "UINT"},
@@ -46,37 +46,35 @@ std::vector<SizedName> make_names() {
     std::vector<SizedName> names;
     while (names.size() < 1000) {
         const auto kind = random() % 100;
-        if (kind < 55) {
+        if (kind < 55)
             names.push_back(pick(elementary));
-        } else if (kind < 75) {
+        else if (kind < 75)
             names.push_back({48, declared()});
-        } else if (kind < 85) {
+        else if (kind < 85)
             names.push_back({81, "STRING(" + number() + ")"});
-        } else if (kind < 93) {
+        else if (kind < 93)
             names.push_back({64, "ARRAY [0.." + number() + "] OF " + pick(elementary).name});
-        } else if (kind < 97) {
+        else if (kind < 97)
             names.push_back({8, "POINTER TO " + declared()});
-        } else {
+        else
             names.push_back({2, "INT(0.." + number() + ")"});
-        }
     }
     return names;
 }
 
-/// The ordinary list, or 1,000 of the exact names that it has.
+/// The ordinary list, or 1,000 of its exact names.
 const std::vector<SizedName>& names(bool exact_only) {
     static const std::vector<SizedName> all = make_names();
     static const std::vector<SizedName> exact = [] {
         std::vector<SizedName> list;
-        for (std::size_t i = 0; list.size() < all.size(); i = (i + 1) % all.size()) {
+        for (std::size_t i = 0; list.size() < all.size(); i = (i + 1) % all.size())
             if (all[i].name.find_first_of("([_. ") == std::string::npos) list.push_back(all[i]);
-        }
         return list;
     }();
     return exact_only ? exact : all;
 }
 
-/// Counts what was known, so that nothing is optimised away, and what was allocated.
+/// Counts the known names, so that the compiler removes nothing, and the allocations.
 template <typename Parse>
 void run(benchmark::State& state, bool exact_only, Parse parse) {
     const auto& list = names(exact_only);
@@ -115,13 +113,11 @@ void search_all_rows(benchmark::State& state, bool exact_only) {
         for (const TypeNameRow& row : type_name_table) {
             if (std::strncmp(name, row.name.data(), row.name.size()) != 0) continue;
             const char rest = name[row.name.size()];
-            if (rest == '\0' || (row.match == TypeNameMatch::Prefix && rest == '(')) {
+            if (rest == '\0' || (row.match == TypeNameMatch::Prefix && rest == '('))
                 return write(size, row.type, row.size, value, type);
-            }
         }
-        if (std::strncmp(name, "POINTER TO ", 11) == 0 || std::strncmp(name, "REFERENCE TO ", 13) == 0) {
+        if (std::strncmp(name, "POINTER TO ", 11) == 0 || std::strncmp(name, "REFERENCE TO ", 13) == 0)
             write(size, FdxDataType::UInt64, TypeNameSize::Checked, value, type);
-        }
     });
 }
 
@@ -129,7 +125,7 @@ void find_in_unordered_map(benchmark::State& state, bool exact_only) {
     struct Known {
         FdxDataType type;
         ValueType value;
-        int size; ///< -1 where the size does not matter
+        int size; ///< -1 if any size matches
     };
     std::unordered_map<std::string_view, Known> types;
     for (const TypeNameRow& row : type_name_table) {

@@ -18,7 +18,7 @@ using ZoHmiSrv::ValueType;
 
 namespace {
 
-// In name order, as those who write a Struct have them; of the lengths that parameters' names have.
+// In name order, as in most code that fills a Struct. The lengths are those of parameters' names.
 constexpr const char* names[] = {
     "alarmState",    "batch",        "causeRemedy",  "comment",    "count",          "data",
     "details",       "deviceState",  "duration",     "eventClass", "eventClassName", "eventId",
@@ -31,7 +31,7 @@ constexpr int rows = 1000;
 constexpr char short_text[] = "short text";
 constexpr char long_text[] = "{08500001-0000-0000-F000-000000000064}";
 
-// Texts, numbers and flags in turn; one of them too long to lie inside.
+// Texts, numbers and flags in turn. One text is too long to lie inside.
 template <class Add>
 void for_each_member(int row, Add&& add) {
     for (std::size_t i = 0; i < members; ++i) {
@@ -125,7 +125,7 @@ private:
         return (std::size_t{has(record, names[I])} + ...);
     }
 };
-// The same by names that come from outside.
+// The same by names from outside.
 struct ForeignNames {
     template <class Tree>
     std::size_t find_in(const Tree& record) const {
@@ -182,9 +182,8 @@ template <class Tree, class Names>
 void look_up_record(benchmark::State& state) {
     const Tree record = Record<Tree>::build();
     const Names wanted;
-    for (auto _ : state) {
+    for (auto _ : state)
         if (wanted.find_in(record) != members) return state.SkipWithError("a member is missing");
-    }
 }
 template <class Tree, class Names>
 void look_up_listing(benchmark::State& state) {
@@ -242,6 +241,14 @@ void destroy(benchmark::State& state) {
     }
 }
 
+template <class Tree, template <class> class Shape>
+void compare(benchmark::State& state) {
+    const Tree original = Shape<Tree>::build();
+    const Tree copy = Shape<Tree>::build();
+    for (auto _ : state)
+        if (!(original == copy)) return state.SkipWithError("the copy differs");
+}
+
 BENCHMARK(build<Value, Record>)->Name("build_struct/this");
 BENCHMARK(build<Json, Record>)->Name("build_struct/nlohmann_json");
 BENCHMARK(look_up_record<Value, KnownNames>)->Name("look_up_struct/this");
@@ -258,6 +265,8 @@ BENCHMARK(copy<Value, Record>)->Name("copy_struct/this");
 BENCHMARK(copy<Json, Record>)->Name("copy_struct/nlohmann_json");
 BENCHMARK(destroy<Value, Record>)->Name("destroy_struct/this");
 BENCHMARK(destroy<Json, Record>)->Name("destroy_struct/nlohmann_json");
+BENCHMARK(compare<Value, Record>)->Name("compare_struct/this");
+BENCHMARK(compare<Json, Record>)->Name("compare_struct/nlohmann_json");
 BENCHMARK(build<Value, Listing>)->Name("build_vector/this");
 BENCHMARK(build<Json, Listing>)->Name("build_vector/nlohmann_json");
 BENCHMARK(iterate_listing<Value>)->Name("iterate_vector/this");
@@ -266,5 +275,7 @@ BENCHMARK(copy<Value, Listing>)->Name("copy_vector/this");
 BENCHMARK(copy<Json, Listing>)->Name("copy_vector/nlohmann_json");
 BENCHMARK(destroy<Value, Listing>)->Name("destroy_vector/this");
 BENCHMARK(destroy<Json, Listing>)->Name("destroy_vector/nlohmann_json");
+BENCHMARK(compare<Value, Listing>)->Name("compare_vector/this");
+BENCHMARK(compare<Json, Listing>)->Name("compare_vector/nlohmann_json");
 
 } // namespace

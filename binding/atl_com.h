@@ -1,6 +1,6 @@
 #pragma once
 
-// Everything by which the proxy's objects are used.
+// All headers that code needs to use the proxy's objects.
 #include "binding/call_gate.h"
 #include "binding/com_ptr.h"
 #include "binding/counted_string.h"

@@ -6,32 +6,34 @@
 
 namespace ZoAtlCom {
 
+using ZoHmiSrv::MutexLock;
+
 namespace {
 
 using Works = std::vector<std::function<void()>>;
 
-// Plain data: a thread-local object with a destructor would keep the library mapped until the thread ends.
+// Plain data: a thread-local destructor would keep the library mapped until the thread ends.
 thread_local int gates_entered = 0;
 thread_local Works* deferred = nullptr;
 
 void run(std::function<void()>& work) noexcept {
     try {
         work();
-    } catch (...) { // nobody is left to tell
+    } catch (...) { // no caller is left to report to
     }
 }
 
 } // namespace
 
 void CallGate::enter() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     inside_.push_back(std::this_thread::get_id());
     ++gates_entered;
 }
 
 void CallGate::leave() noexcept {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         const auto self = std::find(inside_.begin(), inside_.end(), std::this_thread::get_id());
         if (self == inside_.end()) return;
         *self = inside_.back();
@@ -53,15 +55,16 @@ void CallGate::run_outside(std::function<void()> work) noexcept {
     try {
         if (!deferred) deferred = new Works;
         deferred->push_back(std::move(work));
-    } catch (...) { // without memory the object is better lost than destroyed under its own call
+    } catch (...) { // out of memory: leaking the object is safer than destroying it inside its own call
     }
 }
 
 void CallGate::wait_until_idle() {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     const auto self = std::find(inside_.begin(), inside_.end(), std::this_thread::get_id());
     if (self != inside_.end()) return;
-    idle_.wait(lock, [this] { return inside_.empty(); });
+    while (!inside_.empty())
+        lock.wait(idle_);
 }
 
 } // namespace ZoAtlCom

@@ -1,33 +1,34 @@
 #pragma once
 
+#include "support/mutex.h"
+
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 namespace ZoAtlCom {
 
-// Knows which threads are inside an object, so that its destruction can wait for them.
+/// Counts the threads inside an object, so that its destruction can wait for them.
 class CallGate {
 public:
-    // A thread enters and leaves in pairs, nested as it likes. [any thread]
+    /// A thread calls both in pairs, which may be nested. [any thread]
     void enter();
     void leave() noexcept;
-    // Waits without bound until nobody is inside. Returns at once on a thread that is itself inside: it would wait for
-    // itself. [any thread]
+    /// Blocks without a bound until no thread is inside. Returns at once on a thread that is inside, which would wait
+    /// for itself. [any thread]
     void wait_until_idle();
 
-    // Whether this thread is inside a gate, whichever. [any thread]
+    /// Returns true if this thread is inside any gate. [any thread]
     static bool is_inside() noexcept;
-    // Runs `work` at once; on a thread that is inside a gate, whichever, when it has left the outermost one. For work
-    // that would destroy an object under its own call. [any thread]
+    /// Runs `work` at once. On a thread inside any gate, runs it when the thread leaves the outermost gate instead. For
+    /// work that would destroy an object inside its own call. [any thread]
     static void run_outside(std::function<void()> work) noexcept;
 
 private:
-    std::mutex mutex_;
+    ZoHmiSrv::Mutex mutex_;
     std::condition_variable idle_;
-    std::vector<std::thread::id> inside_;
+    std::vector<std::thread::id> inside_ ZO_GUARDED_BY(mutex_); ///< once for each nested visit
 };
 
 } // namespace ZoAtlCom

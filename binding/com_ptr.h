@@ -9,7 +9,7 @@
 
 namespace ZoAtlCom {
 
-// Holds one reference to an object. The pointer itself is no more thread-safe than a raw one.
+/// Owns one reference to an object. The pointer itself is no more thread-safe than a raw pointer.
 template <class T>
 class CComPtr {
 public:
@@ -20,7 +20,7 @@ public:
     }
     CComPtr(const CComPtr& other) : CComPtr(other.object_) {}
     CComPtr(CComPtr&& other) noexcept : object_(other.detach()) {}
-    // By value: the old reference goes last, so that assigning what hangs on it is safe.
+    // By value: the old reference is released last, so its object may own the new one.
     CComPtr& operator=(CComPtr other) noexcept {
         std::swap(object_, other.object_);
         return *this;
@@ -34,18 +34,18 @@ public:
     friend bool operator==(const CComPtr& a, const CComPtr& b) { return a.object_ == b.object_; }
     friend bool operator==(const CComPtr& a, const T* b) { return a.object_ == b; }
 
-    // Lets go of the reference.
+    /// Releases the reference.
     void release() {
         if (T* object = std::exchange(object_, nullptr)) object->Release();
     }
-    // Takes over a reference that the caller holds.
+    /// Takes over a reference of the caller.
     void attach(T* object) {
         release();
         object_ = object;
     }
-    // Hands the reference to the caller.
+    /// Returns the reference, which the caller then owns.
     [[nodiscard]] T* detach() { return std::exchange(object_, nullptr); }
-    // Lets go of the reference, for an out argument.
+    /// Releases the reference and returns the place for an out argument.
     [[nodiscard]] T** put() {
         release();
         return &object_;
@@ -56,13 +56,13 @@ private:
     T* object_ = nullptr;
 };
 
-// Told by specialization: gcc's sanitizer makes the comparison of the address no constant.
+/// Not a comparison with null: under gcc's sanitizer that is no constant expression.
 template <const GUID* iid>
 inline constexpr bool is_identifier = true;
 template <>
 inline constexpr bool is_identifier<nullptr> = false;
 
-// A pointer that asks for its interface when an object of another kind is assigned; null when the object lacks it.
+/// Queries its interface when an object of another kind is assigned; null when the object does not have it.
 template <class T, const GUID* iid = ZoEventLoggerFdxProxyLib::iid_of<T>>
 class CComQIPtr : public CComPtr<T> {
     static_assert(is_identifier<iid>, "this interface cannot be queried");
@@ -76,7 +76,7 @@ public:
     template <class U>
     requires(!std::is_same_v<T, U>) CComQIPtr(const CComPtr<U>& object) { query(object.get()); }
 
-    // Replaces what is held by the object's interface; the answer of the object, or E_POINTER for null.
+    /// Queries the object and stores the interface, or null. Returns the object's answer; E_POINTER for null.
     HRESULT query(IUnknown* object) {
         CComPtr<T> found;
         const HRESULT code = object ? object->QueryInterface(*iid, found.put_void()) : E_POINTER;

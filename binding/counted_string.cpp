@@ -11,13 +11,13 @@ namespace {
 
 using Length = std::uint32_t;
 
-// Frees with the string's own rule: the allocation begins at its length.
+/// The allocation begins at the length.
 char* start_of(char* text) {
     return text - sizeof(Length);
 }
 
-// A text longer than this has no representable length.
-constexpr std::size_t longest = UINT32_MAX;
+/// The length has 32 bits.
+constexpr std::size_t max_length = UINT32_MAX;
 
 } // namespace
 
@@ -37,7 +37,7 @@ char* SysAllocStringLen(const char* text, std::uint32_t length) {
 char* SysAllocString(const char* text) {
     if (!text) return nullptr;
     const std::size_t length = std::strlen(text);
-    return length > longest ? nullptr : SysAllocStringLen(text, static_cast<Length>(length));
+    return length > max_length ? nullptr : SysAllocStringLen(text, static_cast<Length>(length));
 }
 
 void SysFreeString(char* text) {

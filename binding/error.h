@@ -8,13 +8,13 @@
 
 namespace ZoAtlCom {
 
-// The text of a result code: what the proxy's library has, else what the table of this floor has. [any thread]
+/// Returns the text of a result code from the proxy's library, or else from the table of this floor. [any thread]
 [[nodiscard]] std::string error_text(HRESULT code);
 
-// A failed call of a proxy object.
+/// A failed call of a proxy object.
 class CAtlException : public std::exception {
 public:
-    // Asks for the code's text.
+    /// Looks the text of the code up.
     explicit CAtlException(HRESULT code) : CAtlException(code, error_text(code)) {}
     CAtlException(HRESULT code, std::string text) : code_(code), text_(std::move(text)) {}
 
@@ -27,7 +27,7 @@ private:
     std::string text_;
 };
 
-// Throws CAtlException for a negative code; else hands the code on. [any thread]
+/// Throws CAtlException for a negative code; otherwise returns the code. [any thread]
 inline HRESULT throw_if_failed(HRESULT code) {
     if (failed(code)) throw CAtlException(code);
     return code;

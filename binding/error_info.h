@@ -6,25 +6,25 @@
 #include <cstdint>
 #include <string>
 
-// The writer's view of an error information object. A null text is an empty one. [any thread]
+/// The writer's view of an error information object. A null text counts as empty. [any thread]
 struct ICreateErrorInfo : IUnknown {
-    virtual HRESULT SetGUID(const GUID& guid) = 0;               // slot 3
-    virtual HRESULT SetSource(const char* source) = 0;           // slot 4
-    virtual HRESULT SetDescription(const char* description) = 0; // slot 5
-    virtual HRESULT SetHelpFile(const char* help_file) = 0;      // slot 6
-    virtual HRESULT SetHelpContext(std::uint32_t context) = 0;   // slot 7
+    virtual HRESULT SetGUID(const GUID& guid) = 0;               ///< slot 3
+    virtual HRESULT SetSource(const char* source) = 0;           ///< slot 4
+    virtual HRESULT SetDescription(const char* description) = 0; ///< slot 5
+    virtual HRESULT SetHelpFile(const char* help_file) = 0;      ///< slot 6
+    virtual HRESULT SetHelpContext(std::uint32_t context) = 0;   ///< slot 7
 
 protected:
     ~ICreateErrorInfo() = default;
 };
 
-// The reader's view. Out strings are counted strings for the caller to free, null for an empty text. [any thread]
+/// The reader's view. Out strings are counted strings that the caller frees; null for an empty text. [any thread]
 struct IErrorInfo : IUnknown {
-    virtual HRESULT GetGUID(GUID* out) = 0;                 // slot 3
-    virtual HRESULT GetSource(char** out) = 0;              // slot 4
-    virtual HRESULT GetDescription(char** out) = 0;         // slot 5
-    virtual HRESULT GetHelpFile(char** out) = 0;            // slot 6
-    virtual HRESULT GetHelpContext(std::uint32_t* out) = 0; // slot 7
+    virtual HRESULT GetGUID(GUID* out) = 0;                 ///< slot 3
+    virtual HRESULT GetSource(char** out) = 0;              ///< slot 4
+    virtual HRESULT GetDescription(char** out) = 0;         ///< slot 5
+    virtual HRESULT GetHelpFile(char** out) = 0;            ///< slot 6
+    virtual HRESULT GetHelpContext(std::uint32_t* out) = 0; ///< slot 7
 
 protected:
     ~IErrorInfo() = default;
@@ -32,9 +32,8 @@ protected:
 
 namespace ZoAtlCom::detail {
 
-// Error information with both views; starts with one reference and dies with its last. The destructor is declared where
-// its two slots lie: between the writer's operations and the reader's. Fields are not guarded against each other's
-// threads; the count is.
+/// Error information with both views, made with one reference. The position of the destructor matters: its two slots
+/// lie between the operations of the writer and those of the reader. The count is atomic; the fields are not guarded.
 class ZoErrorInfo : public ICreateErrorInfo, public IErrorInfo {
 public:
     HRESULT QueryInterface(const GUID& iid, void** out) override;

@@ -13,7 +13,7 @@ struct ErrorText {
     const char* text;
 };
 
-// "comand" is the text as users know it.
+// The misspelled "comand" is the text that users know.
 constexpr ErrorText error_texts[] = {
     {E_UNEXPECTED, "E_UNEXPECTED: Catastrophic failure"},
     {E_NOTIMPL, "E_NOTIMPL: Not implemented"},
@@ -30,7 +30,7 @@ constexpr ErrorText error_texts[] = {
     {hresult(0x9811070D), "syntax error in comand or file"},
 };
 
-// The upper half of a device's code in HRESULT form.
+/// The upper half of a device code in HRESULT form.
 constexpr std::uint32_t device_facility = 0x9811;
 
 } // namespace

@@ -4,7 +4,7 @@
 
 namespace ZoAtlCom::detail {
 
-// The text for a code that the proxy's library has none for; never null. [any thread]
+/// Returns the text of a code that the proxy's library does not know; never null. [any thread]
 [[nodiscard]] const char* table_text(HRESULT code);
 
 } // namespace ZoAtlCom::detail

@@ -44,7 +44,7 @@ HRESULT unadvise(IUnknown* source, const GUID& events, std::uint32_t* cookie) {
 }
 
 HRESULT object_argument(const VARIANT& argument, const GUID& iid, void** out) {
-    // Holds the object while it is asked, whatever happens to the caller's variant.
+    // Keeps a reference during the query, even when the caller's variant changes meanwhile.
     struct Copy : VARIANT {
         Copy() : VARIANT{} {}
         ~Copy() { VariantClear(this); }

@@ -12,11 +12,11 @@
 
 namespace ZoAtlCom {
 
-// The cookie of a sink that is not subscribed.
+/// The cookie of a sink that is not subscribed.
 inline constexpr std::uint32_t not_advised = 0xFEFEFEFE;
 
-// Subscribes a sink of the event interface `iid` at an object and back. Everything but the calls that the event
-// interface needs answers E_NOTIMPL. It counts no references: the owner of the object keeps it alive.
+/// Subscribes a sink of the event interface `iid` at an object, and unsubscribes it. It counts no references: its owner
+/// keeps it alive.
 template <unsigned id, const GUID* iid>
 class IDispEventLocator : public IDispatch {
 public:
@@ -25,15 +25,10 @@ public:
     }
     std::uint32_t AddRef() override { return 1; }
     std::uint32_t Release() override { return 1; }
-    HRESULT GetTypeInfoCount(std::uint32_t*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(std::uint32_t, std::uint32_t, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(const GUID&, char**, std::uint32_t, std::uint32_t, std::int32_t*) override {
-        return E_NOTIMPL;
-    }
 
-    // Subscribes at the source's connection point and keeps the cookie. [any thread]
+    /// Subscribes at the source's connection point and stores the cookie. [any thread]
     HRESULT DispEventAdvise(IUnknown* source) { return detail::advise(source, *iid, this, &event_cookie); }
-    // Unsubscribes whatever the cookie says, and marks it as not subscribed. [any thread]
+    /// Unsubscribes with the stored cookie, even `not_advised`, and resets the cookie. [any thread]
     HRESULT DispEventUnadvise(IUnknown* source) { return detail::unadvise(source, *iid, &event_cookie); }
 
     std::uint32_t event_cookie = not_advised;
@@ -42,23 +37,23 @@ protected:
     ~IDispEventLocator() = default;
 };
 
-// The sink of `T`, which has the event methods. Slots 0 to 7 are its virtual operations; a destructor that `T` makes
-// virtual comes after them.
+/// The sink of `T`, which has the event methods. The virtual operations take slots 0 to 7; a virtual destructor of `T`
+/// follows them.
 template <unsigned id, class T, const GUID* iid>
 class IDispEventSimpleImpl : public IDispEventLocator<id, iid> {
 public:
-    // Calls the event's method. Nothing thrown leaves it: it becomes a result code. [proxy callback]
+    /// Calls the event's method and turns its exceptions into result codes. [proxy callback]
     HRESULT Invoke(std::int32_t dispatch_id, const GUID&, std::uint32_t, std::uint16_t, DISPPARAMS* arguments,
                    VARIANT* result, EXCEPINFO*, std::uint32_t*) override {
         return detail::guarded(gate_, [&] { return dispatch(dispatch_id, arguments, result); });
     }
-    // Function information of an event whose entry has none. [proxy callback]
+    /// Stores the function information of an event whose entry has none. [proxy callback]
     virtual HRESULT GetFuncInfoFromId(const GUID&, std::int32_t, std::uint32_t, FunctionInfo&) { return E_NOTIMPL; }
 
-    // The events of the sink; `T` may hide it by its own.
+    /// Returns the events of the sink; `T` may hide this function.
     static std::span<const SinkEntry<T>> sink_entries() { return EventLoggerSink<T>::entries; }
 
-    // Waits until no call is inside the sink, but never on a thread that is inside. [any thread]
+    /// Blocks until no call is inside the sink. Returns at once on a thread that is inside. [any thread]
     void wait_until_idle() { gate_->wait_until_idle(); }
 
 protected:
@@ -76,7 +71,7 @@ private:
         return S_OK;
     }
 
-    // Shared with the calls inside, which leave it even when the sink died meanwhile.
+    // Shared with the calls inside, which leave the gate even after the sink was destroyed.
     std::shared_ptr<CallGate> gate_ = std::make_shared<CallGate>();
 };
 

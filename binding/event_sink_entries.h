@@ -16,7 +16,7 @@ namespace ZoAtlCom {
 
 class CallGate;
 
-// How an event is called: calling convention, return type, parameter types in the order of declaration.
+/// The signature of an event: calling convention, return type, parameter types in the order of declaration.
 struct FunctionInfo {
     std::uint32_t calling_convention = 0;
     VARTYPE return_type = VT_EMPTY;
@@ -24,7 +24,7 @@ struct FunctionInfo {
     std::array<VARTYPE, 2> parameter_types{};
 };
 
-// One event that a sink takes: the method gets the result (may be null), the arguments in reverse order, their number.
+/// One event of a sink. `result` may be null; the arguments stand in reverse order.
 template <class T>
 struct SinkEntry {
     const GUID* event_interface;
@@ -44,13 +44,13 @@ HRESULT query_sink(IDispatch* sink, const GUID& events, const GUID& asked, void*
 HRESULT advise(IUnknown* source, const GUID& events, IUnknown* sink, std::uint32_t* cookie);
 HRESULT unadvise(IUnknown* source, const GUID& events, std::uint32_t* cookie);
 
-// The interface of a variant that holds an object. Throws CAtlException when the variant cannot be copied.
+/// Stores the interface of the object in a variant. Throws CAtlException when the variant cannot be copied.
 HRESULT object_argument(const VARIANT& argument, const GUID& iid, void** out);
 
-// The code of the exception being handled.
+/// Returns the code of the exception being handled.
 HRESULT code_of_current_exception() noexcept;
 
-// Keeps a thread inside the gate for the length of a call.
+/// Keeps a thread inside the gate during a call.
 class GateVisit {
 public:
     explicit GateVisit(std::shared_ptr<CallGate> gate);
@@ -74,9 +74,9 @@ HRESULT guarded(const std::shared_ptr<CallGate>& gate, Call&& call) noexcept {
 
 } // namespace detail
 
-// The logger's events on a sink with the methods OnMessageSent(IZoMessage*), OnAlarmRaised(IZoAlarm*),
-// OnAlarmCleared(IZoAlarm*, VARIANT_BOOL), OnAlarmConfirmed(IZoAlarm*, VARIANT_BOOL) and
-// OnDatabaseChanged(tagDatabaseChangeReasonEnum). What they return is dropped; what they throw becomes a code.
+/// The logger's events on a sink with the methods OnMessageSent(IZoMessage*), OnAlarmRaised(IZoAlarm*),
+/// OnAlarmCleared(IZoAlarm*, VARIANT_BOOL), OnAlarmConfirmed(IZoAlarm*, VARIANT_BOOL) and
+/// OnDatabaseChanged(tagDatabaseChangeReasonEnum). Return values are dropped; exceptions become result codes.
 template <class T>
 class EventLoggerSink {
     using Alarm = ZoEventLoggerFdxProxyLib::IZoAlarm;

@@ -2,16 +2,16 @@
 
 #include <cstdint>
 
-// Result codes of the event logger's objects: negative is failure, 0 and above is success.
+/// Result codes of the event logger's objects: negative means failure, 0 and above success.
 using HRESULT = std::int32_t;
 
-// A 16-bit flag; true is -1.
+/// A 16-bit flag; true is -1.
 using VARIANT_BOOL = std::int16_t;
 
 inline constexpr VARIANT_BOOL VARIANT_TRUE = -1;
 inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
 
-// A result code from the bit pattern by which it is known.
+/// Returns a result code from its bit pattern.
 constexpr HRESULT hresult(std::uint32_t bits) {
     return static_cast<HRESULT>(bits);
 }

@@ -39,8 +39,8 @@ void free_array(SAFEARRAY* array) {
     std::free(array);
 }
 
-// Gives the copied bits an own hold on what they point to.
-HRESULT own(VARIANT& copy) {
+/// Replaces the pointer in the copied bits by a copy or a reference of its own.
+HRESULT make_unshared(VARIANT& copy) {
     if (copy.vt & VT_ARRAY) {
         if (!copy.parray) return S_OK;
         copy.parray = copy_array(*copy.parray);
@@ -73,7 +73,7 @@ HRESULT VariantClear(VARIANT* variant) {
     const VARIANT old = *variant;
     if (!(old.vt & VT_BYREF) && (old.vt & VT_ARRAY) && old.parray && old.parray->locks) return DISP_E_ARRAYISLOCKED;
 
-    // Emptied first: letting go of an object can come back here.
+    // Empty before the release, which can call this function again for the same variant.
     VariantInit(variant);
     if (old.vt & VT_BYREF) return S_OK;
     if (old.vt & VT_ARRAY)
@@ -90,9 +90,10 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
     if (!target || !source) return E_INVALIDARG;
     if (!is_valid(source->vt)) return DISP_E_BADVARTYPE;
 
-    // The source may hang on what the target holds, so the copy is made before the target is cleared.
+    // Copy before the target is cleared: the source may belong to the object that the target references.
     VARIANT copy = *source;
-    const HRESULT owned = (copy.vt & VT_BYREF) ? S_OK : own(copy);
+    const HRESULT owned = (copy.vt & VT_BYREF) ? S_OK : make_unshared(copy);
+    // The failed copy still has the pointer of the source. The target ends empty, so that it never releases it.
     if (failed(owned)) VariantInit(&copy);
     const HRESULT cleared = VariantClear(target);
     if (failed(cleared)) {

@@ -6,7 +6,7 @@
 
 using VARTYPE = std::uint16_t;
 
-// Type tags of a variant, so far as the logger uses them.
+/// Type tags of a variant that the logger uses.
 inline constexpr VARTYPE VT_EMPTY = 0;
 inline constexpr VARTYPE VT_NULL = 1;
 inline constexpr VARTYPE VT_I4 = 3;
@@ -16,26 +16,26 @@ inline constexpr VARTYPE VT_BOOL = 11;
 inline constexpr VARTYPE VT_UNKNOWN = 13;
 inline constexpr VARTYPE VT_UI4 = 19;
 inline constexpr VARTYPE VT_RECORD = 36;
-// Marks that are added to a tag.
+/// Marks that are added to a tag.
 inline constexpr VARTYPE VT_ARRAY = 0x2000;
 inline constexpr VARTYPE VT_BYREF = 0x4000;
 inline constexpr VARTYPE VT_TYPEMASK = 0x0FFF;
 
-// The array of a variant: `size` plain bytes; descriptor and data are one allocation each of malloc. A locked array is
-// never freed.
+/// The array of a variant: `size` plain bytes. Descriptor and data are one malloc allocation each. A locked array is
+/// never freed.
 struct SAFEARRAY {
     std::uint32_t locks;
     std::uint32_t size;
     std::uint8_t* data;
 };
 
-// A record and its description.
+/// A record and its description.
 struct VariantRecord {
     void* data;
     void* info;
 };
 
-// A tag and a value of at most two pointers.
+/// A tag and a value of at most two pointers.
 struct VARIANT {
     VARTYPE vt;
     std::uint16_t reserved[3];
@@ -45,7 +45,7 @@ struct VARIANT {
         VARIANT_BOOL boolVal;
         std::int64_t llVal;
         double dblVal;
-        char* bstrVal; // a counted string
+        char* bstrVal; ///< a counted string
         IUnknown* punkVal;
         IDispatch* pdispVal;
         SAFEARRAY* parray;
@@ -55,7 +55,7 @@ struct VARIANT {
 };
 static_assert(sizeof(VARIANT) == 8 + 2 * sizeof(void*));
 
-// Arguments of a call by number: `rgvarg[0]` is the last one.
+/// Arguments of a call by number: `rgvarg[0]` is the last one.
 struct DISPPARAMS {
     VARIANT* rgvarg;
     std::int32_t* rgdispidNamedArgs;
@@ -65,16 +65,17 @@ struct DISPPARAMS {
 
 namespace ZoAtlCom {
 
-// Makes an empty variant of raw memory. [any thread]
+/// Makes raw memory an empty variant. [any thread]
 void VariantInit(VARIANT* variant);
 
-// Lets go of what the variant owns and makes it empty. E_INVALIDARG for a tag that no variant can have,
-// DISP_E_ARRAYISLOCKED for a locked array; the variant is untouched then. [any thread]
+/// Releases the value and makes the variant empty. Returns E_INVALIDARG for an invalid tag and DISP_E_ARRAYISLOCKED for
+/// a locked array; the variant is then unchanged. [any thread]
 HRESULT VariantClear(VARIANT* variant);
 
-// Makes `target` an own copy of `source`: strings and arrays are copied, interfaces gain a reference, by-reference
-// values keep pointing where they pointed. DISP_E_BADVARTYPE for a bad tag of the source; a target that cannot be
-// cleared gives that code and stays. E_OUTOFMEMORY, and E_NOTIMPL for records, leave the target empty. [any thread]
+/// Makes `target` a copy of `source`: copies strings and arrays, adds a reference to interfaces, copies the pointer of
+/// by-reference values. Returns DISP_E_BADVARTYPE for an invalid tag of the source, or the code of a target that cannot
+/// be cleared; the target is then unchanged. Returns E_NOTIMPL for a record and E_OUTOFMEMORY; the target is then
+/// empty, because its old value is cleared first and a half copy must not be released. [any thread]
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source);
 
 } // namespace ZoAtlCom

@@ -1,6 +1,6 @@
 # Warnings, sanitizers and the two functions by which folders declare their libraries.
 
-# Precompiled headers need the two settings: gcc keeps them apart from what includes them only so.
+# Without these two settings ccache does not cache sources with a precompiled header.
 find_program(ZO_CCACHE ccache)
 if(ZO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER
@@ -36,7 +36,7 @@ if(ZO_SANITIZE STREQUAL "address")
 elseif(ZO_SANITIZE STREQUAL "thread")
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
   add_link_options(-fsanitize=thread)
-  # gcc warns that it does not instrument fences; ours are all in the standard library's own headers.
+  # gcc warns that it does not instrument fences; all of ours are in headers of the standard library.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wno-tsan)
   endif()
@@ -50,7 +50,7 @@ else()
   add_link_options(-Wl,-z,defs)
 endif()
 
-# The fuzzer follows what an input reaches in all code, not only in its own target.
+# The fuzzer traces an input through all code, not only through its own target.
 if(ZO_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

@@ -4,8 +4,6 @@
 #include "extension/host/value.h"
 #include "targets/target_system.h"
 
-#include <utility>
-
 namespace ZoHmiEventLogger {
 
 using namespace ZoHmiSrv;
@@ -17,7 +15,8 @@ int ZoHmiEventLogger::on_get_events(const Context&, Value& events) {
 }
 
 ErrorValue ZoHmiEventLogger::on_confirm_alarm(const Context&, Alarm& alarm) {
-    const auto target = targets_.find(std::as_const(alarm).parameters()["targetName"].get_string());
+    const Value& parameters = alarm.parameters();
+    const auto target = targets_.find(parameters["targetName"].get_string());
     if (!target) return HMI_E_ENTRY_NOT_FOUND;
     return failed(target->confirm_alarm(alarm)) ? HMI_E_FAIL : HMI_SUCCESS;
 }

@@ -19,7 +19,7 @@ ErrorValue result_of(HRESULT code) {
     return failed(code) ? HMI_E_FAIL : HMI_SUCCESS;
 }
 
-// Counters are 64 bits wide; clients get them as Int.
+/// Counters have 64 bits; clients get them as Int.
 struct CounterMember {
     const char* name;
     std::uint64_t (*value)(const EventStore::Counters&);
@@ -70,7 +70,7 @@ ErrorValue ZoHmiEventLogger::diagnostics(Command& command) {
     return HMI_SUCCESS;
 }
 
-// Asks the proxy for the connection's state, and throws when that fails.
+/// Queries the state of the connection. Throws when the query fails.
 Value ZoHmiEventLogger::diagnose(TargetSystem& target) {
     Value entry;
     entry.set_type(ValueType::Struct);
@@ -95,7 +95,7 @@ Value ZoHmiEventLogger::diagnose(TargetSystem& target) {
     return entry;
 }
 
-// The reconnect itself comes from the next tick.
+// The next tick reconnects.
 ErrorValue ZoHmiEventLogger::force_reconnect(Command& command) {
     const auto target = targets_.find(std::as_const(command).write_value().get_string());
     return target ? result_of(target->force_disconnect()) : HMI_E_ENTRY_NOT_FOUND;
@@ -112,7 +112,7 @@ ErrorValue ZoHmiEventLogger::list_enabled_target_systems(Command& command) {
     return HMI_SUCCESS;
 }
 
-// Unlike the reconnect, whose input is the name itself, this one takes a Struct.
+// The input is a Struct, unlike that of the reconnect, which is the name itself.
 ErrorValue ZoHmiEventLogger::clear_logged_events(Command& command) {
     const auto target = targets_.find(std::as_const(command).write_value()["targetName"].get_string());
     return target ? result_of(target->clear_logged_events()) : HMI_E_ENTRY_NOT_FOUND;

@@ -25,15 +25,15 @@ std::vector<TargetConfig> ZoHmiEventLogger::read_target_configs() {
     return configs;
 }
 
-// A negative count becomes an unsigned number, and so no limit.
+// A negative count becomes a huge unsigned number: no limit.
 std::uint32_t ZoHmiEventLogger::read_event_limit() {
     const double limit = host_->get_config_value(context_, "LIMIT_EVENT_COUNT").get_double();
     return static_cast<std::uint32_t>(Algorithm::saturating_cast<std::int32_t>(limit));
 }
 
-// Fetched until it is known, and then kept.
+// An empty answer is not kept: the next call fetches again.
 std::string ZoHmiEventLogger::get_local_net_id() {
-    const std::lock_guard lock(local_net_id_mutex_);
+    const MutexLock lock(local_net_id_mutex_);
     if (local_net_id_.empty()) local_net_id_ = fetch_local_net_id();
     return local_net_id_;
 }
@@ -46,7 +46,7 @@ std::shared_ptr<TargetSystem> ZoHmiEventLogger::create_target(const TargetConfig
 }
 
 ResultPair ZoHmiEventLogger::on_config_change(const Context& context, const char* path) {
-    const std::lock_guard lock(config_mutex_);
+    const MutexLock lock(config_mutex_);
     const auto parts = Algorithm::split_symbol_name(path);
     if (parts.size() != 2) return {};
     if (parts[0] != targets_key) return HMI_E_INVALID_SYMBOL;
@@ -54,33 +54,34 @@ ResultPair ZoHmiEventLogger::on_config_change(const Context& context, const char
     if (entry.type() != ValueType::Struct && entry.type() != ValueType::Map) return HMI_E_INVALID_PARAMETER;
     if (!TargetConfig::is_complete(entry)) return HMI_E_INVALID_PARAMETER;
 
-    HeldTarget held; // goes after the reset, so that live callbacks of the new target come behind it
-    if (apply_target_config(TargetConfig(parts[1], entry), held)) send_reset_temporary_events(context);
+    LockedTarget locked; // released after the reset, which live callbacks of the new target must follow
+    if (apply_target_config(TargetConfig(parts[1], entry), locked)) send_reset_temporary_events(context);
     return {};
 }
 
-// A target is never changed: another address or another `enabled` makes a new one. True when it did.
-bool ZoHmiEventLogger::apply_target_config(const TargetConfig& config, HeldTarget& held) {
+/// Replaces the target when its address or `enabled` changed; a target is never changed in place. Returns true when it
+/// was replaced.
+bool ZoHmiEventLogger::apply_target_config(const TargetConfig& config, LockedTarget& locked) {
     const auto event_limit = read_event_limit();
     const Timespan timeout = host_->get_config_value(context_, "TIMEOUT").get_timespan();
     const std::string net_id = actualize(config.address, get_local_net_id(), true);
 
     {
-        // Not held any longer than this: the old target disconnects before the new one connects.
+        // Released at the end of this block, so that the old target disconnects before the new one connects.
         const auto current = targets_.find(config.name);
         const std::string current_net_id = current ? current->net_id() : std::string();
         const bool currently_enabled = current && !current->disabled();
         if (net_id == current_net_id && config.enabled == currently_enabled) return false;
     }
 
-    held.target = create_target(config, net_id, timeout, event_limit);
-    if (!targets_.insert_or_replace(config.name, held.target, *stopping_)) return false;
-    if (config.enabled) held.target->connect(held.holder);
+    locked.target = create_target(config, net_id, timeout, event_limit);
+    if (!targets_.insert_or_replace(config.name, locked.target, *stopping_)) return false;
+    if (config.enabled) locked.target->connect(locked.holder);
     return true;
 }
 
 ResultPair ZoHmiEventLogger::on_config_delete(const Context& context, const char* path) {
-    const std::lock_guard lock(config_mutex_);
+    const MutexLock lock(config_mutex_);
     const auto parts = Algorithm::split_symbol_name(path);
     if (parts.size() != 2) return {};
     if (parts[0] != targets_key) return HMI_E_INVALID_SYMBOL;

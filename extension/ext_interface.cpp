@@ -6,10 +6,10 @@
 int ext_interface(ZoHmiSrv::IZoHmiSrvExtHost* host, ZoHmiSrv::IZoHmiSrvExt** out_extension, double* out_version) {
     if (!out_extension || !out_version) return 0;
     try {
-        ZoHmiSrv::initialize_api(host); // before any other type of that library is used
+        ZoHmiSrv::initialize_api(host); // before any type of that library is used
         *out_extension = new ZoHmiEventLogger::ZoHmiEventLogger(host);
         *out_version = 22.0;
-    } catch (...) { // nothing may leave a C function; the server sees that nothing was stored
+    } catch (...) { // no exception may leave a C function; the server sees that nothing was stored
     }
     return 0;
 }

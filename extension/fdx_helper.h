@@ -5,16 +5,16 @@
 
 namespace ZoHmiEventLogger {
 
-/// What the extension uses of the device access library. [any thread]
+/// The operations of the device access library that the extension uses. [any thread]
 class FdxHelper {
 public:
-    /// The first four numbers of this machine's net id; "" if they cannot be had.
+    /// Returns the first four numbers of this machine's net id; "" when they are not available.
     std::string fetch_local_net_id() const;
-    /// The place of the licence report over the targets' net ids; nothing is reported here.
+    /// Would report the targets' net ids for licensing; this build reports nothing.
     void licence_targets(const std::set<std::string>& net_ids, const std::string& local) const;
-    /// Resolves the placeholders of a configured net id; see actualize_net_id.
+    /// Returns a configured net id with its placeholders resolved; see actualize_net_id.
     std::string actualize(std::string address, const std::string& local, bool keep_loopback) const;
-    /// The name of a device result code.
+    /// Returns the name of a device result code.
     std::string error_text(int code) const;
 };
 

@@ -27,8 +27,7 @@ ILicenseHost* license_part(IZoHmiSrvExtHost* host) {
 
 } // namespace
 
-// Runs a step that concerns no target. What it throws is reported, and the next step comes all the same. False when it
-// threw.
+/// Runs a step that concerns no target and reports its exception. Returns false when the step threw.
 template <class Step>
 bool ZoHmiEventLogger::guard(Step&& step) {
     try {
@@ -61,9 +60,9 @@ ResultPair ZoHmiEventLogger::init(const Context& context) {
         return HMI_E_INVALID_PARAMETER;
     }
     const Value timeout = config["TIMEOUT"];
-    if (timeout.type() != ValueType::TimeSpan) return HMI_E_INIT; // the workers stay until the object goes
+    if (timeout.type() != ValueType::TimeSpan) return HMI_E_INIT; // the workers run until the destructor
 
-    std::vector<std::shared_ptr<TargetSystem>> started; // no target dies before the end
+    std::vector<std::shared_ptr<TargetSystem>> started; // no target is destroyed before init ends
     try {
         register_listeners(context);
         if (!start_targets(timeout.get_timespan(), started)) {
@@ -72,7 +71,7 @@ ResultPair ZoHmiEventLogger::init(const Context& context) {
         }
         arm_timer();
         register_config_listener();
-    } catch (...) {
+    } catch (...) { // every exception from the first registration on ends here, whatever its kind
         *stopping_ = true;
         unregister_listeners(context);
         stop_threads();
@@ -82,7 +81,7 @@ ResultPair ZoHmiEventLogger::init(const Context& context) {
     return {};
 }
 
-// A shutdown can come as soon as its listener is there, and finds those that are registered after it not there yet.
+// A shutdown can arrive once its listener is registered. It cannot unregister the listeners that follow.
 void ZoHmiEventLogger::register_listeners(const Context& context) {
     host_->register_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
     host_->register_listener(context, static_cast<IZoHmiSrvEventLocalizationListener*>(this));
@@ -91,7 +90,7 @@ void ZoHmiEventLogger::register_listeners(const Context& context) {
     if (*stopping_) unregister_listeners(context);
 }
 
-// False when a proxy could not be created. What was started until then stays.
+/// Returns false when a proxy could not be created. The targets started before it stay.
 bool ZoHmiEventLogger::start_targets(const Timespan& timeout, std::vector<std::shared_ptr<TargetSystem>>& started) {
     const auto configs = read_target_configs();
     const auto event_limit = read_event_limit();
@@ -126,51 +125,51 @@ void ZoHmiEventLogger::register_config_listener() {
     if (*stopping_) unregister(context_, static_cast<IZoHmiSrvConfigListener*>(this)); // as in register_listeners
 }
 
-// One-shot: each tick arms the next one as its last act, so that ticks never overlap.
+// One-shot: each tick arms the next one as its last step, so ticks never overlap.
 void ZoHmiEventLogger::arm_timer() {
     threading_.start_new_timer(tick_ms, [this, context = context_](TimerError error) {
         try {
             on_timer(error, context);
-        } catch (...) { // reported, and the end of the chain
+        } catch (...) { // already reported; the chain of ticks ends
         }
     });
 }
 
 void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
     if (error == TimerError::cancelled) return;
-    std::vector<HeldTarget> slots;
+    std::vector<LockedTarget> slots;
     std::exception_ptr failed_poll;
     guard([&] { failed_poll = run_tick(context, slots); });
     if (failed_poll) std::rethrow_exception(failed_poll);
     bool armed = guard([this] { arm_timer(); });
-    // Only now do live callbacks of fresh connections come through, behind the reset; all of them before a target goes,
-    // which can take its time.
-    for (HeldTarget& slot : slots)
+    // Live callbacks of new connections follow the reset. All locks are released before any target is destroyed, which
+    // can take long.
+    for (LockedTarget& slot : slots)
         slot.holder.reset();
-    // Nothing but a tick reconnects: where memory lacks for the next one, it is armed later.
+    // Only a tick reconnects: when the next timer cannot be allocated, try again later.
     while (!armed && !*stopping_) {
         std::this_thread::sleep_for(std::chrono::milliseconds(tick_ms));
         armed = guard([this] { arm_timer(); });
     }
 }
 
-// Gives what a poll threw, which ends the tick at once.
-std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vector<HeldTarget>& slots) {
+/// Returns the exception of a failed state query, which ends this tick and the chain of ticks.
+std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vector<LockedTarget>& slots) {
     if (license_host_) guard([this] { licence_targets(licensed_, get_local_net_id()); });
     const auto names = targets_.names();
     slots.resize(names.size());
     bool changed = false;
-    // A shutdown waits for the one target that is being polled, not for all that are away.
+    // A shutdown waits for the poll of one target, not of all.
     for (std::size_t index = 0; index < names.size() && !*stopping_; ++index) {
-        HeldTarget& slot = slots[index];
+        LockedTarget& slot = slots[index];
         slot.target = targets_.find(names[index]);
         if (!slot.target) continue;
         try {
             if (slot.target->poll(slot.holder)) changed = true;
-        } catch (const ZoAtlCom::CAtlException&) {
+        } catch (const ZoAtlCom::CAtlException&) { // a failed state query: nothing else ends the chain
             report_current_exception(names[index]);
             return std::current_exception();
-        } catch (...) { // not the state query but the server
+        } catch (...) { // thrown by the server, or out of memory: the chain goes on
             report_current_exception(names[index]);
             changed = changed || slot.holder;
         }
@@ -179,9 +178,9 @@ std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vecto
     return nullptr;
 }
 
-// What the server refuses the next tick repeats: the server would go on to show events of targets that are gone.
+// The next tick repeats a refused reset. Otherwise the server would keep showing events of lost targets.
 void ZoHmiEventLogger::send_reset_temporary_events(const Context& context) {
-    reset_due_ = false; // before the server lists, so that no refusal on another thread is lost
+    reset_due_ = false; // before the calls, so that a refusal on another thread is not lost
     try {
         log_message(trace_message("RESET_TEMPORARY_EVENTS", {}));
         host_->reset_temporary_events(context);
@@ -207,7 +206,7 @@ void ZoHmiEventLogger::unregister_listeners(const Context& context) {
     unregister(context, static_cast<IZoHmiSrvRequestListener*>(this));
 }
 
-// A server that throws here must not keep the threads running.
+// An exception of the server must not keep the threads running.
 void ZoHmiEventLogger::unregister(const Context& context, IZoHmiSrvListener* listener) {
     guard([&] { host_->unregister_listener(context, listener); });
 }

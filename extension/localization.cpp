@@ -16,20 +16,20 @@ using namespace ZoHmiSrv;
 
 namespace {
 
-// What an event shows in place of a text when its target has been deleted since.
+/// Replaces the text of an event whose target has been deleted.
 constexpr char target_not_found[] = "TARGET_NOT_FOUND";
 
-// Class name, source name, causes with remedies, details.
-constexpr std::size_t most_new_parameters = 4;
+/// Class name, source name, causes with remedies, details.
+constexpr std::size_t max_new_parameters = 4;
 
-// All that is fetched for one event. Servers localize an event again and again, for each client and each drawing, and
-// mostly it holds the answers already: what is Null here needs no writing, which is the greater part of the work.
+/// The answers for one event. A Null member needs no write: the event has that answer. Servers localize the same
+/// event for each client and each redraw, and writing is most of the work.
 struct Localization {
-    String text;
+    String text{""};
     Value class_name, source_name, causes, details;
 };
 
-// The first failure ends it.
+/// Stops at the first failure and returns it.
 ErrorValue fetch(TargetSystem& target, const EventReference& event, const Value& present, Localization& fetched) {
     if (const auto result = target.localize_text(event, fetched.text)) return result;
     if (const auto result = target.localize_class_name(event, present["eventClassName"], fetched.class_name))
@@ -48,14 +48,14 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
     if (language == 0) return HMI_E_UNEXPECTED;
     if (event.type() != ValueType::Message && event.type() != ValueType::Alarm) return HMI_E_INVALID_TYPE;
 
-    // All or nothing: the event is only read until every answer is there.
+    // All or nothing: until every answer has arrived the event is only read.
     Value& parameters = event.parameters();
     const Value& target_name = std::as_const(parameters)["targetName"];
     const auto target = target_name.isset() ? targets_.find(target_name.get_string()) : nullptr;
     if (!target) {
         const String stand_in = target_name.isset() ? target_not_found : event.name();
         parameters.insert_or_update("eventClassName", stand_in.name());
-        text = stand_in; // cannot fail
+        text = stand_in; // never throws
         return HMI_SUCCESS;
     }
 
@@ -63,10 +63,10 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
     Localization fetched;
     if (const ErrorValue result = fetch(*target, reference, parameters, fetched)) return result;
 
-    // Room first: from then on nothing fails, and the event is written whole or not at all.
+    // Reserve first: nothing fails after that, so the event gets every parameter or none.
     const bool changes = fetched.class_name.isset() || fetched.source_name.isset() || fetched.causes.isset() ||
                          fetched.details.isset() || reference.converted_types || reference.converted_data;
-    if (changes) parameters.reserve(parameters.size() + most_new_parameters);
+    if (changes) parameters.reserve(parameters.size() + max_new_parameters);
     text = std::move(fetched.text);
     if (fetched.class_name.isset()) parameters.insert_or_update("eventClassName", std::move(fetched.class_name));
     if (reference.converted_types) parameters.insert_or_update("types", std::move(*reference.converted_types));

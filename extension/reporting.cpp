@@ -19,13 +19,12 @@ constexpr char unknown_error[] = "An error occurred in the communication with th
 
 } // namespace
 
-// A diagnostic message that the server refuses must not keep back what comes behind it: the alarm that it announces,
-// the import, the reset, the next tick.
+// A refused diagnostic message must not stop the work that follows it: an alarm, an import, a reset, the next tick.
 void ZoHmiEventLogger::log_message(Message message) {
     try {
         message.set_domain(context_.domain());
         host_->send_message(context_, std::move(message), false);
-    } catch (...) { // this is the way in which errors are told
+    } catch (...) { // errors are reported by this function itself
     }
 }
 
@@ -39,7 +38,7 @@ void ZoHmiEventLogger::log_unknown_exception(const std::string& target_name) {
     send_error(target_name, unknown_error);
 }
 
-// Called inside a handler. A report that fails itself is given up.
+// Requires a handled exception. A failing report is dropped.
 void ZoHmiEventLogger::report_current_exception(const std::string& target_name) {
     try {
         try {
@@ -69,7 +68,7 @@ void ZoHmiEventLogger::on_alarm_changed(const Alarm& alarm, bool removed) {
     host_->notify_alarm(context_, removed ? AlarmNotification::Removed : AlarmNotification::Changed, alarm);
 }
 
-// The event that took the place of this one is still to be told.
+// The event that replaced this one must still be reported, so no exception leaves.
 void ZoHmiEventLogger::forget_event(const Event& event) {
     try {
         host_->forget_event(context_, event);

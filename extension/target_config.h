@@ -11,11 +11,11 @@ namespace ZoHmiEventLogger {
 /// One entry of TARGET_SYSTEMS while it is being applied.
 struct TargetConfig {
     std::string name;
-    std::string address; // as configured, placeholders included
+    std::string address; ///< as configured, placeholders included
     bool enabled = false;
 
     TargetConfig() = default;
-    /// Takes ADDRESS and ENABLED only when both are there: half an entry makes a target that stays disabled.
+    /// Reads ADDRESS and ENABLED only when the entry has both. An incomplete entry makes a target that stays disabled.
     TargetConfig(std::string key, const ZoHmiSrv::Value& entry);
 
     static bool is_complete(const ZoHmiSrv::Value& entry);

@@ -9,22 +9,22 @@ namespace ZoHmiEventLogger {
 bool TargetTable::insert_or_replace(const std::string& name, std::shared_ptr<TargetSystem> target,
                                     const std::atomic<bool>& stopping) {
     {
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         if (stopping) return false;
         targets_[name].swap(target);
     }
-    if (target) target->retire(); // the old one, which goes with this call
+    if (target) target->retire(); // the old target, which this call releases
     return true;
 }
 
 std::shared_ptr<TargetSystem> TargetTable::find(const std::string& name) const {
-    const auto lock = mutex_.lock_shared();
+    const StripedReadLock lock(mutex_);
     const auto found = targets_.find(name);
     return found != targets_.end() ? found->second : nullptr;
 }
 
 std::vector<std::string> TargetTable::names() const {
-    const auto lock = mutex_.lock_shared();
+    const StripedReadLock lock(mutex_);
     std::vector<std::string> names;
     names.reserve(targets_.size());
     for (const auto& [name, target] : targets_)
@@ -35,7 +35,7 @@ std::vector<std::string> TargetTable::names() const {
 bool TargetTable::erase(const std::string& name) {
     std::shared_ptr<TargetSystem> erased;
     {
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         const auto found = targets_.find(name);
         if (found == targets_.end()) return false;
         erased = std::move(found->second);
@@ -48,7 +48,7 @@ bool TargetTable::erase(const std::string& name) {
 void TargetTable::clear() {
     std::map<std::string, std::shared_ptr<TargetSystem>> cleared;
     {
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         cleared.swap(targets_);
     }
     while (!cleared.empty())

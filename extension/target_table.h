@@ -6,7 +6,6 @@
 #include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,14 +13,17 @@ namespace ZoHmiEventLogger {
 
 class TargetSystem;
 
-/// A target in use, with the lock that keeps its live callbacks waiting. The lock goes first.
-struct HeldTarget {
+/// A target in use and the lock that blocks its live callbacks. The lock is released before the target.
+struct LockedTarget {
     std::shared_ptr<TargetSystem> target;
     LockHolder holder;
 };
 
-/// The targets by name. Its mutex is held for single operations only: a target that leaves the table is let go after
-/// it, since that can disconnect. [any thread]
+/// The targets by name. The mutex is locked for single operations only. A target is destroyed after the unlock, because
+/// that can disconnect.
+///
+/// The mutex has stripes because each localization looks a target up. With two threads on one mutex, localizing is
+/// slower than with one. [any thread]
 class TargetTable {
 public:
     TargetTable() = default;
@@ -29,21 +31,21 @@ public:
     TargetTable(const TargetTable&) = delete;
     TargetTable& operator=(const TargetTable&) = delete;
 
-    /// Does nothing and gives false once `stopping` is set.
+    /// Returns false and changes nothing once `stopping` is set.
     bool insert_or_replace(const std::string& name, std::shared_ptr<TargetSystem> target,
                            const std::atomic<bool>& stopping);
-    /// Null when there is none.
+    /// Returns null for an unknown name.
     std::shared_ptr<TargetSystem> find(const std::string& name) const;
-    /// In byte-wise order.
+    /// Returns the names in byte-wise order.
     std::vector<std::string> names() const;
-    /// False when there was none.
+    /// Returns false for an unknown name.
     bool erase(const std::string& name);
-    /// Lets the targets go in the order of their names.
+    /// Removes the targets in the order of their names.
     void clear();
 
 private:
-    mutable StripedMutex mutex_; // targets_mutex in the picture of the locks
-    std::map<std::string, std::shared_ptr<TargetSystem>> targets_;
+    mutable StripedMutex mutex_; ///< targets_mutex in the picture of the locks
+    std::map<std::string, std::shared_ptr<TargetSystem>> targets_ ZO_GUARDED_BY(mutex_);
 };
 
 } // namespace ZoHmiEventLogger

@@ -5,6 +5,7 @@
 #include "extension/host/listeners.h"
 #include "extension/target_config.h"
 #include "extension/target_table.h"
+#include "support/mutex.h"
 #include "support/threading.h"
 #include "targets/logging_functions.h"
 
@@ -12,7 +13,6 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -26,11 +26,11 @@ class Timespan;
 
 namespace ZoHmiEventLogger {
 
-/// The extension. The order of the bases and of the virtual operations is part of what the server sees: it holds the
-/// IZoHmiSrvExt part, which is not the start of the object.
+/// The extension. The order of the bases and of the virtual operations is part of the binary interface: the server has
+/// a pointer to the IZoHmiSrvExt part, which is not the start of the object.
 ///
-/// The server calls the listeners on threads of its own, several at once, while the tick runs on a worker of
-/// `threading_` and callbacks of the targets on threads of their proxies.
+/// The server calls the listeners on its own threads, several at once. The tick runs on a worker of `threading_`, the
+/// callbacks of the targets on threads of their proxies.
 class ZoHmiEventLogger : public ILoggingFunctions,
                          public ZoHmiSrv::IZoHmiSrvExt,
                          public ZoHmiSrv::IZoHmiSrvShutdownListener,
@@ -42,33 +42,35 @@ class ZoHmiEventLogger : public ILoggingFunctions,
 public:
     /// Makes no host call and starts no timer. The host is not owned.
     explicit ZoHmiEventLogger(ZoHmiSrv::IZoHmiSrvExtHost* host);
-    /// Assumes that `on_shutdown` ran; unregisters nothing.
+    /// Requires that `on_shutdown` ran; unregisters nothing.
     ~ZoHmiEventLogger() override;
 
-    /// Confirms a live alarm at the logger of the target that its parameters name; the change itself comes back as a
-    /// callback. HMI_E_ENTRY_NOT_FOUND without such a target, HMI_E_FAIL when the logger refuses. [server thread]
+    /// Confirms a live alarm at the logger of the target that its parameters name. A callback reports the change later.
+    /// Returns HMI_E_ENTRY_NOT_FOUND for an unknown target, HMI_E_FAIL when the logger refuses. [server thread]
     ZoHmiSrv::ErrorValue on_confirm_alarm(const ZoHmiSrv::Context& context, ZoHmiSrv::Alarm& alarm) override;
-    /// Appends the events of all targets, target after target in the order of their names. [server thread]
+    /// Appends the events of all targets, one target after the other in the order of their names. [server thread]
     int on_get_events(const ZoHmiSrv::Context& context, ZoHmiSrv::Value& events) override;
-    /// An empty text. [any thread]
+    /// Returns an empty text. [any thread]
     ZoHmiSrv::String extension_info() override;
-    /// Reads the configuration, creates and connects the targets and starts the tick. A target that cannot be reached
-    /// is no failure. [server thread]
+    /// Reads the configuration, creates and connects the targets and starts the tick. An unreachable target is no
+    /// failure. [server thread]
     ZoHmiSrv::ResultPair init(const ZoHmiSrv::Context& context) override;
-    /// Waits up to 5 s for each worker, and for calls of the proxy that hang. [server thread]
+    /// Stops the ticks and drops the targets. Blocks up to 5 s for each worker, then without a bound until calls of the
+    /// proxy return. Requires that the caller is not inside a callback of a target: the tick can wait for that
+    /// callback, and this call waits for the tick. [server thread]
     int on_shutdown(const ZoHmiSrv::Context& context) override;
-    /// The event's text in the language of a locale, and its class name, source name, causes and details among its
-    /// parameters. All or nothing: with any other result than success neither is changed. [server thread]
+    /// Stores the event's text in the language of a locale, and adds class name, source name, causes and details to its
+    /// parameters. Unless it returns success, event and text are unchanged. [server thread]
     ZoHmiSrv::ErrorValue on_localize_event(const ZoHmiSrv::Context& context, const char* locale,
                                            ZoHmiSrv::EventPayload& event, ZoHmiSrv::String& text) override;
-    /// Both act on paths of two parts, "TARGET_SYSTEMS::name", and ignore shorter and longer ones. [server thread]
+    /// Both act on paths of two parts, "TARGET_SYSTEMS::name", and ignore shorter and longer paths. [server thread]
     ZoHmiSrv::ResultPair on_config_delete(const ZoHmiSrv::Context& context, const char* path) override;
     ZoHmiSrv::ResultPair on_config_change(const ZoHmiSrv::Context& context, const char* path) override;
-    /// Runs "Diagnostics", "ForceReconnect", "ListEnabledTargetSystems" and "ClearLoggedEvents"; the outcome stands in
-    /// each command. Throws when "Diagnostics" cannot query the state of a connection. [server thread]
+    /// Runs "Diagnostics", "ForceReconnect", "ListEnabledTargetSystems" and "ClearLoggedEvents". Each command carries
+    /// its own result. Throws when "Diagnostics" cannot query the state of a connection. [server thread]
     void on_request(const ZoHmiSrv::Context& context, ZoHmiSrv::CommandGroup& commands) override;
 
-    // ILoggingFunctions
+    // ILoggingFunctions [any thread]
     void log_message(ZoHmiSrv::Message message) override;
     void log_exception(const std::string& target_name, const std::exception& exception) override;
     void log_unknown_exception(const std::string& target_name) override;
@@ -78,9 +80,9 @@ public:
     void forget_event(const ZoHmiSrv::Event& event) override;
     bool preload_translations() override;
 
-    /// One step of the periodic work, 500 ms after the last one ended; ends the chain when the timer was cancelled.
-    /// Throws what the poll of a target throws, after reporting it (its connection state cannot be queried), and then
-    /// arms no further timer. Anything else is reported, and the chain goes on. [tick]
+    /// One step of the periodic work, 500 ms after the end of the step before. Arms the next timer, unless this one was
+    /// cancelled. When the state of a connection cannot be queried, reports the error, throws it and arms no timer. All
+    /// other exceptions are reported, and the chain of ticks goes on. [tick]
     void on_timer(ZoHmiSrv::TimerError error, const ZoHmiSrv::Context& context);
 
 private:
@@ -89,7 +91,7 @@ private:
     bool start_targets(const ZoHmiSrv::Timespan& timeout, std::vector<std::shared_ptr<TargetSystem>>& started);
     void connect_first(TargetSystem& target, const std::string& name);
     void arm_timer();
-    std::exception_ptr run_tick(const ZoHmiSrv::Context& context, std::vector<HeldTarget>& slots);
+    std::exception_ptr run_tick(const ZoHmiSrv::Context& context, std::vector<LockedTarget>& slots);
     template <class Step>
     bool guard(Step&& step);
     void send_reset_temporary_events(const ZoHmiSrv::Context& context);
@@ -119,24 +121,24 @@ private:
     std::vector<TargetConfig> read_target_configs();
     std::uint32_t read_event_limit();
     std::string get_local_net_id();
-    bool apply_target_config(const TargetConfig& config, HeldTarget& held);
+    bool apply_target_config(const TargetConfig& config, LockedTarget& locked) ZO_REQUIRES(config_mutex_);
     std::shared_ptr<TargetSystem> create_target(const TargetConfig& config, const std::string& net_id,
                                                 const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit);
 
-    std::mutex local_net_id_mutex_;
-    std::string local_net_id_; // [local_net_id_mutex]
-    std::mutex config_mutex_;  // config_mutex: one configuration callback at a time
-    // Shared with the targets, one of which may outlive the extension on a thread that still uses it.
+    ZoHmiSrv::Mutex local_net_id_mutex_;
+    std::string local_net_id_ ZO_GUARDED_BY(local_net_id_mutex_);
+    ZoHmiSrv::Mutex config_mutex_; ///< one configuration callback at a time; guards no member
+    // Shared with the targets: a target can outlive the extension on a thread that still uses it.
     const std::shared_ptr<std::atomic<bool>> stopping_ = std::make_shared<std::atomic<bool>>(false);
     const std::shared_ptr<std::atomic<std::uint32_t>> next_event_id_ = std::make_shared<std::atomic<std::uint32_t>>(1);
     ZoHmiSrv::IZoHmiSrvExtHost* const host_;
-    ZoHmiSrv::ILicenseHost* const license_host_; // license_host: null when the host has none
-    ZoHmiSrv::Context context_;                  // set by init, constant from then on
-    std::set<std::string> licensed_;             // net ids for the licence report; the same
-    std::atomic<bool> reset_due_ = false;        // the server did not take the last reset
-    // Behind all that a target uses while it disconnects and reports.
+    ZoHmiSrv::ILicenseHost* const license_host_; ///< null when the host has none
+    ZoHmiSrv::Context context_;                  ///< set by init, constant afterwards
+    std::set<std::string> licensed_;             ///< net ids for the licence report; set by init
+    std::atomic<bool> reset_due_ = false;        ///< the server refused the last reset
+    // After all members that a target uses while it disconnects and reports.
     TargetTable targets_;
-    // Last, so that no tick outlives what it uses.
+    // Last, so that no tick outlives the members that it uses.
     ZoHmiSrv::Threading threading_{2};
 };
 

@@ -182,7 +182,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(built.item_name() == input.type.item_name);
     use(built, input.symbol);
 
-    // Only the bytes to which the code page gives no character are lost on the way there and back.
+    // A round trip loses only the bytes without a character in the code page.
     std::string text_name = input.type.item_name;
     const std::string back = utf8_to_codepage(to_utf8(text_name, code_page_windows1252), code_page_windows1252);
     std::erase_if(text_name,

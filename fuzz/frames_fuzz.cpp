@@ -1,4 +1,4 @@
-// What a target sends, as the proxy reads it: bytes are cut into frames, frames become callbacks and lists, and their
+// The stream of a target, as the proxy reads it: bytes become frames, frames become callbacks and lists, and their
 // events go into the product. The input is the size of the pieces in one byte, then the stream.
 
 #include "binding/connection_points.h"
@@ -30,14 +30,14 @@ using namespace ZoEventLoggerFdxProxyLib;
 
 namespace {
 
-// The product makes a block of the size that the logger tells. Gigabytes are right, and of no use here.
+/// The product allocates a block of the logger's size. Gigabytes are allowed, and too slow here.
 bool is_small(const zo_link::EventRecord& record) {
     constexpr std::uint64_t small = 1 << 20;
     const std::uint64_t total = std::uint64_t{record.args[2]} + record.args[4];
     return total <= small || total > std::uint64_t{0x7fffffff};
 }
 
-// At least the memory of a value that was built: nodes and allocations as they are, without room to grow.
+/// Returns a lower bound of the memory of a value: its nodes and allocations, without room to grow.
 std::size_t memory_of(const json& value) {
     std::size_t memory = sizeof(json);
     if (value.is_object()) {
@@ -79,7 +79,7 @@ Read read(std::span<const std::uint8_t> stream, std::size_t piece) {
     return result;
 }
 
-// A logger that nobody is connected to: its queue and alarms are driven by hand.
+/// A logger without a connection: the test drives its queue and alarms.
 class Proxy {
 public:
     Proxy() {
@@ -101,8 +101,8 @@ public:
     }
 
 private:
-    // Takes events as the product does, but for keeping them.
-    class Sink final : public fakes::Dispatch<IDispatch> {
+    /// Converts events as the product does, and drops them.
+    class Sink final : public IDispatch {
     public:
         HRESULT QueryInterface(const GUID&, void** out) override {
             *out = this;
@@ -137,7 +137,7 @@ private:
     std::uint64_t epoch_ = 0;
 };
 
-// An item of a list. What was understood is understood the same when it is sent on.
+/// Converts an item of a list. A record reads the same after another round on the link.
 void take_item(const json& item) {
     for (const bool alarm : {false, true}) {
         zo_link::EventRecord record;
@@ -171,7 +171,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto& [map, length] = whole.frames[i];
         require(memory_of(map) <= zo_link::max_frame_memory);
         const auto encoded = zo_link::encode_frame(map);
-        require(encoded == zo_link::encode_frame(pieces.frames[i].first)); // numbers may be none, which equal nothing
+        require(encoded == zo_link::encode_frame(pieces.frames[i].first)); // a number that is not one equals nothing
         const Read again = read(encoded, encoded.size());
         require(again.frames.size() == 1 && zo_link::encode_frame(again.frames[0].first) == encoded);
         if (map.contains("note")) {

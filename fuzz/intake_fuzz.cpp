@@ -1,5 +1,5 @@
-// A logger that gives any counts, times, strings and arguments, over an import, callbacks and reconnects. Each byte of
-// the input decides the next step, and more bytes what comes with it.
+// A logger with any counts, times, strings and arguments, through imports, callbacks and reconnects. A byte of the
+// input chooses the next step, the bytes behind it the values of that step.
 
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
@@ -26,7 +26,7 @@ using ZoHmiEventLogger::TargetSystem;
 
 namespace {
 
-// Zeros once the bytes are used up.
+/// Reads the bytes of the input; zeros behind its end.
 class Bytes {
 public:
     explicit Bytes(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
@@ -53,7 +53,7 @@ private:
     std::span<const std::uint8_t> bytes_;
 };
 
-// Near times meet each other, the others are anything.
+/// A time: small ones are often equal, the others are any.
 std::int64_t time_of(Bytes& bytes) {
     const std::uint8_t kind = bytes.byte();
     return kind < 0xf0 ? fakes::file_time(kind % 32) : bytes.number<std::int64_t>();
@@ -81,7 +81,7 @@ fakes::EventFields fields_of(Bytes& bytes) {
     if (has(12)) fields.json = bytes.text();
     if (has(13)) {
         fields.arguments = bytes.number<ZoEventLoggerFdxProxyLib::ArgumentDescriptor>();
-        // The product makes a block of the size that the logger tells. Gigabytes are right, and of no use here.
+        // The product allocates a block of the logger's size. Gigabytes are allowed, and too slow here.
         const std::uint64_t total = std::uint64_t{fields.arguments.types_size} + fields.arguments.data_size;
         if (total <= std::uint64_t{0x7fffffff}) {
             fields.arguments.types_size %= 4096;
@@ -109,9 +109,9 @@ public:
             step();
             check();
         }
-        // Alarms without identity cannot be told apart, and fail the imports for as long as they live.
+        // Active alarms without identity cannot be distinguished: imports with them fail.
         if (nameless_) return;
-        // Whatever else came before: a logger that behaves is imported.
+        // After any input a logger without faults is imported.
         logger_->plan->clear();
         logger_->reported_active_count.reset();
         logger_->reported_history_count.reset();
@@ -179,7 +179,7 @@ private:
             logger_->plan->answer_any(bytes_.below(2) == 0 ? E_FAIL : S_OK, bytes_.byte());
             break;
         case 11: {
-            // Something happens while the import fetches.
+            // A callback during the import.
             if (const auto alarm = some_alarm())
                 logger_->plan->run(
                     "GetActiveAlarms", [this, alarm] { logger_->fire_raised(alarm); }, 1);

@@ -1,5 +1,5 @@
 // Paths as clients type them and entries as devices send them. The input is a number in one byte, a path up to the
-// first line feed, and behind it a second path; all of it also stands for an entry.
+// first line feed, and behind it a second path; all of it is an entry, too.
 
 #include "device/code/code_page.h"
 #include "device/path/const_symbol_path.h"
@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t npos = std::string::npos;
 
-void ask(const UniqueFdxPath& p) {
+void query(const UniqueFdxPath& p) {
     const std::string& text = p.str();
     require(p.depth() <= p.full_depth() && p.full_depth() <= p.size());
     require(p.dereference_count() <= p.size());
@@ -34,7 +34,7 @@ void ask(const UniqueFdxPath& p) {
     require(parse_indices_from_path_part(text, '[').size() <= text.size() / 2);
 }
 
-/// Takes parts off until none is left; what goes back restores the text.
+/// Removes parts until none is left; adding a part back restores the text.
 template <typename Pop>
 void take_apart(UniqueFdxPath p, Pop pop) {
     for (;;) {
@@ -120,7 +120,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto first = path<UniqueFdxPath>(text.substr(0, end));
     const std::string second = text.substr(std::min(end + 1, text.size()));
 
-    ask(first);
+    query(first);
     take_apart(first, &UniqueFdxPath::pop_back);
     take_apart(first, &UniqueFdxPath::pop_back_restrained);
     cut(first, *data);

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What must hold for any input; a fuzz target traps where it does not.
+/// Requires a condition for every input; the fuzz target traps if it is false.
 inline void require(bool condition) {
     if (!condition) __builtin_trap();
 }

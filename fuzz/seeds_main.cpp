@@ -33,8 +33,8 @@ int main(int argc, char** argv) {
             std::cerr << "cannot read " << seed << '\n';
             return 1;
         }
-        bytes.shrink_to_fit(); // so that a sanitizer sees the first byte too many
-        // A target that finds a fault traps: the last name tells the seed.
+        bytes.shrink_to_fit(); // so that a sanitizer sees a read behind the end
+        // A target traps at a fault: the last printed name is the seed.
         std::cout << seed.filename().string() << std::endl;
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     }

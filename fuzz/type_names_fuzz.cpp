@@ -1,5 +1,5 @@
 // Type names as a device may send them. The input is a size in one byte, a name up to the first line feed, and behind
-// it a second name, which serves as base name and as target.
+// it a second name, for the base name and the target.
 
 #include "device/type/data_type.h"
 #include "device/type/datatype_description.h"
@@ -77,7 +77,7 @@ void repair(const std::string& name) {
     description.type_name = name;
     fix_type_description(description);
     require(description.attributes.size() == 0 || description.attributes.size() == 2);
-    // Each repair of an indirection to itself shortens the name, so repeating it ends.
+    // Each repair of an indirection to itself shortens the name, so the repetition ends.
     for (std::size_t last = name.size() + 1; description.type_name.size() < last;) {
         last = description.type_name.size();
         description.item_name = description.type_name;

@@ -1,60 +1,33 @@
 #pragma once
 
+#include "server/command_table.h"
+
 #include <functional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// What an operator can say, without the doing of it.
+/// Lines of commands, without their actions. All functions are [any thread].
 namespace server {
 
-enum class Verb {
-    events,
-    show,
-    confirm,
-    diagnostics,
-    targets,
-    reconnect,
-    clear,
-    config_set,
-    config_delete,
-    watch,
-    sleep,
-    wait,
-    help,
-    quit
-};
-
-/// A row of the table of commands.
-struct CommandKind {
-    Verb verb;
-    std::string_view words;     ///< what the line begins with, one or two words
-    std::string_view arguments; ///< their kinds, blanks between; those in brackets may be left out
-    bool script_only;
-    std::string_view help;
-};
-
-[[nodiscard]] std::span<const CommandKind> command_kinds();
-
-/// A line as it was understood. No kind and no error: a line that says nothing, empty or a comment.
+/// A parsed line. An empty line or a comment has neither kind nor error.
 struct CommandLine {
     const CommandKind* kind = nullptr;
     std::vector<std::string> arguments;
-    std::string error; ///< one printable sentence when the line cannot be done, arguments of the wrong kind included
+    std::string error; ///< printable; set when the command is unknown or its arguments are wrong
 };
 
-/// Words are separated by blanks. One in double quotes may hold blanks or be empty, and a quote or backslash behind a
-/// backslash. A line that begins with ";" is a comment.
+/// Words are separated by blanks. A word in double quotes may contain blanks or be empty; inside, a backslash stands
+/// before a quote or backslash. A line that begins with ";" is a comment.
 [[nodiscard]] CommandLine parse_command(std::string_view line, bool interactive);
 
-/// What could stand in an argument of a kind, as "NAME"; empty when anything could.
-using Candidates = std::function<std::vector<std::string>(std::string_view kind)>;
+/// Returns possible arguments of a kind; empty when any text could stand there.
+using Candidates = std::function<std::vector<std::string>(ArgumentKind kind)>;
 
-/// The words, sorted and quoted where needed, that the last word of an interactive line could become.
+/// Returns the completions of the last word of an interactive line, sorted, and quoted where needed.
 [[nodiscard]] std::vector<std::string> complete(std::string_view line, const Candidates& candidates);
 
-/// The table of commands as lines for people.
-[[nodiscard]] std::string help_text();
+/// Returns a printable text in double quotes.
+[[nodiscard]] std::string quoted_name(std::string_view text);
 
 } // namespace server

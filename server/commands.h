@@ -5,6 +5,7 @@
 #include "server/event_list.h"
 #include "server/host.h"
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <stop_token>
 #include <string>
@@ -13,37 +14,47 @@
 
 namespace server {
 
-/// What a command gave, for people and as JSON: {"command": line, "ok": true, ...} or {..., "ok": false, "error": ...}.
+/// The result of a command, for people and as JSON: {"command": line, "ok": true, ...} or
+/// {..., "ok": false, "error": ...}.
 struct Answer {
     bool ok = true;
-    std::string text; ///< printable lines, without the last line's end; empty when there is nothing to say
+    std::string text; ///< printable lines, without the end of the last line; may be empty
     nlohmann::ordered_json json;
-    const CommandKind* kind = nullptr; ///< null when the line said nothing, or could not be done
+    const CommandKind* kind = nullptr; ///< null for an empty line and after a failure
     std::string language;              ///< of `watch`
 };
 
-/// Does an operator's commands. Calls into the extension and so may block; never to be used inside a host call.
+/// Asks a person a printable question and returns whether the answer was yes.
+using Ask = std::function<bool(const std::string& question)>;
+
+/// Runs an operator's commands. They call into the extension and may block, so they must not run inside a host call.
 /// [one thread]
 class Commands {
 public:
-    /// All but the language must outlive this object. The language is for texts where a command names none.
+    /// The references must outlive this object. The language applies where a command names none.
     Commands(Host& host, const EventList& events, Configuration& configuration, std::string language)
         : host_(host), events_(events), configuration_(configuration), language_(std::move(language)) {}
 
-    /// What fails is told in the answer. `quit` and `watch` only give their kind: the caller does them. `sleep` and
-    /// `wait` end early when `stop` comes.
-    Answer run(std::string_view line, bool interactive, const std::stop_token& stop);
+    /// Runs one line. A failure stands in the answer. With `ask` the line comes from a person at a terminal. `quit` and
+    /// `watch` are left to the caller, who finds their kind in the answer. A stop ends `sleep` and `wait` early.
+    Answer run(std::string_view line, const std::stop_token& stop, const Ask& ask = {});
 
-    /// What an argument of a kind could be.
-    [[nodiscard]] std::vector<std::string> candidates(std::string_view kind) const;
+    /// Returns possible arguments of a kind.
+    [[nodiscard]] std::vector<std::string> candidates(ArgumentKind kind) const;
 
 private:
     void events(const CommandLine& command, Answer& answer);
     void show(const CommandLine& command, Answer& answer);
     void confirm(const CommandLine& command, Answer& answer);
-    void request(const CommandLine& command, Answer& answer);
+    void diagnostics(Answer& answer);
+    void targets(Answer& answer);
+    void reconnect(const CommandLine& command, Answer& answer);
+    void clear(const CommandLine& command, Answer& answer, const Ask& ask);
     void configure(const CommandLine& command, Answer& answer);
     void pause(const CommandLine& command, const std::stop_token& stop);
+    /// Runs a command of the extension, for a target if it is named. Throws when it failed.
+    ZoHmiSrv::Command request(const char* mapping, ZoHmiSrv::Value input, const std::string& target);
+    void add_incomplete(Answer& answer) const;
     [[nodiscard]] EventRow row(const std::string& name) const;
     [[nodiscard]] std::string language(const CommandLine& command, std::size_t index) const;
 

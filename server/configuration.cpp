@@ -1,14 +1,16 @@
 #include "server/configuration.h"
 
 #include "extension/host/algorithm.h"
+#include "server/read_file.h"
+#include "support/numeric.h"
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <span>
 #include <stdexcept>
+#include <utility>
 
 namespace server {
 
@@ -22,18 +24,57 @@ using ZoHmiSrv::ValueType;
 constexpr const char* targets_key = "TARGET_SYSTEMS";
 constexpr const char* timeout_key = "TIMEOUT";
 constexpr const char* limit_key = "LIMIT_EVENT_COUNT";
+constexpr const char* preload_key = "PRELOAD_TRANSLATIONS";
+constexpr const char* address_key = "ADDRESS";
+constexpr const char* enabled_key = "ENABLED";
 constexpr std::string_view separator = "::";
 constexpr int max_depth = 32;
-constexpr std::size_t largest_file = std::size_t{64} << 20;
+constexpr std::size_t max_file_size = std::size_t{64} << 20;
+
+/// A key that the extension reads.
+struct KeyRule {
+    const char* key;
+    ValueType type;
+    const char* words; ///< the type for people
+    enum class Missing { allowed, reported, fatal } missing;
+};
+using Missing = KeyRule::Missing;
+
+constexpr std::array root_rules{
+    KeyRule{timeout_key, ValueType::TimeSpan, "a number of milliseconds, such as 3000", Missing::fatal},
+    KeyRule{limit_key, ValueType::Double, "a number", Missing::allowed},
+    KeyRule{preload_key, ValueType::Bool, "true or false", Missing::allowed},
+    KeyRule{targets_key, ValueType::Map, "an object with an entry for each target", Missing::allowed},
+};
+constexpr std::array target_rules{
+    KeyRule{address_key, ValueType::String, "a net id, such as \"5.12.82.40.1.1\"", Missing::reported},
+    KeyRule{enabled_key, ValueType::Bool, "true or false", Missing::reported},
+};
 
 void check_key(const std::string& key) {
     if (key.find(separator) != std::string::npos || key.find('\0') != std::string::npos) {
-        throw std::runtime_error("the key \"" + key + "\" has \"::\" or a zero byte inside");
+        throw std::runtime_error("the key \"" + key + "\" contains \"::\" or a zero byte");
+    }
+}
+
+void check_members(const Value& object, std::span<const KeyRule> rules, const std::string& path,
+                   std::vector<ConfigProblem>& problems) {
+    for (const KeyRule& rule : rules) {
+        const Value& member = object[rule.key];
+        if (!member.isset() && rule.missing == Missing::allowed) continue;
+        if (member.type() == rule.type) continue;
+        const std::string fault = member.isset() ? " has the wrong type; it must be " : " is missing; it must be ";
+        problems.push_back({path + rule.key + fault + rule.words, rule.missing == Missing::fatal});
+    }
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        const auto named = [&](const KeyRule& rule) { return std::string_view(rule.key) == member.name(); };
+        if (std::find_if(rules.begin(), rules.end(), named) == rules.end())
+            problems.push_back({"unknown key " + path + member.name(), false});
     }
 }
 
 Value to_value(const json& item, int depth) {
-    if (depth > max_depth) throw std::runtime_error("it nests too deep");
+    if (depth > max_depth) throw std::runtime_error("nested too deep");
     Value value;
     switch (item.type()) {
     case json::value_t::boolean:
@@ -84,23 +125,12 @@ Value to_value(const json& item, int depth) {
     return value;
 }
 
-/// Milliseconds, fractions too, as a length of time; what does not fit saturates.
 Timespan to_timespan(double milliseconds) {
-    const double nanoseconds = milliseconds * 1e6;
-    constexpr double bound = 9223372036854775808.0;
-    if (nanoseconds >= bound) return Timespan(std::numeric_limits<long>::max());
-    if (nanoseconds <= -bound) return Timespan(std::numeric_limits<long>::min());
-    return Timespan(static_cast<long>(nanoseconds));
+    return Timespan(ZoHmiSrv::Algorithm::saturating_cast<long>(milliseconds * 1e6));
 }
 
-Value read_file(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::string text;
-    std::array<char, 65536> chunk{};
-    while (text.size() <= largest_file && (in.read(chunk.data(), chunk.size()), in.gcount() > 0))
-        text.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
-    if (text.size() > largest_file) throw std::runtime_error(file.string() + " is larger than 64 MiB");
-    if (!in.eof()) throw std::runtime_error("cannot read " + file.string() + ": " + std::strerror(errno));
+Value read_configuration(const std::filesystem::path& file) {
+    const std::string text = read_file(file, max_file_size);
     try {
         return parse_configuration(text);
     } catch (const std::runtime_error& error) {
@@ -115,11 +145,11 @@ Value parse_configuration(std::string_view text) {
     try {
         root = json::parse(text);
     } catch (const json::exception& error) {
-        // Without what it read last, which may be most of the file.
+        // The parser quotes its last token, which may be most of the file.
         const std::string_view what = error.what();
         throw std::runtime_error(std::string(what.substr(0, what.find("; last read: "))));
     }
-    if (!root.is_object()) throw std::runtime_error("it is no JSON object");
+    if (!root.is_object()) throw std::runtime_error("not a JSON object");
     Value value = to_value(root, 0);
     if (const auto timeout = root.find(timeout_key); timeout != root.end() && timeout->is_number()) {
         value[timeout_key].set(to_timespan(timeout->get<double>()));
@@ -131,6 +161,21 @@ Value parse_configuration(std::string_view text) {
         value[targets_key].set_type(ValueType::Map);
     }
     return value;
+}
+
+std::vector<ConfigProblem> configuration_problems(const Value& root) {
+    std::vector<ConfigProblem> problems;
+    check_members(root, root_rules, {}, problems);
+    const Value& targets = root[targets_key];
+    for (auto entry = targets.begin(); entry != targets.end(); ++entry) {
+        const std::string path = std::string(targets_key).append(separator).append(entry.name());
+        if (entry->type() == ValueType::Struct) {
+            check_members(*entry, target_rules, path + std::string(separator), problems);
+        } else {
+            problems.push_back({path + " has the wrong type; it must be an object with ADDRESS and ENABLED", false});
+        }
+    }
+    return problems;
 }
 
 std::vector<ConfigChange> target_changes(const Value& before, const Value& after) {
@@ -148,7 +193,7 @@ std::vector<ConfigChange> target_changes(const Value& before, const Value& after
     return changes;
 }
 
-Configuration::Configuration(std::filesystem::path file) : file_(std::move(file)), root_(read_file(file_)) {
+Configuration::Configuration(std::filesystem::path file) : file_(std::move(file)), root_(read_configuration(file_)) {
 }
 
 Value Configuration::get(const char* path) const {
@@ -160,7 +205,7 @@ Value Configuration::get(const char* path) const {
 }
 
 std::vector<ConfigChange> Configuration::reload() {
-    Value fresh = read_file(file_);
+    Value fresh = read_configuration(file_);
     const std::lock_guard lock(mutex_);
     std::vector<ConfigChange> changes = target_changes(root_, fresh);
     root_.swap(fresh);
@@ -173,8 +218,8 @@ std::vector<ConfigChange> Configuration::set_target(const std::string& name, con
     const Value before(root_);
     Value& entry = root_[targets_key][name.c_str()];
     if (entry.type() != ValueType::Struct) entry.set_type(ValueType::Struct);
-    entry.insert_or_update("ADDRESS", address.c_str());
-    entry.insert_or_update("ENABLED", Value(enabled));
+    entry.insert_or_update(address_key, address.c_str());
+    entry.insert_or_update(enabled_key, Value(enabled));
     return target_changes(before, root_);
 }
 

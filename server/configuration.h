@@ -10,13 +10,22 @@
 
 namespace server {
 
-/// A configuration text as the tree that extensions read. An object is a Struct, but `TARGET_SYSTEMS` is a Map;
+/// Returns a configuration text as the tree that extensions read. An object is a Struct, but `TARGET_SYSTEMS` is a Map;
 /// `TIMEOUT`, a number of milliseconds, is a TimeSpan, and `LIMIT_EVENT_COUNT` a Double. Throws std::runtime_error with
-/// one sentence when the text is no JSON object, nests too deep, or has a key that no path can name (with "::" or a
-/// zero byte inside).
+/// the reason when the text is not a JSON object or nests too deep. A key with "::" or a zero byte throws, too: no path
+/// can name it.
 [[nodiscard]] ZoHmiSrv::Value parse_configuration(std::string_view json);
 
-/// One entry of `TARGET_SYSTEMS` that is not what it was.
+/// A fault in a configuration.
+struct ConfigProblem {
+    std::string text;   ///< names the key; not made printable
+    bool fatal = false; ///< the extension does not start with it
+};
+
+/// Returns the keys that the extension does not know, misses, or expects with another type.
+[[nodiscard]] std::vector<ConfigProblem> configuration_problems(const ZoHmiSrv::Value& root);
+
+/// One entry of `TARGET_SYSTEMS` that has changed.
 struct ConfigChange {
     std::string path; ///< "TARGET_SYSTEMS::" and the entry's name
     bool deleted = false;
@@ -24,27 +33,27 @@ struct ConfigChange {
     bool operator==(const ConfigChange&) const = default;
 };
 
-/// What became of the entries between two configurations: those that are new or differ, then those that are gone.
+/// Returns the entries that differ between two configurations: new and changed ones, then deleted ones.
 [[nodiscard]] std::vector<ConfigChange> target_changes(const ZoHmiSrv::Value& before, const ZoHmiSrv::Value& after);
 
-/// The extension's configuration as a file holds it. [any thread]
+/// The extension's configuration, read from a file. [any thread]
 class Configuration {
 public:
     /// Throws std::runtime_error when the file cannot be read or parsed.
     explicit Configuration(std::filesystem::path file);
 
-    /// The value at a path of keys joined by "::", Null when there is none. The empty path, or a null
-    /// pointer, is the whole.
+    /// Returns the value at a path of keys joined by "::", or Null. The empty path and a null pointer stand for the
+    /// root.
     [[nodiscard]] ZoHmiSrv::Value get(const char* path) const;
 
-    /// Reads the file again and tells what changed below `TARGET_SYSTEMS`. Throws as the constructor does, and then
-    /// nothing has changed.
+    /// Reads the file again and returns the changes below `TARGET_SYSTEMS`. Throws as the constructor does; the
+    /// configuration is unchanged then.
     std::vector<ConfigChange> reload();
 
-    /// Makes or changes an entry of `TARGET_SYSTEMS` in memory, until the file is read again. Throws
-    /// std::runtime_error with one sentence when no path can name it; nothing has changed then.
+    /// Adds or changes an entry of `TARGET_SYSTEMS` in memory, until the file is read again. Throws std::runtime_error
+    /// when no path can name the entry; the configuration is unchanged then.
     std::vector<ConfigChange> set_target(const std::string& name, const std::string& address, bool enabled);
-    /// Removes an entry likewise; one that is not there is no change.
+    /// Deletes an entry in memory. An unknown name changes nothing.
     std::vector<ConfigChange> delete_target(const std::string& name);
 
 private:

@@ -4,17 +4,17 @@
 
 namespace server {
 
-void Console::say(const std::string& text) {
+void Console::print(const std::string& text) {
     const std::lock_guard lock(mutex_);
     last_ = text;
-    if (hushed_) return;
+    if (quiet_) return;
     const bool written = std::fprintf(stream_, "%s\n", text.c_str()) >= 0 && std::fflush(stream_) == 0;
     if (!written && error_ == 0) error_ = errno;
 }
 
-void Console::hush() {
+void Console::set_quiet() {
     const std::lock_guard lock(mutex_);
-    hushed_ = true;
+    quiet_ = true;
 }
 
 std::string Console::last() const {

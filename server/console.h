@@ -6,24 +6,23 @@
 
 namespace server {
 
-/// Where the server's plain lines go: to a stream, or nowhere while an operator has the terminal for himself.
-/// [any thread]
+/// The server's plain lines: printed to a stream, or only kept while an operator uses the terminal. [any thread]
 class Console {
 public:
     explicit Console(std::FILE* stream) : stream_(stream) {}
 
     /// Writes printable text and ends the line.
-    void say(const std::string& text);
-    /// From now on lines are only kept, the last one at a time.
-    void hush();
+    void print(const std::string& text);
+    /// From now on only the last line is kept and none is written.
+    void set_quiet();
     [[nodiscard]] std::string last() const;
-    /// Why the first line that could not be written was not: an errno, 0 for none.
+    /// Returns the errno of the first line that could not be written, or 0.
     [[nodiscard]] int error() const;
 
 private:
     mutable std::mutex mutex_;
     std::FILE* const stream_;
-    bool hushed_ = false;
+    bool quiet_ = false;
     int error_ = 0;
     std::string last_;
 };

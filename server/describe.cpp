@@ -1,6 +1,8 @@
 #include "server/describe.h"
 
 #include "server/text.h"
+#include "support/error_text.h"
+#include "support/numeric.h"
 
 namespace server {
 
@@ -10,7 +12,7 @@ using ZoHmiSrv::ValueType;
 
 namespace {
 
-/// A parameter in a few words: times as such, everything else as the library makes it a text.
+/// A time as such, any other value as the library converts it.
 std::string parameter_text(const Value& value) {
     if (value.type() == ValueType::DateTime) return time_text(static_cast<Timestamp>(value).nanoseconds());
     return printable(Value(value).convert(ValueType::String).get_string());
@@ -42,6 +44,19 @@ void add_lines(const Value& value, const std::string& indent, int depth, std::st
 
 } // namespace
 
+std::string result_text(ZoHmiSrv::ErrorValue result, const char* text) {
+    const std::string number =
+        ZoHmiSrv::Algorithm::integer_to_hex<unsigned>(static_cast<unsigned>(result), true, false, false);
+    const ZoHmiSrv::String name = ZoHmiSrv::get_error_string(result);
+    const std::string named = *name.name() == '\0' ? number : std::string("HMI_E_") + name.name() + " (" + number + ")";
+    return *text == '\0' ? named : named + ": " + printable(text);
+}
+
+std::string event_number(const EventRow& row) {
+    if (const auto* alarm = alarm_of(row.event)) return std::to_string(alarm->id());
+    return row.number == 0 ? "-" : "m" + std::to_string(row.number);
+}
+
 std::string state_text(const EventRow& row) {
     if (message_of(row.event) != nullptr) return "message";
     const ZoHmiSrv::Alarm* alarm = alarm_of(row.event);
@@ -58,7 +73,7 @@ RowText row_text(const EventRow& row) {
     const auto* alarm = alarm_of(row.event);
     const auto* message = message_of(row.event);
     RowText text;
-    text.number = row.number == 0 ? "-" : "#" + std::to_string(row.number);
+    text.number = event_number(row);
     text.target = printable(parameters["targetName"].get_string());
     text.time = time_text(row.event.time_received().nanoseconds());
     if (alarm != nullptr) text.severity = std::to_string(static_cast<int>(alarm->severity()));
@@ -70,10 +85,10 @@ RowText row_text(const EventRow& row) {
     return text;
 }
 
-std::string row_line(const EventRow& row) {
+std::string row_line(const EventRow& row, bool incomplete) {
     const RowText text = row_text(row);
-    return text.number + " " + text.target + " " + text.time + " severity " + text.severity + " " + text.state + " " +
-           text.name + " " + text.event_class + " " + text.id;
+    return text.number + (incomplete ? " ! " : " ") + text.target + " " + text.time + " severity " + text.severity +
+           " " + text.state + " " + text.name + " " + text.event_class + " " + text.id;
 }
 
 std::string message_line(const ZoHmiSrv::Message& message) {

@@ -1,17 +1,25 @@
 #pragma once
 
+#include "extension/host/error_value.h"
 #include "server/event_rows.h"
 
 #include <string>
 
-/// Events in a few words, safe to print on one line.
+/// Events and results in a few words, safe to print on one line. All functions are [any thread].
 namespace server {
 
-/// "active", "cleared" or "invalid", and " confirmed" behind it; "removed" when its target dropped an alarm that was
-/// never cleared; "message" for a message, "" for anything else.
+/// Returns the name of a result and its number, then its text if there is one: "HMI_E_FAIL (0x101): no such alarm".
+[[nodiscard]] std::string result_text(ZoHmiSrv::ErrorValue result, const char* text = "");
+
+/// Returns the name by which commands call a row: the id of an alarm, or "m3" with the server's number for any other
+/// event; "-" for a message that is not listed.
+[[nodiscard]] std::string event_number(const EventRow& row);
+
+/// Returns "active", "cleared" or "invalid", each also with " confirmed" behind it. "removed" is an alarm that its
+/// target dropped before it was cleared. A message gives "message", anything else "".
 [[nodiscard]] std::string state_text(const EventRow& row);
 
-/// The row's columns as they stand in the table.
+/// The columns of a row.
 struct RowText {
     std::string number;
     std::string target;
@@ -24,17 +32,18 @@ struct RowText {
 };
 [[nodiscard]] RowText row_text(const EventRow& row);
 
-/// A row on one line: "#3 Bottling 2024-05-01 12:34:56.789 severity 2 active ZOEVENTLOGGER_ALARM {...} 7".
-[[nodiscard]] std::string row_line(const EventRow& row);
+/// Returns a row as one line, with "!" before a target whose list is incomplete: "17 Bottling 2024-05-01 12:34:56.789
+/// severity 2 active ZOEVENTLOGGER_ALARM {...} 7".
+[[nodiscard]] std::string row_line(const EventRow& row, bool incomplete);
 
-/// A message's name and the texts of its parameters, in their order: "TARGET_SYSTEM_CONNECTED Bottling".
+/// Returns a message's name and the texts of its parameters in order: "TARGET_SYSTEM_CONNECTED Bottling".
 [[nodiscard]] std::string message_line(const ZoHmiSrv::Message& message);
 
-/// What a Map, Struct or Vector holds, a line for each member, each beginning with `indent` and deeper with two blanks
-/// more. No line end behind the last one; "" for anything else.
+/// Returns the members of a Map, Struct or Vector, one a line behind `indent`; inner members get two blanks more. There
+/// is no line end behind the last line. Anything else gives "".
 [[nodiscard]] std::string value_lines(const ZoHmiSrv::Value& value, const std::string& indent);
 
-/// All about an alarm or message, likewise.
+/// Returns all fields of an alarm or message in such lines.
 [[nodiscard]] std::string event_lines(const ZoHmiSrv::Event& event, const std::string& indent);
 
 } // namespace server

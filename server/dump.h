@@ -5,13 +5,16 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace server {
 
 /// Writes the list and, taken while the list did not change, a fresh listing of the extension:
-/// {"rows": [{"row": 1, "name": ..., ...}, ...], "listing": [{"name": ..., ...}, ...]}. "listing" is left out when
-/// `list_events` gives false. Throws std::runtime_error when the file cannot be written.
-void write_dump(const std::filesystem::path& file, const EventList& events,
+/// {"rows": [{"number": "17", "name": ..., ...}, ...], "incomplete": ["Bottling"], "listing": [{"name": ..., ...},
+/// ...]}. "incomplete" names targets. "listing" is left out when `list_events` returns false. Throws std::runtime_error
+/// when the file cannot be written.
+void write_dump(const std::filesystem::path& file, const EventList& events, const std::vector<std::string>& incomplete,
                 const std::function<bool(ZoHmiSrv::Value&)>& list_events);
 
 } // namespace server

@@ -52,7 +52,7 @@ ordered_json to_json(const Value& value, int depth) {
     case ValueType::Map:
     case ValueType::Struct: {
         ordered_json object = ordered_json::object();
-        // Names come in order and once only, so none needs looking up.
+        // Names come in order and once only, so no look-up is needed.
         auto& members = object.get_ref<ordered_json::object_t&>();
         for (auto it = value.begin(); it != value.end(); ++it) {
             members.emplace_back(it.name(), to_json(*it, depth + 1));

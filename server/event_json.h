@@ -9,17 +9,17 @@
 
 namespace server {
 
-/// A value as JSON: a Map or Struct is an object, a Vector an array, a Binary its base64 text, times and lengths of
-/// time are numbers of nanoseconds.
+/// Returns a value as JSON: a Map or Struct as an object, a Vector as an array, a Binary as base64 text, times and time
+/// spans as nanoseconds. All functions here are [any thread].
 [[nodiscard]] nlohmann::ordered_json value_json(const ZoHmiSrv::Value& value);
 
-/// Numbers, times and parameters of an alarm, without its name and domain.
+/// Returns numbers, times and parameters of an alarm, without its name and domain.
 [[nodiscard]] nlohmann::ordered_json alarm_json(const ZoHmiSrv::Alarm& alarm);
 
-/// Name, domain and time received of an event, and under "alarm" or "message" what is inside.
+/// Returns name, domain and time received of an event, and its payload as "alarm" or "message".
 [[nodiscard]] nlohmann::ordered_json event_json(const ZoHmiSrv::Event& event);
 
-/// The text of a JSON value on one line that is safe to print; bytes that are no UTF-8 become U+FFFD.
+/// Returns a JSON value as one line that is safe to print. Bytes that are not UTF-8 become U+FFFD.
 [[nodiscard]] std::string json_line(const nlohmann::ordered_json& json);
 
 } // namespace server

@@ -123,13 +123,13 @@ std::uint64_t EventList::begin_listing() {
 std::size_t EventList::finish_listing(std::uint64_t ticket, Value listed) {
     const std::lock_guard lock(mutex_);
     const Start start = listings_.extract(ticket).mapped();
-    // A listing that began later is shown already: it knew all that this one was asked for.
+    // Otherwise the list already comes from a listing that began later.
     if (ticket > shown_ticket_) {
         EventRows fresh = adopt(std::move(listed), start.next_row);
         settled_.clear();
         for (std::size_t i = start.first_call - dropped_calls_; i < calls_.size(); ++i) {
             Call call = calls_[i];
-            // A message whose row was listed before this listing began was stored before it, too: the listing decides.
+            // The message was in the extension's store before this listing began, so the listing decides.
             if (call.absorbed && call.row < start.next_row) continue;
             apply(fresh, call);
         }
@@ -144,8 +144,8 @@ std::size_t EventList::finish_listing(std::uint64_t ticket, Value listed) {
     return rows_.all().size();
 }
 
-/// Rows for the listed events. Those that the list held before the listing began keep their numbers, the others have
-/// the number 0 for now. Takes what it finds out of the old list.
+/// Returns rows for the listed events. Events that were in the list before the listing began keep their numbers, the
+/// others have the number 0 for now. Their old rows are removed.
 EventRows EventList::adopt(Value listed, std::uint64_t next_row) {
     EventRows fresh;
     if (listed.type() != ValueType::Vector) return fresh;

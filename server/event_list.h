@@ -13,19 +13,18 @@
 
 namespace server {
 
-/// The server's list of an extension's events: what it was listed, kept up to date by what it is told since. Knows
-/// nothing of the threads that call it nor of how it is shown. [any thread]
+/// The server's list of an extension's events: the last listing and the calls since then. [any thread]
 ///
-/// A reset asks the extension for its list, which may block, so the lock is not held meanwhile. What is told during
-/// that time changes the old list at once, is noted down, and is done again on the new one. Each such call may have
-/// reached the listing already or not: an alarm is known by its id, so doing it twice does no harm; a message that only
-/// the listing brought takes the place of the first equal one that is told.
+/// A reset asks the extension for its events, which may block, so it does not hold the lock. A call during that time
+/// changes the old list at once, is recorded, and is repeated on the new list. The listing may contain the effect of
+/// the call already. An alarm has an id, so a repetition does no harm. A message of a call replaces the first equal
+/// message that only the listing has brought.
 class EventList {
 public:
     /// Fills a Value with a Vector of Events, as an alarm provider does.
     using Listing = std::function<void(ZoHmiSrv::Value&)>;
 
-    /// What a call did to the list.
+    /// The effect of a call on the list.
     struct Outcome {
         enum class Done { nothing, added, changed, removed };
         Done done = Done::nothing;
@@ -39,28 +38,28 @@ public:
         std::size_t messages = 0;
     };
 
-    /// Mode 0 adds the alarm, or updates the row with its id; mode 1 updates that row; mode 2 updates it and keeps it
-    /// as history. Modes 1 and 2 of an alarm without a row do nothing: an extension tells first that it forgot an
-    /// event, then the last change that made it do so.
+    /// Mode 0 adds the alarm or updates the row with its id. Mode 1 updates that row. Mode 2 updates it and keeps it as
+    /// history. Modes 1 and 2 do nothing without a row: an extension forgets an event first and then sends the last
+    /// change of it.
     Outcome notify_alarm(std::int32_t mode, const ZoHmiSrv::Alarm& alarm);
 
-    /// Appends a message event. One that was forgotten just before it came, because it found no room, is not added.
+    /// Appends a message event. A message that the extension has just forgotten, since its store is full, is not added.
     Outcome add_message(const ZoHmiSrv::Message& message);
 
-    /// Removes the row of an event: an alarm is found by its id, anything else by time received, then payload.
+    /// Removes the row of an event. An alarm is found by its id, any other event by time received and payload.
     Outcome forget(const ZoHmiSrv::Event& event);
 
-    /// Replaces the list by what `listing` gives; it is called inside, on this thread, without the lock. The row of an
-    /// event that stays keeps its number, others get new ones. If `listing` throws, the list is empty afterwards and
-    /// the exception goes on to the caller. Returns the number of rows.
+    /// Replaces the list by the events of `listing`, which is called on this thread without the lock. Rows of equal
+    /// events keep their numbers, others get new ones. If `listing` throws, the list is empty afterwards and the
+    /// exception reaches the caller. Returns the number of rows.
     std::size_t reset(const Listing& listing);
 
-    /// Copies of all rows: as they were listed, then as they were told.
+    /// Returns copies of all rows: the listed ones in order, then the others in the order of their calls.
     [[nodiscard]] std::vector<EventRow> rows() const;
-    /// Copies of the first `count` rows in the order for showing: active alarms, then the rest, each newest first.
+    /// Returns copies of the first `count` rows for display: active alarms, then the rest, each newest first.
     [[nodiscard]] std::vector<EventRow> top(std::size_t count) const;
     [[nodiscard]] Counts counts() const;
-    /// Moves with every change of the list.
+    /// Returns a number that grows with every change of the list.
     [[nodiscard]] std::uint64_t version() const;
 
 private:
@@ -69,14 +68,14 @@ private:
         Kind kind;
         std::int32_t mode = 0;
         ZoHmiSrv::Event event;
-        std::uint64_t row = 0; ///< number of the row that it concerned when it was told
-        bool absorbed = false; ///< a message whose row a listing had brought before
+        std::uint64_t row = 0; ///< number of its row at the time of the call
+        bool absorbed = false; ///< a message whose row came from a listing
     };
 
-    /// A listing under way.
+    /// A listing in progress.
     struct Start {
-        std::size_t first_call; ///< calls from here on came after its start
-        std::uint64_t next_row; ///< rows from this number on, too
+        std::size_t first_call; ///< index of the first call after its start
+        std::uint64_t next_row; ///< number of the first row after its start
     };
 
     Outcome take(Call call);
@@ -92,18 +91,18 @@ private:
     std::uint64_t version_ = 0;
     std::uint64_t next_row_ = 1;
 
-    // Events other than alarms that were forgotten without being there: a message that finds no room in the extension's
-    // store is forgotten first and told after.
+    // Forgotten messages that were not in the list: with a full store an extension forgets a message before it sends
+    // it.
     std::deque<ZoHmiSrv::Event> forgotten_;
-    // Targets that told of a message since the last reset. A target tells one by one, so at most its first message can
-    // have been in the listing already.
+    // Targets that have sent a message since the last reset. A target sends one at a time, so at most its first message
+    // can be in the listing already.
     std::set<std::string, std::less<>> settled_;
 
     std::map<std::uint64_t, Start> listings_; // by ticket
     std::uint64_t last_ticket_ = 0;
-    std::uint64_t shown_ticket_ = 0; // the listing that the rows come from
-    std::deque<Call> calls_;         // told while a listing is under way
-    std::size_t dropped_calls_ = 0;  // number of the first one in calls_
+    std::uint64_t shown_ticket_ = 0; // of the listing behind the rows
+    std::deque<Call> calls_;         // since the start of the oldest listing in progress
+    std::size_t dropped_calls_ = 0;  // index of the first one in calls_
 };
 
 } // namespace server

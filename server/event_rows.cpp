@@ -64,7 +64,7 @@ EventRow& EventRows::append(EventRow row) {
 
 void EventRows::erase(Position position) {
     if (const auto* alarm = alarm_of(position->event)) {
-        // Should a listing give one id twice, the index knows the first row only.
+        // If a listing has an id twice, the index has only the first row.
         const auto found = by_id_.find(alarm->id());
         if (found != by_id_.end() && found->second == position) by_id_.erase(found);
     } else {

@@ -15,28 +15,27 @@ namespace server {
 struct EventRow {
     std::uint64_t number = 0; ///< the server's own; 0 while it has none
     ZoHmiSrv::Event event;
-    bool removed = false;     ///< an alarm that its target no longer lists: history
-    bool listed_only = false; ///< a listing brought it, no call has told of it
+    bool removed = false;     ///< an alarm that its target has dropped: history
+    bool listed_only = false; ///< it came from a listing and not from a call
 };
 
-/// The event that an extension means when it tells of an alarm or message alone: the time received is its time raised.
+/// Returns the event of an alarm or message; its time received is the time raised.
 [[nodiscard]] ZoHmiSrv::Event event_of(const ZoHmiSrv::Alarm& alarm);
 [[nodiscard]] ZoHmiSrv::Event event_of(const ZoHmiSrv::Message& message);
-/// The alarm or message inside an event, or null.
+/// Returns the alarm or message inside an event, or null.
 [[nodiscard]] const ZoHmiSrv::Alarm* alarm_of(const ZoHmiSrv::Event& event);
 [[nodiscard]] const ZoHmiSrv::Message* message_of(const ZoHmiSrv::Event& event);
-/// The parameters of the alarm or message inside, or a Null.
+/// Returns the parameters of the alarm or message inside, or a Null.
 [[nodiscard]] const ZoHmiSrv::Value& parameters_of(const ZoHmiSrv::Event& event);
 
-/// Rows in order, found by what identifies their events: an alarm by its id, anything else by time received, then
-/// payload. No lock of its own.
+/// Rows in order, with an index of alarms by id and of other events by time received. [one thread]
 class EventRows {
 public:
     using Rows = std::list<EventRow>;
     using Position = Rows::iterator;
 
     [[nodiscard]] Position find_alarm(int id);
-    /// The first row of an event that is no alarm and fulfils `condition`.
+    /// Returns the first row of an event other than an alarm that satisfies `condition`.
     template <class Condition>
     [[nodiscard]] Position find_other(const ZoHmiSrv::Event& event, Condition condition) {
         const auto [first, last] = by_time_.equal_range(event.time_received().nanoseconds());
@@ -45,7 +44,7 @@ public:
         }
         return end();
     }
-    /// The row of an event, whatever it is.
+    /// Returns the row of any event.
     [[nodiscard]] Position find(const ZoHmiSrv::Event& event);
 
     EventRow& append(EventRow row);

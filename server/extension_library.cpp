@@ -26,7 +26,7 @@ void ExtensionLibrary::Unload::operator()(void* handle) const {
 }
 
 ExtensionLibrary::ExtensionLibrary(const std::filesystem::path& file, ZoHmiSrv::IZoHmiSrvExtHost* host) {
-    // A name without a slash would be searched for elsewhere than where it was named.
+    // dlopen searches a name without a slash in other folders.
     handle_.reset(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!handle_) throw std::runtime_error("cannot load the extension: " + last_error());
     auto* entry = reinterpret_cast<Entry*>(dlsym(handle_.get(), "ext_interface"));
@@ -37,18 +37,18 @@ ExtensionLibrary::ExtensionLibrary(const std::filesystem::path& file, ZoHmiSrv::
     try {
         result = entry(host, &extension, &version_);
     } catch (const std::exception& error) {
-        // Copied: the exception's own code may go with the shared object.
+        // Copied: the exception's code is unloaded with the shared object.
         thrown = std::string("the extension's entry threw: ") + error.what();
     } catch (...) {
-        thrown = "the extension's entry threw something that is no exception";
+        thrown = "the extension's entry threw an unknown object";
     }
     extension_.reset(extension);
     if (!thrown.empty()) throw std::runtime_error(thrown);
     if (result != 0 || !extension_) {
-        throw std::runtime_error("the extension's entry made no extension, result " + std::to_string(result));
+        throw std::runtime_error("the extension's entry created no extension, result " + std::to_string(result));
     }
     if (version_ != interface_version) {
-        throw std::runtime_error("the extension speaks interface version " + std::to_string(version_) + ", not " +
+        throw std::runtime_error("the extension has interface version " + std::to_string(version_) + ", not " +
                                  std::to_string(interface_version));
     }
 }

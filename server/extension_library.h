@@ -13,13 +13,13 @@ namespace server {
 /// The version of the extension interface that this server speaks.
 inline constexpr double interface_version = 22.0;
 
-/// A loaded extension: the shared object and the one object that its entry function made. Destroying it deletes the
-/// extension through its server interface and unloads the shared object, in this order.
+/// A loaded extension: the shared object and the object that its entry function created. The destructor deletes that
+/// object through its server interface and then unloads the shared object. [one thread]
 class ExtensionLibrary {
 public:
     /// Loads `file` and calls its `ext_interface` with `host`, which must outlive this object. Throws
-    /// std::runtime_error when the file cannot be loaded, has no entry, hands out no extension, or has a version other
-    /// than `interface_version`; nothing stays loaded then.
+    /// std::runtime_error when the file cannot be loaded, has no entry, creates no extension, or has another version
+    /// than `interface_version`. Nothing stays loaded then.
     ExtensionLibrary(const std::filesystem::path& file, ZoHmiSrv::IZoHmiSrvExtHost* host);
     ~ExtensionLibrary();
     ExtensionLibrary(const ExtensionLibrary&) = delete;
@@ -33,7 +33,7 @@ private:
         void operator()(void* handle) const;
     };
 
-    // Destroyed last to first: the object before the code that it runs.
+    // Destroyed last to first: the object before its code.
     std::unique_ptr<void, Unload> handle_;
     std::unique_ptr<ZoHmiSrv::IZoHmiSrvExt> extension_;
     double version_ = 0;

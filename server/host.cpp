@@ -5,7 +5,7 @@
 #include "server/text.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstring>
 #include <exception>
 
 namespace server {
@@ -32,12 +32,6 @@ const char* kind_of(ListenerType type) {
     return "Unknown";
 }
 
-std::string result_text(const ResultPair& result) {
-    char number[16];
-    std::snprintf(number, sizeof number, "0x%x", static_cast<unsigned>(result.result()));
-    return *result.text() == '\0' ? number : std::string(number) + " " + printable(result.text());
-}
-
 const char* alarm_verb(AlarmNotification mode) {
     switch (mode) {
     case AlarmNotification::Raised:
@@ -50,7 +44,35 @@ const char* alarm_verb(AlarmNotification mode) {
     return "alarm with an unknown mode";
 }
 
+constexpr const char* error_message = "ZORVANE_EVENTLOGGER_ERROR";
+
+/// The logger's words about the call into the extension that this thread is in; null outside of such a call. The
+/// extension sends them as a message from inside the call.
+thread_local std::string* words_of_call = nullptr;
+
+class Words {
+public:
+    Words() { words_of_call = &words_; }
+    ~Words() { words_of_call = nullptr; }
+    Words(const Words&) = delete;
+    Words& operator=(const Words&) = delete;
+    [[nodiscard]] const char* get() const { return words_.c_str(); }
+
+private:
+    std::string words_;
+};
+
+/// "One" of "TARGET_SYSTEMS::One".
+std::string target_of(const ConfigChange& change) {
+    const std::size_t end = change.path.find("::");
+    return end == std::string::npos ? change.path : change.path.substr(end + 2);
+}
+
 } // namespace
+
+ErrorValue result_of(const Command& command) {
+    return command.result() != HMI_SUCCESS ? command.result() : static_cast<ErrorValue>(command.extension_result());
+}
 
 bool asks_for(const Value& filter, std::string_view path, int flag) {
     for (auto entry = filter.begin_vector(); entry != filter.end_vector(); ++entry) {
@@ -66,14 +88,15 @@ bool asks_for(const Value& filter, std::string_view path, int flag) {
     return false;
 }
 
-Host::Host(const Configuration& configuration, EventList& events, Trace& trace, Say say)
-    : configuration_(configuration), events_(events), trace_(trace), say_(std::move(say)) {
+Host::Host(const Configuration& configuration, EventList& events, Trace& trace, Print print,
+           std::optional<RetryPauses> pauses)
+    : configuration_(configuration), events_(events), trace_(trace), imports_(pauses), print_(std::move(print)) {
     context_.set_domain(domain);
 }
 
-void Host::say(const std::string& line) {
+void Host::print(const std::string& line) {
     const std::lock_guard lock(order_mutex_);
-    say_(line);
+    print_(line);
 }
 
 bool Host::guarded(const char* what, const std::function<void()>& call) {
@@ -81,14 +104,14 @@ bool Host::guarded(const char* what, const std::function<void()>& call) {
         call();
         return true;
     } catch (const std::exception& error) {
-        say(std::string("error: ") + what + " threw: " + printable(error.what()));
+        print(std::string("error: ") + what + " threw: " + printable(error.what()));
     } catch (...) {
-        say(std::string("error: ") + what + " threw something that is no exception");
+        print(std::string("error: ") + what + " threw an unknown object");
     }
     return false;
 }
 
-std::string Host::tell(const std::vector<ConfigChange>& changes) {
+std::string Host::notify_config(const std::vector<ConfigChange>& changes) {
     auto* config = listener<IZoHmiSrvConfigListener>(ListenerType::Config);
     if (config == nullptr) return {};
     std::string failure;
@@ -107,25 +130,33 @@ std::string Host::tell(const std::vector<ConfigChange>& changes) {
             result = change.deleted ? config->on_config_delete(context_, change.path.c_str())
                                     : config->on_config_change(context_, change.path.c_str());
         });
-        if (done) say(std::string(what) + " " + printable(change.path) + " answered " + result_text(result));
+        if (done)
+            print(std::string(what) + " " + printable(change.path) + " answered " +
+                  result_text(result.result(), result.text()));
         if (failure.empty() && !done) failure = std::string(what) + " threw";
-        if (failure.empty() && result.result() != HMI_SUCCESS) failure = result_text(result);
+        if (failure.empty() && result.result() != HMI_SUCCESS) failure = result_text(result.result(), result.text());
+        // Of a changed target the remark stays until its next import: the extension may have left it as it was.
+        if (change.deleted || !configuration_.get((change.path + "::ENABLED").c_str()).get_bool()) {
+            imports_.forget(target_of(change));
+        }
     }
     return failure;
 }
 
-ErrorValue Host::confirm(Alarm alarm) {
+ResultPair Host::confirm(Alarm alarm) {
     auto* provider = listener<IZoHmiSrvAlarmProviderListener>(ListenerType::AlarmProvider);
     if (provider == nullptr) return HMI_E_NOT_REGISTERED;
     ErrorValue result = HMI_E_EXTENSION_HANDLER;
+    const Words words;
     guarded("on_confirm_alarm", [&] { result = provider->on_confirm_alarm(context_, alarm); });
-    return result;
+    return {result, words.get()};
 }
 
 ErrorValue Host::localize(const char* language, EventPayload& event, String& text) {
     auto* localization = listener<IZoHmiSrvEventLocalizationListener>(ListenerType::EventLocalization);
     if (localization == nullptr) return HMI_E_NOT_REGISTERED;
     ErrorValue result = HMI_E_EXTENSION_HANDLER;
+    const Words words;
     guarded("on_localize_event", [&] { result = localization->on_localize_event(context_, language, event, text); });
     return result;
 }
@@ -135,12 +166,14 @@ Command Host::request(const char* mapping, Value input) {
     Command& command = group.add(Command(mapping));
     command.set_mapper(domain);
     command.write_value() = std::move(input);
+    const Words words;
     auto* request = listener<IZoHmiSrvRequestListener>(ListenerType::Request);
     if (request == nullptr) {
         command.set_result(HMI_E_NOT_REGISTERED);
     } else if (!guarded("on_request", [&] { request->on_request(context_, group); })) {
         command.set_result(HMI_E_EXTENSION_HANDLER);
     }
+    if (*command.result_string() == '\0') command.set_result_string(words.get());
     return command;
 }
 
@@ -150,16 +183,21 @@ bool Host::list_events(Value& events) {
     int result = 0;
     if (!guarded("on_get_events", [&] { result = provider->on_get_events(context_, events); })) return false;
     if (result == 0) return true;
-    say("error: on_get_events answered " + std::to_string(result));
+    print("error: on_get_events answered " + std::to_string(result));
     return false;
 }
 
-void Host::shut_down() {
+bool Host::shut_down() {
     auto* shutdown = listener<IZoHmiSrvShutdownListener>(ListenerType::Shutdown);
-    if (shutdown == nullptr) return;
+    if (shutdown == nullptr) return false;
     int result = 0;
     guarded("on_shutdown", [&] { result = shutdown->on_shutdown(context_); });
-    if (result != 0) say("error: on_shutdown answered " + std::to_string(result));
+    if (result != 0) print("error: on_shutdown answered " + std::to_string(result));
+    return true;
+}
+
+std::string Host::line_of(const EventRow& row) const {
+    return row_line(row, imports_.is_incomplete(parameters_of(row.event)["targetName"].get_string()));
 }
 
 void Host::send_message(const Context&, Message message, bool is_event) {
@@ -167,11 +205,16 @@ void Host::send_message(const Context&, Message message, bool is_event) {
     trace_.message(message, is_event);
     if (is_event) {
         const EventList::Outcome outcome = events_.add_message(message);
-        say_("message " + row_line({outcome.row, event_of(message)}));
+        print_("message " + line_of({outcome.row, event_of(message)}));
     } else {
-        say_("log " + message_line(message));
+        print_("log " + message_line(message));
+        if (words_of_call != nullptr && std::strcmp(message.name(), error_message) == 0) {
+            *words_of_call = message.parameters()["2"].get_string();
+        } else if (const std::string line = imports_.follow(message); !line.empty()) {
+            print_(line);
+        }
     }
-    heard_.count(message.name());
+    history_.record(message.name());
 }
 
 void Host::execute_command(const Context&, Command& command) {
@@ -227,17 +270,17 @@ void Host::notify_alarm(const Context&, AlarmNotification mode, const Alarm& ala
     const auto number = static_cast<std::int32_t>(mode);
     trace_.alarm(number, alarm);
     const EventList::Outcome outcome = events_.notify_alarm(number, alarm);
-    say_(std::string(alarm_verb(mode)) + " " +
-         row_line({outcome.row, event_of(alarm), mode == AlarmNotification::Removed}));
-    heard_.count("notify_alarm");
+    print_(std::string(alarm_verb(mode)) + " " +
+           line_of({outcome.row, event_of(alarm), mode == AlarmNotification::Removed}));
+    history_.record("notify_alarm");
 }
 
 void Host::forget_event(const Context&, const Event& event) {
     const std::lock_guard lock(order_mutex_);
     trace_.forgotten(event);
     const EventList::Outcome outcome = events_.forget(event);
-    say_("forgotten " + row_line({outcome.row, event}));
-    heard_.count("forget_event");
+    print_("forgotten " + line_of({outcome.row, event}));
+    history_.record("forget_event");
 }
 
 Value Host::get_config_value(const Context&, const char* path) {
@@ -253,21 +296,22 @@ void Host::reset_temporary_events(const Context&) {
         const std::lock_guard lock(order_mutex_);
         trace_.call("reset_temporary_events");
     }
-    list_anew("reset");
-    heard_.count("reset_temporary_events");
+    relist("reset");
+    history_.record("reset_temporary_events");
 }
 
-void Host::list_anew(const char* why) {
+void Host::relist(const char* why) {
     const std::size_t rows = events_.reset([this](Value& events) {
         if (!list_events(events)) events = Value();
     });
-    say(std::string(why) + ", " + std::to_string(rows) + " rows");
+    const std::string incomplete = incomplete_line(imports_.incomplete());
+    print(std::string(why) + ", " + std::to_string(rows) + " rows" + (incomplete.empty() ? "" : "; " + incomplete));
 }
 
 void Host::set_display_name(const Context&, const char* name) {
     const std::lock_guard lock(order_mutex_);
     trace_.call("set_display_name", name);
-    say_("display name " + printable(name == nullptr ? "" : name));
+    print_("display name " + printable(name == nullptr ? "" : name));
 }
 
 } // namespace server

@@ -4,14 +4,17 @@
 #include "extension/host/context.h"
 #include "extension/host/host.h"
 #include "extension/host/listeners.h"
+#include "extension/host/result.h"
 #include "extension/host/value.h"
+#include "server/call_history.h"
 #include "server/configuration.h"
 #include "server/event_list.h"
-#include "server/heard.h"
+#include "server/imports.h"
 #include "server/trace.h"
 
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,43 +22,46 @@
 
 namespace server {
 
-/// The server as its extension sees it, and the extension's listeners as the server calls them. Nothing an extension
-/// throws gets past a call into it: it is said and counts as a failure. [any thread]
+/// The server as its extension sees it, and the extension's listeners as the server calls them. An exception of the
+/// extension ends in the call; it is printed and counts as a failure. [any thread]
 class Host final : public ZoHmiSrv::IZoHmiSrvExtHost {
 public:
-    /// Takes one line about a call. Called with a lock held that all host calls take, so that lines come in the calls'
-    /// order: it must not call back.
-    using Say = std::function<void(const std::string& line)>;
+    /// Prints one line about a call. Called with a lock held that all host calls take, so that lines come in the order
+    /// of the calls: it must not call back.
+    using Print = std::function<void(const std::string& line)>;
 
-    /// All three must outlive this object.
-    Host(const Configuration& configuration, EventList& events, Trace& trace, Say say);
+    /// The three objects must outlive this one. Without pauses a failed import is not repeated.
+    Host(const Configuration& configuration, EventList& events, Trace& trace, Print print,
+         std::optional<RetryPauses> pauses = RetryPauses{});
 
-    /// On whose behalf the server's own calls run: its domain is the extension's.
+    /// The context of the server's own calls; its domain is the extension's.
     [[nodiscard]] const ZoHmiSrv::Context& context() const { return context_; }
 
-    /// Tells the config listener of the changes that it asked for. The result is what the first one that failed
-    /// answered, empty when none did.
-    std::string tell(const std::vector<ConfigChange>& changes);
-    /// Has the alarm provider confirm an alarm. HMI_E_NOT_REGISTERED without a provider, HMI_E_EXTENSION_HANDLER when
-    /// it threw; so in the next two.
-    ZoHmiSrv::ErrorValue confirm(ZoHmiSrv::Alarm alarm);
-    /// Has the extension put an event into the language of a tag such as "de-DE".
+    /// Reports changes to the config listener as far as its filter asks for them. Returns the first failure in words,
+    /// else "".
+    std::string notify_config(const std::vector<ConfigChange>& changes);
+    /// Confirms an alarm through the alarm provider. Returns HMI_E_NOT_REGISTERED without a provider and
+    /// HMI_E_EXTENSION_HANDLER after an exception, as `localize` and `request` do. A failure has the logger's words.
+    ZoHmiSrv::ResultPair confirm(ZoHmiSrv::Alarm alarm);
+    /// Localizes an event for a language tag such as "de-DE".
     ZoHmiSrv::ErrorValue localize(const char* language, ZoHmiSrv::EventPayload& event, ZoHmiSrv::String& text);
-    /// Has the extension run one command with an input; its outcome stands in the command.
+    /// Runs one command of the extension and returns it with its results.
     ZoHmiSrv::Command request(const char* mapping, ZoHmiSrv::Value input = {});
-    /// Asks the alarm provider for its events; false when there is none or it failed.
+    /// Gets the events of the alarm provider. Returns false without a provider and after a failure.
     bool list_events(ZoHmiSrv::Value& events);
-    /// Fills the list of events from the alarm provider, in place of what it held. A server does so when an extension
-    /// has started (what it imported in its `init` was told to nobody) and when the extension asks for it.
-    void list_anew(const char* why);
-    /// Tells the shutdown listener.
-    void shut_down();
-    /// Runs a call into the extension and says what it throws; false when it threw.
+    /// Replaces the list of events by those of the alarm provider. A server does so after `init`, since that imports
+    /// without a notification, and on request of the extension.
+    void relist(const char* why);
+    /// Calls the shutdown listener. Returns false when there is none.
+    bool shut_down();
+    /// Runs a call into the extension and prints its exception; false after an exception.
     bool guarded(const char* what, const std::function<void()>& call);
-    /// Says a line of the server's own.
-    void say(const std::string& line);
-    /// The extension's calls, once the list shows what they did.
-    [[nodiscard]] Heard& heard() { return heard_; }
+    /// Prints a line of the server's own.
+    void print(const std::string& line);
+    /// The extension's calls; each is recorded after the list has taken it.
+    [[nodiscard]] CallHistory& history() { return history_; }
+    [[nodiscard]] Imports& imports() { return imports_; }
+    [[nodiscard]] const Imports& imports() const { return imports_; }
 
     void send_message(const ZoHmiSrv::Context& context, ZoHmiSrv::Message message, bool is_event) override;
     void execute_command(const ZoHmiSrv::Context& context, ZoHmiSrv::Command& command) override;
@@ -77,29 +83,34 @@ private:
         ZoHmiSrv::Value filter; ///< of a config listener
     };
 
-    /// The latest listener of a kind, null when there is none.
+    /// Returns the latest listener of a kind, or null.
     template <class Interface>
     Interface* listener(ZoHmiSrv::ListenerType type) const {
         return static_cast<Interface*>(find_listener(type));
     }
     ZoHmiSrv::IZoHmiSrvListener* find_listener(ZoHmiSrv::ListenerType type) const;
+    [[nodiscard]] std::string line_of(const EventRow& row) const;
     void add_listener(ZoHmiSrv::IZoHmiSrvListener* listener, ZoHmiSrv::Value filter);
 
     const Configuration& configuration_;
     EventList& events_;
     Trace& trace_;
-    Heard heard_;
-    const Say say_;
+    CallHistory history_;
+    Imports imports_;
+    const Print print_;
     ZoHmiSrv::Context context_;
 
-    // Held while a host call is traced, entered in the list, and said; never while the extension is called.
+    // Held while a host call is traced, listed and printed; never while the extension is called.
     std::mutex order_mutex_;
     mutable std::mutex listeners_mutex_;
     std::vector<Listener> listeners_;
 };
 
-/// What a config listener's filter says of a path: it is a Vector of Structs with "flags", in which `flag` must be set,
-/// and "paths", of which one must be the path, or end in "*" and begin as the path does.
+/// Returns the result of a command: that of the server, else that of the extension.
+[[nodiscard]] ZoHmiSrv::ErrorValue result_of(const ZoHmiSrv::Command& command);
+
+/// Returns whether the filter of a config listener covers a path. The filter is a Vector of Structs with "flags"
+/// and "paths". The flags must contain `flag`. One of the paths must be the path, or a start of it with "*" behind.
 [[nodiscard]] bool asks_for(const ZoHmiSrv::Value& filter, std::string_view path, int flag);
 
 /// The flags of a filter.

@@ -13,7 +13,7 @@ namespace server {
 
 namespace {
 
-constexpr std::size_t longest_line = 65536;
+constexpr std::size_t max_line = 65536;
 
 } // namespace
 
@@ -68,7 +68,7 @@ std::optional<std::string> Input::line() {
     while (const auto next = byte()) {
         any = true;
         if (*next == '\n') return line;
-        if (line.size() < longest_line) line += *next;
+        if (line.size() < max_line) line += *next;
     }
     if (!any || stop_.stop_requested()) return std::nullopt;
     return line;

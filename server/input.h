@@ -11,7 +11,7 @@
 
 namespace server {
 
-/// Standard input, read so that a stop ends every wait. [one thread]
+/// Reads standard input; a stop ends every wait. [one thread]
 class Input {
 public:
     enum class Got { bytes, nothing, end };
@@ -22,13 +22,13 @@ public:
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
 
-    /// Waits for bytes: `nothing` after that time, `end` at the end of the input or when the stop has come.
+    /// Blocks until bytes come. Returns `nothing` after `limit`, `end` at the end of the input or after a stop.
     Got wait(std::optional<std::chrono::milliseconds> limit = {});
-    /// The next byte; nothing at the end.
+    /// Returns the next byte; nothing at the end.
     std::optional<char> byte();
-    /// The next line without its end, cut at 64 KiB; nothing at the end.
+    /// Returns the next line without its line feed, cut at 64 KiB; nothing at the end.
     std::optional<std::string> line();
-    /// Drops what has come so far.
+    /// Drops all bytes received so far.
     void drop();
 
 private:
@@ -42,7 +42,7 @@ private:
     std::size_t size_ = 0;
 };
 
-/// While it lives, the terminal at standard input gives each key at once and shows none.
+/// While it lives, the terminal at standard input passes on each key at once and echoes none.
 class KeyMode {
 public:
     KeyMode();
@@ -50,8 +50,8 @@ public:
     KeyMode(const KeyMode&) = delete;
     KeyMode& operator=(const KeyMode&) = delete;
 
-    /// Sets the terminal so again if somebody has set it otherwise, as a shell does that stops and continues this
-    /// process. True when that was so.
+    /// Restores this mode after another program has changed it, such as a shell that stops and continues this process.
+    /// Returns whether it had to.
     bool renew();
 
 private:

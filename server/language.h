@@ -5,14 +5,15 @@
 
 namespace server {
 
-/// True for what may name a language: letters, digits and hyphens, as in "de-DE".
+/// Returns whether a text has the form of a language tag: letters, digits and hyphens, as in "de-DE". [any thread]
 [[nodiscard]] bool is_language(std::string_view text);
 
-/// The language of a locale's name: "de_DE.UTF-8@euro" gives "de-DE". "" for a name without a language, as "C" is.
+/// Returns the language of a locale: "de-DE" for "de_DE.UTF-8@euro", "" for a locale without one such as "C". [any
+/// thread]
 [[nodiscard]] std::string language_of_locale(std::string_view locale);
 
-/// The language that the environment asks for messages in: of the first of LC_ALL, LC_MESSAGES and LANG that is set;
-/// "en-US" when it names none.
+/// Returns the language of messages in the environment: that of the first of LC_ALL, LC_MESSAGES and LANG that is set,
+/// else "en-US". [any thread]
 [[nodiscard]] std::string language_of_environment();
 
 } // namespace server

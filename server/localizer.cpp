@@ -25,7 +25,7 @@ EventPayload* payload_of(Event& event) {
     return nullptr;
 }
 
-/// What there is without the extension.
+/// The identifiers of an event.
 EventTexts own_texts(const Event& event) {
     const Value& parameters = parameters_of(event);
     return {HMI_SUCCESS, event.name(), text_of(parameters["eventClass"]), text_of(parameters["sourceName"])};
@@ -56,10 +56,10 @@ std::vector<EventTexts> ShownTexts::of(const std::vector<EventRow>& rows) {
         const bool fresh = node.empty() || node.mapped().raised != raised;
         Known entry = fresh ? Known{own_texts(row.event), raised, start} : std::move(node.mapped());
         const auto now = Clock::now();
-        if (now >= entry.ask_again && now - start < time_for_one_drawing) {
+        if (now >= entry.retry_at && now - start < time_for_one_drawing) {
             Event event = row.event;
             entry.texts = localize(host_, event, language_);
-            entry.ask_again =
+            entry.retry_at =
                 entry.texts.result == HMI_SUCCESS ? Clock::time_point::max() : Clock::now() + pause_after_failure;
         }
         all.push_back(entry.texts);

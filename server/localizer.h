@@ -13,8 +13,8 @@ namespace server {
 
 class Host;
 
-/// What the extension makes of an event in one language. Where it gave nothing, the event's own identifiers stand in.
-/// The bytes are the target's, not made printable.
+/// The texts of an event in one language, or its identifiers where the extension has no text. They come from the target
+/// and are not made printable.
 struct EventTexts {
     ZoHmiSrv::ErrorValue result = ZoHmiSrv::HMI_SUCCESS;
     std::string text;        ///< else the event's name
@@ -22,27 +22,26 @@ struct EventTexts {
     std::string source_name; ///< else the source's own name
 };
 
-/// Asks for an event's texts; on success what the extension adds is in the event's parameters. Waits for the target's
-/// logger, so never to be called inside a host call. [any thread]
+/// Gets an event's texts; on success the extension has extended the event's parameters. Blocks until the target's
+/// logger answers, so it must not run inside a host call. [any thread]
 [[nodiscard]] EventTexts localize(Host& host, ZoHmiSrv::Event& event, const std::string& language);
 
-/// The texts of the rows on a screen that is drawn again and again: each is asked for once while its row is shown, a
-/// failed one again after a while. One drawing does not begin to ask after a fraction of a second; the rest follows
-/// with the next. [one thread]
+/// Caches the texts of the rows on a screen. Each text is requested once while its row is shown; a failed request is
+/// repeated later. One drawing requests texts for a fraction of a second at most; the next one goes on. [one thread]
 class ShownTexts {
 public:
     /// The host must outlive this object.
     ShownTexts(Host& host, std::string language) : host_(host), language_(std::move(language)) {}
 
-    /// One for each row. Forgets those of other rows.
+    /// Returns the texts of each row and evicts those of other rows.
     [[nodiscard]] std::vector<EventTexts> of(const std::vector<EventRow>& rows);
 
 private:
     using Clock = std::chrono::steady_clock;
     struct Known {
         EventTexts texts;
-        ZoHmiSrv::Timestamp raised;  ///< an alarm raised again has new arguments
-        Clock::time_point ask_again; ///< of texts that failed
+        ZoHmiSrv::Timestamp raised; ///< an alarm raised again has other arguments
+        Clock::time_point retry_at; ///< of a failed request
     };
 
     Host& host_;

@@ -2,13 +2,16 @@
 #include "extension/host/listeners.h"
 #include "server/configuration.h"
 #include "server/console.h"
+#include "server/describe.h"
 #include "server/dump.h"
 #include "server/event_list.h"
 #include "server/extension_library.h"
 #include "server/host.h"
 #include "server/operator.h"
 #include "server/options.h"
+#include "server/routes_check.h"
 #include "server/signals.h"
+#include "server/start.h"
 #include "server/text.h"
 #include "server/trace.h"
 
@@ -30,21 +33,51 @@ namespace server {
 
 namespace {
 
-void complain(const std::string& line) {
+void print_failure(const std::string& line) {
     std::fprintf(stderr, "zo-hmi-server: %s\n", printable(line).c_str());
 }
 
-void read_configuration_again(Configuration& configuration, Host& host) {
+/// Prints the faults of the configuration. Before a start the fatal ones are left to `init_failure`.
+void print_warnings(const Configuration& configuration, Host& host, bool running) {
+    for (const ConfigProblem& problem : configuration_problems(configuration.get("")))
+        if (running || !problem.fatal) host.print("warning: configuration: " + printable(problem.text));
+}
+
+void reload(Configuration& configuration, Host& host) {
     try {
         const auto changes = configuration.reload();
-        host.say("configuration read again, " + std::to_string(changes.size()) + " targets changed");
-        host.tell(changes);
+        host.print("configuration reloaded, " + std::to_string(changes.size()) + " targets changed");
+        print_warnings(configuration, host, true);
+        host.notify_config(changes);
     } catch (const std::exception& error) {
-        host.say(std::string("error: the configuration stays as it is: ") + printable(error.what()));
+        host.print(std::string("error: configuration unchanged: ") + printable(error.what()));
     }
 }
 
-/// Serves until the time is over or a signal ends it.
+/// Reconnects targets whose import failed: the extension imports again after a connect only.
+void repeat_imports(Host& host, const std::stop_token& stop) {
+    while (const auto target = host.imports().wait_until_due(stop)) {
+        host.print("reconnecting " + host.imports().label(*target));
+        const ZoHmiSrv::Command done = host.request("ForceReconnect", target->c_str());
+        const ZoHmiSrv::ErrorValue result = result_of(done);
+        if (result == ZoHmiSrv::HMI_SUCCESS) continue;
+        host.print("error: ForceReconnect failed: " + result_text(result, done.result_string()));
+        host.imports().postpone(*target);
+    }
+}
+
+/// Returns why `init` did not start the extension, or "".
+std::string init_failure(const Start& started, const Configuration& configuration) {
+    if (!started.result) return "the extension's init threw an exception";
+    const ZoHmiSrv::ResultPair& result = *started.result;
+    if (result.result() == ZoHmiSrv::HMI_SUCCESS) return {};
+    std::string text = "the extension's init answered " + result_text(result.result(), result.text());
+    for (const ConfigProblem& problem : configuration_problems(configuration.get("")))
+        if (problem.fatal) text += "; configuration: " + problem.text;
+    return text;
+}
+
+/// Serves until the time is over or a signal comes.
 void serve(Signals& signals, const Options& options, Configuration& configuration, Host& host) {
     std::optional<Signals::Clock::time_point> deadline;
     if (options.seconds) {
@@ -53,40 +86,41 @@ void serve(Signals& signals, const Options& options, Configuration& configuratio
     }
     while (const auto signal = signals.wait(deadline)) {
         if (*signal != SIGHUP) return;
-        read_configuration_again(configuration, host);
+        reload(configuration, host);
     }
 }
 
-/// The extension's whole life. What fails is told in `failure`.
+/// Runs the extension from its load to its end. Sets `failure` to the reason of a failure.
 void run_extension(Signals& signals, const Options& options, Configuration& configuration, EventList& events,
                    Host& host, Operator& commander, std::string& failure) {
     ExtensionLibrary library(options.extension, &host);
     char version[32];
     std::snprintf(version, sizeof version, "%.1f", library.version());
-    host.say("loaded " + printable(options.extension.filename().string()) + ", interface version " + version);
+    host.print("loaded " + printable(options.extension.filename().string()) + ", interface version " + version);
+    print_warnings(configuration, host, false);
+    if (const std::string problem = routes_problem(options.extension); !problem.empty())
+        host.print("warning: " + printable(problem));
 
-    ZoHmiSrv::ResultPair result;
-    if (!host.guarded("init", [&] { result = library.extension().init(host.context()); })) {
-        failure = "the extension's init threw";
+    const Start started = start(library.extension(), host, signals);
+    if (started.stopped) {
+        if (options.has_commands()) failure = "stopped before the first command";
         return;
     }
-    if (result.result() != ZoHmiSrv::HMI_SUCCESS) {
-        char number[16];
-        std::snprintf(number, sizeof number, "0x%x", static_cast<unsigned>(result.result()));
-        failure = std::string("the extension's init answered ") + number;
-        if (*result.text() != '\0') failure += ": " + printable(result.text());
-        return;
-    }
-    host.list_anew("listed");
+    failure = init_failure(started, configuration);
+    if (!failure.empty()) return;
+    host.relist("listed");
+    if (started.reload) reload(configuration, host);
     {
-        // Calls into the extension, so it is joined while that still serves.
-        const std::jthread thread([&commander](const std::stop_token& stop) { commander.run(stop); });
+        // Both call into the extension, so they are joined before its end.
+        const std::jthread retries([&host](const std::stop_token& stop) { repeat_imports(host, stop); });
+        const std::jthread commands([&commander](const std::stop_token& stop) { commander.run(stop); });
         serve(signals, options, configuration, host);
     }
     failure = commander.failure();
     try {
         if (!options.dump.empty()) {
-            write_dump(options.dump, events, [&host](ZoHmiSrv::Value& listing) { return host.list_events(listing); });
+            write_dump(options.dump, events, host.imports().incomplete(),
+                       [&host](ZoHmiSrv::Value& listing) { return host.list_events(listing); });
         }
     } catch (const std::exception& error) {
         failure = error.what();
@@ -99,9 +133,11 @@ int run(const Options& options) {
     Trace trace(options.trace);
     EventList events;
     Console console(options.trace_to_stdout() || options.json ? stderr : stdout);
-    Host host(configuration, events, trace, [&console](const std::string& line) { console.say(line); });
+    Host host(
+        configuration, events, trace, [&console](const std::string& line) { console.print(line); },
+        options.no_retry ? std::nullopt : std::optional(RetryPauses{}));
     Operator commander(options, host, events, configuration, console);
-    Signals signals; // behind all that may wait for a file, and before the first thread
+    Signals signals; // after every read that may block, and before the first thread
 
     std::string failure;
     try {
@@ -110,8 +146,8 @@ int run(const Options& options) {
         failure = error.what();
     }
     if (failure.empty() && console.error() != 0)
-        failure = std::string("the output cannot be written: ") + std::strerror(console.error());
-    if (!failure.empty()) complain(failure);
+        failure = std::string("cannot write the output: ") + std::strerror(console.error());
+    if (!failure.empty()) print_failure(failure);
     return failure.empty() && !trace.failed() ? 0 : 1;
 }
 
@@ -120,24 +156,24 @@ int run(const Options& options) {
 } // namespace server
 
 int main(int argc, char** argv) {
-    // A standard stream that is closed would lend its number to the next file, which would then be taken for it.
+    // The next open file would take the number of a closed standard stream, and so its output.
     while (true) {
         const int file = open("/dev/null", O_RDWR | O_CLOEXEC);
         if (file > STDERR_FILENO) close(file);
         if (file < 0 || file > STDERR_FILENO) break;
     }
-    // Threads come and go with the targets' links, and the events that they bring stay. With an arena for each thread
-    // three times the memory in use would lie about; a fixed threshold keeps giving back what is free at the end.
+    // Threads come and go with the links of targets, but their events stay. An arena for each thread would keep three
+    // times the memory in use. The fixed threshold returns free memory at the end of the heap.
     mallopt(M_ARENA_MAX, 1);
     mallopt(M_TRIM_THRESHOLD, 128 * 1024);
-    // Lines are edited in UTF-8 whatever the environment says; numbers and times do not look at this.
+    // Lines are edited in UTF-8 in any environment; numbers and times are not affected.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     server::Options options;
     if (const auto status = server::parse_options(argc, argv, options)) return *status;
     try {
         return server::run(options);
     } catch (const std::exception& error) {
-        server::complain(error.what());
+        server::print_failure(error.what());
         return 1;
     }
 }

@@ -3,6 +3,7 @@
 #include "server/event_json.h"
 #include "server/input.h"
 #include "server/prompt.h"
+#include "server/read_file.h"
 #include "server/screen.h"
 #include "server/text.h"
 
@@ -11,21 +12,21 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <fstream>
-#include <stdexcept>
+#include <sstream>
 #include <unistd.h>
 
 namespace server {
 
 namespace {
 
+constexpr std::size_t max_script_size = std::size_t{4} << 20;
+
 std::vector<std::string> read_script(const Options& options) {
     std::vector<std::string> lines;
     if (!options.script.empty()) {
-        std::ifstream in(options.script);
+        std::istringstream in(read_file(options.script, max_script_size, FileKind::regular_or_stream));
         for (std::string line; std::getline(in, line);)
             lines.push_back(line);
-        if (!in.eof()) throw std::runtime_error("cannot read " + options.script.string());
     }
     lines.insert(lines.end(), options.commands.begin(), options.commands.end());
     return lines;
@@ -68,7 +69,7 @@ void Operator::run(const std::stop_token& stop) noexcept {
 void Operator::run_script(const std::stop_token& stop) {
     for (const std::string& line : script_) {
         if (stop.stop_requested()) {
-            failure_ = "the end came before the last command";
+            failure_ = "stopped before the last command";
             return;
         }
         if (!run_command(line, stop)) break;
@@ -86,16 +87,16 @@ void Operator::run_pipe(const std::stop_token& stop) {
         any = true;
         go_on = run_command(*line, stop);
     }
-    // An input that was empty from the start, as /dev/null is, means that nobody gives commands.
+    // An input that was empty from the start, such as /dev/null, does not end the server.
     if (any) end_server();
 }
 
-/// False when it was the last one.
+/// Returns false after the last command.
 bool Operator::run_command(const std::string& line, const std::stop_token& stop) {
     const CommandLine command = parse_command(line, false);
     if (command.kind == nullptr && command.error.empty()) return true;
-    if (!options_.json) host_.say("> " + printable(line));
-    const Answer answer = commands_.run(line, false, stop);
+    if (!options_.json) host_.print("> " + printable(line));
+    const Answer answer = commands_.run(line, stop);
     if (!answer.ok) ++failed_;
     print(answer);
     return answer.kind == nullptr || answer.kind->verb != Verb::quit;
@@ -104,27 +105,35 @@ bool Operator::run_command(const std::string& line, const std::stop_token& stop)
 void Operator::print(const Answer& answer) {
     if (options_.json) {
         const bool written = std::printf("%s\n", json_line(answer.json).c_str()) >= 0 && std::fflush(stdout) == 0;
-        if (!written) failure_ = std::string("an answer cannot be written: ") + std::strerror(errno);
+        if (!written) failure_ = std::string("cannot write an answer: ") + std::strerror(errno);
     } else if (!answer.text.empty()) {
-        host_.say((answer.ok ? "" : "error: ") + answer.text);
+        host_.print((answer.ok ? "" : "error: ") + answer.text);
     }
 }
 
 void Operator::run_terminal(const std::stop_token& stop) {
-    console_.hush();
+    console_.set_quiet();
     Input input(stop);
     const KeyMode key_mode;
-    Prompt prompt(input, [this](std::string_view kind) { return commands_.candidates(kind); });
+    Prompt prompt(input, [this](ArgumentKind kind) { return commands_.candidates(kind); });
     bool go_on = watch(events_, host_, console_, input, options_.language);
-    if (go_on) std::puts("help lists the commands, watch shows the table again, quit ends the server.");
+    if (go_on) std::puts("help: the commands; watch: the table again; quit: the end of the server");
+    const Ask ask = [&input](const std::string& question) {
+        input.drop(); // keys typed ahead are no answer
+        std::printf("%s ", question.c_str());
+        std::fflush(stdout);
+        const char key = input.byte().value_or('n');
+        std::puts(key == 'y' || key == 'Y' ? "y" : "n");
+        return key == 'y' || key == 'Y';
+    };
     while (go_on) {
         const auto line = prompt.line();
         if (!line) break;
-        const Answer answer = commands_.run(*line, true, stop);
+        const Answer answer = commands_.run(*line, stop, ask);
         if (options_.json && (answer.kind != nullptr || !answer.ok)) {
             print(answer);
         } else if (!answer.text.empty()) {
-            std::puts(answer.text.c_str());
+            std::puts(((answer.ok ? "" : "error: ") + answer.text).c_str());
         }
         if (answer.kind == nullptr) continue;
         if (answer.kind->verb == Verb::quit) break;

@@ -12,18 +12,18 @@
 
 namespace server {
 
-/// Whoever gives the commands: a script, a person at a terminal, or a pipe.
+/// Runs the commands of a script, of a person at a terminal, or of a pipe.
 class Operator {
 public:
-    /// All must outlive this object. Reads the script; throws std::runtime_error when it cannot.
+    /// All must outlive this object. Reads the script; throws std::runtime_error on failure.
     Operator(const Options& options, Host& host, const EventList& events, Configuration& configuration,
              Console& console);
 
-    /// Does the commands until there are no more, then ends the server with a SIGTERM; where nobody gives commands,
-    /// does nothing. A stop ends it early. Throws nothing. Not inside a host call. [one thread]
+    /// Runs the commands until there are no more, then ends the server by a SIGTERM. Without a source of commands it
+    /// does nothing. A stop ends it early. Throws nothing. Must not run inside a host call. [one thread]
     void run(const std::stop_token& stop) noexcept;
 
-    /// What went wrong, as one sentence; empty when nothing did. After `run`.
+    /// Returns the reason of a failure after `run`, or "".
     [[nodiscard]] const std::string& failure() const { return failure_; }
 
 private:
@@ -43,8 +43,8 @@ private:
     std::string failure_;
 };
 
-/// True when a person can be shown a table and asked for commands: standard input and output are the terminal that this
-/// process is in the foreground of.
+/// Returns whether a person can see a table and type commands: standard input and output are a terminal, and this
+/// process is in its foreground.
 [[nodiscard]] bool has_terminal();
 
 } // namespace server

@@ -8,27 +8,28 @@
 
 namespace server {
 
-/// What the command line asks for.
+/// The options of the command line.
 struct Options {
     std::filesystem::path extension; ///< shared object to load
     std::filesystem::path config;    ///< JSON file with the extension's configuration
-    std::optional<double> seconds;   ///< end by itself after this time; without it a signal ends the server
+    std::optional<double> seconds;   ///< end after this time; without it a signal ends the server
     bool plain = false;              ///< one line for each call instead of the live table
     std::filesystem::path trace;     ///< file for one JSON object a call, "-" for standard output, empty for none
     std::filesystem::path dump;      ///< file for the final list, empty for none
     std::filesystem::path script;    ///< file with an operator's commands, empty for none
     std::vector<std::string> commands;
-    std::string language; ///< of texts, where a command names no other
-    bool json = false;    ///< answers as one JSON object a line; all other lines go to standard error
+    std::string language;  ///< of texts, where a command names no other
+    bool json = false;     ///< answers as one JSON object a line; all other lines go to standard error
+    bool no_retry = false; ///< do not reconnect a target after a failed import
 
-    /// Commands to run, and then to end.
+    /// Returns whether there are commands to run, after which the server ends.
     [[nodiscard]] bool has_commands() const { return !script.empty() || !commands.empty(); }
 
     [[nodiscard]] bool trace_to_stdout() const { return trace == "-"; }
 };
 
-/// Reads the command line into `options`. The result is set when the program is to end at once with that exit status:
-/// after the help text (0), or after a complaint on standard error.
+/// Reads the command line into `options`. Returns an exit status when the program is to end at once: 0 after help or
+/// version, 2 after one line about a wrong command line on standard error.
 [[nodiscard]] std::optional<int> parse_options(int argc, const char* const* argv, Options& options);
 
 } // namespace server

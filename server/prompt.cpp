@@ -14,7 +14,7 @@ namespace server {
 namespace {
 
 constexpr int history_size = 500;
-constexpr std::size_t most_listed = 100;
+constexpr std::size_t max_listed = 100;
 
 std::string common_start(const std::vector<std::string>& words) {
     std::string start = words.front();
@@ -22,7 +22,7 @@ std::string common_start(const std::vector<std::string>& words) {
         const auto [end, ignored] = std::mismatch(start.begin(), start.end(), word.begin(), word.end());
         start.erase(end, start.end());
     }
-    // Not in the middle of a character.
+    // Never cut inside a character.
     while (!start.empty() && printable(start) != start)
         start.pop_back();
     return start;
@@ -39,11 +39,11 @@ struct Prompt::Editor {
         el_set(line, EL_PROMPT, prompt);
         el_set(line, EL_EDITOR, "emacs");
         el_set(line, EL_SIGNAL, 0);
-        // Between the lines too keys are kept as they come: what is typed ahead must not be edited by the terminal.
+        // Between the lines, too, the terminal must not edit keys that are typed ahead.
         el_set(line, EL_SETTY, "-x", "-icanon", "-echo", nullptr);
         el_set(line, EL_HIST, history, lines);
         el_set(line, EL_GETCFN, next_character);
-        el_wset(line, EL_ADDFN, L"zo-complete", L"completes a word", complete_word); // the other form leaks its texts
+        el_wset(line, EL_ADDFN, L"zo-complete", L"completes a word", complete_word); // el_set would leak the texts
         el_set(line, EL_BIND, "^I", "zo-complete", nullptr);
     }
     ~Editor() {
@@ -64,13 +64,13 @@ struct Prompt::Editor {
         return text;
     }
 
-    /// 1 with a character, 0 at the end. Bytes that are no UTF-8 are skipped.
+    /// Returns 1 with a character and 0 at the end. Bytes that are not UTF-8 are skipped.
     static int next_character(EditLine* line, wchar_t* character) {
         std::mbstate_t state{};
         while (const auto byte = of(line).input.byte()) {
             std::size_t taken = std::mbrtowc(character, &*byte, 1, &state);
             if (taken == static_cast<std::size_t>(-1)) {
-                // What broke off a character may begin the next one, as Enter does.
+                // The byte that broke off a character may begin the next one.
                 state = {};
                 taken = std::mbrtowc(character, &*byte, 1, &state);
                 if (taken == static_cast<std::size_t>(-1)) state = {};
@@ -85,7 +85,7 @@ struct Prompt::Editor {
         const std::string_view text(info->buffer, static_cast<std::size_t>(info->cursor - info->buffer));
         const std::vector<std::string> words = complete(text, of(line).candidates);
         if (words.empty()) return CC_REFRESH_BEEP;
-        // What is there of the word is the longest end of the text that all words begin with.
+        // The typed part of the word is the longest end of the text that all words begin with.
         const std::string start = common_start(words);
         std::size_t there = std::min(text.size(), start.size());
         while (!start.starts_with(text.substr(text.size() - there)))
@@ -94,9 +94,9 @@ struct Prompt::Editor {
         if (words.size() == 1) more += ' ';
         if (!more.empty()) return el_insertstr(line, more.c_str()) == 0 ? CC_REFRESH : CC_REFRESH_BEEP;
         std::fputc('\n', stdout);
-        for (std::size_t i = 0; i < words.size() && i < most_listed; ++i)
+        for (std::size_t i = 0; i < words.size() && i < max_listed; ++i)
             std::fprintf(stdout, "%s  ", words[i].c_str());
-        std::fputs(words.size() > most_listed ? "...\n" : "\n", stdout);
+        std::fputs(words.size() > max_listed ? "...\n" : "\n", stdout);
         std::fflush(stdout);
         return CC_REDISPLAY;
     }

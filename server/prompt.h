@@ -10,8 +10,8 @@ namespace server {
 
 class Input;
 
-/// A line editor on the terminal, with a history and with completion by the tabulator. To be used in a `KeyMode`, so
-/// that nothing typed ahead is lost. [one thread]
+/// A line editor on the terminal, with a history and with completion by the tabulator. Use it in a `KeyMode`, so that
+/// no key typed ahead is lost. [one thread]
 class Prompt {
 public:
     /// The input must outlive this object.
@@ -20,7 +20,7 @@ public:
     Prompt(const Prompt&) = delete;
     Prompt& operator=(const Prompt&) = delete;
 
-    /// The next line; nothing at the end of the input, which Ctrl-D on an empty line is too.
+    /// Returns the next line; nothing at the end of the input or after Ctrl-D on an empty line.
     std::optional<std::string> line();
 
 private:

@@ -1,6 +1,7 @@
 #include "server/screen.h"
 
 #include "server/console.h"
+#include "server/host.h"
 #include "server/input.h"
 #include "server/localizer.h"
 #include "server/table.h"
@@ -25,7 +26,7 @@ constexpr std::string_view clear_below = "\x1b[J";
 void put(std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
-        if (written <= 0) return; // a terminal that is gone shows nothing more
+        if (written <= 0) return; // a closed terminal
         text.remove_prefix(static_cast<std::size_t>(written));
     }
 }
@@ -48,9 +49,9 @@ struct OwnScreen {
     OwnScreen& operator=(const OwnScreen&) = delete;
 };
 
-std::string picture(const EventList& list, const Console& console, ShownTexts& texts) {
+std::string picture(const EventList& list, const Host& host, const Console& console, ShownTexts& texts) {
     const auto [width, height] = window_size();
-    TableContent content{list.counts(), {}, console.last()};
+    TableContent content{list.counts(), {}, console.last(), host.imports().incomplete()};
     const std::vector<EventRow> rows = list.top(height);
     std::vector<EventTexts> shown = texts.of(rows);
     for (std::size_t i = 0; i < rows.size(); ++i)
@@ -82,12 +83,12 @@ bool watch(const EventList& list, Host& host, const Console& console, Input& key
             put(enter_screen);
             drawn.clear();
         }
-        if (std::string next = picture(list, console, texts); next != drawn) {
+        if (std::string next = picture(list, host, console, texts); next != drawn) {
             put(next);
             drawn = std::move(next);
         }
         const Input::Got got = keys.wait(period);
-        // One key may be several bytes, and none of them belongs to the next command.
+        // One key may be several bytes; they must not reach the next command.
         if (got == Input::Got::bytes) keys.drop();
         if (got != Input::Got::nothing) return got == Input::Got::bytes;
     }

@@ -12,16 +12,16 @@ namespace server {
 namespace {
 
 constexpr timespec step{0, 100'000'000};
-constexpr int most_steps = 20;
+constexpr int max_steps = 20;
 
-bool takes(int file) {
+bool is_writable(int file) {
     pollfd waiting{file, POLLOUT, 0};
     return poll(&waiting, 1, 0) != 0;
 }
 
 [[noreturn]] void end_now() {
-    constexpr std::string_view sentence = "zo-hmi-server: ended at once: nobody reads its output\n";
-    if (takes(STDERR_FILENO)) {
+    constexpr std::string_view sentence = "zo-hmi-server: stopped: no reader of its output\n";
+    if (is_writable(STDERR_FILENO)) {
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, sentence.data(), sentence.size());
     }
     std::_Exit(1);
@@ -46,32 +46,36 @@ Signals::~Signals() {
 }
 
 void Signals::listen(const std::stop_token& stop) {
-    int steps = 0; // without an output that takes something
+    int steps = 0; // with a blocked output
     for (bool ending = false;;) {
         siginfo_t info{};
         const int number = ending ? sigtimedwait(&set_, &info, &step) : sigwaitinfo(&set_, &info);
         if (stop.stop_requested()) return;
         if (number > 0) {
-            {
-                const std::lock_guard lock(mutex_);
-                numbers_.push_back(number);
-            }
-            came_.notify_one();
-            // When its own commands are done, it waits for whoever reads their answers.
+            post(number);
+            // After its own commands this process waits for the reader of their answers.
             ending = ending || (number != SIGHUP && info.si_pid != getpid());
         } else if (ending) {
-            steps = takes(STDOUT_FILENO) && takes(STDERR_FILENO) ? 0 : steps + 1;
-            if (steps == most_steps) end_now();
+            steps = is_writable(STDOUT_FILENO) && is_writable(STDERR_FILENO) ? 0 : steps + 1;
+            if (steps == max_steps) end_now();
         }
     }
+}
+
+void Signals::post(int number) {
+    {
+        const std::lock_guard lock(mutex_);
+        numbers_.push_back(number);
+    }
+    received_.notify_one();
 }
 
 std::optional<int> Signals::wait(std::optional<Clock::time_point> deadline) {
     std::unique_lock lock(mutex_);
     const auto any = [this] { return !numbers_.empty(); };
     if (!deadline) {
-        came_.wait(lock, any);
-    } else if (!came_.wait_until(lock, *deadline, any)) {
+        received_.wait(lock, any);
+    } else if (!received_.wait_until(lock, *deadline, any)) {
         return std::nullopt;
     }
     const int number = numbers_.front();

@@ -11,13 +11,12 @@
 
 namespace server {
 
-/// SIGINT, SIGTERM and SIGHUP as something to wait for instead of handlers. Made in main before any other thread
+/// Takes SIGINT, SIGTERM and SIGHUP as numbers to wait for instead of handlers. Made in main before any other thread
 /// starts, so that every thread inherits the blocked signals. SIGPIPE is ignored: a closed output is an error of that
 /// output.
 ///
-/// An output that nobody reads holds whoever writes to it, and then nothing ends in order. So when somebody else has
-/// told this process to end, and for two seconds standard output or standard error takes nothing, it ends all the same,
-/// with status 1.
+/// An output without a reader blocks its writer, and then no orderly end is possible. So after a SIGINT or SIGTERM of
+/// another process, this process exits with status 1 when an output has blocked for two seconds.
 class Signals {
 public:
     using Clock = std::chrono::steady_clock;
@@ -28,16 +27,18 @@ public:
     Signals(const Signals&) = delete;
     Signals& operator=(const Signals&) = delete;
 
-    /// The next signal's number, or nothing when `deadline` passes first. Without a deadline it waits without bound.
+    /// Blocks until a signal comes and returns its number; nothing when `deadline` passes first.
     [[nodiscard]] std::optional<int> wait(std::optional<Clock::time_point> deadline);
+    /// Makes `wait` return a number as if that signal had come. [any thread]
+    void post(int number);
 
 private:
     void listen(const std::stop_token& stop);
 
     sigset_t set_{};
-    std::mutex mutex_; // guards what came
-    std::condition_variable came_;
-    std::deque<int> numbers_;
+    std::mutex mutex_;
+    std::condition_variable received_;
+    std::deque<int> numbers_; // with mutex_ held
     std::jthread thread_;
 };
 

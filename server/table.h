@@ -15,18 +15,20 @@ struct TableRow {
     EventTexts texts;
 };
 
-/// What the live table shows.
+/// The content of the live table.
 struct TableContent {
     EventList::Counts counts;
     std::vector<TableRow> rows;
-    std::string note; ///< the last thing that was said
+    std::string note;                    ///< the last printed line
+    std::vector<std::string> incomplete; ///< targets whose list is incomplete
 };
 
-/// Lines of the table that are not rows of the list.
+/// Lines above the rows of the list.
 inline constexpr std::size_t table_header_lines = 3;
 
-/// The table as lines of exactly `width` columns, at most `height` of them: counts, the note, the columns' names, then
-/// the rows that fit. Where the width is short, the widest of the texts give way first, then the line is cut.
+/// Returns the table as lines of exactly `width` columns, at most `height` of them: counts, the note, titles, and the
+/// rows that fit. On a narrow screen the widest texts shrink first, then the line is cut. Incomplete targets stand in
+/// front of the counts, and get "!" in their rows.
 [[nodiscard]] std::vector<std::string> table_lines(const TableContent& content, std::size_t width, std::size_t height);
 
 } // namespace server

@@ -4,77 +4,79 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <cwchar>
+#include <locale.h>
 
 namespace server {
 
 namespace {
 
 struct Range {
-    char32_t first;
-    char32_t last;
+    wchar_t first;
+    wchar_t last;
 };
 
-constexpr std::array wide_ranges{
-    Range{0x1100, 0x115F},   Range{0x2E80, 0x303E},   Range{0x3041, 0xA4CF},   Range{0xAC00, 0xD7A3},
-    Range{0xF900, 0xFAFF},   Range{0xFE30, 0xFE6F},   Range{0xFF00, 0xFF60},   Range{0xFFE0, 0xFFE6},
-    Range{0x1F300, 0x1F64F}, Range{0x1F900, 0x1F9FF}, Range{0x20000, 0x3FFFD},
-};
-
-constexpr std::array combining_ranges{
-    Range{0x0300, 0x036F}, Range{0x1AB0, 0x1AFF}, Range{0x200B, 0x200D},
-    Range{0x20D0, 0x20FF}, Range{0xFE00, 0xFE0F}, Range{0xFE20, 0xFE2F},
-};
-
-/// What a terminal may act on instead of showing it: control characters, line separators, direction marks.
+/// Characters that a terminal may act on: control characters, line separators, direction marks.
 constexpr std::array unprintable_ranges{
     Range{0x00, 0x1F},     Range{0x7F, 0x9F},     Range{0x061C, 0x061C}, Range{0x200E, 0x200F},
     Range{0x2028, 0x202E}, Range{0x2066, 0x2069}, Range{0xFEFF, 0xFEFF},
 };
 
+constexpr wchar_t highest_code_point = 0x10FFFF;
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 constexpr std::string_view ellipsis = "\xE2\x80\xA6";
 
 template <std::size_t N>
-bool within(const std::array<Range, N>& ranges, char32_t code) {
+bool within(const std::array<Range, N>& ranges, wchar_t code) {
     return std::any_of(ranges.begin(), ranges.end(),
                        [code](const Range& range) { return code >= range.first && code <= range.last; });
 }
 
+/// While it lives, this thread's characters are UTF-8 whatever the process has set.
+class Utf8Locale {
+public:
+    Utf8Locale() : before_(uselocale(utf8())) {}
+    ~Utf8Locale() { uselocale(before_); }
+    Utf8Locale(const Utf8Locale&) = delete;
+    Utf8Locale& operator=(const Utf8Locale&) = delete;
+
+private:
+    static locale_t utf8() {
+        static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+        return locale;
+    }
+    locale_t before_;
+};
+
 struct Character {
-    char32_t code = 0;
-    std::size_t length = 1; ///< bytes taken from the text
+    wchar_t code = 0;
+    std::size_t length = 1; ///< in bytes
     bool valid = false;
 };
 
-/// The character at the front of a non-empty text; a malformed sequence counts as one invalid byte.
+/// Returns the character at the front of a non-empty text; a malformed sequence counts as one invalid byte.
+/// Requires a Utf8Locale.
 Character first_character(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned lead = byte(0);
-    if (lead < 0x80) return {lead, 1, true};
-    std::size_t length = 0;
-    if (lead >= 0xC2 && lead <= 0xDF) length = 2;
-    if (lead >= 0xE0 && lead <= 0xEF) length = 3;
-    if (lead >= 0xF0 && lead <= 0xF4) length = 4;
-    if (length == 0 || text.size() < length) return {};
-    char32_t code = lead & (0x7Fu >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return {};
-        code = code << 6 | (byte(i) & 0x3F);
-    }
-    constexpr std::array<char32_t, 5> lowest{0, 0, 0x80, 0x800, 0x10000};
-    if (code < lowest[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return {};
-    return {code, length, true};
+    Character character;
+    std::mbstate_t state{};
+    const std::size_t length = std::mbrtowc(&character.code, text.data(), text.size(), &state);
+    // The library takes the old forms of up to six bytes, too.
+    if (length > 4 || character.code > highest_code_point) return {};
+    character.length = std::max<std::size_t>(length, 1); // a zero byte has the length 0
+    character.valid = true;
+    return character;
 }
 
-std::size_t width_of(char32_t code) {
-    if (code < 0x300) return 1;
-    if (within(combining_ranges, code)) return 0;
-    return within(wide_ranges, code) ? 2 : 1;
+/// Characters that the library does not know count as one column.
+std::size_t width_of(wchar_t code) {
+    const int width = wcwidth(code);
+    return width < 0 ? 1 : static_cast<std::size_t>(width);
 }
 
 } // namespace
 
 std::string printable(std::string_view text) {
+    const Utf8Locale locale;
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
@@ -89,6 +91,7 @@ std::string printable(std::string_view text) {
 std::string json_escaped(std::string json) {
     const auto harmless = [](char c) { return c >= ' ' && c < '\x7F'; };
     if (std::all_of(json.begin(), json.end(), harmless)) return json;
+    const Utf8Locale locale;
     std::string out;
     for (std::string_view rest = json; !rest.empty();) {
         const Character character = first_character(rest);
@@ -105,6 +108,7 @@ std::string json_escaped(std::string json) {
 }
 
 std::size_t columns(std::string_view text) {
+    const Utf8Locale locale;
     std::size_t sum = 0;
     while (!text.empty()) {
         const Character character = first_character(text);
@@ -118,6 +122,7 @@ std::string fit(std::string_view text, std::size_t width) {
     const std::size_t all = columns(text);
     if (all <= width) return std::string(text) + std::string(width - all, ' ');
     if (width == 0) return {};
+    const Utf8Locale locale;
     std::size_t used = 0;
     std::size_t bytes = 0;
     while (true) {
@@ -128,6 +133,16 @@ std::string fit(std::string_view text, std::size_t width) {
     }
     // A wide character that does not fit leaves a blank.
     return std::string(text.substr(0, bytes)).append(ellipsis) + std::string(width - 1 - used, ' ');
+}
+
+std::vector<std::string_view> pieces(std::string_view text, char separator) {
+    std::vector<std::string_view> pieces;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(separator), text.size());
+        pieces.push_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return pieces;
 }
 
 std::string time_text(std::int64_t nanoseconds) {

@@ -4,25 +4,30 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
-/// Text for a terminal. Names and texts come from devices, so nothing of them may move the cursor or hide a line.
+/// Text for a terminal. Names and texts come from devices, so they must not move the cursor or hide a line.
+/// All functions are [any thread].
 namespace server {
 
-/// UTF-8 that is safe to print on one line: control characters, text direction marks and malformed sequences become
-/// U+FFFD.
+/// Returns UTF-8 that is safe to print on one line. Control characters, text direction marks and malformed sequences
+/// become U+FFFD.
 [[nodiscard]] std::string printable(std::string_view text);
 
-/// JSON with the characters that `printable` replaces written as "\u1234" instead. They can stand in its strings only,
-/// so it means the same.
+/// Returns the JSON with the characters that `printable` replaces written as "\u1234". They can stand in strings only,
+/// so the meaning stays the same.
 [[nodiscard]] std::string json_escaped(std::string json);
 
-/// Terminal columns that printable text takes: East Asian wide characters take two, combining marks none.
+/// Returns the terminal columns of a printable text. Wide characters take two columns, combining marks none.
 [[nodiscard]] std::size_t columns(std::string_view text);
 
-/// Printable text in exactly `width` columns: padded with blanks, or cut between two characters and ended by "…".
+/// Returns a printable text in exactly `width` columns: padded with blanks, or cut between characters and ended by "…".
 [[nodiscard]] std::string fit(std::string_view text, std::size_t width);
 
-/// A point in time, nanoseconds since 1970, as "2024-05-01 12:34:56.789" in UTC; 0, which means "not set", as "".
+/// Returns the parts of a text between separators; a separator at the end begins no part.
+[[nodiscard]] std::vector<std::string_view> pieces(std::string_view text, char separator);
+
+/// Returns nanoseconds since 1970 as "2024-05-01 12:34:56.789" in UTC. 0 means "not set" and gives "".
 [[nodiscard]] std::string time_text(std::int64_t nanoseconds);
 
 } // namespace server

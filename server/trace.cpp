@@ -24,7 +24,7 @@ Trace::Trace(const std::filesystem::path& file) {
 
 void Trace::write(ordered_json fields) {
     const std::lock_guard lock(mutex_);
-    // The time is taken under the lock, so that it never runs backwards from line to line.
+    // Under the lock, so that times ascend from line to line.
     ordered_json line{{"t", ZoHmiSrv::Timestamp::now().nanoseconds()}};
     line.update(fields);
     const std::string text = json_line(line) + "\n";
@@ -32,7 +32,7 @@ void Trace::write(ordered_json fields) {
         std::fwrite(text.data(), 1, text.size(), file_.get()) == text.size() && std::fflush(file_.get()) == 0;
     if (!written && !failed_) {
         failed_ = true;
-        std::fprintf(stderr, "zo-hmi-server: the trace cannot be written: %s\n", std::strerror(errno));
+        std::fprintf(stderr, "zo-hmi-server: cannot write the trace: %s\n", std::strerror(errno));
     }
 }
 

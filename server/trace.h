@@ -12,20 +12,20 @@
 
 namespace server {
 
-/// The calls of an extension, one JSON object a line, each written out at once: "t", nanoseconds since 1970, "call",
-/// and what applies of "name", "is_event", "mode", "parameters", "alarm". [any thread]
+/// Writes the calls of an extension, one JSON object a line, each flushed at once: "t" (nanoseconds since 1970),
+/// "call", and "name", "is_event", "mode", "parameters" and "alarm" where they apply. [any thread]
 class Trace {
 public:
     /// "-" is standard output, an empty name writes nothing. Throws std::runtime_error when the file cannot be opened.
     explicit Trace(const std::filesystem::path& file);
 
-    /// A call that is known by its name alone, such as a path or the kind of a listener; null leaves it out.
+    /// Writes a call with a name, such as a path or the kind of a listener; null leaves the name out.
     void call(const char* call, const char* name = nullptr);
     void message(const ZoHmiSrv::Message& message, bool is_event);
     void alarm(std::int32_t mode, const ZoHmiSrv::Alarm& alarm);
     void forgotten(const ZoHmiSrv::Event& event);
 
-    /// Whether a line could not be written; standard error has been told why.
+    /// Returns whether a line could not be written; the reason was printed to standard error.
     [[nodiscard]] bool failed() const;
 
 private:

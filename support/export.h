@@ -1,4 +1,4 @@
 #pragma once
 
-/// Marks what the two libraries inside the product offer to others; everything else stays hidden.
+/// Marks the interface of the two libraries inside the product; all other symbols are hidden.
 #define ZO_EXPORT __attribute__((visibility("default")))

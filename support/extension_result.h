@@ -9,8 +9,8 @@
 
 namespace ZoHmiSrv {
 
-/// The outcome of a library operation: a result code (0 is success) and a text in UTF-8 that explains a failure.
-/// A plain value; one object belongs to one thread at a time.
+/// The outcome of a library operation: a result code (0 is success) and a UTF-8 text that explains a failure. One
+/// thread at a time may use an object.
 class ZO_EXPORT ExtensionResult {
 public:
     ExtensionResult() = default;
@@ -26,19 +26,19 @@ private:
     std::string text_;
 };
 
-/// Builds the text of an ExtensionResult piece by piece. The finished text ends in a full stop and, where the stream
-/// was given a context (a path or a name), in the context in square brackets.
+/// Builds the text of an ExtensionResult in pieces. The text ends in a full stop. A context (a path or a name) follows
+/// in square brackets.
 class ZO_EXPORT ExtensionResultStream {
 public:
     explicit ExtensionResultStream(int code) : code_(code) {}
     ExtensionResultStream(int code, std::string context) : code_(code), context_(std::move(context)) {}
 
-    /// Names (types, members, paths) are strings and appear in single quotes; [any thread], one at a time.
+    /// Appends a name (of a type, member or path) in single quotes.
     ExtensionResultStream& operator<<(const std::string& name);
-    /// Wording appears as it is; null counts as "".
+    /// Appends wording unchanged; null counts as "".
     ExtensionResultStream& operator<<(const char* wording);
 
-    /// Numbers appear in plain decimal.
+    /// Appends a number in plain decimal.
     template <typename T>
     requires(std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char>) ||
         std::floating_point<T> ExtensionResultStream& operator<<(T number) {
@@ -49,7 +49,7 @@ public:
         return *this;
     }
 
-    /// The finished result. A text that is empty stays empty unless there is a context.
+    /// Returns the result. An empty text stays empty unless there is a context.
     operator ExtensionResult() const; // NOLINT(google-explicit-constructor): a stream is returned as a result
 
 private:

@@ -23,7 +23,7 @@
 #define ZO_RELEASE(...) ZO_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define ZO_RELEASE_GENERIC(...) ZO_THREAD_ATTRIBUTE(release_generic_capability(__VA_ARGS__))
 #define ZO_RETURN_CAPABILITY(mutex) ZO_THREAD_ATTRIBUTE(lock_returned(mutex))
-/// Only with a reason beside it.
+/// Every use needs a reason beside it.
 #define ZO_NO_THREAD_SAFETY_ANALYSIS ZO_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 namespace ZoHmiSrv {
@@ -45,7 +45,7 @@ private:
     std::mutex inner_;
 };
 
-/// Locks a mutex for a scope. Only the thread that made it may use it.
+/// Locks a mutex for a scope. Only the thread that created it may use it.
 class ZO_SCOPED_CAPABILITY MutexLock {
 public:
     explicit MutexLock(Mutex& mutex) ZO_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }

@@ -10,11 +10,12 @@
 
 namespace ZoHmiSrv::Algorithm {
 
-/// A double as an integer, rounded towards zero: NaN gives 0, and what lies outside the range gives its nearest end.
+/// Returns a double as an integer, rounded towards zero. NaN gives 0; a number outside the range gives its nearest end.
+/// [any thread]
 template <std::integral T>
 [[nodiscard]] constexpr T saturating_cast(double number) noexcept {
     using limits = std::numeric_limits<T>;
-    // Both bounds are powers of two (or 0), so that they are exact as doubles; the maximum itself may not be.
+    // Both bounds are powers of two (or 0) and so exact as doubles; the maximum itself may not be.
     constexpr double lowest = static_cast<double>(limits::min());
     constexpr double beyond = static_cast<double>(limits::max() / 2 + 1) * 2.0;
     if (number != number) return 0;
@@ -23,17 +24,17 @@ template <std::integral T>
     return static_cast<T>(number);
 }
 
-/// A double that stands for an unsigned 32-bit number. It goes through a signed 64-bit one, so that -1 gives
-/// 0xFFFFFFFF, as callers that store unsigned numbers in signed fields expect.
+/// Returns an unsigned 32-bit number from a double. The conversion goes through a signed 64-bit number: callers store
+/// unsigned numbers in signed fields, so -1 must give 0xFFFFFFFF. [any thread]
 [[nodiscard]] constexpr std::uint32_t uint32_from_double(double number) noexcept {
     return static_cast<std::uint32_t>(saturating_cast<std::int64_t>(number));
 }
 
-/// The digits behind `integer_to_hex`, for a value that is already unsigned and of its own width.
+/// `integer_to_hex` for a value that is already unsigned. [any thread]
 [[nodiscard]] ZO_EXPORT std::string unsigned_to_hex(std::uint64_t value, bool prefix, bool pad8, bool pad_byte);
 
-/// A number in lower-case hexadecimal, a negative one as its two's complement of the same width. `prefix` puts "0x" in
-/// front; `pad8` gives at least eight digits and `pad_byte` at least two, not counting the prefix. [any thread]
+/// Returns a number in lower-case hexadecimal, a negative one as its two's complement of the same width. `prefix` adds
+/// "0x"; `pad8` gives at least eight digits, `pad_byte` at least two, without the prefix. [any thread]
 template <std::integral T>
 [[nodiscard]] std::string integer_to_hex(T value, bool prefix, bool pad8, bool pad_byte) {
     return unsigned_to_hex(static_cast<std::make_unsigned_t<T>>(value), prefix, pad8, pad_byte);

@@ -46,7 +46,7 @@ Threading::~Threading() {
             impl_->stop(5000, InterruptMode::join);
         }
         impl_->wait(); // for a stop on another thread
-    } catch (...) {    // NOLINT(bugprone-empty-catch): a destructor lets nothing out
+    } catch (...) {    // NOLINT(bugprone-empty-catch): no exception may leave a destructor
     }
     impl_->release_context();
 }
@@ -84,7 +84,7 @@ void Threading::unregister_timer(unsigned long id) {
 }
 
 bool Threading::stop(long timeout_ms, InterruptMode mode, bool /*unused*/) {
-    const auto impl = impl_; // whoever waits for the end may destroy this object before the call below returns
+    const auto impl = impl_; // a thread in `wait` may destroy this object before the call below returns
     return impl->stop(timeout_ms, mode);
 }
 

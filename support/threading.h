@@ -16,20 +16,20 @@ namespace ZoHmiSrv {
 class ThreadingImpl;
 class WorkImpl;
 
-/// Why a timer's callback is called.
+/// Why the callback of a timer is called.
 enum class TimerError : std::int32_t {
-    none = 0,      ///< the time ran out
+    none = 0,      ///< the timer ran out
     cancelled = 1, ///< the timer was cancelled, by name or because the pool stops
-    failed = 2,    ///< any other failure of the wait
+    failed = 2,    ///< the wait failed otherwise
 };
 
-/// What `Threading::stop` does with threads that did not end in time and were interrupted.
+/// How `Threading::stop` treats interrupted threads that did not end in time.
 enum class InterruptMode : std::int32_t {
-    join = 0,  ///< waits for them, without a bound
-    leave = 1, ///< leaves them to end by themselves; any value but 0 means this
+    join = 0,  ///< waits for them without a bound
+    leave = 1, ///< detaches them; every value but 0 means this
 };
 
-/// Keeps the threads that run a context in their loop for as long as it owns work.
+/// Keeps the threads of a context in their loop while it owns work. [any thread]
 class ZO_EXPORT Work {
 public:
     explicit Work(boost::asio::io_context& context);
@@ -38,65 +38,64 @@ public:
     Work& operator=(const Work&) = delete;
 
     [[nodiscard]] bool owns_work() const;
-    /// Gives the work up; the threads leave their loop once nothing else is left to do.
+    /// Drops the work; the threads leave their loop once nothing else is left to do.
     void reset();
 
 private:
     std::unique_ptr<WorkImpl> impl_;
 };
 
-/// A small pool of threads with timers. It runs from its construction until `stop` and is then stopped for good.
+/// A small pool of threads with timers. It runs from its construction until `stop` and never starts again.
 ///
-/// Every operation but the destructor may be called from any thread, pool threads included [any thread]. Callbacks
-/// run on pool threads with no lock of the pool held. What a callback throws is swallowed and costs no thread.
-/// Destroying a pool that still runs writes a line to the system log and stops it as stop(5000, join) does.
+/// Callbacks run on pool threads without a lock of the pool. Exceptions of a callback are dropped and end no thread.
+/// Destroying a running pool writes a line to the system log and stops it as stop(5000, join) does.
+/// [any thread], pool threads included, for every operation but the destructor.
 class ZO_EXPORT Threading {
 public:
-    /// Throws boost::thread_resource_error when a thread cannot be started; those started are stopped again.
+    /// Throws boost::thread_resource_error when a thread cannot be started, and stops the threads started before it.
     explicit Threading(unsigned long threads);
     ~Threading();
     Threading(const Threading&) = delete;
     Threading& operator=(const Threading&) = delete;
 
-    /// Starts that many more threads; nothing on a stopped pool. Throws boost::thread_resource_error at the first
-    /// thread that cannot be started and keeps those started before it.
+    /// Starts that many more threads; does nothing on a stopped pool. Throws boost::thread_resource_error at the first
+    /// thread that cannot be started, and keeps the threads started before it.
     void add_threads(unsigned long threads);
 
-    /// Runs a function on the pool. On a stopped pool it is dropped.
+    /// Runs a function on the pool; drops it on a stopped pool.
     void post(std::function<void()> function);
 
-    /// Calls back once, `ms` milliseconds from now (a negative time is over at once). The result is the timer's id,
-    /// or 0 on a stopped pool, whose callback never comes. The callback always comes otherwise, a cancelled one too,
-    /// except for those still waiting for a thread when `stop` ran out of time.
+    /// Calls back once, `ms` milliseconds from now; a negative time counts as 0. Returns the timer's id, or 0 on a
+    /// stopped pool, which drops the callback. A cancelled timer calls back too. Callbacks that still wait for a thread
+    /// when `stop` times out are dropped.
     unsigned long start_new_timer(long ms, const std::function<void(TimerError)>& callback);
 
-    /// Makes a timer that does not run yet, for `start_timer`. The result is its id, or 0 on a stopped pool.
+    /// Makes a timer for `start_timer` that does not run yet. Returns its id, or 0 on a stopped pool.
     unsigned long register_new_timer();
 
-    /// Starts a registered timer (again). A wait that is still pending is cancelled first, and its own callback is
-    /// called with `cancelled`. False if the pool is stopped or the id is unknown; then no callback comes.
+    /// Starts or restarts a registered timer. A pending wait is cancelled first and calls its own callback with
+    /// `cancelled`. Returns false for a stopped pool or an unknown id; the callback is then dropped.
     bool start_timer(unsigned long id, long ms, const std::function<void(TimerError)>& callback);
 
     /// Cancels a pending timer; a registered one can be started again.
     void cancel_timer(unsigned long id);
     /// Cancels every pending timer whose id is not listed.
     void cancel_all_timers(const std::vector<unsigned long>& except = {});
-    /// Cancels a timer if it is pending, and forgets it.
+    /// Cancels a pending timer and removes it.
     void unregister_timer(unsigned long id);
 
-    /// Stops the pool: cancels all timers, whose callbacks run while it waits, and waits up to `timeout_ms`
-    /// milliseconds for each thread in turn. Threads that are late are interrupted and, with `InterruptMode::join`,
-    /// waited for without a bound. True if a thread was late; false if not, or if the pool was stopped before.
-    /// Called on a pool thread it sleeps through that thread's own share, and leaves that thread out of all joins.
-    /// The last argument is not read.
+    /// Stops the pool: cancels all timers, whose callbacks still run, and waits up to `timeout_ms` milliseconds for
+    /// each thread in turn. Interrupts late threads and, with `InterruptMode::join`, blocks until they end. Returns
+    /// true if a thread was late; false if none was, or if the pool was stopped before. On a pool thread it sleeps for
+    /// that thread's share of the time and never joins that thread. The last argument is not read.
     bool stop(long timeout_ms, InterruptMode mode, bool unused);
 
     [[nodiscard]] bool stopped() const;
 
-    /// Blocks until `stop` has finished; returns at once if it has.
+    /// Blocks until `stop` has finished.
     void wait();
 
-    /// The context that the threads run. It lives as long as this object.
+    /// Returns the context that the threads run. It lives as long as this object.
     [[nodiscard]] boost::asio::io_context& io_context();
 
 private:

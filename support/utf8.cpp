@@ -25,8 +25,8 @@ constexpr bool is_ascii(char c) {
 
 enum class Decoded : unsigned char { character, truncated, malformed };
 
-/// Takes one character off the front of `text`, which is not empty, and says how that went. A sequence is truncated
-/// when all it lacks is its last bytes; `text` stays where it is then, and after a malformed one.
+/// Removes one character from the front of `text`, which must not be empty. A sequence that only misses its last bytes
+/// is truncated. After a truncated or malformed sequence `text` is unchanged.
 Decoded decode_one(std::string_view& text, char32_t& character) {
     const auto lead = static_cast<unsigned char>(text.front());
     if (lead < 0x80) {
@@ -34,8 +34,8 @@ Decoded decode_one(std::string_view& text, char32_t& character) {
         text.remove_prefix(1);
         return Decoded::character;
     }
-    // The range of the second byte depends on the lead: it keeps out overlong forms, surrogates and what lies above
-    // the highest code point. Every later byte is from 0x80 to 0xBF.
+    // The range of the second byte depends on the lead. It excludes overlong forms, surrogates and numbers above the
+    // highest code point. Every later byte is from 0x80 to 0xBF.
     std::size_t length = 0;
     unsigned char second_min = 0x80;
     unsigned char second_max = 0xBF;
@@ -67,7 +67,7 @@ Decoded decode_one(std::string_view& text, char32_t& character) {
     return Decoded::character;
 }
 
-/// Hands every character of a UTF-8 text to `sink`.
+/// Calls `sink` with every character of a UTF-8 text.
 template <typename Sink>
 void decode(std::string_view text, Sink sink) {
     const std::size_t whole = text.size();
@@ -207,7 +207,8 @@ std::string utf8_to_windows1252(std::string_view text) {
         if (c < 0x80 || (c >= 0xA0 && c <= 0xFF)) {
             result += static_cast<char>(c);
         } else if (c > 0xFF) {
-            // From 0x80 to 0x9F the table holds the bytes without a character under their own number; those are lost.
+            // Bytes without a character stand in the table under their own number, from 0x80 to 0x9F; those are
+            // dropped.
             const auto* found = std::ranges::find(windows1252_upper_controls, c);
             if (found != std::end(windows1252_upper_controls))
                 result += static_cast<char>(0x80 + (found - std::begin(windows1252_upper_controls)));

@@ -3,7 +3,7 @@
 #include "extension/host/event.h"
 #include "extension/host/value.h"
 #include "support/guid.h"
-#include "targets/ask.h"
+#include "targets/getters.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -32,10 +32,10 @@ namespace {
 constexpr char alarm_name[] = "ZOEVENTLOGGER_ALARM";
 constexpr char message_name[] = "ZOEVENTLOGGER_MESSAGE";
 
-// As many as an event has, and the answers that localization adds to it.
-constexpr std::size_t most_parameters = 10 + 4;
+// Those of an event, and the answers that localization adds.
+constexpr std::size_t max_parameters = 10 + 4;
 
-// Confirmation states of alarms from the log, which tell only whether one was asked for and given.
+// Confirmation states of alarms from the log. The log shows only whether a confirmation was required and given.
 constexpr AlarmConfirmationState none{0}, confirmed{3}, not_confirmed{4};
 
 bool has_source_field(IZoEvent& event, SourceField field) {
@@ -45,34 +45,34 @@ bool has_source_field(IZoEvent& event, SourceField field) {
 }
 
 void set_identity(Value& parameters, IZoEvent& event, const std::string& target_name) {
-    parameters.reserve(most_parameters);
+    parameters.reserve(max_parameters);
     parameters.insert_or_update("targetName", target_name.c_str());
-    parameters.insert_or_update("eventClass", uuid_to_string(ask(event, &IZoEvent::GetEventClass), true).c_str());
-    parameters.insert_or_update("eventId", static_cast<double>(ask(event, &IZoEvent::GetEventId)));
+    parameters.insert_or_update("eventClass", uuid_to_string(get(event, &IZoEvent::GetEventClass), true).c_str());
+    parameters.insert_or_update("eventId", static_cast<double>(get(event, &IZoEvent::GetEventId)));
     if (has_source_field(event, SourceFieldId))
-        parameters.insert_or_update("sourceId", static_cast<double>(ask(event, &IZoEvent::GetSourceId)));
+        parameters.insert_or_update("sourceId", static_cast<double>(get(event, &IZoEvent::GetSourceId)));
     if (has_source_field(event, SourceFieldName))
-        parameters.insert_or_update("sourceName", ask_text(event, &IZoEvent::GetSourceName).get());
+        parameters.insert_or_update("sourceName", get_text(event, &IZoEvent::GetSourceName).get());
     if (has_source_field(event, SourceFieldGuid))
-        parameters.insert_or_update("sourceGuid", uuid_to_string(ask(event, &IZoEvent::GetSourceGuid), true).c_str());
+        parameters.insert_or_update("sourceGuid", uuid_to_string(get(event, &IZoEvent::GetSourceGuid), true).c_str());
 }
 
 template <class Interface>
 void set_json_attribute(Value& parameters, IUnknown& event) {
     if (const auto json = query<Interface>(event))
-        parameters.insert_or_update("jsonAttribute", ask_text(*json, &Interface::GetJsonAttribute).get());
+        parameters.insert_or_update("jsonAttribute", get_text(*json, &Interface::GetJsonAttribute).get());
 }
 
-// Copies the two ranges out of the logger's argument block, without a look at what they hold. Offsets and sizes come
-// from outside: ranges that do not lie inside the block are left out.
+// Copies the two ranges of the logger's argument block as they are. Offsets and sizes are not trusted: ranges that do
+// not lie inside the block are left out.
 template <class Interface>
 void copy_arguments(Value& parameters, Interface& event) {
-    const auto arguments = ask(event, &Interface::GetArguments);
+    const auto arguments = get(event, &Interface::GetArguments);
     parameters.insert_or_update("numArguments", static_cast<double>(arguments.count));
     const std::uint64_t total = std::uint64_t{arguments.types_size} + arguments.data_size;
     if (arguments.count == 0 || total < 1 || total > std::numeric_limits<std::int32_t>::max()) return;
 
-    // From calloc the zeros of a block far larger than what the proxy fills cost nothing.
+    // The zeros of calloc cost nothing, even where the proxy fills only a small part of a large block.
     const std::unique_ptr<std::uint8_t, decltype(&std::free)> block(static_cast<std::uint8_t*>(std::calloc(1, total)),
                                                                     &std::free);
     if (!block) throw std::bad_alloc();
@@ -81,11 +81,11 @@ void copy_arguments(Value& parameters, Interface& event) {
     const auto inside = [total](std::uint64_t offset, std::uint64_t size) { return offset + size <= total; };
     if (!inside(arguments.types_offset, arguments.types_size) || !inside(arguments.data_offset, arguments.data_size))
         return;
-    parameters.insert_or_update("types", Binary(block.get() + arguments.types_offset, arguments.types_size));
-    parameters.insert_or_update("data", Binary(block.get() + arguments.data_offset, arguments.data_size));
+    parameters["types"].set(Binary(block.get() + arguments.types_offset, arguments.types_size));
+    parameters["data"].set(Binary(block.get() + arguments.data_offset, arguments.data_size));
 }
 
-// The envelope takes the payload's name, and its time raised rather than the time of arrival.
+// The event has the payload's name, and its time raised in place of the time of arrival.
 template <class Payload>
 void complete(Event& event, Payload& payload) {
     event.set_name(payload.name());
@@ -98,11 +98,11 @@ Alarm& as_logged_alarm(Event& event, IZoLoggedEvent& item, const std::string& do
     alarm.set_name(alarm_name);
     alarm.set_domain(domain.c_str());
     alarm.set_id(id);
-    alarm.set_severity(clamp_severity(ask(item, &IZoEvent::GetSeverity)));
-    alarm.set_time_raised(ask_time(item, &IZoEvent::GetTimeRaised));
-    alarm.set_time_cleared(ask_time(item, &IZoLoggedEvent::GetTimeCleared));
-    alarm.set_time_confirmed(ask_time(item, &IZoLoggedEvent::GetTimeConfirmed));
-    if (ask(item, &IZoLoggedEvent::GetWithConfirmation) == VARIANT_TRUE)
+    alarm.set_severity(clamp_severity(get(item, &IZoEvent::GetSeverity)));
+    alarm.set_time_raised(get_time(item, &IZoEvent::GetTimeRaised));
+    alarm.set_time_cleared(get_time(item, &IZoLoggedEvent::GetTimeCleared));
+    alarm.set_time_confirmed(get_time(item, &IZoLoggedEvent::GetTimeConfirmed));
+    if (get(item, &IZoLoggedEvent::GetWithConfirmation) == VARIANT_TRUE)
         alarm.set_confirmation_state(alarm.time_confirmed().nanoseconds() != 0 ? confirmed : not_confirmed);
     else
         alarm.set_confirmation_state(none);
@@ -115,8 +115,8 @@ Message& as_logged_message(Event& event, IZoLoggedEvent& item, const std::string
     Message& message = event.payload().get_message();
     message.set_name(message_name);
     message.set_domain(domain.c_str());
-    message.set_severity(clamp_severity(ask(item, &IZoEvent::GetSeverity)));
-    message.set_time_raised(ask_time(item, &IZoEvent::GetTimeRaised));
+    message.set_severity(clamp_severity(get(item, &IZoEvent::GetSeverity)));
+    message.set_time_raised(get_time(item, &IZoEvent::GetTimeRaised));
     return message;
 }
 
@@ -145,7 +145,7 @@ AlarmConfirmationState clamp_confirmation_state(int state) {
 void convert_logged_event(Event& event, IZoLoggedEvent* item, const std::string& domain, const std::string& target_name,
                           int id) {
     event.set_domain(domain.c_str());
-    switch (ask(*item, &IZoEvent::GetEventType)) {
+    switch (get(*item, &IZoEvent::GetEventType)) {
     case EventTypeAlarm:
         return complete_logged(event, as_logged_alarm(event, *item, domain, id), *item, target_name);
     case EventTypeMessage:
@@ -162,7 +162,7 @@ void convert_alarm(Event& event, IZoAlarm* proxy, const std::string& domain, con
     Alarm& alarm = event.payload().get_alarm();
     alarm.set_name(alarm_name);
     alarm.set_domain(domain.c_str());
-    alarm.set_severity(clamp_severity(ask(*proxy, &IZoEvent::GetSeverity)));
+    alarm.set_severity(clamp_severity(get(*proxy, &IZoEvent::GetSeverity)));
     if (!keep_id) alarm.set_id(id);
 
     Value& parameters = alarm.parameters();
@@ -170,21 +170,21 @@ void convert_alarm(Event& event, IZoAlarm* proxy, const std::string& domain, con
     set_identity(parameters, *proxy, target_name);
     set_json_attribute<IZoAlarmJson>(parameters, *proxy);
 
-    alarm.set_time_raised(ask_time(*proxy, &IZoEvent::GetTimeRaised));
-    // An alarm that is raised again still tells when it was cleared before.
-    const auto cleared = ask(*proxy, &IZoAlarm::GetTimeCleared);
-    const auto raised = ask(*proxy, &IZoEvent::GetTimeRaised);
+    alarm.set_time_raised(get_time(*proxy, &IZoEvent::GetTimeRaised));
+    // An alarm that is raised again still has the time of its last clearing.
+    const auto cleared = get(*proxy, &IZoAlarm::GetTimeCleared);
+    const auto raised = get(*proxy, &IZoEvent::GetTimeRaised);
     alarm.set_time_cleared(Timestamp::from_file_time(cleared <= raised ? 0 : cleared));
-    alarm.set_confirmation_state(clamp_confirmation_state(ask(*proxy, &IZoAlarm::GetConfirmationState)));
-    alarm.set_time_confirmed(ask_time(*proxy, &IZoAlarm::GetTimeConfirmed));
+    alarm.set_confirmation_state(clamp_confirmation_state(get(*proxy, &IZoAlarm::GetConfirmationState)));
+    alarm.set_time_confirmed(get_time(*proxy, &IZoAlarm::GetTimeConfirmed));
     copy_arguments(parameters, *proxy);
     complete(event, alarm);
 }
 
 void convert_message(Message& message, IZoMessage* proxy, const std::string& domain, const std::string& target_name) {
     message.set_name(message_name);
-    message.set_time_raised(ask_time(*proxy, &IZoEvent::GetTimeRaised));
-    message.set_severity(clamp_severity(ask(*proxy, &IZoEvent::GetSeverity)));
+    message.set_time_raised(get_time(*proxy, &IZoEvent::GetTimeRaised));
+    message.set_severity(clamp_severity(get(*proxy, &IZoEvent::GetSeverity)));
     message.set_domain(domain.c_str());
     Value& parameters = message.parameters();
     set_identity(parameters, *proxy, target_name);

@@ -10,21 +10,21 @@ namespace ZoHmiSrv {
 class Event;
 }
 
-/// From the logger's objects to the server's records; nothing else looks at an object for its content. All three kinds
-/// fill the same parameters. A call that fails throws CAtlException and leaves the record partly filled.
+/// Converts the logger's objects to the server's records. All three kinds fill the same parameters. Throws
+/// CAtlException when a call of the proxy fails; the record is partly filled then. [any thread]
 namespace ZoHmiEventLogger {
 
-/// 0 to 4 stay, anything above becomes 1.
+/// 0 to 4 stay; larger numbers become 1.
 ZoHmiSrv::Severity clamp_severity(unsigned severity);
-/// 1 to 4 stay, anything else becomes 0.
+/// 1 to 4 stay; other numbers become 0.
 ZoHmiSrv::AlarmConfirmationState clamp_confirmation_state(int state);
 
-/// An entry of the log. One that is neither alarm nor message leaves the event with its domain alone.
+/// An entry of the log. Sets only the domain when the entry is neither alarm nor message.
 void convert_logged_event(ZoHmiSrv::Event& event, ZoEventLoggerFdxProxyLib::IZoLoggedEvent* item,
                           const std::string& domain, const std::string& target_name, int id);
 
-/// A live alarm. An event that holds an alarm already is updated in place and keeps that alarm's state, and its id
-/// with `keep_id`.
+/// A live alarm. An alarm that the event has already is updated in place. It keeps its state, and its id with
+/// `keep_id`.
 void convert_alarm(ZoHmiSrv::Event& event, ZoEventLoggerFdxProxyLib::IZoAlarm* alarm, const std::string& domain,
                    const std::string& target_name, int id, bool keep_id);
 

@@ -1,7 +1,7 @@
 #include "targets/event_key.h"
 
 #include "extension/host/algorithm.h"
-#include "targets/ask.h"
+#include "targets/getters.h"
 
 namespace ZoHmiEventLogger {
 
@@ -11,7 +11,7 @@ namespace Algorithm = ZoHmiSrv::Algorithm;
 std::optional<std::uint32_t> unique_id_of(IUnknown& object) {
     const auto identity = query<IZoEventIdentity>(object);
     if (!identity) return std::nullopt;
-    return ask(*identity, &IZoEventIdentity::GetUniqueId);
+    return get(*identity, &IZoEventIdentity::GetUniqueId);
 }
 
 std::string EventKey::text() const {
@@ -22,9 +22,9 @@ std::string EventKey::text() const {
 
 template <class T>
 EventKey EventKey::of(T& event) {
-    const auto raised = ask_time(event, &IZoEvent::GetTimeRaised).nanoseconds();
-    const auto event_class = ask(event, &IZoEvent::GetEventClass);
-    const auto event_id = ask(event, &IZoEvent::GetEventId);
+    const auto raised = get_time(event, &IZoEvent::GetTimeRaised).nanoseconds();
+    const auto event_class = get(event, &IZoEvent::GetEventClass);
+    const auto event_id = get(event, &IZoEvent::GetEventId);
     return {unique_id_of(event), raised, event_class, event_id};
 }
 template EventKey EventKey::of(IZoAlarm&);
@@ -48,7 +48,7 @@ bool EventKeySet::contains(const EventKey& key) const {
 AlarmKey AlarmKey::of(IZoAlarm& alarm) {
     AlarmKey key;
     key.id = unique_id_of(alarm);
-    key.raised = ask_time(alarm, &IZoEvent::GetTimeRaised).nanoseconds();
+    key.raised = get_time(alarm, &IZoEvent::GetTimeRaised).nanoseconds();
     return key;
 }
 

@@ -12,15 +12,15 @@
 
 namespace ZoHmiEventLogger {
 
-/// The logger's own number of an occurrence, if the object tells it. Throws CAtlException when asking fails.
+/// The logger's own number of an occurrence, if the object offers one. Throws CAtlException when a call fails.
 std::optional<std::uint32_t> unique_id_of(IUnknown& object);
 
-/// One occurrence, recognisable in both views of the logger: as a live object and as an entry of the log.
+/// Identifies one occurrence in both views of the logger: as a live object and as an entry of the log.
 ///
-/// Equality is not transitive: two keys with ids compare by them, and otherwise their texts decide.
+/// Two keys with ids compare by ids, all others by texts. So equality is not transitive.
 class EventKey {
 public:
-    /// What stands in a key's text: keys have equal texts exactly when these are equal.
+    /// The parts of a key's text. Keys have equal texts exactly when these are equal.
     struct Occurrence {
         std::int64_t raised = 0; // nanoseconds since 1970
         GUID event_class{};
@@ -42,7 +42,7 @@ public:
 
     const std::optional<std::uint32_t>& id() const { return id_; }
     const Occurrence& occurrence() const { return occurrence_; }
-    /// Time, class in braces, and event id, without anything between them.
+    /// Time, class in braces, and event id, with nothing between them.
     std::string text() const;
 
     friend bool operator==(const EventKey& a, const EventKey& b) {
@@ -54,8 +54,8 @@ private:
     Occurrence occurrence_;
 };
 
-/// Answers whether an equal key was added, without walking them. Since equality is not transitive, what stands in texts
-/// is kept apart by whether its key has an id. Not for several threads at once, not even to ask.
+/// Finds out whether an equal key was added, in logarithmic time. Equality is not transitive, so the texts of keys with
+/// and without an id are kept apart. For one thread at a time, also when it only looks up.
 class EventKeySet {
 public:
     void reserve(std::size_t keys);
@@ -63,7 +63,7 @@ public:
     bool contains(const EventKey& key) const;
 
 private:
-    // Logs come nearly sorted, and most of what is added is never asked for: so nothing is sorted before it is asked.
+    // Logs are nearly sorted, and most sets are never searched: the first search sorts.
     template <class T>
     class LazySet {
     public:
@@ -88,7 +88,7 @@ private:
     LazySet<EventKey::Occurrence> without_id_;
 };
 
-/// The identity of a live alarm as far as it outlasts a lost connection.
+/// Identifies a live alarm, also after a reconnect.
 struct AlarmKey {
     std::optional<std::uint32_t> id;
     std::int64_t raised = 0; // nanoseconds since 1970
@@ -97,8 +97,8 @@ struct AlarmKey {
     static AlarmKey of(ZoEventLoggerFdxProxyLib::IZoAlarm& alarm);
 
     friend bool operator==(const AlarmKey&, const AlarmKey&) = default;
-    /// A key without id comes before one with an id. Two keys without one cannot be told apart reliably, so ordering
-    /// them throws std::bad_optional_access.
+    /// A key without id comes before one with an id. Throws std::bad_optional_access for two keys without id: nothing
+    /// distinguishes them reliably.
     friend bool operator<(const AlarmKey& a, const AlarmKey& b);
 };
 

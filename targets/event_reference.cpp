@@ -13,7 +13,7 @@ namespace Algorithm = ZoHmiSrv::Algorithm;
 
 namespace {
 
-// The text of a parameter, zero-terminated; of one that is no text, in `converted`.
+/// Returns the text of a parameter. `converted` owns the text of a parameter of another type.
 std::optional<std::string_view> text_of(const Value& parameter, Value& converted) {
     if (!parameter.isset()) return std::nullopt;
     if (parameter.type() == ValueType::String) return parameter.get_string();
@@ -34,7 +34,7 @@ std::optional<double> number_of(const Value& parameter) {
     return copy.convert(ValueType::Double).get_double();
 }
 
-// The bytes of a parameter; one that came as text is kept converted.
+/// Returns the bytes of a parameter. `converted` owns the bytes of a text.
 Binary bytes_of(const Value& parameter, std::optional<Value>& converted) {
     if (parameter.type() != ValueType::String) return parameter;
     converted = parameter;
@@ -47,38 +47,22 @@ std::string_view view_of(const Binary& bytes) {
 
 } // namespace
 
-// The keys are filled where they stand: put together elsewhere and copied they would cost a processor more, which is
-// slow to read in one piece what was just written in several.
 EventReference::EventReference(const Value& parameters, ValueType type, std::int32_t language) {
     const auto event_class = guid_of(parameters["eventClass"]);
     if (const auto source = text_of(parameters["sourceName"], converted_source_)) {
         const auto source_class = guid_of(parameters["sourceGuid"]);
-        if (source_class || event_class) {
-            SourceNameQuestion& key = source_name.emplace();
-            key.event_class = source_class ? *source_class : *event_class;
-            key.source_name = *source;
-            key.language = language;
-        }
+        if (source_class || event_class) source_name = {source_class ? *source_class : *event_class, *source, language};
     }
     if (!event_class) return;
-    class_name.emplace();
-    class_name->event_class = *event_class;
-    class_name->language = language;
+    class_name = {*event_class, language};
     const auto id = number_of(parameters["eventId"]);
     if (!id) return;
-    kind.emplace();
-    kind->event_class = *event_class;
-    kind->event_id = Algorithm::uint32_from_double(*id);
-    kind->language = language;
+    const std::uint32_t event_id = Algorithm::uint32_from_double(*id);
+    kind = {*event_class, event_id, language};
     const auto count = number_of(parameters["numArguments"]);
     if (!count) return;
     read_arguments(parameters, Algorithm::saturating_cast<std::int32_t>(*count));
-    text.emplace();
-    text->event_id = kind->event_id;
-    text->argument_data = view_of(data_);
-    text->event_class = *event_class;
-    text->payload_type = type;
-    text->language = language;
+    text = {event_id, view_of(data_), *event_class, type, language};
 }
 
 void EventReference::read_arguments(const Value& parameters, std::int32_t count) {

@@ -11,11 +11,11 @@
 
 namespace ZoHmiEventLogger {
 
-/// What localization reads of an event, in one go: the key of each question, where the event holds it. The event may
-/// have been through a client's hands, so parameters of another type are converted, on copies: the event itself is not
-/// changed. What is Null, missing or, for a GUID, cannot be read is not there.
+/// The keys of an event's localization. A key is empty if one of its parameters is missing, Null, or an invalid GUID. A
+/// client may have changed the event, so parameters of another type are converted. Conversions use copies: the event is
+/// unchanged.
 ///
-/// It looks into the parameters, which must stay as they are until it is done with.
+/// Requires that the parameters outlive the reference unchanged.
 struct EventReference {
     /// `language` is a locale id.
     EventReference(const ZoHmiSrv::Value& parameters, ZoHmiSrv::ValueType type, std::int32_t language);
@@ -24,14 +24,14 @@ struct EventReference {
 
     std::optional<TextQuestion> text;
     std::optional<ClassNameKey> class_name;
-    std::optional<SourceNameQuestion> source_name; // by the source's GUID, else by the event's class
+    std::optional<SourceNameQuestion> source_name; ///< by the GUID of the source, else by the event's class
     std::optional<EventKindKey> kind;
 
-    // The argument block as the logger takes it back: the types, and right behind them the values.
+    /// The argument block in the form of the logger: the types, followed by the values.
     ZoEventLoggerFdxProxyLib::ArgumentDescriptor arguments{};
     std::string argument_block() const;
 
-    // "types" and "data" where they came as texts.
+    /// "types" and "data" of an event that has them as texts.
     std::optional<ZoHmiSrv::Value> converted_types;
     std::optional<ZoHmiSrv::Value> converted_data;
 

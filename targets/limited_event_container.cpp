@@ -9,7 +9,11 @@
 
 namespace ZoHmiSrv {
 
+using ZoEventLoggerFdxProxyLib::IZoAlarm;
+
 namespace {
+
+using Store = ZoHmiEventLogger::EventStore;
 
 constexpr AlarmState invalid_alarm{4};
 
@@ -27,31 +31,23 @@ bool is_invalid_alarm(const Event& event) {
 
 } // namespace
 
-template <class Pointer, class Proxy, class RawPointer>
-LimitedEventContainer<Pointer, Proxy, RawPointer>::LimitedEventContainer()
-    : boundary_(entries_.end()), removal_callback_([](long, const Event&) {}) {
+Store::LimitedEventContainer() : boundary_(entries_.end()), removal_callback_([](long, const Event&) {}) {
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::add(Event& event, Proxy* pointer, bool has_pointer,
-                                                            unsigned limit, long key, bool use_key) {
+void Store::add(Event& event, IZoAlarm* pointer, bool has_pointer, unsigned limit, long key, bool use_key) {
     if (!use_key) key = event.time_received().nanoseconds();
     const Iterator added = insert(event, has_pointer ? Pointer(pointer) : Pointer(), key);
     evict_behind(limit, added);
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::replace_alarm(Position position, Event& event, Proxy* pointer,
-                                                                      unsigned limit) {
-    // In this order a failure loses nothing; that there is one entry too many meanwhile shows nowhere.
+void Store::replace_alarm(Position position, Event& event, IZoAlarm* pointer, unsigned limit) {
+    // In this order a failure loses nothing. One entry too many is stored meanwhile, which no caller sees.
     const Iterator added = insert(event, Pointer(pointer), event.time_received().nanoseconds());
     erase_alarm(position);
     evict_behind(limit, added);
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-auto LimitedEventContainer<Pointer, Proxy, RawPointer>::insert(Event& event, Pointer held, std::int64_t key)
-    -> Iterator {
+Store::Iterator Store::insert(Event& event, Pointer held, std::int64_t key) {
     const auto entries_before = entries_.size();
     // Times mostly ascend, and the newest entry stands in front.
     const Iterator entry =
@@ -85,9 +81,7 @@ auto LimitedEventContainer<Pointer, Proxy, RawPointer>::insert(Event& event, Poi
     return entry;
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::add_message(const Message& message, unsigned limit, long key,
-                                                                    bool use_key) {
+void Store::add_message(const Message& message, unsigned limit, long key, bool use_key) {
     Event event;
     event.payload().set(message);
     event.set_domain(message.domain());
@@ -96,30 +90,31 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::add_message(const Messag
     add(event, nullptr, false, limit, key, use_key);
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-auto LimitedEventContainer<Pointer, Proxy, RawPointer>::find_alarm(const ZoHmiEventLogger::AlarmKey& key) -> Position {
-    for (Iterator entry = entries_.lower_bound(Rank{key.raised, 0});
-         entry != entries_.end() && entry->first.key == key.raised; ++entry) {
-        const RawPointer pointer = entry->second.pointer.get();
-        if (pointer && ZoHmiEventLogger::AlarmKey::of(*pointer) == key) return Position(entry);
-    }
+Store::Position Store::find_alarm(const ZoHmiEventLogger::AlarmKey& key) {
+    const auto answers = [&key](const Entry& entry) {
+        return entry.pointer && entry.pointer.key().id() == key.id &&
+               ZoHmiEventLogger::AlarmKey::of(*entry.pointer.get()) == key;
+    };
+    const Iterator first = entries_.lower_bound(Rank{key.raised, 0});
+    if (first == entries_.end() || first->first.key != key.raised) return {};
+    if (answers(first->second)) return Position(first);
+    for (auto found = by_identity_.lower_bound({key.raised, key.id, 0});
+         found != by_identity_.end() && found->first.key == key.raised && found->first.id == key.id; ++found)
+        if (found->second != first && answers(found->second->second)) return Position(found->second);
     return {};
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-auto LimitedEventContainer<Pointer, Proxy, RawPointer>::find_pointer(RawPointer pointer) -> Position {
+Store::Position Store::find_pointer(IZoAlarm* pointer) {
     const auto found = by_pointer_.lower_bound({pointer, Listing{std::numeric_limits<std::int64_t>::min(), 0}});
     return found != by_pointer_.end() && found->first.first == pointer ? Position(found->second) : Position();
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-RawPointer LimitedEventContainer<Pointer, Proxy, RawPointer>::find_alarm_by_id(int id) const {
+IZoAlarm* Store::find_alarm_by_id(int id) const {
     const auto found = by_id_.lower_bound({id, Listing{std::numeric_limits<std::int64_t>::min(), 0}});
     return found != by_id_.end() && found->first.first == id ? found->second->second.pointer.get() : nullptr;
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::erase_alarm(Position position) {
+void Store::erase_alarm(Position position) {
     if (!position || !position.pointer() || !is_alarm(position.event())) return;
     --counters_.active_alarms;
     --counters_.cached_alarms; // the invalid ones are left as they are
@@ -127,8 +122,7 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::erase_alarm(Position pos
     remove(position.entry_);
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::release_alarm(Position position, unsigned limit) {
+void Store::release_alarm(Position position, unsigned limit) {
     if (!position || !position.pointer()) return;
     unindex(position.entry_);
     position.entry_->second.pointer.reset();
@@ -137,13 +131,11 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::release_alarm(Position p
     evict_behind(limit, position.entry_);
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::prune(unsigned limit) {
+void Store::prune(unsigned limit) {
     evict_behind(limit, entries_.end());
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::list(Value& out) {
+void Store::list(Value& out) {
     counters_.imported_events = counters_.active_alarms + counters_.not_live;
     counters_.imported_messages = counters_.cached_messages;
     counters_.imported_invalid_alarms = counters_.cached_invalid_alarms;
@@ -152,28 +144,25 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::list(Value& out) {
     for_each_in_order([&](const Entry& entry) { out << Value(entry.event); });
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::clear() {
+void Store::clear() {
     by_pointer_.clear();
+    by_identity_.clear();
     by_id_.clear();
     entries_.clear();
     boundary_ = entries_.end();
     counters_ = Counters();
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::for_each_live(
-    const std::function<void(const Event&, RawPointer)>& visit) const {
+void Store::for_each_live(const std::function<void(const Event&, IZoAlarm*)>& visit) const {
     for_each_in_order([&](const Entry& entry) {
         if (entry.pointer) visit(entry.event, entry.pointer.get());
     });
 }
 
-template <class Pointer, class Proxy, class RawPointer>
 template <class Visit>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::for_each_in_order(Visit&& visit) const {
-    // The ranking goes from the newest time to the oldest and the listing the other way, but both go forward within
-    // one time.
+void Store::for_each_in_order(Visit&& visit) const {
+    // The ranking goes from the newest time to the oldest, the listing from the oldest to the newest. Within one time
+    // both go forward.
     auto end = entries_.end();
     while (end != entries_.begin()) {
         auto first = std::prev(end);
@@ -185,42 +174,41 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::for_each_in_order(Visit&
     }
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::index(Iterator entry) {
-    const Listing listing{entry->first.key, entry->first.sequence};
-    const auto by_pointer = by_pointer_.emplace(std::pair{entry->second.pointer.get(), listing}, entry).first;
-    if (!is_alarm(entry->second.event)) return;
+void Store::index(Iterator entry) {
+    const auto& [rank, stored] = *entry;
+    const Listing listing{rank.key, rank.sequence};
+    const bool is_first = entry == entries_.begin() || std::prev(entry)->first.key != rank.key;
     try {
-        by_id_.emplace(std::pair{entry->second.event.payload().get_alarm().id(), listing}, entry);
+        by_pointer_.emplace(std::pair{stored.pointer.get(), listing}, entry);
+        if (is_alarm(stored.event)) by_id_.emplace(std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
+        if (!is_first) by_identity_.emplace(Identity{rank.key, stored.pointer.key().id(), rank.sequence}, entry);
     } catch (...) {
-        by_pointer_.erase(by_pointer);
+        unindex(entry);
         throw;
     }
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::unindex(Iterator entry) {
-    const Listing listing{entry->first.key, entry->first.sequence};
-    by_pointer_.erase({entry->second.pointer.get(), listing});
-    if (is_alarm(entry->second.event)) by_id_.erase({entry->second.event.payload().get_alarm().id(), listing});
+void Store::unindex(Iterator entry) {
+    const auto& [rank, stored] = *entry;
+    const Listing listing{rank.key, rank.sequence};
+    by_pointer_.erase({stored.pointer.get(), listing});
+    by_identity_.erase({rank.key, stored.pointer.key().id(), rank.sequence});
+    if (is_alarm(stored.event)) by_id_.erase({stored.event.payload().get_alarm().id(), listing});
 }
 
-// Takes an entry out of the ranking; those behind it move up by one.
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::remove(Iterator entry) {
+// Removes an entry from the ranking; the entries behind it move up by one.
+void Store::remove(Iterator entry) {
     if (limit_ && boundary_ != entries_.end() && !(boundary_->first < entry->first)) ++boundary_;
     entries_.erase(entry);
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::note_added(Iterator entry, std::uint64_t entries_before) {
+void Store::note_added(Iterator entry, std::uint64_t entries_before) {
     if (!limit_ || entries_before < *limit_) return; // nothing ranks behind the limit yet
-    // Only what now stands in front of the boundary moves it; its left neighbour slips behind the limit.
+    // Only an entry in front of the boundary moves it: the last one in front is now behind the limit.
     if (boundary_ == entries_.end() || entry->first < boundary_->first) --boundary_;
 }
 
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::evict(Iterator entry) {
+void Store::evict(Iterator entry) {
     Event evicted;
     --counters_.not_live;
     if (is_message(entry->second.event)) {
@@ -235,10 +223,9 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::evict(Iterator entry) {
     if (notify_on_removal_) removal_callback_(key, evicted);
 }
 
-// With an unchanged limit at most one entry can have to go: the one that was pushed behind the limit, or the suspect,
-// which has just been added or released behind it. All others there are live.
-template <class Pointer, class Proxy, class RawPointer>
-void LimitedEventContainer<Pointer, Proxy, RawPointer>::evict_behind(unsigned limit, Iterator suspect) {
+// With an unchanged limit at most one entry is evicted: the one that was pushed behind the limit, or the suspect, which
+// has just been added or released behind it. All others there are live.
+void Store::evict_behind(unsigned limit, Iterator suspect) {
     if (limit_ != limit) {
         const auto behind_limit = [&] {
             return entries_.size() > limit ? std::next(entries_.begin(), limit) : entries_.end();
@@ -259,8 +246,5 @@ void LimitedEventContainer<Pointer, Proxy, RawPointer>::evict_behind(unsigned li
         evict(suspect);
     }
 }
-
-template class LimitedEventContainer<ZoHmiEventLogger::ScopedEventPointer<ZoEventLoggerFdxProxyLib::IZoAlarm>,
-                                     ZoEventLoggerFdxProxyLib::IZoAlarm, ZoEventLoggerFdxProxyLib::IZoAlarm*>;
 
 } // namespace ZoHmiSrv

@@ -4,6 +4,7 @@
 #include "targets/event_key.h"
 #include "targets/scoped_event_pointer.h"
 
+#include <compare>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -12,16 +13,23 @@
 
 namespace ZoHmiSrv {
 
-/// The bounded store of one target's events, ordered by the time they were received.
+/// The bounded store of one target's events, ordered by the time they were received. It is used with alarms of the
+/// proxy only, so that is all that is defined.
 ///
-/// An entry is live while it holds an alarm of the proxy, that is while the alarm is active on the target. Eviction
-/// ranks the entries: newest time first, but entries of one time in the order in which they were added. What ranks
-/// behind the limit goes, unless it is live: live entries are never evicted and can so exceed the limit, although they
-/// take their places in the ranking.
+/// An entry is live while it holds an alarm of the proxy, that is while the alarm is active on the target. Entries are
+/// ranked: newest time first, entries of one time in the order of adding. Entries that rank behind the limit are
+/// evicted unless they are live. Live entries take places in the ranking and can exceed the limit.
 ///
-/// It has no lock of its own [event mutex held]. Adding, finding by pointer or id and evicting take logarithmic time.
+/// It has no lock of its own [event mutex held]. Adding, finding and evicting take logarithmic time.
 template <class Pointer, class Proxy, class RawPointer>
-class LimitedEventContainer {
+class LimitedEventContainer;
+
+template <>
+class LimitedEventContainer<ZoHmiEventLogger::ScopedEventPointer<ZoEventLoggerFdxProxyLib::IZoAlarm>,
+                            ZoEventLoggerFdxProxyLib::IZoAlarm, ZoEventLoggerFdxProxyLib::IZoAlarm*> {
+    using IZoAlarm = ZoEventLoggerFdxProxyLib::IZoAlarm;
+    using Pointer = ZoHmiEventLogger::ScopedEventPointer<IZoAlarm>;
+
     struct Rank {
         std::int64_t key;       // nanoseconds since 1970
         std::uint64_t sequence; // order of adding
@@ -35,11 +43,11 @@ class LimitedEventContainer {
         Event event;
     };
     using Entries = std::map<Rank, Entry>;
-    using Iterator = typename Entries::iterator;
+    using Iterator = Entries::iterator;
 
 public:
-    /// The cached numbers tell what is held, the imported ones what came in since the last listing on top of what that
-    /// listing held. Invalid alarms are those of alarm state 4.
+    /// The cached numbers count the stored events. The imported ones count those of the last listing and all that were
+    /// added since. Invalid alarms are those of alarm state 4.
     struct Counters {
         std::uint64_t cached_messages = 0;
         std::uint64_t cached_alarms = 0;
@@ -53,14 +61,14 @@ public:
         friend bool operator==(const Counters&, const Counters&) = default;
     };
 
-    /// Where an entry stands; valid until that entry is erased or evicted.
+    /// The place of an entry; valid until that entry is erased or evicted.
     class Position {
     public:
         Position() = default;
         explicit operator bool() const { return found_; }
-        /// The stored event, to be changed in place; the time received must stay.
+        /// The stored event, which may be changed in place except for the time received.
         Event& event() const { return entry_->second.event; }
-        RawPointer pointer() const { return entry_->second.pointer.get(); }
+        IZoAlarm* pointer() const { return entry_->second.pointer.get(); }
 
     private:
         friend class LimitedEventContainer;
@@ -69,7 +77,7 @@ public:
         bool found_ = false;
     };
 
-    /// Called for each evicted event with its key; not to use the container.
+    /// Called for each evicted event with its key. Must not use the container.
     using RemovalCallback = std::function<void(long key, const Event& event)>;
 
     LimitedEventContainer();
@@ -81,46 +89,53 @@ public:
     void set_notify(bool notify) { notify_on_removal_ = notify; }
 
     /// Takes the event by swap and evicts what no longer fits. The key is `key` if `use_key` is set, else the event's
-    /// time received. With `has_pointer` the entry holds `pointer`, which may be null; the proxy is asked for its key
-    /// then, and CAtlException thrown when that fails, with nothing added.
-    void add(Event& event, Proxy* pointer, bool has_pointer, unsigned limit, long key, bool use_key);
+    /// time received. With `has_pointer` the entry holds `pointer`, which may be null. Asks the proxy for the pointer's
+    /// key. Throws CAtlException when that fails; nothing is added then.
+    void add(Event& event, IZoAlarm* pointer, bool has_pointer, unsigned limit, long key, bool use_key);
     /// Adds a copy of a message as an event of its own.
     void add_message(const Message& message, unsigned limit, long key, bool use_key);
 
-    /// The live entry with an equal key. Asks the proxy for each live entry of the key's time in turn and throws what
-    /// that throws; so an alarm is found only while its raised time is unchanged.
+    /// The first live entry with an equal key. Asks the proxies of the entries that have the key's time and that had
+    /// its id when they were added, in the order of adding, and throws what they throw. An alarm whose raised time or
+    /// id has changed since is not found.
     Position find_alarm(const ZoHmiEventLogger::AlarmKey& key);
     /// The first live entry (oldest time first) that holds this very object.
-    Position find_pointer(RawPointer pointer);
+    Position find_pointer(IZoAlarm* pointer);
     /// The object of the first live entry whose alarm has this id, or null.
-    RawPointer find_alarm_by_id(int id) const;
+    IZoAlarm* find_alarm_by_id(int id) const;
 
-    /// Removes a live alarm and adds the event in its place, which holds `pointer`. When the proxy fails or memory
-    /// lacks, all is as it was.
-    void replace_alarm(Position position, Event& event, Proxy* pointer, unsigned limit);
+    /// Removes a live alarm and adds the event in its place, which holds `pointer`. Strong guarantee: if the proxy call
+    /// fails or memory runs out, nothing changes.
+    void replace_alarm(Position position, Event& event, IZoAlarm* pointer, unsigned limit);
     /// Removes a live alarm without calling back; does nothing for any other entry.
     void erase_alarm(Position position);
-    /// Lets go of the live alarm, which stays as history if it ranks within the limit.
+    /// Releases the object of a live alarm, which stays as history if it ranks within the limit.
     void release_alarm(Position position, unsigned limit);
     /// Evicts what does not fit.
     void prune(unsigned limit);
 
-    /// Makes `out` a Vector (keeping what it holds if it is one), appends a copy of each event, oldest time first, and
-    /// sets the imported counters to what was listed.
+    /// Makes `out` a Vector (a Vector keeps its elements), appends a copy of each event, oldest time first, and sets
+    /// the imported counters to what was listed.
     void list(Value& out);
     void clear();
 
     /// Visits the live entries, oldest time first.
-    void for_each_live(const std::function<void(const Event& event, RawPointer pointer)>& visit) const;
+    void for_each_live(const std::function<void(const Event& event, IZoAlarm* pointer)>& visit) const;
 
     const Counters& counters() const { return counters_; }
 
 private:
-    // Live entries by object and by alarm id. Of equal ones the first in the order of listing comes first.
+    // Keys of the indexes of live entries. Of equal ones the first in the order of listing comes first.
     struct Listing {
         std::int64_t key;
         std::uint64_t sequence;
         auto operator<=>(const Listing&) const = default;
+    };
+    struct Identity {
+        std::int64_t key;
+        std::optional<std::uint32_t> id; // the logger's, as it was when the entry was added
+        std::uint64_t sequence;
+        auto operator<=>(const Identity&) const = default;
     };
 
     template <class Visit>
@@ -135,11 +150,13 @@ private:
 
     Entries entries_;
     std::uint64_t next_sequence_ = 0;
-    std::map<std::pair<RawPointer, Listing>, Iterator> by_pointer_;
+    std::map<std::pair<IZoAlarm*, Listing>, Iterator> by_pointer_;
     std::map<std::pair<int, Listing>, Iterator> by_id_;
+    // Without the first entry of each time, which the ranking leads to. So it is empty unless alarms share a time.
+    std::map<Identity, Iterator> by_identity_;
 
-    // The first entry that ranks behind the limit. Everything from there on is live; empty where the last eviction was
-    // cut short by an exception, so that the next one sweeps again.
+    // The first entry that ranks behind the limit. All entries from there on are live. The limit is empty where an
+    // exception ended the last eviction, so that the next one sweeps again.
     std::optional<std::uint64_t> limit_;
     Iterator boundary_;
 
@@ -147,9 +164,6 @@ private:
     RemovalCallback removal_callback_;
     bool notify_on_removal_ = true;
 };
-
-extern template class LimitedEventContainer<ZoHmiEventLogger::ScopedEventPointer<ZoEventLoggerFdxProxyLib::IZoAlarm>,
-                                            ZoEventLoggerFdxProxyLib::IZoAlarm, ZoEventLoggerFdxProxyLib::IZoAlarm*>;
 
 } // namespace ZoHmiSrv
 

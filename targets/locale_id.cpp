@@ -12,10 +12,7 @@ namespace ZoHmiEventLogger {
 
 namespace {
 
-constexpr bool in_order(const LocaleRow& a, const LocaleRow& b) {
-    return a.tag < b.tag;
-}
-static_assert(std::is_sorted(std::begin(locale_table), std::end(locale_table), in_order));
+static_assert(std::ranges::is_sorted(locale_table, {}, &LocaleRow::tag));
 
 struct OldTag {
     std::string_view given;
@@ -27,55 +24,42 @@ constexpr OldTag old_tags[] = {
     {"sr-BA", "sr-Latn-BA"}, {"sr-SP", "sr-Latn-ME"}, {"uz-UZ", "uz-Latn-UZ"},
 };
 
-constexpr std::size_t rows = std::size(locale_table);
-
-constexpr std::size_t slot_count = 2048; // at most half of them are taken, so that searches are short
-static_assert(2 * rows <= slot_count);
-
-// FNV-1a; the product's high bits, since the low ones of tags have little to tell them apart.
-constexpr std::size_t slot_of(std::string_view tag) {
-    std::uint32_t hash = 0x811C9DC5;
-    for (const char c : tag)
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x01000193;
-    return hash * 0x9E3779B9 >> 21;
-}
-
-// Each row's number at the slot of its tag or the next free one, `rows` in the others. Every text that is read in a
-// language asks here, so the search is short.
-constexpr auto slots = [] {
-    std::array<std::uint16_t, slot_count> taken{};
-    taken.fill(rows);
-    for (std::size_t row = 0; row < rows; ++row) {
-        std::size_t slot = slot_of(locale_table[row].tag);
-        while (taken[slot] != rows)
-            slot = (slot + 1) % slot_count;
-        taken[slot] = static_cast<std::uint16_t>(row);
+/// The first row of each letter from 'a' on; the last entry is the end of the table.
+constexpr auto first_rows = [] {
+    std::array<std::uint16_t, 'z' - 'a' + 2> result{};
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        const char letter = static_cast<char>('a' + i);
+        const LocaleRow* row =
+            std::ranges::lower_bound(locale_table, std::string_view(&letter, 1), {}, &LocaleRow::tag);
+        result[i] = static_cast<std::uint16_t>(row - std::begin(locale_table));
     }
-    return taken;
+    return result;
 }();
+static_assert(first_rows.front() == 0 && first_rows.back() == std::size(locale_table));
 
-// The index of a tag's row, or `rows`.
-constexpr std::size_t find(std::string_view tag) {
-    std::size_t slot = slot_of(tag);
-    while (slots[slot] != rows && locale_table[slots[slot]].tag != tag)
-        slot = (slot + 1) % slot_count;
-    return slots[slot];
+/// Returns null for a tag without a row. Every localization calls this: the rows of one letter take half of the steps.
+constexpr const LocaleRow* find(std::string_view tag) {
+    const auto letter = static_cast<unsigned char>(tag.empty() ? '\0' : tag.front() - 'a');
+    if (letter + 1U >= first_rows.size()) return nullptr;
+    const LocaleRow* const end = locale_table + first_rows[letter + 1U];
+    const LocaleRow* const row =
+        std::ranges::lower_bound(locale_table + first_rows[letter], end, tag, {}, &LocaleRow::tag);
+    return row != end && row->tag == tag ? row : nullptr;
 }
 
-constexpr std::size_t fallback = find("en");
-static_assert(fallback != rows);
-static_assert(std::ranges::all_of(old_tags, [](const OldTag& old) { return find(old.given) == rows; }),
-              "an old tag in the list would hide what replaced it");
+constexpr const LocaleRow& fallback = *find("en");
+static_assert(std::ranges::all_of(old_tags, [](const OldTag& old) { return find(old.given) == nullptr; }),
+              "a row of an old tag would hide its replacement");
 
 } // namespace
 
 std::int32_t locale_to_lcid(const std::string& tag) {
-    std::size_t row = find(tag);
-    if (row == rows) {
+    const LocaleRow* row = find(tag);
+    if (row == nullptr) {
         const OldTag* const old = std::ranges::find(old_tags, std::string_view(tag), &OldTag::given);
-        row = old != std::end(old_tags) ? find(old->used) : fallback;
+        row = old != std::end(old_tags) ? find(old->used) : nullptr;
     }
-    return locale_table[row != rows ? row : fallback].id;
+    return row != nullptr ? row->id : fallback.id;
 }
 
 } // namespace ZoHmiEventLogger

@@ -5,9 +5,9 @@
 
 namespace ZoHmiEventLogger {
 
-/// The Windows language code identifier of a language tag such as "de-DE", as loggers want it. Tags compare exactly,
-/// case included; old tags stand for what replaced them. A tag without an assigned number gives 0x1000, an unknown one
-/// that of "en". [any thread]
+/// The Windows language code identifier of a language tag such as "de-DE", in the form of the loggers. Case-sensitive.
+/// An old tag gives the number of its replacement, a tag without an assigned number 0x1000, an unknown tag the number
+/// of "en". [any thread]
 std::int32_t locale_to_lcid(const std::string& tag);
 
 } // namespace ZoHmiEventLogger

@@ -9,7 +9,7 @@ namespace ZoHmiEventLogger {
 
 struct LocaleRow {
     std::string_view tag;
-    std::int32_t id; // 0x1000 where none is assigned
+    std::int32_t id; ///< 0x1000 for a tag without an assigned number
 };
 
 /// The language code identifiers of [MS-LCID], sorted by the bytes of their tags.

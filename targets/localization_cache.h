@@ -7,26 +7,25 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <unordered_map>
 
 namespace ZoHmiEventLogger {
 
-/// Answers of a logger, kept to spare the link. First in, first out; looking up does not refresh, and storing a key
-/// that is there changes nothing. Keys have `hash()` and `==`, and may be asked for in another form that has the same
-/// and converts to them. The lock is a leaf, held for one operation, shared by those who look up. Answers are texts, or
-/// trees that share themselves, of which a copy takes no memory. [any thread]
+/// Caches answers of a logger. First in, first out: a look-up does not refresh, and storing a known key changes
+/// nothing. Keys have `hash()` and `==`. A question may have another form with the same two that converts to a key. The
+/// lock is a leaf, locked for one operation; readers share it. Answers are texts or shared trees, so copies take no
+/// memory. [any thread]
 template <class Key>
 class LocalizationCache {
 public:
     /// At most `bound` answers; with 0 it stores nothing.
     explicit LocalizationCache(std::uint64_t bound = default_bound) : bound_(bound) {}
 
-    /// Shows an answer to `take`, under the lock: what needs no copy of it spares the threads counting its holders,
-    /// which is most of what they would wait for each other. False when there is none.
+    /// Calls `take` with the cached answer under the lock. Returns false when there is none. No shared_ptr is
+    /// copied: the contended reference count would cost more than the lock.
     template <class Take, class Question = Key>
     bool find(const Question& key, Take&& take) const {
-        const auto lock = mutex_.lock_shared();
+        const StripedReadLock lock(mutex_);
         const auto found = answers_.find(key);
         if (found == answers_.end()) return false;
         take(found->second);
@@ -35,22 +34,22 @@ public:
 
     /// How often it was cleared.
     std::uint64_t clears() const {
-        const auto lock = mutex_.lock_shared();
+        const StripedReadLock lock(mutex_);
         return clears_;
     }
 
-    /// Stores nothing when it was cleared since `clears`: an answer that was on its way meanwhile is that of another
+    /// Stores nothing when the cache was cleared since `clears`: an answer that arrives after that belongs to the old
     /// connection.
     template <class Question = Key>
     void store(const Question& key, const ZoHmiSrv::Value& answer, std::uint64_t clears) {
         if (bound_ == 0) return;
-        typename Answers::node_type added, dropped; // made before the lock, and let go behind it
+        typename Answers::node_type added, dropped; // allocated before the lock, destroyed after it
         {
             Answers made;
             made.emplace(static_cast<Key>(key), answer);
             added = made.extract(made.begin());
         }
-        const std::lock_guard lock(mutex_);
+        const StripedWriteLock lock(mutex_);
         if (clears != clears_) return;
         const auto stored = answers_.insert(std::move(added));
         if (!stored.inserted) return;
@@ -67,8 +66,8 @@ public:
     }
 
     void clear() {
-        Answers dropped; // let go behind the lock
-        const std::lock_guard lock(mutex_);
+        Answers dropped; // destroyed after the lock
+        const StripedWriteLock lock(mutex_);
         ++clears_;
         order_.clear();
         answers_.swap(dropped);
@@ -88,9 +87,10 @@ private:
 
     mutable StripedMutex mutex_;
     std::uint64_t bound_;
-    std::uint64_t clears_ = 0;
-    Answers answers_;
-    std::deque<const Key*> order_; // oldest first; the keys of a hash map stay where they are
+    std::uint64_t clears_ ZO_GUARDED_BY(mutex_) = 0;
+    Answers answers_ ZO_GUARDED_BY(mutex_);
+    // Oldest first; the keys of a hash map stay where they are.
+    std::deque<const Key*> order_ ZO_GUARDED_BY(mutex_);
 };
 
 } // namespace ZoHmiEventLogger

@@ -35,8 +35,8 @@ private:
     std::uint64_t state_ = 0xCBF29CE484222325u;
 };
 
-// What an answer depends on; the language is a locale id. Keys with a text have two forms: a cache keeps its own text,
-// and one asks with a view of the event's.
+// Keys of answers; the language is a locale id. Keys with a text have two forms: the one of a cache owns the text, a
+// question views the event's text.
 
 struct ClassNameKey {
     GUID event_class;
@@ -67,7 +67,7 @@ struct SourceNameKeyWith {
 using SourceNameKey = SourceNameKeyWith<std::string>;
 using SourceNameQuestion = SourceNameKeyWith<std::string_view>;
 
-/// For causes, remedies and details, which do not depend on the arguments.
+/// For causes, remedies and details. The arguments do not change these.
 struct EventKindKey {
     GUID event_class;
     std::uint32_t event_id;

@@ -11,8 +11,9 @@ class Message;
 
 namespace ZoHmiEventLogger {
 
-/// The one way in which a target reports upward. Called from ticks, from the server's threads and from the proxy's
-/// callbacks, at the same time; never with a target's event mutex held, often with its callback mutex held.
+/// Takes the reports of targets. Called by ticks, the server's threads and the proxy's callbacks at the same time.
+/// Never called with a target's event mutex held, often with its callback mutex held. So no call may wait for a
+/// callback of a target, nor for a tick: a tick waits for the callback that it finds at work.
 ///
 /// The order of the operations is part of the contract, and a virtual destructor would shift it.
 class ILoggingFunctions {
@@ -21,17 +22,17 @@ public:
     virtual void log_message(ZoHmiSrv::Message message) = 0;
     /// "ZORVANE_EVENTLOGGER_ERROR" with the exception's text. [any thread]
     virtual void log_exception(const std::string& target_name, const std::exception& exception) = 0;
-    /// The same for what is no standard exception. [any thread]
+    /// The same for an exception that is no standard exception. [any thread]
     virtual void log_unknown_exception(const std::string& target_name) = 0;
     /// A message that a target sent, as an event. [any thread]
     virtual void on_message(ZoHmiSrv::Message message) = 0;
     /// [any thread]
     virtual void on_alarm_raised(const ZoHmiSrv::Alarm& alarm) = 0;
-    /// `removed`: the alarm has left its logger and is history now. [any thread]
+    /// With `removed` the alarm is no longer active at its logger and is history now. [any thread]
     virtual void on_alarm_changed(const ZoHmiSrv::Alarm& alarm, bool removed) = 0;
-    /// The event has left the target's store. [any thread]
+    /// The event was evicted from the target's store. [any thread]
     virtual void forget_event(const ZoHmiSrv::Event& event) = 0;
-    /// Whether loggers are to hold all texts themselves; read afresh at each call. [any thread]
+    /// Whether loggers shall load all texts themselves; read again at each call. [any thread]
     virtual bool preload_translations() = 0;
 
 protected:

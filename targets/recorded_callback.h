@@ -7,7 +7,7 @@
 
 namespace ZoHmiEventLogger {
 
-/// One callback that arrived while an import was fetching, kept for the replay.
+/// One callback that arrived while an import was fetching, recorded for the replay.
 struct RecordedCallback {
     enum Kind : std::uint8_t { OnMessageSent, OnAlarmRaised, OnAlarmCleared, OnAlarmConfirmed, OnDatabaseChanged };
 

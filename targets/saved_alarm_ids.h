@@ -9,13 +9,13 @@
 
 namespace ZoHmiEventLogger {
 
-/// The ids that alarms had when their connection was lost, by which they are known again after it. Kept until an import
-/// succeeds; the bound holds off a target whose imports fail for ever. [event mutex held]
+/// The ids that alarms had when their connection was lost, and that they get again. They are kept until an import
+/// succeeds. The bound limits the memory of a target whose imports never succeed. [event mutex held]
 class SavedAlarmIds {
 public:
-    /// Adds the ids of alarms that are live now. An alarm that is there already keeps its older id. Above 65,536, or
-    /// the number of `ids` if that is more, those go that were live the longest time ago. Throws as the order of keys
-    /// does, and then may have added some.
+    /// Adds the ids of alarms that are live now. A saved alarm keeps its older id. At most 65,536 ids stay, or as many
+    /// as `ids` has if that is more; those that were live the longest time ago are dropped. Throws as the order of
+    /// keys does; some ids may have been added then.
     void add(const std::map<AlarmKey, int>& ids);
     std::optional<int> find(const AlarmKey& key) const;
     void clear() { saved_.clear(); }
@@ -24,7 +24,7 @@ public:
 private:
     struct Saved {
         int id;
-        std::uint64_t last_live; // the number of the `add` that had it last
+        std::uint64_t last_live; // the number of the last `add` with this alarm
     };
 
     void forget_oldest(std::size_t count);

@@ -7,14 +7,13 @@
 
 namespace ZoHmiEventLogger {
 
-/// A reference to an alarm or message of the proxy together with the key that it had when this was made.
+/// A reference to an alarm or message of the proxy, with the key that it had at construction.
 template <class T>
 class ScopedEventPointer {
 public:
-    /// Holds nothing.
+    /// No object.
     ScopedEventPointer() = default;
-    /// Takes a reference and works out the key at once, which asks the proxy and throws CAtlException when that fails.
-    /// Null holds nothing.
+    /// Takes a reference and asks the proxy for the key. Throws CAtlException when that fails. Null means no object.
     explicit ScopedEventPointer(T* event) : event_(event) {
         if (event) key_ = EventKey::of(*event);
     }

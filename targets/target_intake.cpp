@@ -1,16 +1,17 @@
 #include "targets/target_system.h"
 
-#include "binding/call_gate.h"
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
 #include "extension/host/value.h"
-#include "targets/ask.h"
 #include "targets/conversion.h"
+#include "targets/getters.h"
 #include "targets/logging_functions.h"
-#include "targets/target_event_lock.h"
 #include "targets/trace_message.h"
 
+#include <exception>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace ZoHmiEventLogger {
 
@@ -18,6 +19,7 @@ using namespace ZoEventLoggerFdxProxyLib;
 using ZoHmiSrv::Alarm;
 using ZoHmiSrv::Event;
 using ZoHmiSrv::Message;
+using ZoHmiSrv::MutexLock;
 using ZoHmiSrv::Timestamp;
 using ZoHmiSrv::Value;
 
@@ -39,7 +41,7 @@ const char* reason_text(tagDatabaseChangeReasonEnum reason) {
 
 } // namespace
 
-// In what clearing and confirming an alarm differ.
+// The differences between clearing and confirming an alarm.
 struct TargetSystem::AlarmChange {
     const char* known;
     const char* unknown;
@@ -48,87 +50,98 @@ struct TargetSystem::AlarmChange {
     bool now_for_no_time;
 };
 
-// A live callback is handled with the callback mutex held; while an import is fetching it is only recorded. During
-// shutdown, and when the target has left the table, it is dropped.
-template <class Record, class Handle>
-void TargetSystem::receive(Record&& record, Handle&& handle) {
-    const std::lock_guard lock(*callback_mutex_);
-    if (recording_) {
-        recorded_.push_back(record());
-        return;
+// Changes the store. The host is never called under the event mutex, so the listener gets the evicted events after it
+// is unlocked and before anything else, even when `change` or a call of the listener throws. Rethrows the first
+// exception.
+template <class Change>
+void TargetSystem::change_events(Change&& change) {
+    std::vector<Event> evicted;
+    std::exception_ptr failure;
+    const auto attempt = [&failure](auto&& call) {
+        try {
+            call();
+        } catch (...) {
+            if (!failure) failure = std::current_exception();
+        }
+    };
+    {
+        const MutexLock lock(event_mutex_);
+        try {
+            change();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        evicted.swap(evicted_);
     }
-    const std::lock_guard handling(handling_mutex_);
-    if (!stopping_->load(std::memory_order_acquire) && !retired_) handle();
-}
-
-// The callback mutex would not do: a tick can hold it until it has polled all other targets.
-void TargetSystem::retire() {
-    retired_ = true;
-    if (ZoAtlCom::CallGate::is_inside()) return;
-    const std::lock_guard handled(handling_mutex_);
+    for (const Event& event : evicted) {
+        attempt([&] { listener_->log_message(trace_message("FORGET_EVENT", {name_.c_str(), event.time_received()})); });
+        attempt([&] { listener_->forget_event(event); });
+    }
+    if (failure) std::rethrow_exception(failure);
 }
 
 void TargetSystem::OnMessageSent(IZoMessage* message) {
-    receive([&] { return std::make_shared<RecordedCallback>(message); }, [&] { handle_message(message, false); });
+    callbacks_.receive([&] { return std::make_shared<RecordedCallback>(message); },
+                       [&] { handle_message(message, false); });
 }
 
 void TargetSystem::OnAlarmRaised(IZoAlarm* alarm) {
-    receive([&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmRaised, alarm, 0); },
-            [&] { handle_alarm_raised(alarm, false); });
+    callbacks_.receive([&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmRaised, alarm, 0); },
+                       [&] { handle_alarm_raised(alarm, false); });
 }
 
 void TargetSystem::OnAlarmCleared(IZoAlarm* alarm, std::int16_t removed) {
-    receive([&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmCleared, alarm, removed); },
-            [&] { handle_alarm_cleared(alarm, removed, false); });
+    callbacks_.receive(
+        [&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmCleared, alarm, removed); },
+        [&] { handle_alarm_cleared(alarm, removed, false); });
 }
 
 void TargetSystem::OnAlarmConfirmed(IZoAlarm* alarm, std::int16_t removed) {
-    receive([&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmConfirmed, alarm, removed); },
-            [&] { handle_alarm_confirmed(alarm, removed, false); });
+    callbacks_.receive(
+        [&] { return std::make_shared<RecordedCallback>(RecordedCallback::OnAlarmConfirmed, alarm, removed); },
+        [&] { handle_alarm_confirmed(alarm, removed, false); });
 }
 
 void TargetSystem::OnDatabaseChanged(DatabaseChangeReason reason) {
     if (!reason_text(reason)) return;
-    receive([&] { return std::make_shared<RecordedCallback>(reason); },
-            [&] { handle_database_changed(reason, false); });
+    callbacks_.receive([&] { return std::make_shared<RecordedCallback>(reason); },
+                       [&] { handle_database_changed(reason, false); });
 }
 
 void TargetSystem::handle_message(IZoMessage* proxy, bool replay) {
     Message message;
     convert_message(message, proxy, domain_, name_);
-    EventLock lock(*this);
-    events_.add_message(message, event_limit_, 0, false);
-    lock.unlock();
+    change_events([&]() ZO_REQUIRES(event_mutex_) { events_.add_message(message, event_limit_, 0, false); });
     if (!replay) listener_->on_message(std::move(message));
 }
 
 void TargetSystem::handle_alarm_raised(IZoAlarm* proxy, bool replay) {
-    EventLock lock(*this);
     const char* trace = nullptr;
-    Event event;
     Alarm alarm;
-    if (const auto known = events_.find_pointer(proxy)) {
-        trace = "ACTIVE_ALARM_RAISED_AGAIN";
-        event = known.event();
-        convert_alarm(event, proxy, domain_, name_, take_event_id(), true);
-        alarm = std::as_const(event).payload().get_alarm();
-        events_.replace_alarm(known, event, proxy, event_limit_);
-        // The raised time can have moved on meanwhile; what was stored is reported then.
-        if (const auto stored = events_.find_alarm(AlarmKey::of(*proxy)))
-            alarm = std::as_const(stored.event()).payload().get_alarm();
-    } else {
-        trace = "NEW_ALARM_RAISED";
-        convert_alarm(event, proxy, domain_, name_, take_event_id(), false);
-        alarm = std::as_const(event).payload().get_alarm();
-        events_.add(event, proxy, true, event_limit_, 0, false);
-    }
-    lock.unlock();
+    change_events([&]() ZO_REQUIRES(event_mutex_) {
+        Event event;
+        if (const auto known = events_.find_pointer(proxy)) {
+            trace = "ACTIVE_ALARM_RAISED_AGAIN";
+            event = Event(known.event());
+            convert_alarm(event, proxy, domain_, name_, take_event_id(), true);
+            alarm = std::as_const(event).payload().get_alarm();
+            events_.replace_alarm(known, event, proxy, event_limit_);
+            // The raised time can have changed meanwhile; the report then shows the alarm as converted.
+            if (const auto stored = events_.find_alarm(AlarmKey::of(*proxy)))
+                alarm = std::as_const(stored.event()).payload().get_alarm();
+        } else {
+            trace = "NEW_ALARM_RAISED";
+            convert_alarm(event, proxy, domain_, name_, take_event_id(), false);
+            alarm = std::as_const(event).payload().get_alarm();
+            events_.add(event, proxy, true, event_limit_, 0, false);
+        }
+    });
     listener_->log_message(trace_message(trace, {name_.c_str(), alarm.id(), alarm.time_raised()}));
     if (!replay) listener_->on_alarm_raised(alarm);
 }
 
 void TargetSystem::handle_alarm_cleared(IZoAlarm* alarm, std::int16_t removed, bool replay) {
-    // Operators sort by the time cleared, so a cleared alarm is given one.
+    // Operators sort by the time cleared, so a cleared alarm always gets one.
     static constexpr AlarmChange cleared{"KNOWN_ALARM_CLEARED", "UNKNOWN_ALARM_CLEARED", &IZoAlarm::GetTimeCleared,
                                          &Alarm::set_time_cleared, true};
     handle_alarm_changed(alarm, removed, replay, cleared);
@@ -143,35 +156,37 @@ void TargetSystem::handle_alarm_confirmed(IZoAlarm* alarm, std::int16_t removed,
 void TargetSystem::handle_alarm_changed(IZoAlarm* proxy, std::int16_t removed_flag, bool replay,
                                         const AlarmChange& change) {
     const bool removed = removed_flag == VARIANT_TRUE;
-    EventLock lock(*this);
-    const auto position = events_.find_alarm(AlarmKey::of(*proxy));
-    if (!position) {
-        lock.unlock();
-        const Timestamp raised = ask_time(*proxy, &IZoEvent::GetTimeRaised);
-        const Timestamp changed = ask_time(*proxy, change.get_time);
+    std::optional<Alarm> alarm;
+    Timestamp time;
+    change_events([&]() ZO_REQUIRES(event_mutex_) {
+        const auto position = events_.find_alarm(AlarmKey::of(*proxy));
+        if (!position) return;
+        Alarm& stored = position.event().payload().get_alarm();
+        stored.set_confirmation_state(clamp_confirmation_state(get(*proxy, &IZoAlarm::GetConfirmationState)));
+        time = get_time(*proxy, change.get_time);
+        if (change.now_for_no_time && time.nanoseconds() == 0) time = Timestamp::now();
+        (stored.*change.set_time)(time);
+        alarm = stored;
+        if (removed) events_.release_alarm(position, event_limit_);
+    });
+    if (!alarm) {
+        const Timestamp raised = get_time(*proxy, &IZoEvent::GetTimeRaised);
+        const Timestamp changed = get_time(*proxy, change.get_time);
         listener_->log_message(trace_message(change.unknown, {name_.c_str(), removed, raised, changed}));
         return;
     }
-    Alarm& stored = position.event().payload().get_alarm();
-    stored.set_confirmation_state(clamp_confirmation_state(ask(*proxy, &IZoAlarm::GetConfirmationState)));
-    Timestamp time = ask_time(*proxy, change.get_time);
-    if (change.now_for_no_time && time.nanoseconds() == 0) time = Timestamp::now();
-    (stored.*change.set_time)(time);
-    const Alarm alarm = stored;
-    if (removed) events_.release_alarm(position, event_limit_);
-    lock.unlock();
     listener_->log_message(
-        trace_message(change.known, {name_.c_str(), removed, alarm.id(), alarm.time_raised(), time}));
-    if (!replay) listener_->on_alarm_changed(alarm, removed);
+        trace_message(change.known, {name_.c_str(), removed, alarm->id(), alarm->time_raised(), time}));
+    if (!replay) listener_->on_alarm_changed(*alarm, removed);
 }
 
 // The tick sees the lost connection, and the import after it rebuilds the store.
 void TargetSystem::handle_database_changed(DatabaseChangeReason reason, bool) {
-    call_logger(&IZoEventLogger::Disconnect);
+    connection_.call(&IZoEventLogger::Disconnect);
     listener_->log_message(trace_message("DATABASE_CHANGED", {name_.c_str(), reason_text(reason)}));
 }
 
-// The store calls this during evictions, with the event mutex held; the listener hears of it from EventLock.
+// The store calls this during evictions.
 void TargetSystem::forget_event(long, const Event& event) {
     evicted_.push_back(event);
 }
@@ -179,7 +194,7 @@ void TargetSystem::forget_event(long, const Event& event) {
 HRESULT TargetSystem::confirm_alarm(const Alarm& alarm) {
     ZoAtlCom::CComPtr<IZoAlarm> proxy;
     {
-        const std::lock_guard lock(event_mutex_);
+        const MutexLock lock(event_mutex_);
         proxy = ZoAtlCom::CComPtr<IZoAlarm>(events_.find_alarm_by_id(alarm.id()));
     }
     if (!proxy) return E_FAIL;
@@ -187,18 +202,18 @@ HRESULT TargetSystem::confirm_alarm(const Alarm& alarm) {
     try {
         return ZoAtlCom::throw_if_failed(proxy->Confirm());
     } catch (...) {
-        report_current_exception();
+        connection_.report_current_exception();
         return E_FAIL;
     }
 }
 
 void TargetSystem::list_events(Value& out) {
-    const std::lock_guard lock(event_mutex_);
+    const MutexLock lock(event_mutex_);
     events_.list(out);
 }
 
 EventStore::Counters TargetSystem::counters() {
-    const std::lock_guard lock(event_mutex_);
+    const MutexLock lock(event_mutex_);
     return events_.counters();
 }
 

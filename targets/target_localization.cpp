@@ -2,8 +2,8 @@
 
 #include "extension/host/result.h"
 #include "extension/host/value.h"
-#include "targets/ask.h"
 #include "targets/event_reference.h"
+#include "targets/getters.h"
 #include "targets/logging_functions.h"
 
 #include <mutex>
@@ -23,14 +23,14 @@ namespace {
 
 constexpr auto always = [] { return true; };
 
-// Takes an answer that the event does not hold yet.
+// Takes an answer that differs from the one in the event.
 auto unless_present(const Value& present, Value& answer) {
     return [&present, &answer](const Value& given) {
         if (given != present) answer = given;
     };
 }
 
-// One record of a list: its id, and a Struct of the two texts that it has besides.
+// One record of a list: its id, and a Struct of its two texts.
 struct Record {
     CountedString id;
     Value texts;
@@ -39,17 +39,17 @@ struct Record {
 template <class Item>
 Record record_of(Item& item, HRESULT (Item::*first)(char**), const char* first_name, HRESULT (Item::*second)(char**),
                  const char* second_name) {
-    Record record{ask_text(item, &Item::GetId), Value()};
+    Record record{get_text(item, &Item::GetId), Value()};
     record.texts.set_type(ValueType::Struct);
-    record.texts.insert(first_name, ask_text(item, first).get());
-    record.texts.insert(second_name, ask_text(item, second).get());
+    record.texts.insert(first_name, get_text(item, first).get());
+    record.texts.insert(second_name, get_text(item, second).get());
     return record;
 }
 
 template <class Item, class Take>
 void for_each_item(IZoCollection<Item>* collection, Take&& take) {
     if (!collection) throw ZoAtlCom::CAtlException(E_POINTER);
-    const auto count = ask(*collection, &IZoCollection<Item>::GetCount);
+    const auto count = get(*collection, &IZoCollection<Item>::GetCount);
     for (std::int32_t index = 0; index < count; ++index) {
         const auto item = item_at<Item>(*collection, index);
         if (!item) throw ZoAtlCom::CAtlException(E_POINTER);
@@ -68,7 +68,7 @@ Value causes_and_remedies_of(IZoCauseRemedyCollection* collection) {
     return list;
 }
 
-// An id that comes twice: the last one wins.
+// Of records with one id the last one wins.
 Value details_of(IZoDetailCollection* collection) {
     Value list;
     list.set_type(ValueType::Struct);
@@ -79,17 +79,24 @@ Value details_of(IZoDetailCollection* collection) {
     return list;
 }
 
+/// Lets copies of the list share its content, where the server's Value can do so.
+template <class List>
+List share_content(List list) {
+    if constexpr (requires { list.share(); }) list.share();
+    return list;
+}
+
 } // namespace
 
-// The frame of the five questions. An answer in the cache is given even while the target is away. `question` gives Null
-// when the logger lacks the interface, which is a success and not kept. No lock is held across a question, so two
-// threads that miss both ask.
+// The common part of the five operations. A cached answer is used even while the target is away. `question` returns
+// Null when the logger has no such interface: that is a success, and is not cached. No lock is held during a question,
+// so two threads that miss the cache both ask.
 template <class Cache, class Key, class Take, class Question, class Keep>
-ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep) {
+ErrorValue TargetSystem::localize(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep) {
     if (cache.find(key, take)) return ZoHmiSrv::HMI_SUCCESS;
     const auto clears = cache.clears();
     Value answer;
-    const ZoHmiSrv::ResultPair asked = ask_connected([&] { answer = question(); });
+    const ZoHmiSrv::ResultPair asked = call_connected([&] { answer = question(); });
     if (asked.result() != ZoHmiSrv::HMI_SUCCESS) return asked.result();
     if (!answer.isset()) return ZoHmiSrv::HMI_SUCCESS;
     if (keep()) cache.store(key, answer, clears);
@@ -98,15 +105,11 @@ ErrorValue TargetSystem::ask_logger(Cache& cache, const Key& key, Take&& take, Q
 }
 
 template <class Question>
-ZoHmiSrv::ResultPair TargetSystem::ask_connected(Question&& question) {
+ZoHmiSrv::ResultPair TargetSystem::call_connected(Question&& question) {
     try {
-        {
-            const std::lock_guard lock(connection_mutex_);
-            if (disabled_) return {ZoHmiSrv::HMI_E_CONNECT, "Connection disabled."};
-            if (!query_state().connected) return {ZoHmiSrv::HMI_E_CONNECT, "Not connected."};
-        }
-        question();
-        return {};
+        auto reachable = connection_.check();
+        if (reachable.result() == ZoHmiSrv::HMI_SUCCESS) question();
+        return reachable;
     } catch (const std::exception& exception) {
         listener_->log_exception(name_, exception);
     } catch (...) {
@@ -117,17 +120,18 @@ ZoHmiSrv::ResultPair TargetSystem::ask_connected(Question&& question) {
 
 ErrorValue TargetSystem::localize_text(const EventReference& event, ZoHmiSrv::String& text) {
     if (!event.text) return ZoHmiSrv::HMI_SUCCESS;
-    return ask_logger(
+    return localize(
         texts_, *event.text, [&](const Value& answer) { text.set_name(answer.get_string()); },
         [&] {
             const TextQuestion& key = *event.text;
             const std::string block = event.argument_block();
             CountedString answer;
-            throw_if_failed(proxy_->GetText(key.event_class, key.event_id, key.language, &event.arguments,
-                                            reinterpret_cast<const std::uint8_t*>(block.data()), answer.put()));
+            throw_if_failed(connection_.proxy()->GetText(key.event_class, key.event_id, key.language, &event.arguments,
+                                                         reinterpret_cast<const std::uint8_t*>(block.data()),
+                                                         answer.put()));
             return Value(answer.get());
         },
-        // With preloaded translations the logger answers from its own memory.
+        // With preloaded translations the logger answers from memory.
         [&] { return !listener_->preload_translations(); });
 }
 
@@ -137,10 +141,10 @@ ErrorValue TargetSystem::localize_class_name(const EventReference& event, const 
         return ZoHmiSrv::HMI_SUCCESS;
     }
     bool asked = true;
-    return ask_logger(
+    return localize(
         class_names_, *event.class_name, unless_present(present, name),
         [&]() -> Value {
-            const auto logger = query<IZoEventLoggerClassName>(*proxy_);
+            const auto logger = query<IZoEventLoggerClassName>(*connection_.proxy());
             asked = logger != nullptr;
             if (!asked) return "";
             CountedString answer;
@@ -153,10 +157,10 @@ ErrorValue TargetSystem::localize_class_name(const EventReference& event, const 
 
 ErrorValue TargetSystem::localize_source_name(const EventReference& event, const Value& present, Value& name) {
     if (!event.source_name) return ZoHmiSrv::HMI_SUCCESS;
-    return ask_logger(
+    return localize(
         source_names_, *event.source_name, unless_present(present, name),
         [&]() -> Value {
-            const auto logger = query<IZoEventLoggerSourceName>(*proxy_);
+            const auto logger = query<IZoEventLoggerSourceName>(*connection_.proxy());
             if (!logger) return {};
             const SourceNameQuestion& key = *event.source_name; // a zero-terminated view
             CountedString answer;
@@ -167,22 +171,22 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, const
         always);
 }
 
-// Causes with remedies, and details: a list for a kind of event. Both are asked of the newest interface, although a
-// logger might offer an older one that has one of them.
+// Causes with remedies, and details: a list for a kind of event. Both need the newest interface, also where an older
+// one has the operation.
 template <class Logger, class Collection>
 ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
                                   Value (*read)(Collection*), const Value& present, Value& list) {
     if (!event.kind) return ZoHmiSrv::HMI_SUCCESS;
-    return ask_logger(
+    return localize(
         cache, *event.kind, unless_present(present, list),
         [&]() -> Value {
-            const auto logger = query<IZoEventLogger5>(*proxy_);
+            const auto logger = query<IZoEventLogger5>(*connection_.proxy());
             if (!logger) return {};
             const EventKindKey& key = *event.kind;
             CComPtr<Collection> collection;
             throw_if_failed((logger.get()->*get)(key.event_class, key.event_id, key.language, collection.put()));
-            return std::move(read(collection.get()).share());
+            return share_content(read(collection.get()));
         },
         always);
 }

@@ -24,11 +24,11 @@ namespace ZoHmiEventLogger {
 
 struct EventReference;
 
-/// One configured target: the connection to its event logger and the events that it holds.
+/// One configured target: the connection to its event logger, and the store of its events.
 ///
-/// It has no thread of its own. The extension's tick calls `poll`, and that alone reconnects; the proxy calls the five
-/// event methods. Its settings never change: a change of configuration replaces the object. Except where told, nothing
-/// thrown by the proxy leaves an operation; it is reported to the listener.
+/// It has no thread of its own. The extension's tick calls `poll`, which alone reconnects; the proxy calls the five
+/// event methods. A change of configuration replaces the object. Exceptions of the proxy are reported to the listener;
+/// an operation that throws them says so.
 class TargetSystem : public TargetSystemPlatformSpecific<TargetSystem> {
 public:
     using IZoAlarm = ZoEventLoggerFdxProxyLib::IZoAlarm;
@@ -41,56 +41,58 @@ public:
                  const ZoHmiSrv::Timespan& timeout, std::uint32_t event_limit,
                  std::shared_ptr<const std::atomic<bool>> stopping,
                  std::shared_ptr<std::atomic<std::uint32_t>> next_event_id);
-    /// Disconnects, and waits until no callback is inside the object. Never to run inside one: see `destroy`.
+    /// Disconnects, and waits until no callback is inside the object. Must not run inside one: see `destroy`.
     virtual ~TargetSystem();
 
     /// Deletes a target; on a thread that is inside a callback, of this or another target, once that has returned.
-    /// What shared pointers to targets use as their deleter. [any thread]
+    /// The deleter of shared pointers to targets. [any thread]
     static void destroy(TargetSystem* target);
 
     /// False when there is no proxy; such a target stays disabled. [any thread]
-    bool proxy_created() const { return proxy_created_; }
+    bool proxy_created() const { return connection_.proxy() != nullptr; }
     /// True until the first `connect`: the target was never asked to connect. [any thread]
-    bool disabled() const { return disabled_; }
-    /// From now on live callbacks are dropped: the target has left the table and lives only until those who still use
-    /// it are done. Waits for one that is being handled, so that nothing of it reaches the server later; on a thread
-    /// that is itself inside a callback it does not wait. [any thread]
-    void retire();
+    bool disabled() const { return connection_.disabled(); }
+    /// Drops live callbacks from now on: the target has left the table and lives until its last user is done. Waits
+    /// for one that is being handled, so that no event of it reaches the server later. A thread that is inside a
+    /// callback does not wait. [any thread]
+    void retire() { callbacks_.retire(); }
     /// The resolved net id. [any thread]
-    std::string net_id() const { return net_id_; }
+    std::string net_id() const { return connection_.net_id(); }
 
-    /// Connects unless connected, and imports what the logger holds. After an import `holder` keeps live callbacks
-    /// waiting, so that the caller can make the server ask for the events anew first. True when connected already or
+    /// Connects unless connected, and imports the logger's events. After an import `holder` keeps live callbacks
+    /// waiting, so that the caller can make the server list the events first. Returns true when connected already or
     /// imported. Throws CAtlException when the connection's state cannot be queried. [tick, server thread]
     bool connect(LockHolder& holder);
-    /// One step of the connection: sees a loss, and tries to reconnect once. True when the server's copy of this
-    /// target's events is out of date. Throws as `connect` does. [tick]
+    /// One step of the connection: finds a loss, and tries to reconnect once. Returns true when the server must list
+    /// the events again; after an import or a loss `holder` keeps live callbacks waiting until then. Blocks while a
+    /// live callback is handled, so no host call may wait for a tick inside one. Throws as `connect` does; a loss is
+    /// then found again by the next poll. [tick]
     bool poll(LockHolder& holder);
     /// Ends the connection and the subscription for good. [any thread]
     void disconnect();
-    /// Asks the proxy; throws CAtlException when that fails. [any thread]
+    /// Asks the proxy. Throws CAtlException when that fails. [any thread]
     ConnectionStatus connection_status();
-    /// Drops the link; the next `poll` connects anew. 0 or above on success, else E_FAIL. [any thread]
+    /// Drops the link; the next `poll` connects again. Returns 0 or above on success, else E_FAIL. [any thread]
     HRESULT force_disconnect();
-    /// Empties the log of the target. The same results. [any thread]
+    /// Empties the log of the target. Returns the same codes. [any thread]
     HRESULT clear_logged_events();
 
-    /// Confirms the live alarm with this id at its logger. What the logger answers; E_FAIL when it refuses or no live
+    /// Confirms the live alarm with this id at its logger. Returns the logger's code; E_FAIL when it refuses or no live
     /// alarm has the id. [any thread]
     HRESULT confirm_alarm(const ZoHmiSrv::Alarm& alarm);
     /// Appends a copy of each stored event, oldest first. [any thread]
     void list_events(ZoHmiSrv::Value& out);
-    /// [any thread]
+    /// The numbers of stored and imported events. [any thread]
     EventStore::Counters counters();
 
     /// @name Localization
-    /// Each asks the logger unless a cache has the answer. With success it leaves the last argument alone where the
-    /// event does not hold what the question needs, where the logger cannot be asked it, and where the answer is what
-    /// is `present` in the event already. HMI_E_CONNECT when the target is disabled or away, HMI_E_UNEXPECTED, after
-    /// reporting it, when the logger raised an error. [any thread]
+    /// Each asks the logger unless a cache has the answer. Returns HMI_E_CONNECT when the target is disabled or away,
+    /// and HMI_E_UNEXPECTED, after a report, when the logger raised an error. On success the last argument is unchanged
+    /// where the event has no key for the question, where the logger has no interface for it, and where the answer
+    /// equals `present`, the one in the event. [any thread]
     /// @{
     ZoHmiSrv::ErrorValue localize_text(const EventReference& event, ZoHmiSrv::String& text);
-    /// Where there is nothing to ask or nobody to ask it gives "".
+    /// Sets "" where the event has no class or the logger no interface.
     ZoHmiSrv::ErrorValue localize_class_name(const EventReference& event, const ZoHmiSrv::Value& present,
                                              ZoHmiSrv::Value& name);
     ZoHmiSrv::ErrorValue localize_source_name(const EventReference& event, const ZoHmiSrv::Value& present,
@@ -103,7 +105,7 @@ public:
                                       ZoHmiSrv::Value& list);
     /// @}
 
-    /// The logger's events, called by the sink. What they throw becomes the sink's result. [proxy callback]
+    /// The logger's events, called by the sink. An exception becomes the sink's result. [proxy callback]
     void OnMessageSent(IZoMessage* message);
     void OnAlarmRaised(IZoAlarm* alarm);
     void OnAlarmCleared(IZoAlarm* alarm, std::int16_t removed);
@@ -112,57 +114,45 @@ public:
 
 private:
     friend struct TargetSystemTestAccess;
-    class EventLock;
     struct AlarmChange;
-    struct Import;
+    class Import;
+    enum class Opening { Failed, AlreadyOpen, Opened };
 
     // target_connection.cpp
-    void create_proxy(const ZoHmiSrv::Timespan& timeout);
-    ConnectionStatus query_state();
-    bool open_connection(bool preload_translations);
-    HRESULT call_connect(ZoEventLoggerFdxProxyLib::IZoConnectionSettings& settings);
-    void connect_failed(HRESULT code);
-    void disconnect_step();
-    HRESULT call_logger(HRESULT (ZoEventLoggerFdxProxyLib::IZoEventLogger::*operation)());
-    void report_current_exception();
-    void clear_events();
-    void save_alarm_ids();
-    void empty_store();
-    void clear_events_and_report();
-
-    // target_localization.cpp
-    template <class Cache, class Key, class Take, class Question, class Keep>
-    ZoHmiSrv::ErrorValue ask_logger(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep);
-    template <class Question>
-    ZoHmiSrv::ResultPair ask_connected(Question&& question);
-    template <class Logger, class Collection>
-    ZoHmiSrv::ErrorValue list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
-                                  HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
-                                  ZoHmiSrv::Value (*read)(Collection*), const ZoHmiSrv::Value& present,
-                                  ZoHmiSrv::Value& list);
+    Opening open_connection();
+    void clear_lost_link(std::uint64_t link, CallbackLock& callbacks, LockHolder& holder);
+    void disconnect_step() ZO_REQUIRES(connection_.mutex());
+    void clear_events() ZO_REQUIRES(event_mutex_);
+    void save_alarm_ids() ZO_REQUIRES(event_mutex_);
+    void empty_store() ZO_REQUIRES(event_mutex_);
+    void clear_events_and_report() ZO_EXCLUDES(event_mutex_);
 
     // target_import.cpp
     LockHolder import_events();
-    std::unique_lock<std::mutex> lock_callbacks();
-    LockHolder make_holder(std::unique_lock<std::mutex>& callbacks);
-    void fetch(Import& import);
-    void import_logged_events(Import& import);
-    void import_active_alarms(Import& import);
-    bool replay(const Import& import);
-    void set_notify(bool notify);
-    void trace_sizes(std::size_t recorded);
+    bool import_events(CallbackLock& callbacks);
 
     // target_intake.cpp
-    template <class Record, class Handle>
-    void receive(Record&& record, Handle&& handle);
+    template <class Change>
+    void change_events(Change&& change) ZO_EXCLUDES(event_mutex_);
     void handle_message(IZoMessage* message, bool replay);
     void handle_alarm_raised(IZoAlarm* alarm, bool replay);
     void handle_alarm_cleared(IZoAlarm* alarm, std::int16_t removed, bool replay);
     void handle_alarm_confirmed(IZoAlarm* alarm, std::int16_t removed, bool replay);
     void handle_alarm_changed(IZoAlarm* alarm, std::int16_t removed, bool replay, const AlarmChange& change);
     void handle_database_changed(DatabaseChangeReason reason, bool replay);
-    void forget_event(long key, const ZoHmiSrv::Event& event);
+    void forget_event(long key, const ZoHmiSrv::Event& event) ZO_REQUIRES(event_mutex_);
     int take_event_id();
+
+    // target_localization.cpp
+    template <class Cache, class Key, class Take, class Question, class Keep>
+    ZoHmiSrv::ErrorValue localize(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep);
+    template <class Question>
+    ZoHmiSrv::ResultPair call_connected(Question&& question);
+    template <class Logger, class Collection>
+    ZoHmiSrv::ErrorValue list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
+                                  HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),
+                                  ZoHmiSrv::Value (*read)(Collection*), const ZoHmiSrv::Value& present,
+                                  ZoHmiSrv::Value& list);
 };
 
 } // namespace ZoHmiEventLogger

@@ -1,21 +1,16 @@
 #pragma once
 
-#include "binding/com_ptr.h"
-#include "binding/identifiers.h"
-#include "binding/logger.h"
+#include "targets/callback_recorder.h"
 #include "targets/event_key.h"
 #include "targets/limited_event_container.h"
 #include "targets/localization_cache.h"
 #include "targets/localization_keys.h"
-#include "targets/recorded_callback.h"
+#include "targets/logger_connection.h"
 #include "targets/saved_alarm_ids.h"
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,61 +19,38 @@ namespace ZoHmiEventLogger {
 
 class ILoggingFunctions;
 
-/// Keeps a target's live callbacks waiting for as long as it exists. It must be released on the thread that got it.
-using LockHolder = std::shared_ptr<std::scoped_lock<std::mutex>>;
-
-/// What a target remembers of its connection. `error` is the code of the last failed connect, and means something only
-/// with `has_error`; 0 then means that none is known.
-struct ConnectionStatus {
-    bool connected = false;
-    std::int32_t error = 0;
-    bool has_error = false;
-};
-
-/// The state of one target. What the locks guard, and their order, is drawn in docs/architecture.md.
+/// The state of one target. docs/architecture.md shows the order of its locks.
 class TargetSystemBase {
 protected:
     TargetSystemBase(std::string domain, ILoggingFunctions* listener, std::string name, std::string net_id,
                      std::uint32_t event_limit, std::shared_ptr<const std::atomic<bool>> stopping,
                      std::shared_ptr<std::atomic<std::uint32_t>> next_event_id)
-        : name_(std::move(name)), net_id_(std::move(net_id)), listener_(listener), event_limit_(event_limit),
-          texts_(std::uint64_t{event_limit} * 8), stopping_(std::move(stopping)),
+        : name_(std::move(name)), listener_(listener), event_limit_(event_limit), callbacks_(std::move(stopping)),
+          connection_(listener, name_, std::move(net_id)), texts_(std::uint64_t{event_limit} * 8),
           next_event_id_(std::move(next_event_id)), domain_(std::move(domain)) {}
     ~TargetSystemBase() = default;
     TargetSystemBase(const TargetSystemBase&) = delete;
     TargetSystemBase& operator=(const TargetSystemBase&) = delete;
 
     const std::string name_;
-    const std::string net_id_; // resolved
     ILoggingFunctions* const listener_;
     const std::uint32_t event_limit_;
-    bool proxy_created_ = false;
-    std::optional<ConnectionStatus> status_; // [connection_mutex]
 
-    std::mutex import_mutex_;
-    // Shared with the lock holder, which may outlive the target.
-    const std::shared_ptr<std::mutex> callback_mutex_ = std::make_shared<std::mutex>();
-    bool recording_ = false;                                       // [callback_mutex]
-    std::deque<std::shared_ptr<const RecordedCallback>> recorded_; // [callback_mutex]
+    ZoHmiSrv::Mutex import_mutex_; // one import at a time
+    CallbackRecorder callbacks_;
+    LoggerConnection connection_;
+    // The server may still list events of a link that is gone. Counts as connected in the next poll.
+    bool loss_due_ ZO_GUARDED_BY(connection_.mutex()) = false;
 
-    std::mutex handling_mutex_; // a live callback while it is handled
-    std::mutex connection_mutex_;
+    ZoHmiSrv::Mutex event_mutex_;
+    EventStore events_ ZO_GUARDED_BY(event_mutex_);
+    SavedAlarmIds saved_alarm_ids_ ZO_GUARDED_BY(event_mutex_);
+    std::vector<ZoHmiSrv::Event> evicted_ ZO_GUARDED_BY(event_mutex_); // not yet reported to the listener
 
-    std::mutex event_mutex_;
-    EventStore events_;                    // [event_mutex]
-    SavedAlarmIds saved_alarm_ids_;        // [event_mutex]
-    std::vector<ZoHmiSrv::Event> evicted_; // [event_mutex] still to be told to the listener
-
-    // Answers of the logger: class_names with class_name_mutex and texts with text_mutex inside. All but the texts go
-    // with the connection.
+    // Answers of the logger. A lost connection empties all caches but the texts.
     LocalizationCache<ClassNameKey> class_names_;
     LocalizationCache<TextKey> texts_;
 
-    ZoAtlCom::CComPtr<ZoEventLoggerFdxProxyLib::IZoEventLogger> proxy_;
-    // True until the first connect: the target was never asked to connect. Never set again.
-    std::atomic<bool> disabled_ = true;
-    std::atomic<bool> retired_ = false; // out of the table: nothing that comes live is told any more
-    const std::shared_ptr<const std::atomic<bool>> stopping_;
     const std::shared_ptr<std::atomic<std::uint32_t>> next_event_id_;
     const std::string domain_;
 };

@@ -1,10 +1,7 @@
 #pragma once
 
 #include "binding/event_sink.h"
-#include "extension/host/value.h"
 #include "targets/target_system_base.h"
-
-#include <string>
 
 namespace ZoHmiEventLogger {
 
@@ -17,10 +14,9 @@ protected:
     using TargetSystemBase::TargetSystemBase;
     ~TargetSystemPlatformSpecific() = default;
 
-    // cause_remedies, source_names and details, with cause_remedy_mutex, source_name_mutex and detail_mutex inside.
-    LocalizationCache<EventKindKey> cause_remedies_; // as they stand in an event: a Vector
+    LocalizationCache<EventKindKey> cause_remedies_; // each a Vector, as in an event
     LocalizationCache<SourceNameKey> source_names_;
-    LocalizationCache<EventKindKey> details_; // a Struct
+    LocalizationCache<EventKindKey> details_; // each a Struct
 };
 
 } // namespace ZoHmiEventLogger

@@ -7,8 +7,7 @@ die() {
     exit 1
 }
 
-# install_packages [PACKAGE...]: those of the list and the named ones. Asks the package database first, and calls apt
-# only for what lacks.
+# install_packages [PACKAGE...]: installs the listed packages and the named ones. Calls apt only for missing packages.
 install_packages() {
     local package missing=()
     while read -r package; do

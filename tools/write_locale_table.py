@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes targets/locale_table.h from tools/locales.tsv: run it in the root of the tree after a change of the list.
+"""Writes targets/locale_table.h from tools/locales.tsv. Run it in the root of the tree after a change of the list.
 
 The list has a language tag and its language code identifier on each line, as published in [MS-LCID].
 """
@@ -14,7 +14,7 @@ namespace ZoHmiEventLogger {
 
 struct LocaleRow {
     std::string_view tag;
-    std::int32_t id; // 0x1000 where none is assigned
+    std::int32_t id; ///< 0x1000 for a tag without an assigned number
 };
 
 /// The language code identifiers of [MS-LCID], sorted by the bytes of their tags.
@@ -28,7 +28,7 @@ with open("tools/locales.tsv", encoding="ascii") as source:
             continue
         tag, number = line.split()
         if tag in rows:
-            raise SystemExit(f"{tag} stands there twice")
+            raise SystemExit(f"locales.tsv: duplicate tag {tag}")
         rows[tag] = int(number, 16)
 
 with open("targets/locale_table.h", "w", encoding="ascii") as table:

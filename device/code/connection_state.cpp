@@ -13,7 +13,7 @@ using ZoHmiSrv::ExtensionResultStream;
 
 namespace {
 
-/// By the number of the state; 18 and 19 have no text of their own.
+/// Indexed by the number of the state. 18 and 19 have no text of their own.
 constexpr const char* state_texts[] = {
     "Invalid",    "Idle",       "Reset",        "init",      "Start", "Run",      "Stop",
     "SaveConfig", "LoadConfig", "PowerFailure", "PowerGood", "Error", "Shutdown", "Suspend",
@@ -56,7 +56,7 @@ TranslatedState connection_state_from_error(int code, const std::string& detail)
         return {closed("No Symbol Information (", hex(code)), false};
     case FDX_SYNC_TIMEOUT:
         return {closed("Timeout (", hex(code)), false};
-    // The target answers and can be used without symbols.
+    // The target answers, and is usable without symbols.
     case HMI_FDX_E_UPLOAD_DATA:
         return {closed("No Symbol Information (", detail.empty() ? hex(code) : detail), true};
     default:

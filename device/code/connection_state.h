@@ -7,12 +7,12 @@
 #include <string>
 #include <utility>
 
-/// States of a device and of the connection to it, as text for a person. All functions are [any thread].
+/// States of a device and of the connection to it, as text for a person. [any thread]
 namespace ZoHmiFdx {
 
 struct SymbolsInfo;
 
-/// The state that a device reports of itself. Foreign numbers may appear.
+/// The state that a device reports. All other numbers may occur too.
 enum nFdxState : std::uint16_t {
     FDXSTATE_INVALID = 0,
     FDXSTATE_IDLE = 1,
@@ -35,7 +35,7 @@ enum nFdxState : std::uint16_t {
     FDXSTATE_MAXSTATES = 20,
 };
 
-/// Why a runtime cannot be used right now. Foreign numbers may appear.
+/// The reason why a runtime is unavailable. All other numbers may occur too.
 enum UnavailabilityReason : std::int32_t {
     UnavailabilityTimedOut = 0,
     UnavailabilityInitialRefresh = 1,
@@ -43,7 +43,7 @@ enum UnavailabilityReason : std::int32_t {
     UnavailabilityUnexplained = 3,
 };
 
-/// A state as text, and whether symbols can be reached in it.
+/// A state as text. Symbols are accessible in a state that is `available`.
 struct TranslatedState {
     TranslatedState() = default;
     TranslatedState(std::string text_, bool available_) : text(std::move(text_)), available(available_) {}
@@ -54,14 +54,14 @@ struct TranslatedState {
 
 [[nodiscard]] ZO_EXPORT std::string to_string(nFdxState state);
 
-/// Symbols can be reached while the device runs and while it is stopped.
+/// A running and a stopped device are available.
 [[nodiscard]] ZO_EXPORT TranslatedState translate_state(nFdxState state);
 
-/// The state that a failed request shows. `detail` explains missing symbol information (0x100031), the one failure that
-/// leaves the target available, and is not read for any other code.
+/// The state after a failed request. Only missing symbol information (0x100031) leaves the target available; only its
+/// text shows `detail`.
 [[nodiscard]] ZO_EXPORT TranslatedState connection_state_from_error(int code, const std::string& detail);
 
-/// The failure of an operation on the runtime `name` that is unavailable for `reason`.
+/// The failure of an operation on the runtime `name`, which is unavailable for `reason`.
 [[nodiscard]] ZO_EXPORT ZoHmiSrv::ExtensionResult
 unavailability_reason_to_error(const std::string& name, UnavailabilityReason reason, const SymbolsInfo& symbols);
 

@@ -21,7 +21,7 @@ constexpr bool is_ascending(const ResultCodeRow (&table)[size]) {
 }
 static_assert(is_ascending(native_code_table) && is_ascending(library_code_table), "both are searched by the code");
 
-/// Null for a code without a row.
+/// Returns null for a code without a row.
 template <std::size_t size>
 const char* find_name(const ResultCodeRow (&table)[size], int code) {
     const auto* row = std::ranges::lower_bound(table, code, {}, &ResultCodeRow::code);
@@ -38,7 +38,7 @@ const char* native_fdx_error_to_string(int code) {
 const char* fdx_error_to_string(int code) {
     if (code == HMI_FDX_SUCCESS) return "HMI_FDX_SUCCESS";
     if (const char* name = find_name(library_code_table, code)) return name;
-    // The HRESULT form comes first, since it has the library's bit set as well.
+    // The HRESULT form first: the bit of the library is set in it too.
     const auto bits = static_cast<std::uint32_t>(code);
     if ((bits & hresult_form) == hresult_form) return native_fdx_error_to_string(static_cast<int>(bits & 0xFFFF));
     if ((bits & library_bit) != 0) return "HMI_FDX_IMPL_UNREGISTERED_ERROR_CODE";

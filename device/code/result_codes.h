@@ -19,8 +19,8 @@ class Command;
 ///     0x100010 to 0x10004C  errors of this library           HMI_FDX_E_
 ///     0x9811xxxx            one of the others as an HRESULT, the code in the low 16 bits
 ///
-/// Bit 20 (0x100000) marks this library's own codes; the HRESULT form has it set as well, by chance.
-/// All functions here are [any thread] and never fail.
+/// Bit 20 (0x100000) marks the codes of this library. The HRESULT form has it set too, by chance. No function fails.
+/// [any thread]
 namespace ZoHmiFdx {
 
 enum HMI_FDX_CONSTANTS : std::int32_t {
@@ -76,37 +76,36 @@ enum AdditionalExtensionResultCodes : std::int32_t {
     FDX_PORT_NOT_OPEN = 0x748,
 };
 
-/// Two results of one path operation; an error in either is an error of both.
+/// The two results of one path operation. An error in either is an error of the operation.
 struct PathErrors {
     ZoHmiSrv::ExtensionResult first;
     ZoHmiSrv::ExtensionResult second;
 };
 
 /// The name of a router, device or client code, "FDX_API_UNKNOWN_RETURN_CODE" for any other number, 0 included. The
-/// text lives for ever.
+/// text is static.
 [[nodiscard]] ZO_EXPORT const char* native_fdx_error_to_string(int code);
 
-/// The name of any code, in either form: 0x701 and 0x98110701 are both "FDXERR_DEVICE_SRVNOTSUPP". The text lives for
-/// ever.
+/// The name of any code, in either form: 0x701 and 0x98110701 are both "FDXERR_DEVICE_SRVNOTSUPP". The text is static.
 [[nodiscard]] ZO_EXPORT const char* fdx_error_to_string(int code);
 
 /// The name and the number: "ERR_TARGETPORTNOTFOUND (0x06)".
 [[nodiscard]] ZO_EXPORT std::string fdx_error_to_string_with_code(int code);
 
-/// The code, or its low 16 bits alone, which turn the HRESULT form into the plain one. A failure whose low half is
-/// zero becomes a success that way.
+/// The code, or its low 16 bits: they turn the HRESULT form into the plain form. A failure with a low half of zero then
+/// becomes a success.
 [[nodiscard]] ZO_EXPORT int translate_fdx_error_code(int code, bool remove_high_word);
 
 [[nodiscard]] ZO_EXPORT bool is_error(int code);
 [[nodiscard]] ZO_EXPORT bool is_error(const ZoHmiSrv::ExtensionResult& result);
 [[nodiscard]] ZO_EXPORT bool is_error(const PathErrors& errors);
 
-/// The device does not know the service or the index group (0x701, 0x702), whatever the code's high half.
+/// True if the device does not know the service or the index group (0x701, 0x702), with any high half.
 [[nodiscard]] ZO_EXPORT bool is_not_supported(int code);
 [[nodiscard]] ZO_EXPORT bool is_not_supported(const ZoHmiSrv::ExtensionResult& result);
 
-/// Gives a command its result unless it has failed already: the first failure stays. A failure without a text leaves
-/// the command's text alone; a success always replaces it.
+/// Sets the result of a command that has not failed: the first failure stays. A failure without a text keeps the text
+/// of the command, a success replaces it.
 ZO_EXPORT void set_result_or_ignore(ZoHmiSrv::Command& command, const ZoHmiSrv::ExtensionResult& result);
 
 } // namespace ZoHmiFdx

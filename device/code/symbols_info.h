@@ -7,9 +7,9 @@
 
 namespace ZoHmiFdx {
 
-/// What is known about the symbol information of one runtime.
+/// The symbol information of one runtime.
 struct SymbolsInfo {
-    /// How the last refresh ended.
+    /// The result of the last refresh.
     ZoHmiSrv::ExtensionResult last_refresh;
     /// Of the upload in use; the target gives another number after each online change.
     std::uint32_t revision = 0;

@@ -5,15 +5,15 @@
 
 #include <cstdint>
 
-/// The device client library, `libZoFdxDll.so`: everything that reaches a device goes through these ten functions.
-/// Results are device result codes, 0 for success. Times are milliseconds. Addresses and buffers belong to the caller
-/// and are used only during the call. [any thread]
+/// The device client library, `libZoFdxDll.so`. Every access to a device goes through these ten functions. They return
+/// device result codes, 0 for success. Times are milliseconds. The caller owns addresses and buffers; a call does not
+/// keep them. [any thread]
 extern "C" {
 
 /// Opens a client port and returns its number, 0 on failure.
 ZO_EXPORT std::int32_t FdxPortOpenEx();
 ZO_EXPORT std::int32_t FdxPortCloseEx(std::int32_t port);
-/// The address that the port has on this machine.
+/// The local address of the port.
 ZO_EXPORT std::int32_t FdxGetLocalAddressEx(std::int32_t port, ZoHmiFdx::NrxAddr* address);
 ZO_EXPORT std::int32_t FdxSyncGetTimeoutEx(std::int32_t port, std::int32_t* timeout);
 ZO_EXPORT std::int32_t FdxSyncSetTimeoutEx(std::int32_t port, std::int32_t timeout);

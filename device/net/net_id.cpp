@@ -28,10 +28,10 @@ std::string join(const std::uint8_t* bytes, std::size_t count) {
     return text;
 }
 
-/// Fills `net_id` as far as the text goes; false if the text is no net id.
+/// Fills `net_id` from the text. False if the text is no net id; some numbers may be written then.
 ///
-/// The odd ends are wanted: the test for the last character of the text comes before the test for a digit, and nothing
-/// is looked at behind the sixth number.
+/// The lenient end is intended: the last character of the text is not tested for a digit, and text behind the
+/// sixth number is not read.
 bool parse(const char* text, NrxNetId& net_id) {
     const char* number = text;
     std::size_t index = 0;

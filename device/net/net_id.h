@@ -9,8 +9,8 @@
 
 namespace ZoHmiFdx {
 
-/// Six numbers in text joined by dots. The first four name the host, the last two a part of it. A net id whose first
-/// four are zero is relative to the machine at hand.
+/// Six numbers, in text joined by dots. The first four name the host, the last two a part of it. Four zeros in front
+/// make the net id relative to this machine.
 struct NrxNetId {
     std::uint8_t bytes[6] = {};
 
@@ -35,38 +35,37 @@ struct FdxVersion {
 };
 static_assert(sizeof(FdxVersion) == 4);
 
-/// Reads a net id and leaves the port of `out` alone. There is no error result: what cannot be read gives the net id
-/// of six zeros. The reader is lenient at the end: text behind the sixth number is ignored, and the last character of
-/// the text need not be a digit ("1.2.3.4.5.6x" gives 1.2.3.4.5.6). [any thread]
+/// Reads a net id; the port of `out` is unchanged. Text that is no net id gives six zeros. Text behind the sixth number
+/// is ignored, and the last character need not be a digit: "1.2.3.4.5.6x" gives 1.2.3.4.5.6. [any thread]
 ZO_EXPORT void nrx_net_id_from_string(NrxAddr* out, const std::string& text);
 
-/// "5.12.82.40.1.1", or "5.12.82.40" when only the host is asked for. [any thread]
+/// "5.12.82.40.1.1", or the host alone: "5.12.82.40". [any thread]
 [[nodiscard]] ZO_EXPORT std::string to_string(NrxNetId net_id, bool only_first_four = false);
 /// "version.revision.build". [any thread]
 [[nodiscard]] ZO_EXPORT std::string to_string(const FdxVersion& version);
 
 [[nodiscard]] ZO_EXPORT bool is_net_id_relative(NrxNetId net_id);
 
-/// Puts this machine's host in front of a relative net id. It stays relative when the device client does not know the
-/// machine's own net id. Asks the client only for a relative one. [any thread]
+/// Puts the host of this machine in front of a relative net id. The net id stays relative if the device client does not
+/// know the local one. An absolute net id needs no call of the client. [any thread]
 [[nodiscard]] ZO_EXPORT NrxAddr make_net_id_absolute(NrxAddr address);
 [[nodiscard]] ZO_EXPORT NrxNetId make_net_id_absolute(NrxNetId net_id);
 /// The same with the host of `base`.
 [[nodiscard]] ZO_EXPORT NrxNetId make_net_id_absolute(NrxNetId net_id, NrxNetId base);
 
-/// The first four numbers of this machine's net id, "" if the device client does not tell. Opens a port for the call,
-/// or uses the given one (0 gives ""). [any thread]
+/// The first four numbers of the local net id, or "" if the device client fails. Opens a port for the call, or uses the
+/// given port (0 gives ""). [any thread]
 [[nodiscard]] ZO_EXPORT std::string fetch_local_remote_netid_base();
 [[nodiscard]] ZO_EXPORT std::string fetch_local_remote_netid_base(int port);
 
-/// Adds a configured net id to a set in the form that makes the same machine appear once: four numbers are completed
-/// by ".1.1", and the loopback forms "127.0.0.1" and "0.0.0.0" at the start give way to `local`. The test for them
-/// does not look at what follows, so "127.0.0.10" begins with "127.0.0.1". [any thread]
+/// Adds a configured net id to a set, in a form in which each machine appears once. ".1.1" completes four numbers, and
+/// `local` replaces "127.0.0.1" and "0.0.0.0" at the start. The test is for a prefix of the text: "127.0.0.10" begins
+/// with "127.0.0.1" too. [any thread]
 ZO_EXPORT void insert_distinct_net_id(std::set<std::string>& net_ids, std::string id, const std::string& local);
 
-/// Resolves the placeholders at the start of a configured net id. With `keep_loopback` false "127.0.0.1" becomes
-/// `local` and "0.0.0.0" becomes "127.0.0.1"; with true "0.0.0.0" becomes `local` and "127.0.0.1" stays. Where `local`
-/// is needed and empty, the result begins with "127.0.0.1". [any thread]
+/// Resolves the placeholder at the start of a configured net id. Without `keep_loopback`, "127.0.0.1" becomes `local`
+/// and "0.0.0.0" becomes "127.0.0.1". With it, "0.0.0.0" becomes `local` and "127.0.0.1" stays. "127.0.0.1" takes the
+/// place of an empty `local`. [any thread]
 [[nodiscard]] ZO_EXPORT std::string actualize_net_id(std::string id, const std::string& local, bool keep_loopback);
 
 } // namespace ZoHmiFdx

@@ -6,11 +6,11 @@
 
 namespace ZoHmiFdx {
 
-/// Serialises the opening and closing of client ports in this process. It is held for the one call to the device
-/// client alone and never together with another lock, and it outlives every static object.
+/// Serialises the opening and closing of client ports in this process. A thread locks it for one call of the device
+/// client, and locks nothing else meanwhile. The mutex outlives every static object.
 [[nodiscard]] ZO_EXPORT std::mutex& fdx_port_open_mutex();
 
-/// A client port for one piece of work: opened here, closed at the end of the scope. [any thread]
+/// A client port that is open for the lifetime of the object. [any thread]
 class ZO_EXPORT SimpleScopedPort {
 public:
     SimpleScopedPort();
@@ -18,7 +18,7 @@ public:
     SimpleScopedPort(const SimpleScopedPort&) = delete;
     SimpleScopedPort& operator=(const SimpleScopedPort&) = delete;
 
-    /// False when no port could be opened.
+    /// False if no port could be opened.
     [[nodiscard]] bool valid() const noexcept { return port_ != 0; }
     [[nodiscard]] int port() const noexcept { return port_; }
 

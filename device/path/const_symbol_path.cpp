@@ -12,9 +12,8 @@ namespace {
 
 std::string join(const std::string& first, std::initializer_list<const std::string*> others) {
     std::string joined = first;
-    for (const std::string* part : others) {
+    for (const std::string* part : others)
         joined.append(path_separator()).append(*part);
-    }
     return joined;
 }
 

@@ -10,18 +10,18 @@
 
 namespace ZoHmiFdx {
 
-/// What separates the parts of the server's own symbol names.
+/// The separator in the server's own symbol names.
 constexpr const char* path_separator() noexcept {
     return "::";
 }
 
-/// One of the server's own symbol names, "domain::symbol::member". It is split when its parts are first asked for, and
-/// asking fills a cache: methods that are not const must not run on one object in two threads.
+/// One of the server's own symbol names, "domain::symbol::member". The first access to its parts splits the text and
+/// fills a cache: two threads must not call non-const methods of one object at once.
 class ZO_EXPORT ConstSymbolPath {
 public:
     /// The whole text.
     explicit ConstSymbolPath(std::string path) noexcept;
-    /// The parts, to be joined.
+    /// Joins the parts.
     ConstSymbolPath(const std::string& first, const std::string& second);
     ConstSymbolPath(const std::string& first, const std::string& second, const std::string& third);
     ConstSymbolPath(const std::string& first, const std::string& second, const std::string& third,
@@ -35,7 +35,7 @@ public:
     /// Throws `std::out_of_range` for an index that is too large.
     const std::string& at(std::size_t index);
 
-    /// The first parts are these, byte for byte; null counts as "".
+    /// True if the first parts are equal to these. Null counts as "".
     bool starts_with(const char* first);
     bool starts_with(const char* first, const char* second);
     bool starts_with(const char* first, const char* second, const char* third);
@@ -44,7 +44,7 @@ public:
     /// The text with "." for each "::".
     [[nodiscard]] std::string to_mapping_name() const;
 
-    /// Holds a programming error in debug builds, does nothing in others.
+    /// Asserts in debug builds, does nothing in others.
     void sanity_check() const;
 
 private:

@@ -17,7 +17,7 @@ std::string cut(std::string& text, std::size_t size, std::size_t tail) {
     return removed;
 }
 
-/// Cuts the text at the mark; for npos there is none.
+/// Cuts the text at the mark. npos means no mark.
 std::pair<std::string, char> cut_at_mark(std::string& text, std::size_t mark) {
     if (mark == npos) return {};
     const char found = text[mark];
@@ -26,14 +26,13 @@ std::pair<std::string, char> cut_at_mark(std::string& text, std::size_t mark) {
 
 std::size_t find_level_mark(const std::string& text) noexcept {
     std::size_t mark = text.find_last_of(PathMarks::levels);
-    // Indices belong together: neither a "," within them nor what is right behind a "]" ends the level.
-    while (mark != npos && mark != 0 && text[mark] != '.' && (text[mark] == ',' || text[mark - 1] == ']')) {
+    // Indices are one level: neither a "," inside them nor a mark right behind a "]" ends it.
+    while (mark != npos && mark != 0 && text[mark] != '.' && (text[mark] == ',' || text[mark - 1] == ']'))
         mark = text.find_last_of(PathMarks::levels, mark - 1);
-    }
     return mark;
 }
 
-/// The trailing operators begin behind the last character that is none, at 0 if there is no such character.
+/// The start of the trailing operators: behind the last character that is no operator, or 0.
 std::size_t find_operators(const std::string& text) noexcept {
     return text.find_last_not_of(PathMarks::operators) + 1;
 }
@@ -42,26 +41,25 @@ std::size_t find_operators(const std::string& text) noexcept {
 
 template <typename Derived>
 void FdxPath<Derived>::push_back(char separator, const std::string& part) {
-    if (separator == '[') {
+    if (separator == '[')
         push_back_indices('[' + part);
-    } else if (separator == '#') {
+    else if (separator == '#')
         push_back_method(part);
-    } else {
+    else
         push_back_subitem(part);
-    }
 }
 
 template <typename Derived>
 void FdxPath<Derived>::push_back_method(const std::string& name) {
     if (text_.empty()) throw std::runtime_error("method has no parent");
-    const std::size_t size = name.size(); // the name may be this text, which grows
+    const std::size_t size = name.size(); // the name may be a part of this text, which grows
     text_ += '#';
     text_.append(name, 0, size);
 }
 
 template <typename Derived>
 void FdxPath<Derived>::push_back_subitem(const std::string& name) {
-    const std::size_t size = name.size(); // the name may be this text, which grows
+    const std::size_t size = name.size(); // the name may be a part of this text, which grows
     if (!text_.empty()) text_ += '.';
     text_.append(name, 0, size);
 }

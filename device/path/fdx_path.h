@@ -17,12 +17,12 @@ class NativeFdxPath;
 class SanitizedUniqueFdxPath;
 class LookupFdxPath;
 
-/// The text of a symbol's path, in UTF-8, and its grammar. Parts are separated by "."; "#" takes its place before a
-/// method. A part may carry groups of indices, "arr[1,2][3]", and behind them dereference operators: "^" for a pointer,
-/// "`" for a reference. A path that begins with "." is global: the name of its first part is empty.
+/// The text of a symbol's path, in UTF-8, and its grammar. "." separates parts, "#" stands before a method. A part may
+/// end in groups of indices, "arr[1,2][3]", and then in dereference operators: "^" for a pointer, "`" for a reference.
+/// A path that begins with "." is global: its first part is empty.
 ///
-/// `Derived` is the spelling that the text is in (symbol_path.h), so that two spellings are never mixed up. No spelling
-/// is enforced here: malformed text passes through every operation. [any thread]
+/// `Derived` is the spelling of the text (symbol_path.h), so that the compiler keeps spellings apart. No operation
+/// checks the text: malformed text passes through. [any thread]
 template <typename Derived>
 class ZO_EXPORT FdxPath {
 public:
@@ -33,47 +33,47 @@ public:
     std::size_t size() const noexcept { return text_.size(); }
     void clear() noexcept { text_.clear(); }
 
-    /// Adds what a pop gave: indices for "[" (whose bracket is put back), a method for "#", else a member. The way back
-    /// is exact only for a path that is not empty.
+    /// Reverses a pop: adds indices (with the bracket) for "[", a method for "#", else a member. Exact only for a path
+    /// that is not empty.
     void push_back(char separator, const std::string& part);
     /// Throws `std::runtime_error` on an empty path.
     void push_back_method(const std::string& name);
     /// The first part of an empty path, else a member.
     void push_back_subitem(const std::string& name);
-    /// The brackets come with the indices. Throws `std::runtime_error` on an empty path.
+    /// Requires indices with brackets. Throws `std::runtime_error` on an empty path.
     void push_back_indices(const std::string& indices);
 
-    /// Takes the last part with all its indices and operators off; gives it and the separator in front of it. The first
-    /// part stays: then the result is "" and 0.
+    /// Removes the last part with its indices and operators. Returns the part and the separator before it. The first
+    /// part stays: the result is "" and 0 then.
     std::pair<std::string, char> pop_back();
     /// As `pop_back`, but the index groups of the last part are a level of their own: "a.b[1][2]" gives "1][2]" and
-    /// '['. All groups go in one step, so `full_depth` is not the number of steps; a method right behind indices goes
-    /// with them. A mark at the very start of the text is taken whatever it is.
+    /// '['. One step removes all groups, so `full_depth` is not the number of steps. A method right behind indices goes
+    /// with them. Any mark at the start of the text ends a part.
     std::pair<std::string, char> pop_back_restrained();
-    /// Cuts the last part off at its first index group or operator; gives what was cut.
+    /// Cuts the last part at its first index group or operator. Returns the rest.
     std::string remove_indices_and_dereference_operators();
-    /// Cuts the trailing operators off and gives them. A text of nothing but operators stays.
+    /// Cuts and returns the trailing operators. A text of operators alone stays.
     std::string trim_dereference_operators();
-    /// Cuts the text to `n` bytes; gives what was cut.
+    /// Cuts the text to `n` bytes. Returns the rest.
     std::string shrink(std::size_t n);
-    /// Becomes the first `n` bytes of `other`, which may be this path; all of it for npos.
+    /// Becomes the first `n` bytes of `other`, or all bytes for npos. `other` may be this path.
     void shrink_from(const Derived& other, std::size_t n);
 
     bool is_global() const noexcept;
-    /// The path as a whole ends in an array access; operators and separators behind it do not count.
+    /// True if the path ends in an array access. Operators and separators behind it do not count.
     bool is_array_access() const noexcept;
     bool includes_array_access() const noexcept;
     bool last_part_is_method() const noexcept;
 
-    /// The number of separators. A global path counts its first one.
+    /// The number of separators, with the first one of a global path.
     std::size_t depth() const noexcept;
     /// The number of separators and of index dimensions.
     std::size_t full_depth() const noexcept;
     /// The number of trailing operators.
     std::size_t dereference_count() const noexcept;
-    /// The trailing operators; "" for a text of nothing else.
+    /// The trailing operators; "" for a text of operators alone.
     std::string dereference_operators() const;
-    /// The text behind the last separator; "" when there is none.
+    /// The text behind the last separator; "" without a separator.
     std::string last_part() const;
 
     friend bool operator==(const FdxPath& left, const FdxPath& right) noexcept { return left.text_ == right.text_; }
@@ -94,11 +94,11 @@ private:
     std::string text_;
 };
 
-/// A path whose spelling carries indices and operators.
+/// A path in a spelling with indices and operators.
 template <typename Derived>
 class UniqueFdxPathBase : public FdxPath<Derived> {
 public:
-    /// Appends what `remove_indices_and_dereference_operators` gave, or any text, as it stands.
+    /// Appends the result of `remove_indices_and_dereference_operators`, or any other text, unchanged.
     void append_indices_and_dereference_operators(const std::string& text) { this->str() += text; }
 
 protected:
@@ -111,7 +111,7 @@ extern template class FdxPath<NativeFdxPath>;
 extern template class FdxPath<SanitizedUniqueFdxPath>;
 extern template class FdxPath<LookupFdxPath>;
 
-/// Paths as keys: tables with these three can also be asked for a plain text.
+/// Paths as keys: tables with these three take a plain text for a look-up too.
 struct FdxPathHash {
     using is_transparent = void;
     std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>()(text); }

@@ -6,10 +6,9 @@
 
 namespace ZoHmiFdx {
 
-/// One symbol as the device describes it: the head of a record of `entry_length` bytes. Behind the head follow name,
-/// type name and comment, each with an end mark that its length does not count, in the device's code page; then what
-/// the flags announce. Records lie one behind the other at any address, hence packed. All fields are the device's and
-/// none is checked.
+/// The head of a device's record of one symbol, which has `entry_length` bytes. Name, type name and comment follow in
+/// the device's code page, each with an end mark that its length does not count. Data that the flags announce comes
+/// last. The struct is packed because records follow each other at any address. No field is checked.
 struct [[gnu::packed]] FdxSymbolEntry {
     std::uint32_t entry_length;
     std::uint32_t index_group;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t npos = std::string::npos;
 
-/// The name in an entry of which `available` bytes may be read.
+/// The name in an entry of which `available` bytes are readable.
 std::string name_in(const FdxSymbolEntry* entry, std::size_t available) {
     if (entry == nullptr || available < sizeof(FdxSymbolEntry)) return {};
     const std::size_t end = sizeof(FdxSymbolEntry) + entry->name_length + 1;
@@ -26,12 +26,12 @@ std::string name_in(const FdxSymbolEntry* entry, std::size_t available) {
     return {name, strnlen(name, entry->name_length)};
 }
 
-/// The index of the "]" that closes the "[" at `open`, npos if nothing does.
+/// The index of the "]" that closes the "[" at `open`, or npos.
 std::size_t find_end_of_group(std::string_view text, std::size_t open) noexcept {
     return open == npos ? npos : text.find(']', open + 1);
 }
 
-/// Copies all but the marks that the plainest form lacks; returns the end of what it wrote.
+/// Copies the text without the marks of arrays and indirections. Returns the end of the copy.
 char* copy_reduced(std::string_view text, char* to) {
     return std::remove_copy_if(text.begin(), text.end(), to,
                                [](char c) { return PathMarks::reduced_away_table.contains(c); });
@@ -116,7 +116,7 @@ std::string sanitized_path_if_contaminated(const UniqueFdxPath& path) {
     std::size_t from = 0;
     for (; close != npos; open = text.find('[', from), close = find_end_of_group(text, open)) {
         sanitized += text.substr(from, open + 1 - from);
-        from = close; // the bracket that closes the group goes along with what follows it
+        from = close; // the closing bracket is copied with the text behind it
     }
     sanitized += text.substr(from);
     return sanitized;

@@ -14,7 +14,7 @@ namespace ZoHmiSrv {
 class Command;
 }
 
-/// The spellings of a symbol's path, one type each; the way from one to the next is a named conversion. For
+/// The spellings of a symbol's path. Each has its own type, and a named conversion leads from one to the next. For
 /// "MAIN.arr[2,3].p^.r`.v":
 ///
 ///     UniqueFdxPath           MAIN.arr[2,3].p^.r`.v
@@ -27,7 +27,7 @@ namespace ZoHmiFdx {
 
 struct FdxSymbolEntry;
 
-/// What a client typed, unchecked: spelling and aliases may differ from the device's.
+/// The unchecked text of a client. Spelling and aliases may differ from the device's.
 class ZO_EXPORT UnqualifiedFdxPath : public FdxPath<UnqualifiedFdxPath> {
 public:
     UnqualifiedFdxPath() = default;
@@ -40,14 +40,14 @@ public:
 class ZO_EXPORT UniqueFdxPath : public UniqueFdxPathBase<UniqueFdxPath> {
 public:
     UniqueFdxPath() = default;
-    /// The name in a device's entry, converted to UTF-8 and cut at a zero inside it. All the bytes that the entry says
-    /// it has must be readable. Empty for null and for a name that does not fit into them.
+    /// The name in a device's entry, converted to UTF-8 and cut at the first zero byte. Requires that `entry_length`
+    /// bytes are readable. Empty for null and for a name that exceeds the entry.
     UniqueFdxPath(const FdxSymbolEntry* entry, int code_page);
-    /// The same for an entry of which only `available` bytes are at hand.
+    /// The same for an entry of which only `available` bytes are readable.
     UniqueFdxPath(const FdxSymbolEntry* entry, int code_page, std::size_t available);
 };
 
-/// The form for the device: every "^", no "`".
+/// The form for the device: with every "^", without "`".
 class ZO_EXPORT NativeFdxPath : public FdxPath<NativeFdxPath> {
 public:
     NativeFdxPath() = default;
@@ -61,12 +61,12 @@ public:
     SanitizedUniqueFdxPath() = default;
 };
 
-/// The plainest form: no mark of an array or of an indirection is left.
+/// The form without marks of arrays and indirections.
 class ZO_EXPORT LookupFdxPath : public UniqueFdxPathBase<LookupFdxPath> {
 public:
     LookupFdxPath() = default;
-    /// Where the text begins with `from`, puts `to` in its place. It need not be a whole part, and an empty `from`
-    /// begins every text. Both may be this path.
+    /// Replaces `from` at the start of the text by `to`. `from` need not end with a part, and may be empty. Both may be
+    /// this path.
     void replace_start(const LookupFdxPath& from, const LookupFdxPath& to);
     [[nodiscard]] LookupFdxPath replace_start_copy(const LookupFdxPath& from, const LookupFdxPath& to) const;
 };
@@ -77,25 +77,25 @@ public:
 /// `simplify(sanitize(path))` in one pass.
 [[nodiscard]] ZO_EXPORT LookupFdxPath to_lookup(const UniqueFdxPath& path);
 
-/// The text with every index group emptied to "[]". A bracket that is never closed stays with all that follows it.
+/// The text with every index group emptied to "[]". An unclosed bracket stays, with the text behind it.
 [[nodiscard]] ZO_EXPORT std::string sanitize_path(const UniqueFdxPath& path);
-/// The same, but "" for a path without a complete group, which is not copied.
+/// The same, but "" for a path without a complete group: nothing is copied then.
 [[nodiscard]] ZO_EXPORT std::string sanitized_path_if_contaminated(const UniqueFdxPath& path);
 /// The text without "^", "`", "[" and "]".
 [[nodiscard]] ZO_EXPORT std::string simplify_path(const SanitizedUniqueFdxPath& path);
 
-/// Takes the text for exact without asking the device; no value for a path with indices.
+/// Takes the text as exact without a request to the device. No value for a path with indices.
 [[nodiscard]] ZO_EXPORT std::optional<UniqueFdxPath> unsafe_to_unique(const UnqualifiedFdxPath& path);
 
-/// @name Texts of parts, as the pops of a path give them
-/// The separator belongs to the part and makes no difference.
+/// @name Texts of parts, as the pops of a path return them
+/// The separator of the part does not matter.
 /// @{
 [[nodiscard]] ZO_EXPORT std::size_t find_first_dereference_operator(const std::string& part) noexcept;
 [[nodiscard]] ZO_EXPORT bool path_part_is_array_access(const std::string& part, char separator) noexcept;
-/// The indices of all groups in a row: "1][2]" gives 1 and 2. Ends at the first that is no number, so that the result
-/// may hold fewer indices than the part.
+/// The indices of all groups in a row: "1][2]" gives 1 and 2. Stops at the first index that is no number, so the result
+/// may have fewer indices than the part.
 [[nodiscard]] ZO_EXPORT std::vector<std::int64_t> parse_indices_from_path_part(const std::string& part, char separator);
-/// Holds a programming error in debug builds, does nothing in others.
+/// Asserts in debug builds, does nothing in others.
 ZO_EXPORT void assert_no_dereference_operators(const std::string& part);
 /// @}
 

@@ -43,7 +43,7 @@ private:
     };
 
     std::optional<TranslatePathResult> try_prefixes(Spelling spelling) {
-        std::vector<Prefix> prefixes{{LookupTrie::symbols, {}}};
+        std::vector<Prefix> prefixes{{tables_->symbols(), {}}};
         for (std::size_t start = 0; start <= end_of_symbols_ && !prefixes.empty();) {
             const std::size_t end = std::min(text_.find_first_of(".#", start), end_of_symbols_);
             prefixes = extend(prefixes, start, end, spelling);

@@ -52,7 +52,7 @@ TypePointer find(RuntimeConfig& config, const std::string& name, bool mutex_held
 std::string dereference_operators_of(const Datatype& indirection) {
     std::string operators =
         infer_dereference_operators(remove_dialect_suffix_copy(indirection.item_name()), indirection.type_name());
-    if (operators.empty()) operators = indirection.is_reference() ? "`" : "^";
+    if (operators.empty()) operators += indirection.is_reference() ? '`' : '^';
     return operators;
 }
 
@@ -69,10 +69,10 @@ ResolveResult<Path> resolve_type(RuntimeConfig& config, const Path& path, const 
         resolved.result = text;
         resolved.type = void_type(config);
     };
-    RecursionCheck<std::string> passed;
+    RecursionCheck<TypePointer> passed; // keeps them, so that no other type gets the place of one
     const Datatype* current = &type;
     for (std::size_t step = 0; step < limit && (current->flags() & mask) != 0 && !stays(*current, settings); ++step) {
-        if (step == max_steps || passed.enter(current->item_name())) {
+        if (step == max_steps || (resolved.type && passed.enter(resolved.type))) {
             fail(ExtensionResultStream(HMI_FDX_E_INVALID_SYMBOL_TYPE, path.str())
                  << "Recursive type " << type.item_name());
             break;

@@ -96,8 +96,9 @@ bool RuntimeConfig::is_toplayer_field(const UniqueFdxPath& path) const {
 bool RuntimeConfig::is_topmost_layer_by_path(const UniqueFdxPath& path, bool only_real) const {
     const std::string_view text = path.str();
     const auto is_part_of_the_way = [&](std::string_view prefix) {
+        if (!only_real) return symbols_.contains(prefix);
         const auto symbol = symbols_.get(prefix);
-        if (!symbol || !only_real || symbol->is_valid_handle()) return symbol != nullptr;
+        if (!symbol || symbol->is_valid_handle()) return symbol != nullptr;
         const MutexLock lock(symbol_mutex_);
         const auto fetched = is_own_record_.find(prefix);
         return fetched == is_own_record_.end() || !fetched->second;

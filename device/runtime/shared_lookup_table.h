@@ -36,6 +36,12 @@ public:
         return get(std::string_view(key.str()));
     }
 
+    [[nodiscard]] bool contains(std::string_view key) const {
+        Shard& shard = shard_of(key);
+        const ZoHmiSrv::MutexLock lock(shard.mutex);
+        return shard.records.contains(key);
+    }
+
     void set(const Key& key, const Value& value) { set_impl(key, value); }
     void set(const Key& key, Pointer pointer) { set_impl_ptr(key, std::move(pointer)); }
     /// Stores a copy.
@@ -93,6 +99,15 @@ public:
         for (Shard& shard : *shards_) {
             const ZoHmiSrv::MutexLock lock(shard.mutex);
             for (const auto& [key, pointer] : shard.records)
+                visit(key, pointer);
+        }
+    }
+    /// The same; `visit` may put another pointer in the place of the one that it is given.
+    template <class Visit>
+    void update_each(Visit visit) {
+        for (Shard& shard : *shards_) {
+            const ZoHmiSrv::MutexLock lock(shard.mutex);
+            for (auto& [key, pointer] : shard.records)
                 visit(key, pointer);
         }
     }

@@ -91,7 +91,7 @@ public:
     /// "type", "size", "readOnly", "hidden" and "hasChildren".
     ZoHmiSrv::ExtensionResult browse(const std::string& name, const UnqualifiedFdxPath& parent, ZoHmiSrv::Value& out,
                                      bool with_hidden = false);
-    /// The attribute is the library's own affair and is not shown to clients.
+    /// True for an attribute that clients do not see.
     [[nodiscard]] bool is_plc_attribute_ignored(const std::string& key) const;
     /// @}
 

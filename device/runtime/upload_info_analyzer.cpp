@@ -85,21 +85,20 @@ void UploadInfoAnalyzer::empty_types_inside_themselves() {
 
 void UploadInfoAnalyzer::mark_fields_of_topmost_layer() {
     RuntimeConfig::Symbols& symbols = config_->symbols();
-    std::vector<UniqueFdxPath> paths;
-    {
-        const MutexLock lock(config_->symbol_mutex());
-        paths.reserve(symbols.size());
-        symbols.for_each([&](const UniqueFdxPath& path, const auto&) { paths.push_back(path); });
-    }
-    std::erase_if(paths, [&](const UniqueFdxPath& path) { return !config_->is_topmost_layer_by_path(path, false); });
-    const MutexLock lock(config_->symbol_mutex());
-    for (const UniqueFdxPath& path : paths) {
-        const auto symbol = symbols.get(path);
-        if (!symbol) continue;
-        const auto marked = std::make_shared<SymbolInfo>(*symbol);
-        marked->is_toplayer_field = true;
-        symbols.set_impl_ptr(path, marked);
-    }
+    const MutexLock lock(config_->symbol_mutex()); // keeps the keys where they are
+    std::vector<const UniqueFdxPath*> paths;
+    paths.reserve(symbols.size());
+    symbols.for_each([&](const UniqueFdxPath& path, const auto&) { paths.push_back(&path); });
+    std::erase_if(paths, [&](const auto* path) { return !config_->is_topmost_layer_by_path(*path, false); });
+    // In the order of the table, so that no record has to be searched.
+    auto marked = paths.begin();
+    symbols.update_each([&](const UniqueFdxPath& path, std::shared_ptr<const SymbolInfo>& symbol) {
+        if (marked == paths.end() || *marked != &path) return;
+        ++marked;
+        auto copy = std::make_shared<SymbolInfo>(*symbol);
+        copy->is_toplayer_field = true;
+        symbol = std::move(copy);
+    });
 }
 
 void UploadInfoAnalyzer::mark_aliases() {
@@ -191,23 +190,23 @@ void UploadInfoAnalyzer::resolve_items_of_enum_aliases() {
 }
 
 void UploadInfoAnalyzer::build_lookup_tables() {
-    const auto tables = std::make_shared<LookupTrie>();
+    LookupTrieBuilder tables;
     const MutexLock symbol_lock(config_->symbol_mutex());
     const MutexLock lock(config_->datatype_mutex());
-    tables->reserve(config_->symbols().size());
+    tables.reserve(config_->symbols().size());
     for (const auto& [name, type] : config_->datatypes().snapshot())
-        if (!name.empty()) build_lookup_tables_for_datatype(*tables, name, *type);
+        if (!name.empty()) build_lookup_tables_for_datatype(tables, name, *type);
     config_->symbols().for_each([&](const UniqueFdxPath& path, const auto& symbol) {
         const std::string& type = symbol->datatype_without_dialect();
-        tables->set(tables->add_symbol(simplify(sanitize(path)).str()),
-                    table_values_from_attributes(symbol->attributes),
-                    type.empty() ? LookupTrie::none : tables->add(LookupTrie::types, type));
+        const bool is_plain = path.str().find_first_of("[]^`") == std::string::npos;
+        const auto node = tables.add_symbol(is_plain ? path.str() : simplify(sanitize(path)).str());
+        tables.set(node, table_values_from_attributes(symbol->attributes),
+                   type.empty() ? no_lookup_node : tables.add(LookupTrieBuilder::types, type));
     });
-    tables->freeze();
-    config_->set_lookup_tables(tables);
+    config_->set_lookup_tables(std::make_shared<const LookupTrie>(tables));
 }
 
-void UploadInfoAnalyzer::build_lookup_tables_for_datatype(LookupTrie& tables, const std::string& name,
+void UploadInfoAnalyzer::build_lookup_tables_for_datatype(LookupTrieBuilder& tables, const std::string& name,
                                                           const Datatype& type) {
     Attributes attributes = type.attributes();
     std::string next;
@@ -220,9 +219,9 @@ void UploadInfoAnalyzer::build_lookup_tables_for_datatype(LookupTrie& tables, co
     }
     const auto node_of = [&tables](const std::string& type_name) {
         const std::string plain = remove_dialect_suffix_copy(type_name);
-        return plain.empty() ? LookupTrie::none : tables.add(LookupTrie::types, plain);
+        return plain.empty() ? no_lookup_node : tables.add(LookupTrieBuilder::types, plain);
     };
-    const LookupTrie::Node root = tables.add(LookupTrie::types, name);
+    const auto root = tables.add(LookupTrieBuilder::types, name);
     tables.set(root, table_values_from_attributes(attributes), node_of(next == name ? std::string() : next));
     const auto add_child = [&](const std::string& child, const Attributes& own, const std::string& type_name) {
         tables.set(tables.add(root, child), table_values_from_attributes(own), node_of(type_name));

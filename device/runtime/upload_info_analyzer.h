@@ -11,7 +11,7 @@
 
 namespace ZoHmiFdx {
 
-class LookupTrie;
+class LookupTrieBuilder;
 class State;
 
 /// Prepares what was uploaded for use: runs over the symbols and types of a config and replaces records. The operations
@@ -40,7 +40,7 @@ private:
     void mark_array(const Datatype& array) ZO_REQUIRES(config_->datatype_mutex());
     void make_array(const Datatype& alias, const Datatype& base) ZO_REQUIRES(config_->datatype_mutex());
     void mark_alias(const Datatype& type, std::uint32_t flags) ZO_REQUIRES(config_->datatype_mutex());
-    void build_lookup_tables_for_datatype(LookupTrie& tables, const std::string& name, const Datatype& type)
+    void build_lookup_tables_for_datatype(LookupTrieBuilder& tables, const std::string& name, const Datatype& type)
         ZO_REQUIRES(config_->datatype_mutex());
 
     State& state_;

@@ -10,8 +10,8 @@
 
 namespace ZoHmiFdx {
 
-/// The shape of an array, outermost dimension first; no dimensions mean no array. The numbers are the device's, so
-/// nothing may be allocated by them unchecked. A plain value. [any thread]
+/// The shape of an array, the outermost dimension first. No array has no dimensions. The numbers come from the device:
+/// no allocation may use them unchecked. A plain value. [any thread]
 class ZO_EXPORT ArrayInfo {
 public:
     struct Dimension {
@@ -26,19 +26,19 @@ public:
     [[nodiscard]] std::size_t dimensions() const noexcept { return dimensions_.size(); }
     /// Throws `std::out_of_range`.
     [[nodiscard]] const Dimension& dimension(std::size_t i) const { return dimensions_.at(i); }
-    /// One below the lower bound for a dimension without elements; saturates. Throws `std::out_of_range`.
+    /// One below the lower bound for a dimension without elements. Saturates. Throws `std::out_of_range`.
     [[nodiscard]] std::int64_t max_index(std::size_t i) const;
-    /// The total stays as it is until it is calculated anew.
+    /// The total is unchanged until the next calculation.
     void add_dimension(std::int32_t lower_bound, std::uint64_t nr_of_elements) {
         dimensions_.push_back({lower_bound, nr_of_elements});
     }
 
-    /// As far as the name tells: empty where the elements' type has none.
+    /// Empty if the type of the elements has no name.
     [[nodiscard]] const std::string& element_type_name() const noexcept { return element_type_name_; }
     void set_element_type_name(std::string name) { element_type_name_ = std::move(name); }
 
     [[nodiscard]] std::uint64_t total_nr_of_elements() const noexcept { return total_nr_of_elements_; }
-    /// The product over all dimensions, 0 without any; saturates.
+    /// The product of all dimensions, 0 without dimensions. Saturates.
     [[nodiscard]] std::uint64_t calculate_total_nr_of_elements() const noexcept;
     void recalculate_total_nr_of_elements() noexcept { total_nr_of_elements_ = calculate_total_nr_of_elements(); }
 

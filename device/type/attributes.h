@@ -20,7 +20,7 @@ namespace ZoHmiFdx {
 
 class State;
 
-/// The keys that the library acts on.
+/// The flags of the keys that the library uses.
 enum class AttributesFlags : std::uint16_t {
     None = 0,
     Show = 1,
@@ -32,7 +32,7 @@ enum class AttributesFlags : std::uint16_t {
     UpperBorder = 128,
     SwapWord = 256,  ///< a 16-bit value is stored with its bytes swapped
     SwapDWord = 512, ///< a 32-bit value is stored with its bytes swapped
-    Encoding = 1024, ///< whatever the encoding is
+    Encoding = 1024, ///< of any encoding
     Utf8 = 2048,     ///< only together with `Encoding`
     AddSymbol = 4096,
 };
@@ -44,48 +44,48 @@ enum class AttributesFlags : std::uint16_t {
     return AttributesFlags(std::uint16_t(left) & std::uint16_t(right));
 }
 
-/// What the keys for the server's own symbols ask for.
+/// The content of the keys for the server's own symbols.
 struct AddSymbolAttributeInfo {
     static constexpr int full_access = 1;
     static constexpr int read_access = 2;
 
-    std::map<std::string, int> user_groups; ///< by name, the access that the group has: one bit or both
+    std::map<std::string, int> user_groups; ///< the access of each group by its name: one bit or both
     bool add = false;
     bool hidden = false;
 };
 
-/// The text attributes of a symbol or type, pairs of a key and a value in UTF-8, in the order of adding. A key may
-/// stand there several times. A plain value; no operation fails. [any thread]
+/// The text attributes of a symbol or type: pairs of a key and a value in UTF-8, in the order of adding. A key may
+/// repeat. A plain value; no operation fails. [any thread]
 class ZO_EXPORT Attributes {
 public:
     using Entry = std::pair<std::string, std::string>;
 
     Attributes() = default;
 
-    /// Room for `count` entries in all; never give it a count that nobody checked.
+    /// Makes room for `count` entries in all. Requires a checked count.
     void reserve(std::size_t count) { entries_.reserve(count); }
-    /// Appends an entry and gives the flags of the key alone: `Encoding` for every encoding.
+    /// Appends an entry. Returns the flags of the key alone: `Encoding` for any encoding.
     AttributesFlags add(const std::string& key, const std::string& value);
 
-    /// `None` for a key that the library does not act on. Case matters.
+    /// `None` for a key that the library does not use. Case-sensitive.
     [[nodiscard]] static AttributesFlags flags_by_key(const std::string& key) noexcept;
 
-    /// At least one of the flags is set. Ask for `Utf8` alone: together with `Encoding` any encoding would do.
+    /// True if at least one of the flags is set. Test `Utf8` alone: `Utf8` with `Encoding` is true for any encoding.
     [[nodiscard]] bool has(AttributesFlags flags) const noexcept { return (flags_ & flags) != AttributesFlags::None; }
     [[nodiscard]] bool has(const std::string& key) const noexcept;
 
-    /// The value added last. The reference holds until the list is changed.
+    /// The value added last. The reference is valid until the list changes.
     [[nodiscard]] std::optional<std::reference_wrapper<const std::string>> value_of_lower_border() const noexcept;
     [[nodiscard]] std::optional<std::reference_wrapper<const std::string>> value_of_upper_border() const noexcept;
 
     [[nodiscard]] AddSymbolAttributeInfo analyze_add_symbol_attribute() const;
-    /// A Map of texts with the attributes that the state does not keep back. Of equal keys the last one counts.
+    /// A Map of texts with the attributes that the state does not ignore. The last of equal keys counts.
     [[nodiscard]] ZoHmiSrv::Value public_attributes_as_value(const State& state) const;
 
-    /// Appends the entries of another list whose keys are not here yet. The flags of all of them are taken over: `Utf8`
-    /// also from an encoding that was left out. The index of the encoding is not taken over.
+    /// Appends the entries of another list with keys that are new here. Adds the flags of all its entries, `Utf8` also
+    /// from an encoding that is not appended. The index of the encoding is unchanged.
     void merge(const Attributes& other);
-    /// Appends all entries; borders and encoding of the other list count from now on, where it has them.
+    /// Appends all entries. Borders and encoding of the other list replace those of this list.
     void merge_keep_duplicates(const Attributes& other);
 
     [[nodiscard]] std::size_t size() const noexcept { return entries_.size(); }
@@ -93,7 +93,7 @@ public:
     [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
     [[nodiscard]] AttributesFlags flags() const noexcept { return flags_; }
 
-    /// No entry, or one too far behind for its position to be kept.
+    /// No entry, or an entry with a position that exceeds the index.
     static constexpr std::uint16_t none = 0xFFFF;
     /// Positions in `entries`, or `none`.
     [[nodiscard]] std::uint16_t lower_border_index() const noexcept { return lower_border_index_; }
@@ -111,12 +111,12 @@ private:
     std::uint16_t encoding_index_ = none;
 };
 
-/// `into` with the entries of `from` merged into it: on equal keys those of `into` stay. [any thread]
+/// Returns `into` with the entries of `from` that have new keys. [any thread]
 [[nodiscard]] ZO_EXPORT Attributes merge_attributes(const Attributes& from, Attributes into);
-/// `into` with all entries of `from` behind its own. [any thread]
+/// Returns `into` with all entries of `from` behind its own. [any thread]
 [[nodiscard]] ZO_EXPORT Attributes merge_attributes_keep_duplicates(const Attributes& from, Attributes into);
 
-/// The server's type for a value under both lists: Binary where one of them asks for it, else `type`. [any thread]
+/// Binary if one of the lists has `Blob`, else `type`. [any thread]
 [[nodiscard]] ZO_EXPORT ZoHmiSrv::ValueType get_actual_hmi_datatype(ZoHmiSrv::ValueType type, const Attributes& first,
                                                                     const Attributes& second) noexcept;
 

@@ -20,23 +20,17 @@ constexpr int max_array_nesting = 16;
 
 std::string_view trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(' ');
-    if (first == std::string_view::npos) {
-        return {};
-    }
+    if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(' ') + 1 - first);
 }
 
 /// "1..3"
 std::optional<ArrayInfo::Dimension> parse_dimension(std::string_view text) {
     const std::size_t dots = text.find("..");
-    if (dots == std::string_view::npos) {
-        return std::nullopt;
-    }
+    if (dots == std::string_view::npos) return std::nullopt;
     const auto lower = ZoHmiSrv::Algorithm::try_as_int64(trimmed(text.substr(0, dots)));
     const auto upper = ZoHmiSrv::Algorithm::try_as_int64(trimmed(text.substr(dots + 2)));
-    if (!lower || !upper || !std::in_range<std::int32_t>(*lower) || *upper < *lower) {
-        return std::nullopt;
-    }
+    if (!lower || !upper || !std::in_range<std::int32_t>(*lower) || *upper < *lower) return std::nullopt;
     return ArrayInfo::Dimension{static_cast<std::int32_t>(*lower),
                                 static_cast<std::uint64_t>(*upper) - static_cast<std::uint64_t>(*lower) + 1};
 }
@@ -46,17 +40,14 @@ std::optional<ArrayInfo> parse_array(std::string_view name) {
     constexpr std::string_view start = "ARRAY [";
     constexpr std::string_view end = "] OF ";
     const std::size_t close = name.find(end);
-    if (!name.starts_with(start) || close == std::string_view::npos || close + end.size() == name.size()) {
+    if (!name.starts_with(start) || close == std::string_view::npos || close + end.size() == name.size())
         return std::nullopt;
-    }
     std::vector<ArrayInfo::Dimension> dimensions;
     std::string_view rest = name.substr(start.size(), close - start.size());
     for (bool more = true; more;) {
         const std::size_t comma = rest.find(',');
         const std::optional<ArrayInfo::Dimension> dimension = parse_dimension(rest.substr(0, comma));
-        if (!dimension) {
-            return std::nullopt;
-        }
+        if (!dimension) return std::nullopt;
         dimensions.push_back(*dimension);
         more = comma != std::string_view::npos;
         rest.remove_prefix(more ? comma + 1 : rest.size());
@@ -70,13 +61,11 @@ std::int32_t size_or_0(std::uint64_t size) {
 
 std::int32_t array_size(std::uint64_t elements, std::int32_t element_size) {
     const auto size = static_cast<std::uint64_t>(element_size);
-    if (size == 0 || elements > std::numeric_limits<std::uint64_t>::max() / size) {
-        return 0;
-    }
+    if (size == 0 || elements > std::numeric_limits<std::uint64_t>::max() / size) return 0;
     return size_or_0(elements * size);
 }
 
-/// Of a name without a dialect.
+/// Requires a name without a dialect.
 DatatypeDescription describe(std::string name, int array_nesting) {
     DatatypeDescription description;
     description.flags |= flags_from_datatype_name(name);

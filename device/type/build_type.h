@@ -7,9 +7,9 @@
 
 namespace ZoHmiFdx {
 
-/// The type that a name stands for, as far as the name itself tells: elementary types, strings with their length,
-/// arrays of them, in any dialect. A name that tells nothing gives a type without size and class; so does a pointer or
-/// reference, whose size is the target's affair. An array of such elements has no size. [any thread]
+/// Builds the type of a name from the name alone: elementary types, strings with their length, arrays of them, in any
+/// dialect. All other names give a type without size and class, and so do pointers and references: their size depends
+/// on the target. An array of such elements has no size. [any thread]
 [[nodiscard]] ZO_EXPORT Datatype build_type(const std::string& name);
 
 } // namespace ZoHmiFdx

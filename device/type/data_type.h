@@ -7,12 +7,12 @@
 #include <cstdint>
 #include <string>
 
-/// All functions here are [any thread] and never fail; a number that is no data type has no name, the size 0 and the
-/// value type Null.
+/// Data types of the device. No function fails: a number that is no data type has no name, the size 0 and the value
+/// type Null. [any thread]
 namespace ZoHmiFdx {
 
-/// What the bytes of a symbol mean. Up to `Composite` these are the device's own type codes; from 0x101 on stand types
-/// that the device reports by name alone. A foreign number is carried as it is.
+/// The type of a symbol's bytes. Numbers up to `Composite` are the device's own codes. The device reports the types
+/// from 0x101 on by name alone. All other numbers may occur too.
 enum class FdxDataType : std::uint32_t {
     Void = 0,
     Int16 = 0x02,
@@ -29,7 +29,7 @@ enum class FdxDataType : std::uint32_t {
     WString = 0x1F, ///< two bytes a character
     Real80 = 0x20,
     Bit = 0x21,
-    Composite = 0x41, ///< structures, and whatever else has no code of its own
+    Composite = 0x41, ///< structures, and all types without a code of their own
     Int24 = 0x101,
     UInt24 = 0x102,
     Int40 = 0x103,
@@ -44,23 +44,23 @@ enum class FdxDataType : std::uint32_t {
     LDateAndTime = 0x10C,
 };
 
-/// Bytes, 0 when the type has no fixed size.
+/// The size in bytes, 0 for a type without a fixed size.
 [[nodiscard]] ZO_EXPORT std::size_t calculate_size(FdxDataType type);
-/// It has a fixed size.
+/// True for a type with a fixed size.
 [[nodiscard]] ZO_EXPORT bool is_fundamental_type(FdxDataType type);
-/// The server's type that takes its values.
+/// The server's type for its values.
 [[nodiscard]] ZO_EXPORT ZoHmiSrv::ValueType equivalent_hmi_datatype(FdxDataType type);
-/// The name that a type gets where the device gives none; empty for strings and composites.
+/// The name of a type that the device does not name. Empty for strings and composites.
 [[nodiscard]] ZO_EXPORT std::string default_itemname(FdxDataType type);
-/// The integers, except the signed one of seven bytes.
+/// True for the integers, except the signed integer of seven bytes.
 [[nodiscard]] ZO_EXPORT bool fdx_type_can_have_subrange(FdxDataType type);
-/// An unsigned integer of 2, 4 or 8 bytes whose given size is its own.
+/// True for an unsigned integer of 2, 4 or 8 bytes with the matching size.
 [[nodiscard]] ZO_EXPORT bool is_potential_memory_address(FdxDataType type, std::size_t size);
 
-/// A double holds it exactly, and no other integer becomes the same double.
+/// True if a double represents the number, and no other integer rounds to that double.
 [[nodiscard]] ZO_EXPORT bool is_safe_integer(long value);
-/// The size of an entry in bytes. `flags` is the flag word of the device's entry, not that of a type description: its
-/// bit 5 says that `size` counts bits, which are rounded up to bytes.
+/// The size of an entry in bytes. `flags` are the flags of the device's entry, not of a type description: with bit 5
+/// set, `size` counts bits. Rounds up.
 [[nodiscard]] ZO_EXPORT unsigned size_in_full_bytes(unsigned flags, unsigned size);
 
 } // namespace ZoHmiFdx

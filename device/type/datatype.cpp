@@ -19,46 +19,36 @@ constexpr std::uint32_t indirection_strict_flags = DatatypeFlags::Reference | Da
 constexpr std::uint32_t indirection_flags =
     indirection_strict_flags | DatatypeFlags::ReferenceByAlias | DatatypeFlags::IndirectionByAlias;
 
-/// Up to here the walk over the members themselves is quicker than jumps by the sorted indices.
+/// Up to this number of members, a walk is quicker than a search by the sorted indices.
 constexpr std::size_t few_subitems = 16;
 
 bool is_structure(ValueType type) {
     return type == ValueType::Map || type == ValueType::Struct;
 }
 
-/// 0 where the dimensions give none; the total is the device's, and may be anything.
+/// 0 without elements. The total comes from the device, and may be any number.
 int element_size(const DatatypeDescription& description) {
     const std::uint64_t total = description.array_info.total_nr_of_elements();
-    if (total == 0 || total > std::uint64_t(std::numeric_limits<std::int64_t>::max())) {
-        return 0;
-    }
+    if (total == 0 || total > std::uint64_t(std::numeric_limits<std::int64_t>::max())) return 0;
     const std::int64_t size = description.size / static_cast<std::int64_t>(total);
-    return static_cast<int>(size); // never further from 0 than the whole size
+    return static_cast<int>(size); // the amount never exceeds the whole size
 }
 
-/// Elements of a basic type have dialects of their own; everything else only if it has members.
+/// Elements of a basic type have dialects. Other types have dialects if they have members.
 bool can_have_dialects(const DatatypeDescription& description) {
     if (description.array_info.dimensions() != 0) {
         ValueType hmi_type = ValueType::Null;
         FdxDataType fdx_type = FdxDataType::Void;
         const char* const name = description.array_info.element_type_name().c_str();
-        if (parse_fdx_type_string(element_size(description), name, &hmi_type, &fdx_type, nullptr) != 0) {
-            return false;
-        }
-        if (hmi_type != ValueType::Null) {
-            return true;
-        }
+        if (parse_fdx_type_string(element_size(description), name, &hmi_type, &fdx_type, nullptr) != 0) return false;
+        if (hmi_type != ValueType::Null) return true;
     }
     return !description.subitems.empty();
 }
 
 bool is_incomplete_write_possible(const DatatypeDescription& description) {
-    if ((description.flags & indirection_flags) != 0) {
-        return false;
-    }
-    if (description.hmi_type == ValueType::Vector) {
-        return !is_fundamental_type(description.fdx_type);
-    }
+    if ((description.flags & indirection_flags) != 0) return false;
+    if (description.hmi_type == ValueType::Vector) return !is_fundamental_type(description.fdx_type);
     const bool composite = is_structure(description.hmi_type) || description.fdx_type == FdxDataType::Composite;
     return composite && !description.subitems.empty();
 }
@@ -84,11 +74,8 @@ std::uint32_t deduce_details(const DatatypeDescription& description) {
          DeducedPackedBits},
     };
     std::uint32_t deduced = 0;
-    for (const auto& [holds, flag] : details) {
-        if (holds) {
-            deduced |= flag;
-        }
-    }
+    for (const auto& [holds, flag] : details)
+        if (holds) deduced |= flag;
     return deduced;
 }
 
@@ -151,30 +138,20 @@ DatatypeDescription Datatype::description() const {
 bool Datatype::sanity_check() const noexcept {
     const bool no_parts = subitems_.empty() && property_items_.empty() && method_items_.empty();
     const bool no_array = array_info_.total_nr_of_elements() == 0 && array_info_.element_type_name().empty();
-    if (size_ < 0) {
-        return false;
-    }
-    if (hmi_type_ == ValueType::Vector) {
-        return enum_items_.empty() && no_parts;
-    }
-    if (is_structure(hmi_type_)) {
-        return enum_items_.empty() && no_array;
-    }
+    if (size_ < 0) return false;
+    if (hmi_type_ == ValueType::Vector) return enum_items_.empty() && no_parts;
+    if (is_structure(hmi_type_)) return enum_items_.empty() && no_array;
     const ValueType expected = equivalent_hmi_datatype(fdx_type_);
     return (expected == ValueType::Null || hmi_type_ == expected) && no_array && no_parts;
 }
 
 Datatype::SubItems::const_iterator Datatype::find_subitem(const std::string& name) const noexcept {
-    if (subitems_.size() <= few_subitems) {
-        return find_by_name(subitems_, name);
-    }
+    if (subitems_.size() <= few_subitems) return find_by_name(subitems_, name);
     const std::string_view wanted = without_operators(name);
     const auto found =
         std::lower_bound(subitem_indices_sorted_by_name_.begin(), subitem_indices_sorted_by_name_.end(), wanted,
                          [this](std::uint32_t index, std::string_view text) { return subitems_[index].name() < text; });
-    if (found == subitem_indices_sorted_by_name_.end() || subitems_[*found].name() != wanted) {
-        return subitems_.end();
-    }
+    if (found == subitem_indices_sorted_by_name_.end() || subitems_[*found].name() != wanted) return subitems_.end();
     return subitems_.begin() + *found;
 }
 

@@ -10,9 +10,9 @@
 
 namespace ZoHmiFdx {
 
-/// A type that a target declares, with everything about it that can be worked out once. It is shared as
-/// `std::shared_ptr<const Datatype>` and never changed: another form of it is made by changing a description of it.
-/// Nothing in it is to be trusted more than the device is. [any thread]
+/// A type of a target, with all properties that can be computed once. `std::shared_ptr<const Datatype>` shares it, and
+/// it never changes: a changed description gives a new type. The data comes from the device and is not trusted. [any
+/// thread]
 class ZO_EXPORT Datatype {
 public:
     using SubItems = std::vector<SubItem>;
@@ -24,15 +24,15 @@ public:
     explicit Datatype(const DatatypeDescription& description);
     explicit Datatype(DatatypeDescription&& description);
 
-    /// A description of which the same type can be made; it knows nothing of what was deduced but `parsed`.
+    /// A description that gives the same type. It has no deduced fields but `parsed`.
     [[nodiscard]] DatatypeDescription description() const;
-    /// False for a type that cannot be: with a negative size, or with parts that its `hmi_type` does not have.
+    /// False for an impossible type: with a negative size, or with parts that its `hmi_type` cannot have.
     [[nodiscard]] bool sanity_check() const noexcept;
 
     [[nodiscard]] std::int32_t size() const noexcept { return size_; }
     [[nodiscard]] ZoHmiSrv::ValueType hmi_type() const noexcept { return hmi_type_; }
     [[nodiscard]] FdxDataType fdx_type() const noexcept { return fdx_type_; }
-    /// Those of the description, and the deduced ones.
+    /// The flags of the description, and the deduced flags.
     [[nodiscard]] std::uint32_t flags() const noexcept { return flags_; }
     [[nodiscard]] const std::string& item_name() const noexcept { return item_name_; }
     [[nodiscard]] const std::string& type_name() const noexcept { return type_name_; }
@@ -41,7 +41,7 @@ public:
     [[nodiscard]] const MethodItems& method_items() const noexcept { return method_items_; }
     [[nodiscard]] const Attributes& attributes() const noexcept { return attributes_; }
     [[nodiscard]] const std::vector<EnumItem>& enum_items() const noexcept { return enum_items_; }
-    /// Positions in `subitems`, by the bytes of the names; equal names in declared order.
+    /// Positions in `subitems`, sorted by the bytes of the names. Equal names keep the declared order.
     [[nodiscard]] const std::vector<std::uint32_t>& subitem_indices_sorted_by_name() const noexcept {
         return subitem_indices_sorted_by_name_;
     }
@@ -52,23 +52,22 @@ public:
     [[nodiscard]] std::size_t count_method_items() const noexcept { return method_items_.size(); }
     [[nodiscard]] std::size_t count_property_items() const noexcept { return property_items_.size(); }
 
-    /// The first one declared under the name, or the end. The name may carry dereference operators and what follows
-    /// them: they are cut off.
+    /// Returns the first member declared under the name, or the end. Cuts the name at its first dereference operator.
     [[nodiscard]] SubItems::const_iterator find_subitem(const std::string& name) const noexcept;
     [[nodiscard]] PropertyItems::const_iterator find_property(const std::string& name) const noexcept;
     [[nodiscard]] MethodItems::const_iterator find_method(const std::string& name) const noexcept;
 
     [[nodiscard]] bool is_enum_and_fits_in_int32() const noexcept { return is(DatatypeFlags::DeducedEnumInInt32); }
-    /// A reference or pointer, by itself or by its base type.
+    /// True for a reference or pointer, and for a type with such a base type.
     [[nodiscard]] bool is_indirection() const noexcept { return is(DatatypeFlags::DeducedIndirection); }
-    /// A reference or pointer by itself.
+    /// True for a reference or pointer itself.
     [[nodiscard]] bool is_indirection_strict() const noexcept { return is(DatatypeFlags::DeducedIndirectionStrict); }
     [[nodiscard]] bool is_reference() const noexcept { return is(DatatypeFlags::DeducedReference); }
     [[nodiscard]] bool is_struct_alias() const noexcept { return is(DatatypeFlags::DeducedStructAlias); }
     [[nodiscard]] bool is_enum_alias() const noexcept { return is(DatatypeFlags::DeducedEnumAlias); }
-    /// A suffix on its name, or on that of its elements, makes a difference.
+    /// True if a dialect suffix on its name, or on the name of its elements, gives another type.
     [[nodiscard]] bool can_have_dialects() const noexcept { return is(DatatypeFlags::DeducedDialects); }
-    /// A value may be written that lacks members or elements.
+    /// True if a written value may omit members or elements.
     [[nodiscard]] bool is_incomplete_write_possible() const noexcept {
         return is(DatatypeFlags::DeducedIncompleteWrite);
     }
@@ -76,14 +75,14 @@ public:
     [[nodiscard]] bool is_alias_of_alias() const noexcept { return is(DatatypeFlags::DeducedAliasOfAlias); }
     [[nodiscard]] bool is_alias_indirection() const noexcept { return is(DatatypeFlags::DeducedAliasIndirection); }
     [[nodiscard]] bool is_basic_alias() const noexcept { return is(DatatypeFlags::DeducedBasicAlias); }
-    /// Several of them may share a byte.
+    /// True if several values may share a byte.
     [[nodiscard]] bool bits_may_be_packed() const noexcept { return is(DatatypeFlags::DeducedPackedBits); }
 
-    /// Of a structure, an enumeration or a basic type.
+    /// True for an alias of a structure, an enumeration or a basic type.
     [[nodiscard]] bool is_alias() const noexcept;
     [[nodiscard]] bool is_array_of_indirections() const noexcept;
 
-    /// These attributes, of a symbol or member, or the type's own ask for swapped bytes of a 16- or 32-bit number.
+    /// True if these attributes, or the attributes of the type, swap the bytes of a 16- or 32-bit number.
     [[nodiscard]] bool is_byte_order_reversed(const Attributes& attributes) const noexcept;
 
 private:

@@ -21,12 +21,11 @@ struct EnumItem {
     std::int64_t value = 0;
 };
 
-/// A type as it is being put together, field by field, until a `Datatype` is made of it. Belongs to the one thread that
-/// does so.
+/// The fields of a type, from which a `Datatype` is made. One thread owns it.
 struct ZO_EXPORT DatatypeDescription {
     std::int32_t size = 0; ///< bytes
     std::string item_name; ///< the type's own name
-    std::string type_name; ///< of the type that it is based on or points to
+    std::string type_name; ///< of the base type or the target type
     ArrayInfo array_info;
     std::vector<SubItem> subitems; ///< in declared order
     std::vector<PropertyItem> property_items;
@@ -36,7 +35,7 @@ struct ZO_EXPORT DatatypeDescription {
     ZoHmiSrv::ValueType hmi_type = ZoHmiSrv::ValueType::Null;
     FdxDataType fdx_type = FdxDataType::Void;
     std::uint32_t flags = std::uint32_t(DatatypeFlags::Initial);
-    std::uint32_t parsed = 0; ///< nonzero once the details are known
+    std::uint32_t parsed = 0; ///< nonzero if the details are known
 
     /// Makes a pointer or reference stand for its target: `type_name` becomes what follows the first prefix of the
     /// name, or of `type_name` where the name has none, and the flags no longer say that it is one.

@@ -4,8 +4,8 @@
 
 namespace ZoHmiFdx {
 
-/// The flag word of a type description, and with the deduced flags that of a `Datatype`. It is not the flag word of the
-/// device's entries, whose bits mean other things.
+/// The flags of a type description; with the deduced flags, of a `Datatype`. The flags of the device's entries have
+/// other bits.
 enum class DatatypeFlags : std::uint32_t {
     PlainType = 1u << 0,
     Reference = 1u << 1,
@@ -22,7 +22,7 @@ enum class DatatypeFlags : std::uint32_t {
     BitArray = 1u << 16,
     BasicAlias = 1u << 17,
 
-    // Deduced from the description, each with an accessor of this name in `Datatype`.
+    // Deduced from the description. Each has an accessor of this name in `Datatype`.
     DeducedEnumInInt32 = 1u << 18,
     DeducedIndirection = 1u << 19,
     DeducedIndirectionStrict = 1u << 20,
@@ -38,7 +38,7 @@ enum class DatatypeFlags : std::uint32_t {
     DeducedPackedBits = 1u << 30,
 };
 
-/// All flags that a `Datatype` sets by itself.
+/// The flags that a `Datatype` deduces.
 inline constexpr std::uint32_t deduced_datatype_flags = 0x7FFC'0000;
 
 [[nodiscard]] constexpr std::uint32_t operator|(DatatypeFlags left, DatatypeFlags right) noexcept {

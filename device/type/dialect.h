@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-/// A type may exist in dialects. The library tells them apart by a suffix on the type's name: " ReadOnly",
+/// A type may exist in dialects. A suffix of the type's name marks them: " ReadOnly",
 /// " ShowRecursively", or both in this order. [any thread]
 namespace ZoHmiFdx {
 
@@ -22,17 +22,17 @@ enum class DatatypeDialectFlags : std::uint32_t {
     return DatatypeDialectFlags(std::uint32_t(left) & std::uint32_t(right));
 }
 
-/// Removes both suffixes, also in the wrong order; the text may become empty.
+/// Removes both suffixes, also in the wrong order. The text may become empty.
 ZO_EXPORT void remove_dialect_suffix(std::string& name);
 [[nodiscard]] ZO_EXPORT std::string remove_dialect_suffix_copy(std::string name);
 
 [[nodiscard]] ZO_EXPORT bool has_dialect_suffix(const std::string& name);
-/// " ReadOnly" stands at the end, or before " ShowRecursively".
+/// True if the name ends in " ReadOnly", or in " ReadOnly ShowRecursively".
 [[nodiscard]] ZO_EXPORT bool has_readonly_dialect_suffix(const std::string& name);
-/// Nothing stands before the suffix. False for " ShowRecursively" alone, which is not told from a name.
+/// True if the name is empty, or a suffix alone. False for " ShowRecursively" alone: it counts as a name.
 [[nodiscard]] ZO_EXPORT bool empty_or_only_dialect_suffix(const std::string& name);
 
-/// The name with exactly the suffixes of `flags`, whatever it had before.
+/// Returns the name with the suffixes of `flags` in place of its own.
 [[nodiscard]] ZO_EXPORT std::string add_dialect_suffix(std::string name, DatatypeDialectFlags flags);
 
 } // namespace ZoHmiFdx

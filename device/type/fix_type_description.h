@@ -6,9 +6,8 @@ namespace ZoHmiFdx {
 
 struct DatatypeDescription;
 
-/// Completes what the device leaves to the name: the borders of a subrange ("INT (0..7)") become attributes, unless
-/// there are some already; a pointer or reference that names itself as its target gets as target what its prefix, if
-/// the name has one, points to. [any thread]
+/// Completes a description from its name. The borders of a subrange ("INT (0..7)") become attributes if it has no
+/// border. A pointer or reference with its own name as target gets the target of its prefix. [any thread]
 ZO_EXPORT void fix_type_description(DatatypeDescription& description);
 
 } // namespace ZoHmiFdx

@@ -17,12 +17,12 @@ struct AnalyzeIndirectionTypeNamesResult {
     std::string remainder;
 };
 
-/// The name begins with one of the prefixes.
+/// True if the name begins with one of the prefixes.
 [[nodiscard]] ZO_EXPORT bool is_indirection_strict(const std::string& name);
 
-/// The operators that lead from a type to its target: strips prefixes until the rest begins with the target's name, or
-/// no prefix is left. A name that is its own target loses one prefix only, and the rest is the remainder, which stays
-/// empty in all other cases.
+/// The operators from a type to its target. Strips prefixes until the rest begins with the target's name, or no prefix
+/// is left. A name equal to its target loses one prefix, and the rest becomes the remainder. In all other cases the
+/// remainder is empty.
 [[nodiscard]] ZO_EXPORT AnalyzeIndirectionTypeNamesResult analyze_indirection_type_names(const std::string& name,
                                                                                          const std::string& target);
 /// The operators of that result.

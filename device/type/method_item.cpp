@@ -21,14 +21,11 @@ bool MethodItem::has_out_or_inout_parameters() const noexcept {
 
 std::string MethodItem::signature() const {
     std::string text = "METHOD";
-    if (!return_type_name_.empty()) {
+    if (!return_type_name_.empty())
         text += "-RETURNING-" + escape_datatype_name(return_type_name_);
-    } else if (parameters_.empty()) {
+    else if (parameters_.empty())
         text += "-VOID";
-    }
-    if (parameters_.empty()) {
-        return text;
-    }
+    if (parameters_.empty()) return text;
 
     // The groups: inputs, outputs, both ways.
     std::vector<std::pair<int, std::string>> texts;

@@ -9,10 +9,10 @@
 
 namespace ZoHmiFdx {
 
-/// What `flags_from_method_name` tells of a method.
+/// The result of `flags_from_method_name`.
 enum class MethodFlags : std::uint8_t {
     None = 0,
-    OfProperty = 1, ///< with one of the following
+    OfProperty = 1, ///< together with one of the others
     Getter = 2,
     Setter = 4,
 };
@@ -32,8 +32,8 @@ struct ZO_EXPORT MethodParameterItem {
     std::string name;
     std::string type_name;
     std::string comment;
-    unsigned flags = 0; ///< without `out`, an input whatever `in` says
-    int size = 0;       ///< bytes, as the device gives it
+    unsigned flags = 0; ///< without `out` an input, with or without `in`
+    int size = 0;       ///< in bytes, from the device
 
     [[nodiscard]] bool is_out_or_inout() const noexcept { return (flags & out) != 0; }
     [[nodiscard]] bool is_inout() const noexcept { return (flags & (in | out)) == (in | out); }
@@ -50,19 +50,19 @@ public:
     void swap(MethodItem& other) noexcept;
 
     [[nodiscard]] const std::string& name() const noexcept { return name_; }
-    /// Empty for a method that returns nothing.
+    /// Empty for a method without a result.
     [[nodiscard]] const std::string& return_type_name() const noexcept { return return_type_name_; }
     [[nodiscard]] const std::string& comment() const noexcept { return comment_; }
     [[nodiscard]] MethodFlags flags() const noexcept { return flags_; }
 
     [[nodiscard]] const std::vector<MethodParameterItem>& parameters() const noexcept { return parameters_; }
     void add_parameter(MethodParameterItem parameter) { parameters_.push_back(std::move(parameter)); }
-    /// A parameter passes data out.
+    /// True if a parameter passes data out.
     [[nodiscard]] bool has_out_or_inout_parameters() const noexcept;
 
-    /// Identifies the method in generated names, whatever the order of its parameters is: inputs come first, then
+    /// Identifies the method in generated names, independent of the order of its parameters. Inputs come first, then
     /// outputs, then both ways, each group sorted: "METHOD-RETURNING-INT-PARAMETERS-a-INT--b-OUT-BOOL--c-IN_OUT-REAL".
-    /// Without parameters and return type "METHOD-VOID".
+    /// "METHOD-VOID" without parameters and return type.
     [[nodiscard]] std::string signature() const;
 
 private:

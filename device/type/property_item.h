@@ -8,8 +8,7 @@
 
 namespace ZoHmiFdx {
 
-/// A property: a member that is read by a getter and written by a setter, where it has them. A plain value.
-/// [any thread]
+/// A property: a member with a getter, a setter, both or neither. A plain value. [any thread]
 class ZO_EXPORT PropertyItem : public SubItem {
 public:
     PropertyItem(const std::string& name, const std::string& type_name, int offset, int size,
@@ -23,7 +22,7 @@ public:
     [[nodiscard]] bool prefixed_setter_method_exists() const noexcept { return (flags_ & setter) != 0; }
     void set_prefixed_setter_method_exists(bool exists) noexcept { set(setter, exists); }
 
-    /// Identifies the property in generated names: "PROPERTY-GET-SET-INT"; "PROPERTY-VOID" without a type or without
+    /// Identifies the property in generated names: "PROPERTY-GET-SET-INT". "PROPERTY-VOID" without a type, and without
     /// getter and setter.
     [[nodiscard]] std::string signature() const;
 

@@ -17,9 +17,9 @@ public:
 
     [[nodiscard]] const std::string& name() const noexcept { return name_; }
     [[nodiscard]] const std::string& type_name() const noexcept { return type_name_; }
-    /// From the start of the whole, as the device gives it: in bytes, for packed bits in bits.
+    /// The offset from the start of the whole, from the device: in bytes, for packed bits in bits.
     [[nodiscard]] int offset() const noexcept { return offset_; }
-    /// In bytes, as the device gives it.
+    /// In bytes, from the device.
     [[nodiscard]] int size() const noexcept { return size_; }
     [[nodiscard]] const Attributes& attributes() const noexcept { return attributes_; }
     [[nodiscard]] const std::string& comment() const noexcept { return comment_; }

@@ -17,30 +17,29 @@ namespace ZoHmiFdx {
 
 namespace {
 
-/// What a character of a type name means for its stem.
+/// The role of a character in a type name.
 enum class Character : std::uint8_t { Foreign, Stem, End };
 
 constexpr auto characters = [] {
     std::array<Character, 256> result{};
-    for (const TypeNameRow& row : type_name_table) {
+    for (const TypeNameRow& row : type_name_table)
         for (const char character : row.name)
             result[static_cast<unsigned char>(character)] = Character::Stem;
-    }
     for (const char character : {'\0', '(', '['})
         result[static_cast<unsigned char>(character)] = Character::End;
     return result;
 }();
 
-/// A name up to its first bracket or its end, packed for comparing. At most one row has a given stem, so that the stem
-/// finds the row, and what follows it in the text decides whether the row matches.
+/// A name up to its first bracket or its end, packed for comparison. The stem finds at most one row; the rest of the
+/// text decides whether the row matches.
 struct Stem {
     std::uint64_t words[2] = {};
-    std::size_t length = 0; ///< 0 for an empty stem, and for one that is no row's: a foreign character, or too long
+    std::size_t length = 0; ///< 0 for a stem that no row has: empty, with a foreign character, or too long
 
     friend constexpr bool operator==(const Stem&, const Stem&) = default;
 };
 
-/// Looks at no more of the text than is needed; the text ends with a NUL.
+/// Requires a text that ends with a NUL. Reads nothing behind the stem.
 constexpr Stem stem_of(const char* name) {
     Stem stem;
     std::size_t length = 0;
@@ -64,20 +63,14 @@ constexpr auto stems = [] {
     return result;
 }();
 
-/// A hash that is different for all stems of the table. The multiplier was found by trying; the next change of the
-/// table may need another one.
-constexpr std::size_t slot_of(const Stem& stem) {
-    return (stem.words[0] * 0x4534D94E4649DEA5) >> 56;
-}
-constexpr std::uint8_t free_slot = 0xFF;
-
-constexpr auto rows_by_slot = [] {
-    std::array<std::uint8_t, 256> result;
-    result.fill(free_slot);
-    for (std::size_t i = 0; i < stems.size(); ++i) {
-        std::uint8_t& row = result[slot_of(stems[i])];
-        if (stems[i].length == 0 || row != free_slot) throw "a name is too long, or two share a slot";
-        row = static_cast<std::uint8_t>(i);
+/// The first row of each letter from 'A' on; the last entry is the end of the table.
+constexpr auto first_rows = [] {
+    std::array<std::uint8_t, 'Z' - 'A' + 2> result{};
+    const auto letter_of = [](const TypeNameRow& row) { return row.name.front(); };
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        const char letter = static_cast<char>('A' + i);
+        const auto* row = std::ranges::lower_bound(type_name_table, letter, {}, letter_of);
+        result[i] = static_cast<std::uint8_t>(row - std::begin(type_name_table));
     }
     return result;
 }();
@@ -86,22 +79,26 @@ constexpr bool is_string(FdxDataType type) {
     return type == FdxDataType::String || type == FdxDataType::WString;
 }
 
-/// `name` begins with the row's stem.
+/// Requires a name that begins with the row's stem.
 bool matches(const TypeNameRow& row, const char* name, std::size_t stem_length) {
     const char* rest = name + stem_length;
     if (row.match == TypeNameMatch::Exact) {
-        const char* rest_of_row = row.name.data() + stem_length; // nothing, for most rows
+        const char* rest_of_row = row.name.data() + stem_length; // empty for most rows
         return *rest == *rest_of_row && (*rest == '\0' || std::strcmp(rest, rest_of_row) == 0);
     }
     return *rest == '\0' || *rest == '(' || (*rest == '[' && is_string(row.type));
 }
 
-/// Null for a name without a row.
+/// Returns null for a name without a row.
 const TypeNameRow* find_row(const char* name) {
     const Stem stem = stem_of(name);
-    const std::size_t i = rows_by_slot[slot_of(stem)];
-    if (i == free_slot || stems[i] != stem || !matches(type_name_table[i], name, stem.length)) return nullptr;
-    return &type_name_table[i];
+    const auto letter = static_cast<unsigned char>(*name - 'A');
+    if (stem.length == 0 || letter + 1U >= first_rows.size()) return nullptr;
+    for (std::size_t i = first_rows[letter]; i < first_rows[letter + 1U]; ++i) {
+        const TypeNameRow& row = type_name_table[i];
+        if (stems[i] == stem) return matches(row, name, stem.length) ? &row : nullptr;
+    }
+    return nullptr;
 }
 
 bool starts_with(const char* text, std::string_view prefix) {
@@ -126,7 +123,7 @@ FdxDataType integer_of_size(int size, bool is_signed) {
     }
 }
 
-/// "BOOL", with or without something in parentheses behind it.
+/// "BOOL", or "BOOL(" with any text behind it.
 bool is_boolean(const char* name) {
     return std::strncmp(name, "BOOL", 4) == 0 && (name[4] == '\0' || name[4] == '(');
 }
@@ -147,10 +144,9 @@ int parse_fdx_type_string(int size, const char* name, ZoHmiSrv::ValueType* hmi_t
     if (const TypeNameRow* row = find_row(name)) {
         type = row->type;
         rule = row->size;
-        // An alias of a Boolean stays one, although "BIT8" and "BYTE" name a number.
-        if (type == FdxDataType::UInt8 && *name == 'B' && base_name != nullptr && is_boolean(base_name)) {
+        // An alias of a Boolean stays a Boolean, although "BIT8" and "BYTE" name a number.
+        if (type == FdxDataType::UInt8 && *name == 'B' && base_name != nullptr && is_boolean(base_name))
             type = FdxDataType::Bit;
-        }
     } else if (!is_indirection(name)) {
         return 0;
     }
@@ -205,7 +201,7 @@ std::optional<unsigned> parse_size_from_string_typename(const std::string& name,
     std::size_t mark = name.find("STRING(");
     if (mark == std::string::npos) mark = name.find("STRING[");
     if (mark == std::string::npos) return std::nullopt;
-    // Unsigned, since the number may be the greatest one of its type already.
+    // Unsigned: the number may be the maximum of its type.
     const unsigned length = unsigned(std::strtol(name.c_str() + mark + mark_length, nullptr, 10)) + 1;
     return type == FdxDataType::WString ? length * 2 : length;
 }

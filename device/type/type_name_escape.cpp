@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t none = std::string_view::npos;
 
-/// A text that is put in place of another one.
+/// A text and its replacement.
 struct Replacement {
     std::string_view text;
     std::string_view replacement;
@@ -27,9 +27,8 @@ constexpr Replacement array_end = {"] OF ", "_OF-"};
 constexpr Replacement next_range = {", ", "_"};
 constexpr Replacement next_range_without_blank = {",", "_"};
 
-/// For each position of a text where an array range that begins there ends: at the "," or "]" that is not inside
-/// brackets of its own; `none` if there is no such. From the back, since looking forward again and again from the start
-/// of each array would take quadratic time on a text of unclosed arrays.
+/// Returns, for each position, the end of an array range that begins there: the next "," or "]" outside of inner
+/// brackets, or `none`. Works from the back: a forward search from each array takes quadratic time on unclosed arrays.
 std::vector<std::size_t> find_range_ends(std::string_view text) {
     std::vector<std::size_t> ends(text.size() + 1, none);
     std::vector<std::size_t> closing;
@@ -47,7 +46,7 @@ std::vector<std::size_t> find_range_ends(std::string_view text) {
     return ends;
 }
 
-/// Replaces the parenthesis at the end of `text`, behind which only blanks may stand, and its partner.
+/// Removes the ")" at the end of `text`, before trailing blanks, and replaces its partner.
 void replace_last_parentheses(std::string& text, std::size_t begin) {
     const std::size_t last = text.find_last_not_of(' ');
     if (last == std::string::npos || last < begin || text[last] != ')') return;
@@ -102,13 +101,12 @@ private:
 
     void between_ranges() {
         if (take(array_end, State::Text) || take(next_range, State::Range) ||
-            take(next_range_without_blank, State::Range)) {
+            take(next_range_without_blank, State::Range))
             return;
-        }
         take_word();
     }
 
-    /// Only where more text follows.
+    /// Requires more text behind the match.
     bool take(const Replacement& replacement, State next) {
         const std::size_t behind = at_ + replacement.text.size();
         if (behind >= name_.size() || !name_.substr(at_).starts_with(replacement.text)) return false;
@@ -118,7 +116,7 @@ private:
         return true;
     }
 
-    /// Up to the next blank, which belongs to the word, or all the rest.
+    /// Takes the text up to and with the next blank, or the rest.
     void take_word() {
         const std::size_t blank = name_.find(' ', at_);
         append_chunk(blank == none ? name_.size() : blank + 1);
@@ -127,9 +125,8 @@ private:
 
     void append_chunk(std::size_t end) {
         const std::size_t begin = result_.size();
-        for (; at_ != end; ++at_) {
+        for (; at_ != end; ++at_)
             if (name_[at_] != '<' && name_[at_] != '>') result_ += name_[at_];
-        }
         replace_last_parentheses(result_, begin);
         for (std::size_t i = begin; i != result_.size(); ++i) {
             char& character = result_[i];

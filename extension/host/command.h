@@ -23,9 +23,9 @@ public:
     ~Command();
 
     const char* name() const noexcept { return name_.name(); }
-    /// The operation that the extension is to run; the name itself until somebody sets another.
+    /// The operation that the extension runs; by default the name.
     const char* mapping() const noexcept { return mapping_.name(); }
-    /// Who maps the command: the domain of the extension.
+    /// The domain of the extension that maps the command.
     const char* mapper() const noexcept { return mapper_.name(); }
 
     Value& write_value() noexcept { return write_value_; }
@@ -39,13 +39,19 @@ public:
     ErrorValue result() const noexcept { return result_; }
     void set_result_string(const char* text);
 
-    /// @name What a server needs to make a command and to read its outcome
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    /// @name For a server, which makes commands and reads their outcome
     /// @{
     void set_mapping(const char* mapping);
     void set_mapper(const char* mapper);
-    void set_result(ErrorValue result) noexcept { result_ = result; }
-    const char* result_string() const noexcept { return result_string_.name(); }
+    void set_result(ErrorValue result) noexcept {
+        result_ = result;
+    }
+    const char* result_string() const noexcept {
+        return result_string_.name();
+    }
     /// @}
+#endif
 
 private:
     String name_;
@@ -75,8 +81,10 @@ public:
     /// Throws `std::out_of_range` for an index that is too large.
     Command& operator[](unsigned long index);
 
-    /// For the server that makes the group; ends the validity of its iterators.
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    /// For a server, which makes the group. Ends the validity of its iterators.
     Command& add(Command command);
+#endif
 
 private:
     std::vector<Command> commands_;

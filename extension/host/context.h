@@ -5,11 +5,9 @@
 
 namespace ZoHmiSrv {
 
-/// The client session on whose behalf something happens.
+/// The client session on whose behalf a call runs.
 class ZOHMISRV_API Session {
 public:
-    Session() noexcept; ///< no session: the id is ""
-    explicit Session(const char* id);
     Session(const Session&);
     Session(Session&&) noexcept;
     Session& operator=(const Session&);
@@ -18,13 +16,17 @@ public:
 
     const char* id() const noexcept { return id_.name(); }
 
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    Session() noexcept; ///< no session: the id is ""
+    explicit Session(const char* id);
     friend bool operator==(const Session&, const Session&) noexcept = default;
+#endif
 
 private:
     String id_;
 };
 
-/// Says on whose behalf a call runs. The context given to `init` carries the extension's domain.
+/// The caller on whose behalf a call runs. The context of `init` has the extension's domain.
 class ZOHMISRV_API Context {
 public:
     Context() noexcept;
@@ -37,7 +39,10 @@ public:
     const char* domain() const noexcept { return domain_.name(); }
     void set_domain(const char* domain);
     const Session& session() const noexcept { return session_; }
+
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
     void set_session(const Session& session);
+#endif
 
 private:
     String domain_;

@@ -8,13 +8,12 @@
 
 namespace ZoHmiSrv {
 
-/// The envelope that the event store holds: who, when, and a Message or an Alarm as the payload.
+/// The envelope of the event store: origin, time, and a Message or an Alarm as the payload.
 class ZOHMISRV_API Event {
 public:
     Event() noexcept;
     Event(const Event& other);
     Event(Event&& other) noexcept;
-    Event& operator=(const Event& other);
     Event& operator=(Event&& other) noexcept;
     ~Event();
     void swap(Event& other) noexcept;
@@ -30,7 +29,10 @@ public:
     Value& payload() noexcept { return payload_; }
     const Value& payload() const noexcept { return payload_; }
 
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    Event& operator=(const Event& other);
     friend bool operator==(const Event& left, const Event& right) = default;
+#endif
 
 private:
     friend struct ValueAccess;

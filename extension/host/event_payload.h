@@ -9,16 +9,16 @@
 
 namespace ZoHmiSrv {
 
-/// How grave a message or an alarm is. The extension's own diagnostics use -1 and 3, targets 0 to 4.
+/// The severity of a message or an alarm. The extension's own diagnostics use -1 and 3, targets 0 to 4.
 enum class Severity : std::int32_t {};
 
-/// The numbers are the server's; only the state of an alarm that could not be decoded has a name here.
+/// The server defines the numbers. Only the state of an alarm that could not be decoded has a name here.
 enum class AlarmState : std::int32_t { Invalid = 4 };
 
-/// 1 to 4 come from the logger, 0 is none of them.
+/// The logger sends 1 to 4; all other numbers become 0.
 enum class AlarmConfirmationState : std::int32_t {};
 
-/// What a Message and an Alarm have in common. The order of the operations is part of the interface.
+/// The common base of Message and Alarm. The order of the operations is part of the interface.
 class ZOHMISRV_API EventPayload {
 public:
     virtual ~EventPayload();
@@ -26,7 +26,7 @@ public:
     virtual void set_name(const char* name) = 0;
     virtual const char* name() const noexcept = 0;
     virtual const char* domain() const noexcept = 0;
-    /// A Map, as long as nobody makes it something else.
+    /// A Map, unless a caller changes its type.
     virtual Value& parameters() = 0;
     /// `ValueType::Message` or `ValueType::Alarm`.
     virtual ValueType type() const noexcept = 0;
@@ -39,7 +39,7 @@ protected:
     EventPayload& operator=(EventPayload&&) = default;
 };
 
-/// Something that happened once: a diagnostic message of the extension, or a message of a target.
+/// A single incident: a diagnostic message of the extension, or a message of a target.
 class ZOHMISRV_API Message final : public EventPayload {
 public:
     /// Not set: no name, no domain, severity 0, no time; the parameters are an empty Map.
@@ -51,25 +51,31 @@ public:
     ~Message() override;
     void swap(Message& other) noexcept;
 
-    /// True once it has a name.
-    bool isset() const noexcept { return !name_.empty(); }
+    /// True if the message has a name.
+    bool isset() const noexcept { return *name_.name() != '\0'; }
 
     void set_name(const char* name) override;
     const char* name() const noexcept override;
     const char* domain() const noexcept override;
     void set_domain(const char* domain);
-    Severity severity() const noexcept { return severity_; }
     void set_severity(Severity severity) noexcept { severity_ = severity; }
     Timestamp time_raised() const noexcept { return time_raised_; }
     void set_time_raised(const Timestamp& time) noexcept { time_raised_ = time; }
-    /// Diagnostic messages number theirs "0", "1", "2" and so on.
+    /// The names of a diagnostic message's parameters are "0", "1", "2" and so on.
     Value& parameters() override;
-    const Value& parameters() const noexcept { return parameters_; }
     ValueType type() const noexcept override;
 
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    Severity severity() const noexcept {
+        return severity_;
+    }
+    const Value& parameters() const noexcept {
+        return parameters_;
+    }
     friend ZOHMISRV_API bool operator==(const Message& left, const Message& right);
-    /// A Value would be made a Message to be compared, and lose what else it held.
+    /// The conversion of the Value would replace its content.
     friend bool operator==(const Value& left, const Message& right) = delete;
+#endif
 
 private:
     friend struct ValueAccess;
@@ -81,7 +87,7 @@ private:
     Value parameters_;
 };
 
-/// A condition of a target that is raised, may be confirmed, and is cleared in the end.
+/// A condition of a target that is raised, then cleared; it may be confirmed in between.
 class ZOHMISRV_API Alarm final : public EventPayload {
 public:
     /// All numbers and times are 0; the parameters are an empty Map.
@@ -91,19 +97,16 @@ public:
     Alarm& operator=(const Alarm& other);
     Alarm& operator=(Alarm&& other) noexcept;
     ~Alarm() override;
-    void swap(Alarm& other) noexcept;
 
     void set_name(const char* name) override;
     const char* name() const noexcept override;
     const char* domain() const noexcept override;
     void set_domain(const char* domain);
     Value& parameters() override;
-    const Value& parameters() const noexcept { return parameters_; }
     ValueType type() const noexcept override;
 
     int id() const noexcept { return id_; }
     void set_id(int id) noexcept { id_ = id; }
-    Severity severity() const noexcept { return severity_; }
     void set_severity(Severity severity) noexcept { severity_ = severity; }
     AlarmState alarm_state() const noexcept { return alarm_state_; }
     void set_alarm_state(AlarmState state) noexcept { alarm_state_ = state; }
@@ -120,9 +123,18 @@ public:
     Timestamp time_confirmed() const noexcept { return time_confirmed_; }
     void set_time_confirmed(const Timestamp& time) noexcept { time_confirmed_ = time; }
 
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    void swap(Alarm& other) noexcept;
+    const Value& parameters() const noexcept {
+        return parameters_;
+    }
+    Severity severity() const noexcept {
+        return severity_;
+    }
     friend ZOHMISRV_API bool operator==(const Alarm& left, const Alarm& right);
     /// As for a Message.
     friend bool operator==(const Value& left, const Alarm& right) = delete;
+#endif
 
 private:
     friend struct ValueAccess;

@@ -10,34 +10,29 @@ namespace ZoHmiSrv {
 
 class Value;
 
-/// Walks the members of a Map or Struct in byte-wise order of their names. Any insertion or removal ends its validity.
-/// The end is the same for all of them.
+/// Walks the members of a Map or Struct in byte-wise order of their names. An insertion or removal ends its validity.
+/// All containers have the same end.
 template <class T>
 class Iterator {
-    using Held = std::remove_const_t<T>;
+    using Element = std::remove_const_t<T>;
 
 public:
     using iterator_category = std::forward_iterator_tag;
-    using value_type = Held;
+    using value_type = Element;
     using difference_type = std::ptrdiff_t;
     using pointer = T*;
     using reference = T&;
 
     Iterator() noexcept = default;
     /// From the mutable form to the const one.
-    operator Iterator<const T>() const noexcept // NOLINT(google-explicit-constructor)
-        requires(!std::is_const_v<T>) {
-        return Iterator<const T>(run_, at_);
-    }
+    operator Iterator<const T>() const noexcept requires(!std::is_const_v<T>) { return Iterator<const T>(run_, at_); }
 
     const char* name() const noexcept { return at_->name.c_str(); }
     T& operator*() const noexcept { return at_->value; }
     T* operator->() const noexcept { return &at_->value; }
 
     Iterator& operator++() noexcept {
-        if (++at_ == stop_) {
-            *this = first_of(run_->next);
-        }
+        if (++at_ == stop_) *this = first_of(run_->next);
         return *this;
     }
     Iterator operator++(int) noexcept {
@@ -54,22 +49,22 @@ private:
     template <class>
     friend class Iterator;
 
-    Iterator(Layout::Block* run, Layout::Member<Held>* at) noexcept
-        : run_(run), at_(at), stop_(run == nullptr ? nullptr : Layout::members_of<Held>(run) + run->size) {}
-    /// At the first member of a run, or at the end.
+    Iterator(Layout::Block* run, Layout::Member<Element>* at) noexcept
+        : run_(run), at_(at), stop_(run == nullptr ? nullptr : Layout::members_of<Element>(run) + run->size) {}
+    /// Returns the first member of a run, or the end.
     static Iterator first_of(Layout::Block* run) noexcept {
-        return run == nullptr || run->size == 0 ? Iterator() : Iterator(run, Layout::members_of<Held>(run));
+        return run == nullptr || run->size == 0 ? Iterator() : Iterator(run, Layout::members_of<Element>(run));
     }
 
     Layout::Block* run_ = nullptr;
-    Layout::Member<Held>* at_ = nullptr;
-    Layout::Member<Held>* stop_ = nullptr;
+    Layout::Member<Element>* at_ = nullptr;
+    Layout::Member<Element>* stop_ = nullptr;
 };
 
 template <class T>
 using ConstIterator = Iterator<const T>;
 
-/// Walks a vector. Whatever changes the vector's size ends its validity.
+/// Walks a vector. A change of the vector's size ends its validity.
 template <class T>
 class VectorIterator {
 public:
@@ -82,37 +77,52 @@ public:
     VectorIterator() noexcept = default;
     explicit VectorIterator(T* at) noexcept : at_(at) {}
     /// From the mutable form to the const one.
-    operator VectorIterator<const T>() const noexcept // NOLINT(google-explicit-constructor)
-        requires(!std::is_const_v<T>) {
+    operator VectorIterator<const T>() const noexcept requires(!std::is_const_v<T>) {
         return VectorIterator<const T>(at_);
     }
 
     T& operator*() const noexcept { return *at_; }
     T* operator->() const noexcept { return at_; }
-    T& operator[](std::ptrdiff_t by) const noexcept { return at_[by]; }
 
     VectorIterator& operator++() noexcept {
         ++at_;
         return *this;
     }
     VectorIterator operator++(int) noexcept { return VectorIterator(at_++); }
+    friend bool operator==(const VectorIterator&, const VectorIterator&) noexcept = default;
+
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    T& operator[](std::ptrdiff_t by) const noexcept {
+        return at_[by];
+    }
     VectorIterator& operator--() noexcept {
         --at_;
         return *this;
     }
-    VectorIterator operator--(int) noexcept { return VectorIterator(at_--); }
+    VectorIterator operator--(int) noexcept {
+        return VectorIterator(at_--);
+    }
     VectorIterator& operator+=(std::ptrdiff_t by) noexcept {
         at_ += by;
         return *this;
     }
-    VectorIterator& operator-=(std::ptrdiff_t by) noexcept { return *this += -by; }
-    friend VectorIterator operator+(VectorIterator it, std::ptrdiff_t by) noexcept { return it += by; }
-    friend VectorIterator operator+(std::ptrdiff_t by, VectorIterator it) noexcept { return it += by; }
-    friend VectorIterator operator-(VectorIterator it, std::ptrdiff_t by) noexcept { return it -= by; }
-    friend std::ptrdiff_t operator-(VectorIterator left, VectorIterator right) noexcept { return left.at_ - right.at_; }
-
-    friend bool operator==(const VectorIterator&, const VectorIterator&) noexcept = default;
+    VectorIterator& operator-=(std::ptrdiff_t by) noexcept {
+        return *this += -by;
+    }
+    friend VectorIterator operator+(VectorIterator it, std::ptrdiff_t by) noexcept {
+        return it += by;
+    }
+    friend VectorIterator operator+(std::ptrdiff_t by, VectorIterator it) noexcept {
+        return it += by;
+    }
+    friend VectorIterator operator-(VectorIterator it, std::ptrdiff_t by) noexcept {
+        return it -= by;
+    }
+    friend std::ptrdiff_t operator-(VectorIterator left, VectorIterator right) noexcept {
+        return left.at_ - right.at_;
+    }
     friend auto operator<=>(const VectorIterator&, const VectorIterator&) noexcept = default;
+#endif
 
 private:
     T* at_ = nullptr;

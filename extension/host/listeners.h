@@ -15,7 +15,7 @@ class Context;
 class EventPayload;
 class Value;
 
-/// The extension as the server sees it. The order of the operations is part of the interface.
+/// The server's interface of an extension. The order of the operations is part of the interface.
 class ZOHMISRV_API IZoHmiSrvExt {
 public:
     virtual ResultPair init(const Context& context) = 0;
@@ -23,7 +23,7 @@ public:
     virtual ~IZoHmiSrvExt();
 };
 
-/// Which of the interfaces below a listener is.
+/// The interface of a listener.
 enum class ListenerType : std::int32_t {
     Shutdown = 1,
     AlarmProvider = 2,
@@ -32,9 +32,9 @@ enum class ListenerType : std::int32_t {
     Config = 5
 };
 
-/// What all listeners begin with. The server calls them on threads of its own, several at once, from
-/// `register_listener` to `unregister_listener`. An extension that is several listeners has this base several times, so
-/// it names the interface when it registers itself.
+/// The common base of all listeners. The server calls them on several threads at once, from `register_listener` to
+/// `unregister_listener`. An extension with several listener interfaces has this base several times, so it registers
+/// each interface.
 class ZOHMISRV_API IZoHmiSrvListener {
 public:
     virtual ListenerType type() const noexcept = 0;
@@ -53,14 +53,14 @@ public:
     ListenerType type() const noexcept final;
     /// An operator confirms an alarm. [server thread]
     virtual ErrorValue on_confirm_alarm(const Context& context, Alarm& alarm) = 0;
-    /// The server asks for the events: a Vector of Events. 0 on success. [server thread]
+    /// Returns the events in a Vector. 0 on success. [server thread]
     virtual int on_get_events(const Context& context, Value& events) = 0;
 };
 
 class ZOHMISRV_API IZoHmiSrvEventLocalizationListener : public IZoHmiSrvListener {
 public:
     ListenerType type() const noexcept final;
-    /// The text of an event in the language of a locale such as "de-DE". [server thread]
+    /// Returns the text of an event in the language of a locale such as "de-DE". [server thread]
     virtual ErrorValue on_localize_event(const Context& context, const char* locale, EventPayload& payload,
                                          String& text) = 0;
 };
@@ -68,7 +68,7 @@ public:
 class ZOHMISRV_API IZoHmiSrvRequestListener : public IZoHmiSrvListener {
 public:
     ListenerType type() const noexcept final;
-    /// Runs a client's commands; the outcome of each stands in it. [server thread]
+    /// Runs the commands of a client, and sets the result of each. [server thread]
     virtual void on_request(const Context& context, CommandGroup& commands) = 0;
 };
 
@@ -78,14 +78,14 @@ public:
     virtual ResultPair reserved_0(const Context& context, const char* path) = 0;
     virtual ResultPair reserved_1(const Context& context, const char* path) = 0;
     virtual ResultPair reserved_2(const Context& context, const char* path) = 0;
-    /// Something under the path has a new value, or is new. [server thread]
+    /// A value under the path is changed or new. [server thread]
     virtual ResultPair on_config_change(const Context& context, const char* path) = 0;
-    /// The path is gone. [server thread]
+    /// The path is deleted. [server thread]
     virtual ResultPair on_config_delete(const Context& context, const char* path) = 0;
     virtual ResultPair reserved_5(const Context& context, const char* path) = 0;
 };
 
-/// Answers every call of the configuration with success; an extension overrides what it wants to hear.
+/// Returns success from every call. An extension overrides the calls that it needs.
 class ZOHMISRV_API ZoHmiSrvConfigListener : public IZoHmiSrvConfigListener {
 public:
     ResultPair reserved_0(const Context& context, const char* path) override;

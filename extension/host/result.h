@@ -12,8 +12,8 @@ namespace ZoHmiSrv {
 /// A result number with an optional UTF-8 text.
 class ZOHMISRV_API ResultPair {
 public:
-    ResultPair() noexcept;                  ///< success
-    ResultPair(ErrorValue result) noexcept; // NOLINT(google-explicit-constructor): a number is a result
+    ResultPair() noexcept; ///< success
+    ResultPair(ErrorValue result) noexcept;
     /// A null text counts as "".
     ResultPair(ErrorValue result, const char* text);
     ResultPair(const ResultPair&);
@@ -23,17 +23,22 @@ public:
     ~ResultPair();
 
     ErrorValue result() const noexcept { return result_; }
-    const char* text() const noexcept { return text_.name(); }
 
     /// Compares the number alone.
     friend bool operator==(const ResultPair& pair, ErrorValue value) noexcept { return pair.result_ == value; }
+
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    const char* text() const noexcept {
+        return text_.name();
+    }
+#endif
 
 private:
     ErrorValue result_ = HMI_SUCCESS;
     String text_;
 };
 
-/// Builds the text of a `ResultPair` piece by piece. Not for use by several threads at once.
+/// Builds the text of a `ResultPair` piece by piece. One thread owns it.
 class ZOHMISRV_API ResultStream {
 public:
     explicit ResultStream(ErrorValue result) noexcept;
@@ -41,14 +46,17 @@ public:
     ResultStream& operator=(const ResultStream&) = delete;
     ~ResultStream();
 
-    ResultStream& operator<<(const char* text);
     ResultStream& operator<<(ValueType type); ///< appends the type's name
+
+    operator ResultPair() const;
+
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
+    ResultStream& operator<<(const char* text);
     ResultStream& operator<<(int number);
     ResultStream& operator<<(long number);
     ResultStream& operator<<(unsigned long number);
     ResultStream& operator<<(double number); ///< the shortest text that reads back the same
-
-    operator ResultPair() const; // NOLINT(google-explicit-constructor): what the stream is for
+#endif
 
 private:
     ErrorValue result_;

@@ -7,8 +7,8 @@
 
 namespace ZoHmiSrv {
 
-/// An integer, but neither bool nor a character: what a count of nanoseconds may be made of. Keeping the constructors
-/// to these lets a `Value` be turned into a time without an ambiguity.
+/// A count of nanoseconds: an integer, but neither bool nor a character. A `Value` is none, so its conversion to a time
+/// is not ambiguous.
 template <class T>
 concept TimeCount = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char>;
 
@@ -20,16 +20,20 @@ public:
     explicit constexpr Timestamp(T nanoseconds) noexcept : nanoseconds_(static_cast<long>(nanoseconds)) {}
 
     static Timestamp now() noexcept;
-    /// From 100-nanosecond ticks since 1601-01-01; 0 stays 0 ("not set"), what does not fit saturates.
+    /// From 100-nanosecond ticks since 1601-01-01. 0 stays 0 ("not set"). Saturates.
     static Timestamp from_file_time(long ticks) noexcept;
-    /// From milliseconds since 1970-01-01; what does not fit saturates.
+    /// From milliseconds since 1970-01-01. Saturates.
     static Timestamp from_milliseconds(long milliseconds) noexcept;
 
     constexpr long nanoseconds() const noexcept { return nanoseconds_; }
     /// Whole seconds, rounded towards zero.
     constexpr long seconds() const noexcept { return nanoseconds_ / 1'000'000'000; }
 
+    friend constexpr bool operator==(const Timestamp&, const Timestamp&) noexcept = default;
+
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
     friend constexpr auto operator<=>(const Timestamp&, const Timestamp&) noexcept = default;
+#endif
 
 private:
     long nanoseconds_ = 0;
@@ -45,7 +49,9 @@ public:
     /// Whole milliseconds, rounded towards zero.
     constexpr long milliseconds() const noexcept { return nanoseconds_ / 1'000'000; }
 
+#ifndef ZOHMISRV_WITHOUT_EXTRAS
     friend constexpr auto operator<=>(const Timespan&, const Timespan&) noexcept = default;
+#endif
 
 private:
     long nanoseconds_;

@@ -6,7 +6,7 @@
 
 namespace ZoHmiSrv {
 
-/// What a `Value` holds. The numbers are those of the server's interface; a foreign number is carried as it is.
+/// The type of a `Value`. The server defines the numbers. All other numbers may occur too.
 enum class ValueType : std::uint16_t {
     Null = 0,
     Bool = 1,
@@ -27,7 +27,7 @@ enum class ValueType : std::uint16_t {
     Any = 256,
 };
 
-/// The name of a type, "Null" for a number that has none. Never null. [any thread]
+/// The name of a type, "Null" for a number without a name. Never null. [any thread]
 ZOHMISRV_API const char* value_type_to_string(ValueType type) noexcept;
 
 } // namespace ZoHmiSrv

@@ -34,7 +34,7 @@ using nlohmann::json;
 using zo_link::read_field;
 namespace op = zo_link::op;
 
-/// This machine's net id as the routes file tells it now, the loopback one if it does not.
+/// Returns this machine's net id from the routes file, the loopback one without such a file.
 ZoHmiFdx::NrxNetId local_net_id() {
     const auto path = zo_link::default_routes_path(reinterpret_cast<const void*>(&FdxPortOpenEx));
     const auto routes = zo_link::read_routes(path).value_or(zo_link::Routes());
@@ -106,7 +106,7 @@ std::int32_t FdxGetLocalAddressEx(std::int32_t port, ZoHmiFdx::NrxAddr* address)
     try {
         *address = {local_net_id(), static_cast<std::uint16_t>(port)};
         return success;
-    } catch (...) { // no memory to read the file with
+    } catch (...) { // out of memory
         return client_error;
     }
 }

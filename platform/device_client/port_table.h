@@ -6,14 +6,14 @@
 #include <mutex>
 #include <optional>
 
-/// The client ports that are open in this process. It has no destructor, so that it serves threads and static objects
-/// that outlast it. All functions are [any thread].
+/// The open client ports of this process. It has no destructor: threads and static objects that outlive it may use it.
+/// All functions are [any thread].
 class PortTable {
 public:
-    /// A new port with the default timeout, 0 if all are in use. Numbers are given out in turn, so that one that was
-    /// closed does not come back at once.
+    /// Opens a port with the default timeout; 0 if all are in use. Numbers are used in turn, so that the number of a
+    /// closed port does not return at once.
     std::int32_t open();
-    /// False if the port is not open; the same holds for the others.
+    /// Returns false if the port is not open, like the other functions.
     bool close(std::int32_t port);
     bool is_open(std::int32_t port);
     /// Returns whether any port is open.
@@ -31,7 +31,7 @@ private:
         std::int32_t timeout_ms = default_timeout_ms;
     };
 
-    /// Null if the port is not open. [mutex held]
+    /// Returns null if the port is not open. [mutex held]
     Port* find(std::int32_t port);
 
     std::mutex mutex_;

@@ -44,7 +44,7 @@ ZoAtlCom::CComPtr<Alarm> AlarmTable::get(AlarmKey key, Snapshot record, std::uin
     {
         const std::lock_guard lock(mutex_);
         const auto [it, added] = alarms_.try_emplace(key, nullptr);
-        // An alarm whose last reference is gone waits for this lock to take its entry out: it is past saving.
+        // An alarm without a reference waits for this lock to remove its entry; it needs a new object.
         if (it->second == nullptr || !it->second->try_add_ref()) {
             try {
                 it->second = new Alarm(shared_from_this(), key);
@@ -66,7 +66,7 @@ AlarmTable::Pin::Pin(AlarmTable& table) : table_(table) {
 }
 
 AlarmTable::Pin::~Pin() {
-    // Let go of outside the lock, which an alarm that dies takes.
+    // Released after the unlock: the destruction of an alarm locks this mutex.
     std::vector<ZoAtlCom::CComPtr<Alarm>> unpinned;
     const std::lock_guard lock(table_.mutex_);
     if (--table_.pins_ == 0) unpinned.swap(table_.pinned_);

@@ -15,7 +15,7 @@ namespace zo_logger_proxy {
 class AlarmTable;
 class LoggerLink;
 
-// The name of an alarm for the life of the proxy: the target's instance and the alarm's handle within it.
+/// Identifies an alarm for the life of the proxy: the instance of the target and the handle within it.
 struct AlarmKey {
     std::uint64_t instance = 0;
     std::uint64_t handle = 0;
@@ -23,7 +23,7 @@ struct AlarmKey {
     friend auto operator<=>(const AlarmKey&, const AlarmKey&) = default;
 };
 
-// A live alarm. It outlives the logger; its fields change while others read them.
+/// A live alarm. It may outlive the logger. Its fields change while other threads read them.
 class Alarm final : public EventObject<Alarm, ZoEventLoggerFdxProxyLib::IZoAlarmJson> {
 public:
     Alarm(std::shared_ptr<AlarmTable> table, AlarmKey key);
@@ -32,14 +32,14 @@ public:
     HRESULT GetTimeCleared(std::int64_t* out) override { return put(out, snapshot()->cleared); }
     HRESULT GetConfirmationState(std::int32_t* out) override { return put(out, snapshot()->confirmation); }
     HRESULT GetTimeConfirmed(std::int64_t* out) override { return put(out, snapshot()->confirmed); }
-    // Asks the target, if it is still there. [any thread]
+    /// Sends the confirmation to the target; fails once the logger is gone. [any thread]
     HRESULT Confirm() override;
 
     Snapshot snapshot() const;
     void* find_own_interface(const GUID& iid, const zo_link::EventRecord& record);
 
-    // Takes over fields unless newer ones are there: `sequence` is the position in the stream of callbacks.
-    // [any thread]
+    /// Stores the fields unless newer ones were stored. `sequence` is the position in the stream of callbacks.
+    /// [any thread]
     void update(Snapshot record, std::uint64_t sequence);
 
 private:
@@ -49,21 +49,21 @@ private:
 
     const std::shared_ptr<AlarmTable> table_;
     const AlarmKey key_;
-    mutable std::mutex mutex_; // guards what follows
+    mutable std::mutex mutex_; ///< guards the next two members
     Snapshot record_;
     std::uint64_t sequence_ = 0;
 };
 
-// Knows the alarms that someone holds, so that one alarm is one object. Holds none of them itself, but while a list is
-// on its way: a callback behind the list must not find and lose the object whose newer fields the list is to keep.
+/// Finds the object of each referenced alarm, so that one alarm is one object. The table references no alarm itself,
+/// except while a list is being read: a callback sent after the list must not destroy an object with newer fields.
 class AlarmTable : public std::enable_shared_from_this<AlarmTable> {
 public:
     explicit AlarmTable(std::weak_ptr<LoggerLink> link) : link_(std::move(link)) {}
 
-    // The alarm's object with its fields brought up to date; a new one when nobody holds it. [any thread]
+    /// Returns the updated object of an alarm; a new object when there is none with a reference. [any thread]
     ZoAtlCom::CComPtr<Alarm> get(AlarmKey key, Snapshot record, std::uint64_t sequence);
 
-    // Holds every alarm that `get` hands out during its life.
+    /// References every alarm that `get` returns during its life. [any thread]
     class Pin {
     public:
         explicit Pin(AlarmTable& table);
@@ -75,7 +75,7 @@ public:
         AlarmTable& table_;
     };
 
-    // The logger's connection, while the logger lives. [any thread]
+    /// Returns the logger's connection; null once the logger is destroyed. [any thread]
     std::shared_ptr<LoggerLink> link() const { return link_.lock(); }
 
 private:
@@ -84,7 +84,7 @@ private:
 
     const std::weak_ptr<LoggerLink> link_;
     std::mutex mutex_;
-    std::map<AlarmKey, Alarm*> alarms_; // an entry goes before its alarm does
+    std::map<AlarmKey, Alarm*> alarms_; ///< an entry is removed before its alarm is destroyed
     int pins_ = 0;
     std::vector<ZoAtlCom::CComPtr<Alarm>> pinned_;
 };

@@ -1,8 +1,8 @@
 #include "platform/logger_proxy/callback_queue.h"
 
 #include "binding/connection_points.h"
-#include "binding/variant.h"
-#include "platform/logger_proxy/parked_threads.h"
+#include "platform/logger_proxy/invoke.h"
+#include "platform/logger_proxy/thread_reaper.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,7 +13,7 @@ namespace {
 
 using Event = ZoEventLoggerFdxProxyLib::_IZoEventLoggerEvents;
 
-// The object argument of a callback, with a reference; null for one without.
+/// Returns the object argument of a callback; null for a callback without one.
 ZoAtlCom::CComPtr<IDispatch> make_argument(const Callback& callback, AlarmTable& alarms) {
     ZoAtlCom::CComPtr<IDispatch> argument;
     if (callback.id == Event::OnMessageSent) {
@@ -43,7 +43,7 @@ bool CallbackQueue::unadvise(std::uint32_t cookie) {
         sinks_.erase(it);
         if (!on_callback_thread_locked()) progress_.wait(lock, [&] { return running_cookie_ != cookie; });
     }
-    // On the callback thread this may end the sink inside its own call; nothing touches it after that call.
+    // On the callback thread this may destroy the sink inside its own call; nothing uses it after that call.
     sink->Release();
     return true;
 }
@@ -104,7 +104,7 @@ std::uint64_t CallbackQueue::mark() const {
 bool CallbackQueue::wait_done(std::uint64_t epoch, std::uint64_t mark) {
     std::unique_lock lock(mutex_);
     if (on_callback_thread_locked()) return epoch == epoch_;
-    // A callback of an earlier epoch may still run; it was sent before the mark, too.
+    // A callback of an earlier epoch may still run; it too was sent before the mark.
     progress_.wait(lock, [&] {
         if (epoch != epoch_) return true;
         const bool none_waits = waiting_.empty() || waiting_.front().sequence > mark;
@@ -127,7 +127,7 @@ void CallbackQueue::stop() {
         wake_.notify_one();
     }
     if (inside)
-        park(std::move(thread), ended_);
+        ThreadReaper::instance().add(std::move(thread), ended_);
     else if (thread.joinable())
         thread.join();
     for (const Sink& sink : sinks)
@@ -149,7 +149,7 @@ void CallbackQueue::run() {
         try {
             deliver(callback, epoch, *alarms);
         } catch (...) {
-            // No memory for this callback: the link ends, and the lists of the next connect tell what it told.
+            // Out of memory: end the link. The lists of the next connect bring the lost callback's event.
             end(epoch);
         }
         lock.lock();
@@ -160,7 +160,7 @@ void CallbackQueue::run() {
 
 void CallbackQueue::deliver(const Callback& callback, std::uint64_t epoch, AlarmTable& alarms) {
     const auto argument = make_argument(callback, alarms);
-    // By cookie: a sink may come or go during the calls, and cookies grow.
+    // By cookie: sinks come and go during the calls, and cookies only grow.
     std::uint32_t called = 0;
     for (;;) {
         IDispatch* sink = nullptr;
@@ -173,42 +173,27 @@ void CallbackQueue::deliver(const Callback& callback, std::uint64_t epoch, Alarm
             called = running_cookie_ = next->cookie;
             sink = next->object;
         }
-        invoke(callback, argument.get(), sink);
+        invoke(callback, argument.get(), *sink);
     }
 }
 
-// A sink's answer is its own affair.
-void CallbackQueue::invoke(const Callback& callback, IDispatch* argument, IDispatch* sink) {
-    VARIANT values[2]{};
-    DISPPARAMS arguments{values, nullptr, 1, 0};
+// What the sink answers changes nothing here.
+void CallbackQueue::invoke(const Callback& callback, IDispatch* argument, IDispatch& sink) {
+    VARIANT object = object_variant(argument);
+    VARIANT flag_and_object[] = {flag_variant(callback.removed), object};
+    VARIANT reason = number_variant(callback.reason);
     VARIANT result{};
-    VARIANT* wanted = nullptr;
-    VARIANT* object = &values[0];
     switch (callback.id) {
     case Event::OnAlarmCleared:
     case Event::OnAlarmConfirmed:
-        // Arguments stand in reverse order.
-        values[0].vt = VT_BOOL;
-        values[0].boolVal = callback.removed;
-        arguments.cArgs = 2;
-        object = &values[1];
+        zo_logger_proxy::invoke(sink, callback.id, flag_and_object);
         break;
     case Event::OnDatabaseChanged:
-        values[0].vt = VT_I4;
-        values[0].lVal = callback.reason;
-        wanted = &result;
-        object = nullptr;
+        zo_logger_proxy::invoke(sink, callback.id, {&reason, 1}, &result);
         break;
     default:
-        break;
+        zo_logger_proxy::invoke(sink, callback.id, {&object, 1});
     }
-    if (object != nullptr) {
-        object->vt = VT_DISPATCH;
-        object->pdispVal = argument;
-    }
-    constexpr GUID no_guid{};
-    constexpr std::uint16_t method = 1;
-    sink->Invoke(callback.id, no_guid, 0, method, &arguments, wanted, nullptr, nullptr);
 }
 
 } // namespace zo_logger_proxy

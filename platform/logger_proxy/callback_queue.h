@@ -16,50 +16,50 @@ struct IDispatch;
 
 namespace zo_logger_proxy {
 
-// Beyond either the connection is dropped: a sink that does not keep up must not eat the process's memory.
+/// A queue beyond either maximum drops the connection: a slow sink must not use up the memory of the process.
 inline constexpr std::size_t max_waiting_callbacks = 65536;
 inline constexpr std::size_t max_waiting_bytes = std::size_t{64} << 20;
 
-// One call of the sinks.
+/// One call of the sinks.
 struct Callback {
-    std::int32_t id = 0;        // of the event interface
-    Snapshot record;            // of the message or alarm
-    std::uint64_t instance = 0; // the target's, for alarms
+    std::int32_t id = 0;        ///< of the event interface
+    Snapshot record;            ///< of the message or alarm
+    std::uint64_t instance = 0; ///< of the target, for alarms
     std::int16_t removed = 0;
     std::int32_t reason = 0;
-    std::size_t bytes = 0;      // of its frame
-    std::uint64_t sequence = 0; // set by the queue, from 1
+    std::size_t bytes = 0;      ///< of its frame
+    std::uint64_t sequence = 0; ///< set by the queue, from 1
 };
 
-// The callbacks of one logger object, its sinks and the one thread that calls them. What waits belongs to an epoch, the
-// life of one connection, and is dropped when that ends. No call waits for a callback but those that say so.
+/// The callbacks of one logger object, its sinks and the one thread that calls them. A waiting callback belongs to an
+/// epoch, the life of one connection, and is dropped at its end.
 class CallbackQueue : public std::enable_shared_from_this<CallbackQueue> {
 public:
-    // The cookie of a new sink, never 0. The sink's reference is taken over. [any thread]
+    /// Takes over the reference of a new sink. Returns its cookie, never 0. [any thread]
     std::uint32_t advise(IDispatch* sink);
-    // False for an unknown cookie. Waits for a call of this sink that is under way, except on the callback thread: no
-    // call of it begins or goes on when this has returned. [any thread]
+    /// Removes a sink; returns false for an unknown cookie. Blocks until a running call of the sink returns, except on
+    /// the callback thread. No call of the sink begins afterwards. [any thread]
     bool unadvise(std::uint32_t cookie);
 
-    // Starts an epoch, which ends the one before; starts the thread. [any thread]
+    /// Ends the current epoch and starts a new one. Returns its number; 0 after `stop`. [any thread]
     std::uint64_t begin(std::shared_ptr<AlarmTable> alarms);
-    // Ends the epoch that is current, whichever (no number), or only if it is the given one. [any thread]
+    /// Ends the current epoch; the second form only if it is the given one. [any thread]
     void end();
     void end(std::uint64_t epoch);
 
-    // Whether the epoch goes on. [any thread]
+    /// Returns true until the epoch ends. [any thread]
     bool is_current(std::uint64_t epoch) const;
 
-    // Adds a callback of an epoch. False when that is over or the queue is full: the connection is of no use then.
-    // [reader thread]
+    /// Adds a callback of an epoch. Returns false when the epoch is over or the queue is full; the caller then drops
+    /// the connection. [any thread]
     bool push(std::uint64_t epoch, Callback callback);
-    // The sequence of the last callback that was added. [any thread]
+    /// Returns the sequence of the last added callback. [any thread]
     std::uint64_t mark() const;
-    // Waits until all callbacks up to the mark have returned from the sinks. False when the epoch is over. Returns true
-    // at once on the callback thread. [any thread]
+    /// Blocks until all callbacks up to the mark have returned from the sinks, but not on the callback thread. Returns
+    /// false when the epoch is over. [any thread]
     bool wait_done(std::uint64_t epoch, std::uint64_t mark);
 
-    // Ends the thread: waits for it, or parks it when called on it. The last call. [any thread]
+    /// Ends and joins the thread; on the thread itself leaves the join to the ThreadReaper. The last call. [any thread]
     void stop();
 
 private:
@@ -70,11 +70,11 @@ private:
 
     void run();
     void deliver(const Callback& callback, std::uint64_t epoch, AlarmTable& alarms);
-    void invoke(const Callback& callback, IDispatch* argument, IDispatch* sink);
+    static void invoke(const Callback& callback, IDispatch* argument, IDispatch& sink);
     void end_locked();
     bool on_callback_thread_locked() const { return thread_.get_id() == std::this_thread::get_id(); }
 
-    mutable std::mutex mutex_; // guards everything; never held during a call of a sink
+    mutable std::mutex mutex_; ///< guards all members; never locked during a call of a sink
     std::condition_variable wake_;
     std::condition_variable progress_;
     std::vector<Sink> sinks_;
@@ -82,11 +82,11 @@ private:
     std::shared_ptr<AlarmTable> alarms_;
     std::deque<Callback> waiting_;
     std::size_t waiting_bytes_ = 0;
-    std::uint64_t epoch_ = 0; // 0: none
+    std::uint64_t epoch_ = 0; ///< 0: none
     std::uint64_t last_epoch_ = 0;
     std::uint64_t last_sequence_ = 0;
-    std::uint64_t running_sequence_ = 0; // 0: no callback runs
-    std::uint32_t running_cookie_ = 0;   // 0: no sink is being called
+    std::uint64_t running_sequence_ = 0; ///< 0: no callback runs
+    std::uint32_t running_cookie_ = 0;   ///< 0: no sink is being called
     bool stopping_ = false;
     std::shared_ptr<std::atomic<bool>> ended_ = std::make_shared<std::atomic<bool>>(false);
     std::thread thread_;

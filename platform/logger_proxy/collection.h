@@ -15,9 +15,9 @@
 
 namespace zo_logger_proxy {
 
-// A list that no longer changes. `Interface` is the collection's, `Item` what it hands out.
+/// A list that never changes. `Interface` is that of the collection, `Item` that of its items. [any thread]
 template <class Interface, class Item>
-class Collection final : public DispatchObject<Collection<Interface, Item>, Interface> {
+class Collection final : public CountedObject<Collection<Interface, Item>, Interface> {
 public:
     using Items = std::vector<ZoAtlCom::CComPtr<Item>>;
 
@@ -34,10 +34,7 @@ public:
     HRESULT GetCount(std::int32_t* out) override { return put(out, static_cast<std::int32_t>(items_.size())); }
 
     void* find_interface(const GUID& iid) {
-        using namespace ZoEventLoggerFdxProxyLib;
-        const GUID* own = iid_of<Interface>;
-        const bool known = iid == IID_IUnknown || iid == IID_IDispatch || (own != nullptr && iid == *own);
-        return known ? static_cast<Interface*>(this) : nullptr;
+        return answers_to<Interface>(iid) ? static_cast<Interface*>(this) : nullptr;
     }
 
 private:
@@ -49,8 +46,8 @@ private:
 
 using ThreeTexts = std::array<std::string, 3>;
 
-// An id with two texts: a cause and its remedy.
-class CauseRemedy final : public DispatchObject<CauseRemedy, ZoEventLoggerFdxProxyLib::IZoCauseRemedy> {
+/// An id with two texts: a cause and its remedy. [any thread]
+class CauseRemedy final : public CountedObject<CauseRemedy, ZoEventLoggerFdxProxyLib::IZoCauseRemedy> {
 public:
     explicit CauseRemedy(ThreeTexts texts) : texts_(std::move(texts)) {}
 
@@ -59,8 +56,8 @@ public:
     HRESULT GetRemedy(char** out) override { return put_text(out, texts_[2]); }
 
     void* find_interface(const GUID& iid) {
-        using namespace ZoEventLoggerFdxProxyLib;
-        return iid == IID_IUnknown || iid == IID_IDispatch ? static_cast<IZoCauseRemedy*>(this) : nullptr;
+        using ZoEventLoggerFdxProxyLib::IZoCauseRemedy;
+        return answers_to<IZoCauseRemedy>(iid) ? static_cast<IZoCauseRemedy*>(this) : nullptr;
     }
 
 private:
@@ -70,8 +67,8 @@ private:
     const ThreeTexts texts_;
 };
 
-// An id with two texts: a detail and a comment.
-class Detail final : public DispatchObject<Detail, ZoEventLoggerFdxProxyLib::IZoDetail> {
+/// An id with two texts: a detail and a comment. [any thread]
+class Detail final : public CountedObject<Detail, ZoEventLoggerFdxProxyLib::IZoDetail> {
 public:
     explicit Detail(ThreeTexts texts) : texts_(std::move(texts)) {}
 
@@ -80,8 +77,8 @@ public:
     HRESULT GetComment(char** out) override { return put_text(out, texts_[2]); }
 
     void* find_interface(const GUID& iid) {
-        using namespace ZoEventLoggerFdxProxyLib;
-        return iid == IID_IUnknown || iid == IID_IDispatch ? static_cast<IZoDetail*>(this) : nullptr;
+        using ZoEventLoggerFdxProxyLib::IZoDetail;
+        return answers_to<IZoDetail>(iid) ? static_cast<IZoDetail*>(this) : nullptr;
     }
 
 private:

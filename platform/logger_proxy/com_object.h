@@ -1,5 +1,7 @@
 #pragma once
 
+#include "binding/com_ptr.h"
+#include "binding/identifiers.h"
 #include "binding/unknown.h"
 
 #include <atomic>
@@ -9,7 +11,7 @@
 
 namespace zo_logger_proxy {
 
-// Runs a call's body so that nothing thrown crosses the interface. [any thread]
+/// Runs the body of a call and turns exceptions into result codes: none may cross the interface. [any thread]
 template <class Body>
 HRESULT guarded(Body&& body) noexcept {
     try {
@@ -21,13 +23,22 @@ HRESULT guarded(Body&& body) noexcept {
     }
 }
 
-// A reference-counted object, made with one reference. `Derived` has
-//     void* find_interface(const GUID& iid);  the pointer to hand out, or null
-// and may hide `destroy`.
+/// Returns true for the identifier of an interface that can be called by number, and for those of its bases.
+/// [any thread]
+template <class Interface>
+bool answers_to(const GUID& iid) {
+    using namespace ZoEventLoggerFdxProxyLib;
+    if constexpr (ZoAtlCom::is_identifier<iid_of<Interface>>)
+        if (iid == *iid_of<Interface>) return true;
+    return iid == IID_IUnknown || iid == IID_IDispatch;
+}
+
+/// A reference-counted object. `Derived` has
+///     void* find_interface(const GUID& iid);  returns the pointer to hand out, or null
+/// and may hide `destroy`.
 template <class Derived, class... Interfaces>
 class CountedObject : public Interfaces... {
 public:
-    CountedObject() = default;
     CountedObject(const CountedObject&) = delete;
     CountedObject& operator=(const CountedObject&) = delete;
 
@@ -45,7 +56,7 @@ public:
         return left;
     }
 
-    // Takes a reference unless the last one is gone already. [any thread]
+    /// Adds a reference and returns true, unless the last one is gone already. [any thread]
     bool try_add_ref() {
         std::uint32_t count = count_.load(std::memory_order_relaxed);
         while (count != 0)
@@ -54,31 +65,15 @@ public:
     }
 
 protected:
+    /// The first references belong to the code that made the object.
+    explicit CountedObject(std::uint32_t references = 1) : count_(references) {}
     ~CountedObject() = default;
     void destroy() { delete &self(); }
 
 private:
     Derived& self() { return static_cast<Derived&>(*this); }
 
-    std::atomic<std::uint32_t> count_{1};
-};
-
-// The same for interfaces of which at least one derives from IDispatch; nothing can be called by number.
-template <class Derived, class... Interfaces>
-class DispatchObject : public CountedObject<Derived, Interfaces...> {
-public:
-    HRESULT GetTypeInfoCount(std::uint32_t*) override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(std::uint32_t, std::uint32_t, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(const GUID&, char**, std::uint32_t, std::uint32_t, std::int32_t*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT Invoke(std::int32_t, const GUID&, std::uint32_t, std::uint16_t, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                   std::uint32_t*) override {
-        return E_NOTIMPL;
-    }
-
-protected:
-    ~DispatchObject() = default;
+    std::atomic<std::uint32_t> count_;
 };
 
 } // namespace zo_logger_proxy

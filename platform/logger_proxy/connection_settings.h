@@ -8,12 +8,12 @@
 
 namespace zo_logger_proxy {
 
-// Asked for on an object that came in as settings: hands out the ConnectionSettings itself, for the interface has no
-// way to read a flag back.
+/// Queried on settings of a caller to get the ConnectionSettings object itself: the interface cannot read a flag back.
 inline constexpr GUID IID_own_settings{0x6E9D2F14, 0x3B67, 0x4C0A, {0x9D, 0x15, 0x42, 0xE8, 0x77, 0x0B, 0x5C, 0xF3}};
 
+/// The settings of one connect. [any thread]
 class ConnectionSettings final
-    : public DispatchObject<ConnectionSettings, ZoEventLoggerFdxProxyLib::IZoConnectionSettings> {
+    : public CountedObject<ConnectionSettings, ZoEventLoggerFdxProxyLib::IZoConnectionSettings> {
 public:
     HRESULT SetPreloadTranslations(VARIANT_BOOL preload) override {
         preload_ = preload != VARIANT_FALSE;
@@ -22,10 +22,9 @@ public:
     bool preload() const { return preload_; }
 
     void* find_interface(const GUID& iid) {
-        using namespace ZoEventLoggerFdxProxyLib;
+        using ZoEventLoggerFdxProxyLib::IZoConnectionSettings;
         if (iid == IID_own_settings) return this;
-        const bool known = iid == IID_IUnknown || iid == IID_IDispatch || iid == IID_IZoConnectionSettings;
-        return known ? static_cast<IZoConnectionSettings*>(this) : nullptr;
+        return answers_to<IZoConnectionSettings>(iid) ? static_cast<IZoConnectionSettings*>(this) : nullptr;
     }
 
 private:

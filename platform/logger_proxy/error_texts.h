@@ -6,7 +6,7 @@
 
 namespace zo_logger_proxy {
 
-// What the link itself has to say; all other codes are the caller's to explain.
+/// The texts of the link's own codes. The caller explains all other codes.
 struct ErrorText {
     std::uint32_t code;
     const char* text;

@@ -13,11 +13,11 @@ namespace zo_logger_proxy {
 
 using Snapshot = std::shared_ptr<const zo_link::EventRecord>;
 
-// What logged events, alarms and messages have in common. `Derived` has
-//     Snapshot snapshot() const;                     [any thread]
-//     void* find_own_interface(const GUID& iid, const zo_link::EventRecord& record);
+/// The operations that logged events, alarms and messages share. `Derived` has
+///     Snapshot snapshot() const;                     [any thread]
+///     void* find_own_interface(const GUID& iid, const zo_link::EventRecord& record);
 template <class Derived, class Main>
-class EventObject : public DispatchObject<Derived, Main, ZoEventLoggerFdxProxyLib::IZoEventIdentity> {
+class EventObject : public CountedObject<Derived, Main, ZoEventLoggerFdxProxyLib::IZoEventIdentity> {
 public:
     void* find_interface(const GUID& iid) {
         using namespace ZoEventLoggerFdxProxyLib;
@@ -56,7 +56,7 @@ public:
         const auto args = self().snapshot()->args;
         return put(out, {args[0], args[1], args[2], args[3], args[4]});
     }
-    // Copies no more than both sides have; the rest of the caller's block stays.
+    /// Copies at most the bytes that both sides have; the rest of the caller's block is unchanged.
     HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override {
         if (block == nullptr || *block == nullptr) return E_POINTER;
         const Snapshot record = self().snapshot();
@@ -76,7 +76,7 @@ private:
     Derived& self() { return static_cast<Derived&>(*this); }
 };
 
-// An event of the log, as it came with the list.
+/// An event of the log, as the list brought it. [any thread]
 class LoggedEvent final : public EventObject<LoggedEvent, ZoEventLoggerFdxProxyLib::IZoLoggedEvent2> {
 public:
     explicit LoggedEvent(Snapshot record) : record_(std::move(record)) {}
@@ -101,7 +101,7 @@ private:
     const Snapshot record_;
 };
 
-// A message of a callback.
+/// A message of a callback. [any thread]
 class Message final : public EventObject<Message, ZoEventLoggerFdxProxyLib::IZoMessageJson> {
 public:
     explicit Message(Snapshot record) : record_(std::move(record)) {}

@@ -2,7 +2,7 @@
 #include "platform/logger_proxy/error_texts.h"
 #include "platform/logger_proxy/logger.h"
 #include "platform/logger_proxy/out_values.h"
-#include "platform/logger_proxy/parked_threads.h"
+#include "platform/logger_proxy/thread_reaper.h"
 
 #include "binding/com_ptr.h"
 
@@ -23,7 +23,7 @@ HRESULT ZoEventLoggerFdxProxyLib::CreateInstance(const GUID& clsid, const GUID& 
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
     return zo_logger_proxy::guarded([&] {
-        zo_logger_proxy::reap_parked();
+        zo_logger_proxy::ThreadReaper::instance().reap();
         if (clsid == CLSID_ZoEventLogger) return create<zo_logger_proxy::Logger>(iid, out);
         if (clsid == CLSID_ZoConnectionSettings) return create<zo_logger_proxy::ConnectionSettings>(iid, out);
         return class_not_registered;

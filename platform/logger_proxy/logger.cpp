@@ -18,7 +18,7 @@ using namespace ZoEventLoggerFdxProxyLib;
 using nlohmann::json;
 namespace op = zo_link::op;
 
-// Results of connection points.
+/// Results of connection points.
 constexpr HRESULT no_such_connection = hresult(0x80040200);
 constexpr HRESULT cannot_connect = hresult(0x80040202);
 
@@ -30,9 +30,9 @@ json key_fields(const GUID& event_class, std::uint32_t event_id, std::int32_t la
     return {{"class", class_text(event_class)}, {"event", event_id}, {"language", language}};
 }
 
-// A list of three texts an item, as objects of class `Item`.
+/// Requests a list of items with three texts each, and stores them as objects of class `Item`.
 template <class Item, class Interface, class Out>
-HRESULT ask_texts(LoggerLink& link, const char* operation, const json& fields, Out** out) {
+HRESULT get_texts(LoggerLink& link, const char* operation, const json& fields, Out** out) {
     typename Collection<Out, Interface>::Items items;
     const std::uint32_t result = link.request(operation, fields, [&](const json& answer) {
         const auto list = answer.find("items");
@@ -55,7 +55,7 @@ HRESULT ask_texts(LoggerLink& link, const char* operation, const json& fields, O
 } // namespace
 
 Logger::~Logger() {
-    link_->shut();
+    link_->close();
 }
 
 void* Logger::find_interface(const GUID& iid) {
@@ -142,7 +142,7 @@ HRESULT Logger::ClearLoggedEvents() {
     });
 }
 
-HRESULT Logger::ask_text(const char* operation, const json& fields, char** out) {
+HRESULT Logger::get_text(const char* operation, const json& fields, char** out) {
     std::string text;
     const auto read = [&](const json& answer) { return zo_link::read_field(answer, "text", text); };
     const std::uint32_t result = link_->request(operation, fields, read);
@@ -163,7 +163,7 @@ HRESULT Logger::GetText(const GUID& event_class, std::uint32_t event_id, std::in
         fields["args"] = {arguments->count, arguments->types_offset, arguments->types_size, arguments->data_offset,
                           arguments->data_size};
         fields["block"] = json::binary(std::vector<std::uint8_t>(block, block + size));
-        return ask_text(op::get_text, fields, out);
+        return get_text(op::get_text, fields, out);
     });
 }
 
@@ -171,7 +171,7 @@ HRESULT Logger::GetEventClassName(const GUID& event_class, std::int32_t language
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
     return guarded([&] {
-        return ask_text(op::class_name, {{"class", class_text(event_class)}, {"language", language}}, out);
+        return get_text(op::class_name, {{"class", class_text(event_class)}, {"language", language}}, out);
     });
 }
 
@@ -181,7 +181,7 @@ HRESULT Logger::GetSourceNameText(std::int32_t language, const GUID& source, con
     return guarded([&] {
         const json fields = {
             {"language", language}, {"guid", class_text(source)}, {"name", name != nullptr ? name : ""}};
-        return ask_text(op::source_name, fields, out);
+        return get_text(op::source_name, fields, out);
     });
 }
 
@@ -191,7 +191,7 @@ HRESULT Logger::GetCausesAndRemedies(const GUID& event_class, std::uint32_t even
     *out = nullptr;
     return guarded([&] {
         const json fields = key_fields(event_class, event_id, language);
-        return ask_texts<CauseRemedy, IZoCauseRemedy>(*link_, op::causes_remedies, fields, out);
+        return get_texts<CauseRemedy, IZoCauseRemedy>(*link_, op::causes_remedies, fields, out);
     });
 }
 
@@ -201,7 +201,7 @@ HRESULT Logger::GetDetails(const GUID& event_class, std::uint32_t event_id, std:
     *out = nullptr;
     return guarded([&] {
         const json fields = key_fields(event_class, event_id, language);
-        return ask_texts<Detail, IZoDetail>(*link_, op::details, fields, out);
+        return get_texts<Detail, IZoDetail>(*link_, op::details, fields, out);
     });
 }
 

@@ -9,9 +9,9 @@
 
 namespace zo_logger_proxy {
 
-// The event logger object: every interface of the logger, and its one connection point, over the target link.
+/// The event logger object: all interfaces of the logger and its one connection point, over the target link.
 class Logger final
-    : public DispatchObject<
+    : public CountedObject<
           Logger, ZoEventLoggerFdxProxyLib::IZoEventLogger5, ZoEventLoggerFdxProxyLib::IZoEventLoggerClassName,
           ZoEventLoggerFdxProxyLib::IZoEventLoggerSourceName, ZoEventLoggerFdxProxyLib::IZoEventLoggerTimeout,
           ZoEventLoggerFdxProxyLib::IConnectionPointContainer, ZoEventLoggerFdxProxyLib::IConnectionPoint> {
@@ -47,7 +47,7 @@ private:
     friend CountedObject;
     ~Logger();
 
-    HRESULT ask_text(const char* operation, const nlohmann::json& fields, char** out);
+    HRESULT get_text(const char* operation, const nlohmann::json& fields, char** out);
 
     const std::shared_ptr<LoggerLink> link_ = LoggerLink::make();
 };

@@ -19,7 +19,7 @@ using zo_link::Connection;
 
 constexpr std::uint32_t default_timeout_ms = 5000;
 
-// An address whose place in memory tells which library asks.
+/// Its address in memory identifies this library.
 constexpr char anchor = 0;
 
 struct Endpoint {
@@ -38,9 +38,9 @@ bool find_route(const std::string& address, Endpoint& endpoint) {
     return true;
 }
 
-bool read_items(const json& answer, bool alarms, std::size_t most, std::vector<Snapshot>& records) {
+bool read_items(const json& answer, bool alarms, std::size_t max_items, std::vector<Snapshot>& records) {
     const auto items = answer.find("items");
-    if (items == answer.end() || !items->is_array() || items->size() > most) return false;
+    if (items == answer.end() || !items->is_array() || items->size() > max_items) return false;
     for (const json& item : *items) {
         auto record = std::make_shared<zo_link::EventRecord>();
         if (!zo_link::event_from_json(item, alarms, *record)) return false;
@@ -125,8 +125,8 @@ bool LoggerLink::is_connected() const {
     return now.connection && now.connection->is_open() && callbacks_->is_current(now.epoch);
 }
 
-std::uint32_t LoggerLink::ask(const Current& over, const char* operation, const json& fields, const Reader& read,
-                              std::uint64_t& mark) {
+std::uint32_t LoggerLink::exchange(const Current& over, const char* operation, const json& fields, const Reader& read,
+                                   std::uint64_t& mark) {
     if (!over.connection) return code::not_connected;
     const zo_link::Reply reply = over.connection->request(operation, fields, timeout());
     if (zo_link::failed(reply.result)) return reply.result;
@@ -139,13 +139,13 @@ std::uint32_t LoggerLink::ask(const Current& over, const char* operation, const 
 
 std::uint32_t LoggerLink::request(const char* operation, const json& fields, const Reader& read) {
     std::uint64_t mark = 0;
-    return ask(current(), operation, fields, read, mark);
+    return exchange(current(), operation, fields, read, mark);
 }
 
 std::uint32_t LoggerLink::list(const Current& over, const char* operation, const json& fields, bool alarms,
-                               std::size_t most, std::vector<Snapshot>& records, std::uint64_t& mark) {
-    const auto read = [&](const json& answer) { return read_items(answer, alarms, most, records); };
-    const std::uint32_t result = ask(over, operation, fields, read, mark);
+                               std::size_t max_items, std::vector<Snapshot>& records, std::uint64_t& mark) {
+    const auto read = [&](const json& answer) { return read_items(answer, alarms, max_items, records); };
+    const std::uint32_t result = exchange(over, operation, fields, read, mark);
     if (zo_link::failed(result)) return result;
     return callbacks_->wait_done(over.epoch, mark) ? result : code::not_connected;
 }
@@ -174,11 +174,11 @@ std::uint32_t LoggerLink::confirm(const AlarmKey& alarm) {
     const Current over = current();
     if (over.connection && over.connection->is_open() && over.instance != alarm.instance) return code::not_found;
     std::uint64_t mark = 0;
-    return ask(
+    return exchange(
         over, zo_link::op::confirm, {{"handle", alarm.handle}}, [](const json&) { return true; }, mark);
 }
 
-void LoggerLink::shut() {
+void LoggerLink::close() {
     disconnect();
     callbacks_->stop();
 }

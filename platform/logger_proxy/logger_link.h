@@ -18,41 +18,41 @@
 
 namespace zo_logger_proxy {
 
-// One logger object's way to its target: at most one connection, and the callbacks that come over it. Result codes are
-// those of the link. Held by the logger; alarms know it weakly.
+/// The connection of one logger object to its target, at most one at a time, and the callbacks that arrive on it.
+/// Result codes are those of the link. The logger owns it; alarms have a weak pointer.
 class LoggerLink {
 public:
     static std::shared_ptr<LoggerLink> make();
 
-    // Sinks, for Advise and Unadvise.
+    /// The sinks, for Advise and Unadvise. [any thread]
     CallbackQueue& callbacks() { return *callbacks_; }
 
-    // 0 is the default of 5 s. [any thread]
+    /// 0 means the default of 5 s. [any thread]
     void set_timeout(std::uint32_t milliseconds);
 
-    // Drops the connection there is and makes a new one to the net id; `preload` is sent with `settings` only.
-    // [any thread]
+    /// Drops the current connection and connects to the net id. `preload` is sent with `settings` only. [any thread]
     std::uint32_t connect(const std::string& address, bool settings, bool preload);
-    // Never waits for a callback; ends a connect that is under way. [any thread]
+    /// Drops the connection, also one that is being opened. Never blocks for a callback. [any thread]
     void disconnect();
-    // [any thread]
+    /// Makes no round trip. [any thread]
     bool is_connected() const;
 
-    // Reads an answer's map; false when it is not what it must be.
+    /// Reads the map of an answer; returns false for an invalid answer.
     using Reader = std::function<bool(nlohmann::json& answer)>;
-    // Sends a request and has its answer read, unless that is a failure. A peer whose answer cannot be read is dropped.
-    // [any thread]
+    /// Sends a request and reads its answer, unless the answer is a failure. Drops a peer with an invalid answer.
+    /// [any thread]
     std::uint32_t request(const char* operation, const nlohmann::json& fields, const Reader& read);
 
-    // The newest `count` logged events, oldest first, after all callbacks sent before the answer. [any thread]
+    /// Stores the newest `count` logged events, oldest first. Blocks until all callbacks sent before the answer have
+    /// returned. [any thread]
     std::uint32_t logged_events(std::uint32_t count, std::vector<Snapshot>& events);
-    // The active alarms, in the same way. [any thread]
+    /// Stores the active alarms; blocks as `logged_events`. [any thread]
     std::uint32_t active_alarms(std::vector<ZoAtlCom::CComPtr<Alarm>>& alarms);
-    // [any thread]
+    /// Confirms an alarm of the current target instance. [any thread]
     std::uint32_t confirm(const AlarmKey& alarm);
 
-    // Disconnects and ends the callback thread; the logger is going away. [any thread]
-    void shut();
+    /// Disconnects and ends the callback thread. The last call. [any thread]
+    void close();
 
 private:
     struct Current {
@@ -63,24 +63,24 @@ private:
 
     LoggerLink();
     Current current() const;
-    // As `request`, over a given connection.
-    std::uint32_t ask(const Current& over, const char* operation, const nlohmann::json& fields, const Reader& read,
-                      std::uint64_t& mark);
-    // A list of event records, when all callbacks sent before it have returned.
+    /// As `request`, over a given connection.
+    std::uint32_t exchange(const Current& over, const char* operation, const nlohmann::json& fields, const Reader& read,
+                           std::uint64_t& mark);
+    /// Stores a list of event records. Blocks until all callbacks sent before it have returned.
     std::uint32_t list(const Current& over, const char* operation, const nlohmann::json& fields, bool alarms,
-                       std::size_t most, std::vector<Snapshot>& records, std::uint64_t& mark);
+                       std::size_t max_items, std::vector<Snapshot>& records, std::uint64_t& mark);
     std::chrono::milliseconds timeout() const { return std::chrono::milliseconds(timeout_ms_.load()); }
 
     const std::shared_ptr<CallbackQueue> callbacks_;
     std::shared_ptr<AlarmTable> alarms_;
     std::atomic<std::uint32_t> timeout_ms_;
 
-    std::mutex connect_mutex_; // one connect at a time; taken before state_mutex_
+    std::mutex connect_mutex_; ///< one connect at a time; locked before state_mutex_
 
-    mutable std::mutex state_mutex_; // guards what follows; taken before the queue's mutex
+    mutable std::mutex state_mutex_; ///< guards the next three members; locked before the queue's mutex
     Current current_;
     std::shared_ptr<zo_link::Connection> opening_;
-    std::uint64_t generation_ = 0; // counts connects and disconnects
+    std::uint64_t generation_ = 0; ///< counts connects and disconnects
 };
 
 } // namespace zo_logger_proxy

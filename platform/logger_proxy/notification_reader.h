@@ -9,8 +9,8 @@
 
 namespace zo_logger_proxy {
 
-// Turns what one connection reads into callbacks of one epoch. Knows the queue alone, so that nothing of the logger's
-// ever dies on the reader thread.
+/// Turns the notifications of one connection into callbacks of one epoch. It references only the queue, so that no
+/// object of the logger is ever destroyed on the reader thread.
 class NotificationReader final : public zo_link::ConnectionEvents {
 public:
     NotificationReader(std::shared_ptr<CallbackQueue> queue, std::uint64_t epoch)
@@ -21,7 +21,7 @@ public:
     std::uint64_t on_answer() override { return queue_->mark(); }
     void on_lost(std::uint32_t) override { queue_->end(epoch_); }
 
-    // Of the target behind the connection, once that is open. [any thread]
+    /// Returns the instance of the target, once the connection is open. [any thread]
     std::uint64_t instance() const { return instance_; }
 
 private:

@@ -7,10 +7,10 @@
 #include <cstring>
 #include <string>
 
-// How values leave and enter the proxy's calls. [any thread]
+/// Conversions between values of the link and arguments of the proxy's calls. [any thread]
 namespace zo_logger_proxy {
 
-// A result code of the link.
+/// Returns a result code of the link as HRESULT.
 inline HRESULT to_com(std::uint32_t code) {
     return hresult(code);
 }
@@ -22,8 +22,8 @@ HRESULT put(T* out, const T& value) {
     return S_OK;
 }
 
-// A counted string that the caller frees: a length of 32 bits, then the bytes and a zero, one allocation of malloc.
-// Made here and not by the binding's functions, for those belong to the caller's side of the interface.
+/// Stores a counted string that the caller frees: a 32-bit length, the bytes and a zero in one malloc allocation. The
+/// binding's own functions belong to the caller's side of the interface and are not used here.
 inline HRESULT put_text(char** out, const std::string& text) {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;

@@ -28,9 +28,7 @@ bool empty(const char* text) noexcept {
 }
 
 void replace(std::string& text, std::string_view search, std::string_view replacement) {
-    if (search.empty()) {
-        return;
-    }
+    if (search.empty()) return;
     std::string replaced;
     std::size_t from = 0;
     for (std::size_t at = text.find(search); at != std::string::npos; at = text.find(search, from)) {
@@ -45,9 +43,7 @@ void replace(std::string& text, std::string_view search, std::string_view replac
 
 std::vector<std::string> split(std::string_view text, std::string_view separator) {
     std::vector<std::string> parts;
-    if (text.empty()) {
-        return parts;
-    }
+    if (text.empty()) return parts;
     for (std::size_t at = 0; !separator.empty() && (at = text.find(separator)) != std::string_view::npos;) {
         parts.emplace_back(text.substr(0, at));
         text.remove_prefix(at + separator.size());
@@ -77,26 +73,18 @@ std::string to_string(double number, int decimals, bool keep_zeros) {
     std::array<char, 512> buffer{};
     const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number,
                                             std::chars_format::fixed, std::clamp(decimals, 0, 100));
-    if (error != std::errc()) {
-        return {};
-    }
+    if (error != std::errc()) return {};
     std::string text(buffer.data(), end);
     if (!keep_zeros && text.find('.') != std::string::npos) {
         text.erase(text.find_last_not_of('0') + 1);
-        if (text.back() == '.') {
-            text.pop_back();
-        }
+        if (text.back() == '.') text.pop_back();
     }
     return text == "-0" ? "0" : text;
 }
 
 int hmi_memcpy_s(void* to, std::size_t size, const void* from, std::size_t count) noexcept {
-    if (count == 0) {
-        return 0;
-    }
-    if (to == nullptr) {
-        return EINVAL;
-    }
+    if (count == 0) return 0;
+    if (to == nullptr) return EINVAL;
     if (from == nullptr || count > size) {
         std::memset(to, 0, size);
         return from == nullptr ? EINVAL : ERANGE;
@@ -106,9 +94,7 @@ int hmi_memcpy_s(void* to, std::size_t size, const void* from, std::size_t count
 }
 
 int hmi_memset_s(void* to, std::size_t size, int byte, std::size_t count) noexcept {
-    if (to == nullptr) {
-        return EINVAL;
-    }
+    if (to == nullptr) return EINVAL;
     std::memset(to, byte, std::min(size, count));
     return count > size ? ERANGE : 0;
 }

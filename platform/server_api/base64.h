@@ -8,7 +8,7 @@
 namespace ZoHmiSrv::Base64 {
 
 std::string encode(const void* data, std::size_t size);
-/// Padding is required, other characters and stray bits at the end are refused.
+/// Requires padding. Refuses other characters and stray bits at the end.
 std::optional<std::string> decode(std::string_view text);
 
 } // namespace ZoHmiSrv::Base64

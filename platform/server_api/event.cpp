@@ -10,7 +10,7 @@ Event::Event(Event&& other) noexcept = default;
 Event::~Event() = default;
 
 Event& Event::operator=(const Event& other) {
-    Event copied(other); // the other may lie in the own payload
+    Event copied(other); // the other may be a part of this payload
     swap(copied);
     return *this;
 }

@@ -1,4 +1,4 @@
-// Events, Messages and Alarms inside Values: each in a block of its own.
+// Events, Messages and Alarms inside Values. Each has a block of its own.
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
 #include "platform/server_api/value_access.h"
@@ -51,7 +51,7 @@ Block* new_box() {
     return block;
 }
 
-/// Calls an operation with the object of a box, by its type.
+/// Calls an operation with the object of a box.
 template <class Operation>
 decltype(auto) visit(Block* box, Operation operation) {
     switch (box->kind) {

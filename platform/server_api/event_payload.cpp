@@ -14,7 +14,7 @@ Message::Message(Message&& other) noexcept = default;
 Message::~Message() = default;
 
 Message& Message::operator=(const Message& other) {
-    Message copied(other); // the other may lie in the own parameters
+    Message copied(other); // the other may be a part of these parameters
     swap(copied);
     return *this;
 }
@@ -60,7 +60,7 @@ Alarm::Alarm(Alarm&& other) noexcept = default;
 Alarm::~Alarm() = default;
 
 Alarm& Alarm::operator=(const Alarm& other) {
-    Alarm copied(other); // the other may lie in the own parameters
+    Alarm copied(other); // the other may be a part of these parameters
     swap(copied);
     return *this;
 }

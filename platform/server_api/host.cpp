@@ -24,7 +24,7 @@ void IZoHmiSrvExtHost::reserved_15() {
 void ILicenseHost::reserved_0() {
 }
 
-/// Nothing here depends on the host: values and events are plain objects.
+/// Values and events are plain objects and need no host.
 void initialize_api(IZoHmiSrvExtHost* /*host*/) noexcept {
 }
 

@@ -8,7 +8,7 @@ namespace ZoHmiSrv::Layout {
 
 namespace {
 
-/// Heads the text of a long name, which never changes: members that were copied from each other count one text.
+/// Heads the text of a long name. The text never changes: copies of a member share it.
 struct SharedName {
     std::atomic<std::size_t> references;
 };
@@ -22,7 +22,7 @@ SharedName* head_of(const char* text) noexcept {
 MemberName MemberNames::make(const NameKey& key) {
     MemberName name{};
     if (!key.is_long()) {
-        // From the words: the text may lie in a Value that has moved since.
+        // From the words: the Value that contained the text may have moved.
         std::memcpy(name.bytes_, key.words, sizeof name.bytes_);
         return name;
     }
@@ -36,19 +36,13 @@ MemberName MemberNames::make(const NameKey& key) {
 }
 
 void MemberNames::share(const MemberName& name) noexcept {
-    if (name.is_shared()) {
-        head_of(name.c_str())->references.fetch_add(1, std::memory_order_relaxed);
-    }
+    if (name.is_shared()) head_of(name.c_str())->references.fetch_add(1, std::memory_order_relaxed);
 }
 
 void MemberNames::release(const MemberName& name) noexcept {
-    if (!name.is_shared()) {
-        return;
-    }
+    if (!name.is_shared()) return;
     SharedName* head = head_of(name.c_str());
-    if (head->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        ::operator delete(head);
-    }
+    if (head->references.fetch_sub(1, std::memory_order_acq_rel) == 1) ::operator delete(head);
 }
 
 int MemberNames::compare_texts(const MemberName& name, const NameKey& key) noexcept {

@@ -1,4 +1,4 @@
-// The members of a Map or Struct: one sorted run, or beyond `run_limit` members a chain of runs with an index.
+// The members of a Map or Struct: one sorted run, or a chain of runs with an index for more than `run_limit` members.
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
@@ -17,12 +17,12 @@ namespace {
 
 constexpr std::size_t first_capacity = 4;
 
-/// By a half: what is added to a copy, which has no room to spare, is mostly little.
+/// Grows by a half: most copies get few new members.
 std::size_t grown(std::size_t capacity) noexcept {
     return std::min(run_limit, capacity + std::max(first_capacity, capacity / 2));
 }
 
-/// Where in a run a name is or belongs.
+/// The place of a name in a run, or for a new name.
 std::size_t lower_bound(Block* run, const NameKey& key) noexcept {
     const MapMember* members = members_of(run);
     const MapMember* at = std::partition_point(members, members + run->size, [&](const MapMember& member) {
@@ -31,7 +31,7 @@ std::size_t lower_bound(Block* run, const NameKey& key) noexcept {
     return static_cast<std::size_t>(at - members);
 }
 
-/// The place of the last run that begins at or before the key, else of the first.
+/// The place of the last run that begins at or before the key, or of the first run.
 std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
     const auto after = std::partition_point(index.runs.begin() + 1, index.runs.end(), [&](Block* run) {
         return MemberNames::compare(members_of(run)[0].name, key) <= 0;
@@ -39,11 +39,9 @@ std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
     return static_cast<std::size_t>(after - index.runs.begin()) - 1;
 }
 
-/// Sets the place of the member, or the run that one of that name belongs to.
+/// Sets the place of the member, or the run for a new member of that name.
 void search(ValueAccess::Place& place, Block* block, const MemberIndex* index, const NameKey& key) noexcept {
-    if (block == nullptr) {
-        return;
-    }
+    if (block == nullptr) return;
     place.ordinal = index == nullptr ? 0 : run_for(*index, key);
     place.run = index == nullptr ? block : index->runs[place.ordinal];
     const MapMember* member = Layout::search_run<Value>(
@@ -64,9 +62,7 @@ Block* last_run(const Value& map) noexcept {
 } // namespace
 
 std::size_t ValueAccess::member_count(const Value& map) noexcept {
-    if (!is_map(map) || !map.on_heap()) {
-        return 0;
-    }
+    if (!is_map(map) || !map.on_heap()) return 0;
     return index(map) == nullptr ? block(map)->size : index(map)->total;
 }
 
@@ -78,9 +74,7 @@ Block* ValueAccess::allocate_run(std::size_t capacity) {
 
 ValueAccess::Place ValueAccess::find(const Value& map, const NameKey& key) noexcept {
     Place place;
-    if (is_map(map)) {
-        search(place, block(map), index(map), key);
-    }
+    if (is_map(map)) search(place, block(map), index(map), key);
     return place;
 }
 
@@ -98,9 +92,7 @@ ValueAccess::Place ValueAccess::locate(const Value& map, const NameKey& key) noe
         }
     }
     search(place, block(map), runs, key);
-    if (!place.found && place.run != nullptr) {
-        place.at = lower_bound(place.run, key);
-    }
+    if (!place.found && place.run != nullptr) place.at = lower_bound(place.run, key);
     return place;
 }
 
@@ -114,19 +106,15 @@ void ValueAccess::grow_run(Value& map, Place& place, std::size_t capacity) {
     std::memcpy(tags_of(bigger), tags_of(old), old->size);
     if (MemberIndex* runs = index(map); runs != nullptr) {
         runs->runs[place.ordinal] = bigger;
-        if (place.ordinal > 0) {
-            runs->runs[place.ordinal - 1]->next = bigger;
-        }
+        if (place.ordinal > 0) runs->runs[place.ordinal - 1]->next = bigger;
     }
-    if (place.ordinal == 0) {
-        replace_block(map, bigger);
-    }
+    if (place.ordinal == 0) replace_block(map, bigger);
     Layout::deallocate(old);
     place.run = bigger;
 }
 
-/// Makes room at `place`, whose run is full, by a second run: a new one behind the last when members come in order, so
-/// that runs stay full, else one with the upper half.
+/// Makes room at `place` in a full run by a second run. A new member at the end of the Map gets an empty run, so that
+/// insertions in order fill all runs. Any other place moves the upper half of the run.
 void ValueAccess::split_run(Value& map, Place& place) {
     std::unique_ptr<MemberIndex> first_index;
     MemberIndex* runs = index(map);
@@ -137,11 +125,9 @@ void ValueAccess::split_run(Value& map, Place& place) {
         first_index->runs.push_back(place.run);
         runs = first_index.get();
     }
-    if (runs->runs.size() == runs->runs.capacity()) {
-        runs->runs.reserve(2 * runs->runs.size());
-    }
+    if (runs->runs.size() == runs->runs.capacity()) runs->runs.reserve(2 * runs->runs.size());
     Block* upper = allocate_run(run_limit);
-    // Nothing fails from here on.
+    // No operation fails from here on.
     const bool at_end = place.run->next == nullptr && place.at == place.run->size;
     const std::size_t keep = at_end ? place.run->size : place.run->size / 2;
     upper->size = place.run->size - keep;
@@ -151,9 +137,7 @@ void ValueAccess::split_run(Value& map, Place& place) {
     upper->next = place.run->next;
     place.run->next = upper;
     runs->runs.insert(runs->runs.begin() + static_cast<std::ptrdiff_t>(place.ordinal) + 1, upper);
-    if (first_index != nullptr) {
-        replace_index(map, first_index.release());
-    }
+    if (first_index != nullptr) replace_index(map, first_index.release());
     if (place.at > keep || at_end) {
         place.run = upper;
         place.at -= keep;
@@ -168,11 +152,10 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
             attach(map, map.type_, allocate_run(first_capacity));
             place.run = block(map);
         } else if (place.run->size == place.run->capacity) {
-            if (place.run->capacity < run_limit) {
+            if (place.run->capacity < run_limit)
                 grow_run(map, place, grown(place.run->capacity));
-            } else {
+            else
                 split_run(map, place);
-            }
         }
     } catch (...) {
         MemberNames::release(name);
@@ -186,9 +169,7 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
     }
     *tag = key.tag();
     ++place.run->size;
-    if (MemberIndex* runs = index(map); runs != nullptr) {
-        ++runs->total;
-    }
+    if (MemberIndex* runs = index(map); runs != nullptr) ++runs->total;
     at->name = name;
     return *new (&at->value) Value(std::move(value));
 }
@@ -196,19 +177,15 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
 Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
     Block* run = place.run;
     MapMember* at = members_of(run) + place.at;
-    // Destroyed at the very end: what it held may be large, and the Map must be whole by then.
+    // Destroyed last: the Map is consistent by then.
     const Value dropped = std::move(at->value);
     MemberNames::release(at->name);
     move_members(at, at + 1, run->size - place.at - 1);
     std::memmove(tags_of(run) + place.at, tags_of(run) + place.at + 1, run->size - place.at - 1);
     --run->size;
     MemberIndex* runs = index(map);
-    if (runs != nullptr) {
-        --runs->total;
-    }
-    if (run->size > 0) {
-        return place.at == run->size ? first_of(run->next) : Iterator<Value>(run, at);
-    }
+    if (runs != nullptr) --runs->total;
+    if (run->size > 0) return place.at == run->size ? first_of(run->next) : Iterator<Value>(run, at);
     if (runs == nullptr) {
         Layout::deallocate(run);
         detach(map);
@@ -216,9 +193,7 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
     }
     Block* next = run->next;
     runs->runs.erase(runs->runs.begin() + static_cast<std::ptrdiff_t>(place.ordinal));
-    if (place.ordinal > 0) {
-        runs->runs[place.ordinal - 1]->next = next;
-    }
+    if (place.ordinal > 0) runs->runs[place.ordinal - 1]->next = next;
     Layout::deallocate(run);
     replace_block(map, runs->runs.front());
     if (runs->runs.size() == 1) {
@@ -231,9 +206,7 @@ Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
 void ValueAccess::reserve_members(Value& map, std::size_t count) {
     const std::size_t capacity = std::min(count, run_limit);
     if (!map.on_heap()) {
-        if (capacity > 0) {
-            attach(map, map.type_, allocate_run(capacity));
-        }
+        if (capacity > 0) attach(map, map.type_, allocate_run(capacity));
     } else if (index(map) == nullptr && block(map)->capacity < capacity) {
         Place place{.run = block(map)};
         grow_run(map, place, capacity);

@@ -15,21 +15,15 @@ template <class To>
 To saturate(double number) noexcept {
     constexpr To low = std::numeric_limits<To>::min();
     constexpr To high = std::numeric_limits<To>::max();
-    if (std::isnan(number)) {
-        return 0;
-    }
-    if (number <= static_cast<double>(low)) {
-        return low;
-    }
-    // The double nearest to the highest number may lie above it, so that equal counts as out of range.
+    if (std::isnan(number)) return 0;
+    if (number <= static_cast<double>(low)) return low;
+    // The double nearest to the maximum may exceed it, so an equal double is out of range too.
     return number >= static_cast<double>(high) ? high : static_cast<To>(number);
 }
 
-/// `from_chars` takes no plus sign.
+/// `from_chars` refuses a plus sign.
 std::string_view without_plus(std::string_view text) noexcept {
-    if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
-        text.remove_prefix(1);
-    }
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
     return text;
 }
 
@@ -39,9 +33,7 @@ std::optional<T> parse(std::string_view text) noexcept {
     T number{};
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end || text.empty()) {
-        return std::nullopt;
-    }
+    if (error != std::errc() || stop != end || text.empty()) return std::nullopt;
     return number;
 }
 

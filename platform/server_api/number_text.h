@@ -7,18 +7,18 @@
 
 namespace ZoHmiSrv::Numbers {
 
-/// Towards zero; NaN gives 0, what is out of range the nearest number in range.
+/// Rounds towards zero and saturates. NaN gives 0.
 std::int32_t saturate_int32(double number) noexcept;
 std::int64_t saturate_int64(double number) noexcept;
 std::uint64_t saturate_uint64(double number) noexcept;
 std::int32_t saturate_int32(std::int64_t number) noexcept;
 
-/// The whole text as a number, with an optional sign.
+/// Reads the whole text: a number with an optional sign.
 std::optional<std::int64_t> parse_int64(std::string_view text) noexcept;
 std::optional<std::uint64_t> parse_uint64(std::string_view text) noexcept;
 std::optional<double> parse_double(std::string_view text) noexcept;
 
-/// Without a locale; of a double, the shortest text that reads back the same.
+/// Ignores the locale. A double gives the shortest text that reads back the same.
 std::string to_text(std::int64_t number);
 std::string to_text(std::uint64_t number);
 std::string to_text(double number);

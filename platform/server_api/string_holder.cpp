@@ -8,7 +8,8 @@ namespace ZoHmiSrv {
 
 using Layout::MemberNames;
 
-String::String(const char* text) : text_(MemberNames::make(Layout::NameKey(text))) {
+Layout::MemberName String::long_text(const Layout::NameKey& key) {
+    return MemberNames::make(key);
 }
 
 String::String(const String& other) noexcept : text_(other.text_) {
@@ -19,12 +20,7 @@ String& String::operator=(const String& other) noexcept {
     return *this = String(other);
 }
 
-String& String::operator=(String&& other) noexcept {
-    std::swap(text_, other.text_);
-    return *this;
-}
-
-String::~String() {
+void String::release() noexcept {
     MemberNames::release(text_);
 }
 

@@ -15,15 +15,13 @@ constexpr long second = 1'000'000'000;
 void append(std::string& text, std::int64_t number, int digits) {
     std::array<char, 20> reversed{};
     std::size_t count = 0;
-    for (; count < static_cast<std::size_t>(digits) || number > 0; number /= 10) {
+    for (; count < static_cast<std::size_t>(digits) || number > 0; number /= 10)
         reversed[count++] = static_cast<char>('0' + number % 10);
-    }
-    while (count > 0) {
+    while (count > 0)
         text += reversed[--count];
-    }
 }
 
-/// Reads a text from its front; after the first thing that is not there it stays failed.
+/// Reads a text from its front. After the first mismatch all operations fail.
 class Scanner {
 public:
     explicit Scanner(std::string_view text) : rest_(text) {}
@@ -76,23 +74,17 @@ std::optional<long> parse(std::string_view text) noexcept {
     const int day = scan.digits(2, 31);
     const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
                                            std::chrono::day{static_cast<unsigned>(day)}};
-    if (scan.failed() || !date.ok()) {
-        return std::nullopt;
-    }
+    if (scan.failed() || !date.ok()) return std::nullopt;
     std::int64_t seconds = std::int64_t{86400} * std::chrono::sys_days{date}.time_since_epoch().count();
     long nanoseconds = 0;
     if (!scan.at_end()) {
-        if (!scan.accept(' ')) {
-            scan.expect('T');
-        }
+        if (!scan.accept(' ')) scan.expect('T');
         seconds += 3600 * scan.digits(2, 23);
         scan.expect(':');
         seconds += 60 * scan.digits(2, 59);
         if (scan.accept(':')) {
             seconds += scan.digits(2, 59);
-            if (scan.accept('.')) {
-                nanoseconds = fraction(scan);
-            }
+            if (scan.accept('.')) nanoseconds = fraction(scan);
         }
         const bool plus = scan.accept('+');
         if (plus || scan.accept('-')) {
@@ -105,13 +97,12 @@ std::optional<long> parse(std::string_view text) noexcept {
         }
     }
     long result = 0;
-    // One second less and the rest added keeps times before 1970 in range to the last nanosecond.
+    // The seconds round down and the rest is positive, so times before 1970 stay in range to the last nanosecond.
     const std::int64_t whole = seconds < 0 ? seconds + 1 : seconds;
     const long rest = seconds < 0 ? nanoseconds - second : nanoseconds;
     if (scan.failed() || !scan.at_end() || __builtin_mul_overflow(whole, second, &result) ||
-        __builtin_add_overflow(result, rest, &result)) {
+        __builtin_add_overflow(result, rest, &result))
         return std::nullopt;
-    }
     return result;
 }
 
@@ -122,7 +113,7 @@ std::string ns_to_iso(long nanoseconds) {
     const std::chrono::sys_time<std::chrono::nanoseconds> time{std::chrono::nanoseconds{nanoseconds}};
     const auto midnight = std::chrono::floor<days>(time);
     const std::chrono::year_month_day date{midnight};
-    // By seconds: the midnight before the earliest time does not fit into nanoseconds.
+    // In seconds: the midnight before the earliest time overflows nanoseconds.
     const auto whole = std::chrono::floor<std::chrono::seconds>(time);
     const std::int64_t of_day = (whole - midnight).count();
     const long part = (nanoseconds % second + second) % second;
@@ -142,9 +133,8 @@ std::string ns_to_iso(long nanoseconds) {
     if (part != 0) {
         text += '.';
         append(text, part, 9);
-        while (text.ends_with("000")) {
+        while (text.ends_with("000"))
             text.resize(text.size() - 3);
-        }
     }
     return text + 'Z';
 }

@@ -11,9 +11,7 @@ constexpr long ticks_to_1970 = 116'444'736'000'000'000;
 
 long saturating_product(long number, long factor) noexcept {
     long product = 0;
-    if (!__builtin_mul_overflow(number, factor, &product)) {
-        return product;
-    }
+    if (!__builtin_mul_overflow(number, factor, &product)) return product;
     return number < 0 ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
 }
 
@@ -25,13 +23,9 @@ Timestamp Timestamp::now() noexcept {
 }
 
 Timestamp Timestamp::from_file_time(long ticks) noexcept {
-    if (ticks == 0) {
-        return {};
-    }
+    if (ticks == 0) return {};
     long since_1970 = 0;
-    if (__builtin_sub_overflow(ticks, ticks_to_1970, &since_1970)) {
-        return Timestamp(std::numeric_limits<long>::min());
-    }
+    if (__builtin_sub_overflow(ticks, ticks_to_1970, &since_1970)) return Timestamp(std::numeric_limits<long>::min());
     return Timestamp(saturating_product(since_1970, 100));
 }
 

@@ -1,4 +1,4 @@
-// What a Value is and becomes: construction, assignment, types, sizes and setters.
+// Construction, assignment, types, sizes and setters of a Value.
 #include "extension/host/value.h"
 
 #include "extension/host/event.h"
@@ -29,11 +29,9 @@ Value& ValueAccess::null_value() noexcept {
 
 Value ValueAccess::make_bytes(ValueType type, const void* data, std::size_t size) {
     Value value;
-    if (size <= Value::inline_limit) {
+    if (size <= Layout::Payload::inline_limit) {
         value.payload_.uint64 = 0;
-        if (size > 0) {
-            std::memcpy(value.payload_.bytes, data, size);
-        }
+        if (size > 0) std::memcpy(value.payload_.bytes, data, size);
         value.payload_.bytes[size] = '\0';
         value.inline_size_ = static_cast<std::uint8_t>(size);
         value.type_ = type;
@@ -41,7 +39,6 @@ Value ValueAccess::make_bytes(ValueType type, const void* data, std::size_t size
     }
     Block* block = Layout::allocate(Layout::Bytes, size + 1, 1);
     block->size = size;
-    block->capacity = 1;
     std::memcpy(Layout::bytes_of(block), data, size);
     Layout::bytes_of(block)[size] = '\0';
     attach(value, type, block);
@@ -65,9 +62,7 @@ Value::Value(double number) noexcept {
 }
 
 Value::Value(const char* text) {
-    if (text == nullptr) {
-        text = "";
-    }
+    if (text == nullptr) text = "";
     Value made = ValueAccess::make_bytes(ValueType::String, text, std::strlen(text));
     take(made);
 }
@@ -80,9 +75,7 @@ Value::Value(const Event& event) : Value(box(event)) {
 }
 
 void Value::copy(const Value& other) {
-    if (!ValueAccess::copy_plain(other, this)) {
-        ValueAccess::copy(other, *this);
-    }
+    if (!ValueAccess::copy_plain(other, this)) ValueAccess::copy(other, *this);
 }
 
 Value& Value::operator=(const Event& event) {
@@ -94,9 +87,7 @@ void Value::release() noexcept {
 }
 
 Value& Value::set_type(ValueType type) {
-    if (type == type_) {
-        return *this;
-    }
+    if (type == type_) return *this;
     const bool maps = ValueAccess::is_map(*this) && (type == ValueType::Map || type == ValueType::Struct);
     if (maps) {
         type_ = type;
@@ -120,10 +111,6 @@ Value& Value::set_type(ValueType type) {
     }
     swap(empty);
     return *this;
-}
-
-bool Value::empty() const noexcept {
-    return size() == 0;
 }
 
 std::size_t Value::size() const noexcept {
@@ -163,12 +150,11 @@ void Value::clear() noexcept {
 }
 
 void Value::reserve(std::size_t count) {
-    own();
-    if (type_ == ValueType::Vector) {
+    make_unshared();
+    if (type_ == ValueType::Vector)
         ValueAccess::reserve_elements(*this, count);
-    } else if (ValueAccess::is_map(*this)) {
+    else if (ValueAccess::is_map(*this))
         ValueAccess::reserve_members(*this, count);
-    }
 }
 
 void Value::set(bool boolean) noexcept {

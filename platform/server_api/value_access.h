@@ -24,10 +24,9 @@ inline Value* elements_of(Block* block) noexcept {
     return reinterpret_cast<Value*>(block + 1);
 }
 
-/// The inside of a Value, for the library's own files. Values and members are moved as plain bytes.
+/// Access to the private parts of a Value, for the library's own files. Values and members move as plain bytes.
 struct ValueAccess {
-    /// A place in a Map: that of a member, or where one of that name belongs. `ordinal` is the run's place in the
-    /// index.
+    /// The place of a member in a Map, or the place for a new member. `ordinal` is the place of the run in the index.
     struct Place {
         Block* run = nullptr;
         std::size_t at = 0;
@@ -39,20 +38,20 @@ struct ValueAccess {
         return value.type_ == ValueType::Map || value.type_ == ValueType::Struct;
     }
     static bool on_heap(const Value& value) noexcept { return value.on_heap(); }
-    static void own(Value& value) { value.own(); }
+    static void make_unshared(Value& value) { value.make_unshared(); }
     static bool is_shared(const Value& value) noexcept { return value.storage_ == Value::Storage::Shared; }
-    /// The only or first block, null when there is none.
+    /// The only or first block, or null.
     static Block* block(const Value& value) noexcept { return value.on_heap() ? value.payload_.heap.block : nullptr; }
     static MemberIndex* index(const Value& value) noexcept {
         return value.on_heap() ? value.payload_.heap.index : nullptr;
     }
-    /// Makes a Value that owns nothing the owner of blocks.
+    /// Makes a Value the owner of blocks. Requires a Value that owns nothing.
     static void attach(Value& value, ValueType type, Block* block, MemberIndex* index = nullptr) noexcept {
         value.payload_.heap = {block, index};
         value.type_ = type;
         value.storage_ = Value::Storage::Heap;
     }
-    /// Forgets what the value owns without giving it back; the type stays.
+    /// Drops the content without freeing it. The type stays.
     static void detach(Value& value) noexcept {
         value.payload_.int64 = 0;
         value.storage_ = Value::Storage::Inside;
@@ -69,11 +68,11 @@ struct ValueAccess {
     /// @name Members
     static std::size_t member_count(const Value& map) noexcept;
     static Block* allocate_run(std::size_t capacity);
-    /// The member, or not `found`.
+    /// Returns the member's place, or a place that is not `found`.
     static Place find(const Value& map, const NameKey& key) noexcept;
-    /// The member, or where one of that name belongs; quick for a name that belongs at the end.
+    /// Returns the member's place, or the place for a new member of that name. Quick for a name behind the last.
     static Place locate(const Value& map, const NameKey& key) noexcept;
-    /// Puts a member where `locate` said it belongs. Strong: a failed allocation changes nothing.
+    /// Inserts a member at the result of `locate`. Strong guarantee: a failed allocation changes nothing.
     static Value& emplace(Value& map, Place& place, const NameKey& key, Value& value);
     static Iterator<Value> erase(Value& map, Place place) noexcept;
     static void reserve_members(Value& map, std::size_t count);
@@ -83,7 +82,7 @@ struct ValueAccess {
     static MapMember* member_at(Iterator<Value> position) noexcept { return position.at_; }
 
     /// @name Elements
-    /// Room for one more element at `at`, as raw memory that the caller fills; the count includes it already.
+    /// Room for one more element at `at`, as raw memory that the caller fills. The count includes the element.
     static void* open_gap(Value& vector, std::size_t at);
     static void reserve_elements(Value& vector, std::size_t count);
 
@@ -96,27 +95,24 @@ struct ValueAccess {
     static T& make_box(Value& value);
     /// The Value inside a boxed Event, Message or Alarm.
     static Value& inner(Block* box) noexcept;
-    /// Everything of the boxed object but the Value inside; -1, 0 or 1.
+    /// Compares the boxed objects without the Values inside: -1, 0 or 1.
     static int compare_shell(Block* left, Block* right) noexcept;
-    /// A new box with everything of another but the Value inside, which is Null.
+    /// Returns a copy of the box with a Null inside.
     static Block* copy_shell(Block* box);
     static void destroy_shell(Block* box) noexcept;
 
     /// @name Trees
-    /// Copies into raw memory what needs no new block: what lies inside, and the bytes and trees that copies share.
-    /// False, with nothing done, for all others.
+    /// Copies a Value that needs no new block into raw memory: one without heap content, with bytes, or with a shared
+    /// tree. Returns false, with nothing done, for all others.
     static bool copy_plain(const Value& from, void* to) noexcept {
         if (from.on_heap()) {
-            if (block(from)->kind == Layout::Bytes) {
-                Layout::share_bytes(block(from));
-            } else if (!is_shared(from) || !Layout::share_tree(block(from))) {
-                return false;
-            }
+            const bool shares = block(from)->kind == Layout::Bytes || is_shared(from);
+            if (!shares || !Layout::share(block(from))) return false;
         }
         static_cast<Value*>(to)->take_bytes(from);
         return true;
     }
-    /// Copies what is not plain, or a shared tree, into a Null that shares it with nobody. Strong.
+    /// Copies the content into new blocks of a Null. Strong guarantee.
     static void copy(const Value& from, Value& to);
     static void release(Value& value) noexcept;
 

@@ -1,12 +1,11 @@
 // The total order of Values, without recursion.
 #include "platform/server_api/value_access.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <memory>
-#include <type_traits>
-#include <vector>
 
 namespace ZoHmiSrv {
 
@@ -20,26 +19,23 @@ int order(const T& left, const T& right) noexcept {
 }
 
 int order_doubles(double left, double right) noexcept {
-    if (std::isnan(left) || std::isnan(right)) {
-        return order(std::isnan(left), std::isnan(right));
-    }
+    if (std::isnan(left) || std::isnan(right)) return order(std::isnan(left), std::isnan(right));
     return order(left, right);
 }
 
-/// Two containers of the same type on the way through their contents.
+/// A position in two containers of the same type.
 class Walk {
 public:
     Walk(const Value& left, const Value& right) noexcept
         : named_(ValueAccess::is_map(left)), left_{ValueAccess::block(left)}, right_{ValueAccess::block(right)} {}
 
-    /// Gives the next pair, or the order if it is settled here: `done` then.
+    /// Returns the order of the next pair's names; the caller compares the pair's values. At the end of one container
+    /// it returns the order of the sizes, and sets `done`.
     int next(const Value*& a, const Value*& b, bool& done) noexcept {
-        const bool left_over = left_.over();
-        const bool right_over = right_.over();
-        done = left_over || right_over;
-        if (done) {
-            return order(right_over, left_over);
-        }
+        const bool left_ended = left_.at_end();
+        const bool right_ended = right_.at_end();
+        done = left_ended || right_ended;
+        if (done) return order(right_ended, left_ended);
         const std::size_t left = left_.at++;
         const std::size_t right = right_.at++;
         if (!named_) {
@@ -59,11 +55,10 @@ private:
         Block* block;
         std::size_t at = 0;
 
-        /// Goes on to the next block where there is one.
-        bool over() noexcept {
-            while (block != nullptr && at == block->size) {
+        /// True at the end of the last block. Moves to the next block at the end of others.
+        bool at_end() noexcept {
+            while (block != nullptr && at == block->size)
                 *this = {block->next};
-            }
             return block == nullptr;
         }
     };
@@ -72,43 +67,11 @@ private:
     Place left_, right_;
 };
 
-/// The first levels cost no memory, and nothing before they are reached.
-class WalkStack {
-public:
-    bool empty() const noexcept { return depth_ == 0; }
-    Walk& top() noexcept { return depth_ <= near_limit ? near_[depth_ - 1].walk : far_.back(); }
-    void push(const Walk& walk) {
-        if (depth_ < near_limit) {
-            std::construct_at(&near_[depth_].walk, walk);
-        } else {
-            far_.push_back(walk);
-        }
-        ++depth_;
-    }
-    void pop() noexcept {
-        if (depth_ > near_limit) {
-            far_.pop_back();
-        }
-        --depth_;
-    }
-
-private:
-    static constexpr std::size_t near_limit = 8;
-    static_assert(std::is_trivially_destructible_v<Walk>);
-    union Place {
-        Place() noexcept {}
-        Walk walk;
-    };
-
-    Place near_[near_limit];
-    std::vector<Walk> far_;
-    std::size_t depth_ = 0;
-};
+/// The first levels need no memory.
+using WalkStack = boost::container::small_vector<Walk, 8>;
 
 int compare_bytes(const Value& left, const Value& right) noexcept {
-    if (ValueAccess::bytes(left) == ValueAccess::bytes(right)) {
-        return 0; // copies share them
-    }
+    if (ValueAccess::bytes(left) == ValueAccess::bytes(right)) return 0; // copies share their bytes
     const std::size_t left_size = ValueAccess::bytes_size(left);
     const std::size_t right_size = ValueAccess::bytes_size(right);
     const std::size_t common = std::min(left_size, right_size);
@@ -123,9 +86,7 @@ int Value::compare(const Value& left, const Value& right) {
     const Value* a = &left;
     const Value* b = &right;
     for (;;) {
-        if (const int types = order(a->type_, b->type_); types != 0) {
-            return types;
-        }
+        if (const int types = order(a->type_, b->type_); types != 0) return types;
         int result = 0;
         switch (a->type_) {
         case ValueType::Bool:
@@ -152,9 +113,8 @@ int Value::compare(const Value& left, const Value& right) {
         case ValueType::Vector:
         case ValueType::Map:
         case ValueType::Struct:
-            if (ValueAccess::block(*a) != ValueAccess::block(*b)) { // else both are empty, or share a tree
-                stack.push(Walk(*a, *b));
-            }
+            if (ValueAccess::block(*a) != ValueAccess::block(*b)) // equal: both are empty, or share a tree
+                stack.emplace_back(*a, *b);
             break;
         case ValueType::Event:
         case ValueType::Message:
@@ -170,19 +130,11 @@ int Value::compare(const Value& left, const Value& right) {
         default:
             break;
         }
-        if (result != 0) {
-            return result;
-        }
+        if (result != 0) return result;
         for (bool done = true; done;) {
-            if (stack.empty()) {
-                return 0;
-            }
-            if (result = stack.top().next(a, b, done); result != 0) {
-                return result;
-            }
-            if (done) {
-                stack.pop();
-            }
+            if (stack.empty()) return 0;
+            if (result = stack.back().next(a, b, done); result != 0) return result;
+            if (done) stack.pop_back();
         }
     }
 }

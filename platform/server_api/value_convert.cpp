@@ -1,4 +1,4 @@
-// The change of a Value's type with its content.
+// Conversion of a Value to another type.
 #include "extension/host/time_text.h"
 #include "platform/server_api/base64.h"
 #include "platform/server_api/number_text.h"
@@ -43,9 +43,7 @@ Value bytes_of_text(const Value& value) {
 } // namespace
 
 Value& Value::convert(ValueType type) {
-    if (type == type_) {
-        return *this;
-    }
+    if (type == type_) return *this;
     switch (type) {
     case ValueType::Bool:
         set(get_bool());

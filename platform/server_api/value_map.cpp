@@ -8,18 +8,16 @@ namespace ZoHmiSrv {
 
 namespace {
 
-/// Runs an operation on a Map by a name, which may be a part of the value, as the value to insert may be: what that was
-/// before it became a Map lives until the operation is done, and of a tree that others share the name is kept.
+/// Turns a value into an unshared Map and runs an operation with a name. The name, and a value to insert, may be a part
+/// of the old content: the content lives until the end of the operation, and the name of a shared tree is copied.
 template <class Operation>
 auto as_map(Value& value, const NameKey& key, Operation operation) {
     const bool is_map = ValueAccess::is_map(value);
-    if (is_map && !ValueAccess::is_shared(value)) {
-        return operation(key);
-    }
+    if (is_map && !ValueAccess::is_shared(value)) return operation(key);
     const std::string name(key.text, key.length);
     Value before;
     if (is_map) {
-        ValueAccess::own(value);
+        ValueAccess::make_unshared(value);
     } else {
         before.swap(value);
         value.set_type(ValueType::Map);
@@ -33,14 +31,14 @@ const Value& Value::shared_null() noexcept {
     return ValueAccess::null_value();
 }
 
-Value::Found Value::look_up_long(const char* name) const noexcept {
+[[gnu::noinline]] Value::Found Value::look_up_long(const char* name) const noexcept {
     const ValueAccess::Place place = ValueAccess::find(*this, NameKey(name));
     return place.found ? Found{place.run, members_of(place.run) + place.at} : Found{};
 }
 
 Iterator<Value> Value::unshare_and_find(const char* name) {
     const NameKey key(name);
-    const std::string kept(key.text, key.length); // it may lie in the tree, which its last other owner may leave to us
+    const std::string kept(key.text, key.length); // another owner may destroy the tree of the name
     unshare();
     return find(kept.c_str());
 }
@@ -48,22 +46,18 @@ Iterator<Value> Value::unshare_and_find(const char* name) {
 Value& Value::member(const NameKey& name) {
     return *as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
-        if (place.found) {
-            return &members_of(place.run)[place.at].value;
-        }
+        if (place.found) return &members_of(place.run)[place.at].value;
         Value null;
         return &ValueAccess::emplace(*this, place, key, null);
     });
 }
 
 Iterator<Value> Value::insert_member(const NameKey& name, Value&& value) {
-    if (&value == this) {
-        return insert_member(name, Value(*this));
-    }
+    if (&value == this) return insert_member(name, Value(*this));
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
         if (!place.found) {
-            Value taken = std::move(value); // it may be a member, which the insertion moves
+            Value taken = std::move(value); // a member moves in the insertion
             ValueAccess::emplace(*this, place, key, taken);
         }
         return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
@@ -71,31 +65,24 @@ Iterator<Value> Value::insert_member(const NameKey& name, Value&& value) {
 }
 
 Iterator<Value> Value::insert_or_update_member(const NameKey& name, Value&& value) {
-    if (&value == this) {
-        return insert_or_update_member(name, Value(*this));
-    }
+    if (&value == this) return insert_or_update_member(name, Value(*this));
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
-        Value taken = std::move(value); // it may be a member, which the insertion moves
-        if (place.found) {
+        Value taken = std::move(value); // a member moves in the insertion
+        if (place.found)
             members_of(place.run)[place.at].value.swap(taken);
-        } else {
+        else
             ValueAccess::emplace(*this, place, key, taken);
-        }
         return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
     });
 }
 
 Iterator<Value> Value::remove(Iterator<Value> position) noexcept {
-    if (position == end()) {
-        return end();
-    }
+    if (position == end()) return end();
     ValueAccess::Place place;
     place.run = ValueAccess::run_of(position);
     place.at = static_cast<std::size_t>(ValueAccess::member_at(position) - members_of(place.run));
-    if (ValueAccess::index(*this) != nullptr) {
-        place = ValueAccess::find(*this, NameKey(position.name()));
-    }
+    if (ValueAccess::index(*this) != nullptr) place = ValueAccess::find(*this, NameKey(position.name()));
     return ValueAccess::erase(*this, place);
 }
 

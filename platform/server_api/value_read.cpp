@@ -1,4 +1,4 @@
-// What a Value reads as: numbers and texts turn into each other, everything else has an empty result.
+// The reading operations of a Value.
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
 #include "platform/server_api/number_text.h"
@@ -19,8 +19,8 @@ std::string_view text_of(const Value& value) noexcept {
 
 template <class T>
 const T& read_box(const Value& value, ValueType type) noexcept {
-    // Made in place, which needs no memory, and never destroyed: a reader on a thread of the server may outlive the
-    // library's own objects.
+    // Constructed in place without an allocation, and never destroyed: a thread of the server may read after the static
+    // objects of the library are destroyed.
     alignas(T) static std::byte place[sizeof(T)];
     static const T& empty = *new (place) T();
     return value.type() == type ? ValueAccess::boxed<T>(value) : empty;
@@ -70,9 +70,7 @@ std::int64_t Value::get_int64() const noexcept {
     case ValueType::Double:
         return Numbers::saturate_int64(payload_.real);
     case ValueType::String:
-        if (const auto number = Numbers::parse_int64(text_of(*this))) {
-            return *number;
-        }
+        if (const auto number = Numbers::parse_int64(text_of(*this))) return *number;
         return Numbers::saturate_int64(Numbers::parse_double(text_of(*this)).value_or(0));
     default:
         return 0;
@@ -86,9 +84,7 @@ std::uint64_t Value::get_uint64() const noexcept {
     case ValueType::Double:
         return Numbers::saturate_uint64(payload_.real);
     case ValueType::String:
-        if (const auto number = Numbers::parse_uint64(text_of(*this))) {
-            return *number;
-        }
+        if (const auto number = Numbers::parse_uint64(text_of(*this))) return *number;
         return Numbers::saturate_uint64(Numbers::parse_double(text_of(*this)).value_or(0));
     default: {
         const std::int64_t number = get_int64();

@@ -1,4 +1,4 @@
-// Copy and destruction of whole trees of Values, of any depth, and the boxes of events in them.
+// Copy and destruction of whole trees of Values, of any depth.
 #include "platform/server_api/value_access.h"
 
 #include <algorithm>
@@ -13,10 +13,10 @@ using Layout::MemberNames;
 
 namespace {
 
-/// Copies go down this far by recursion; what lies deeper waits on a list.
+/// The maximum depth of recursion in a copy. Deeper Values wait on a list.
 constexpr int recursion_limit = 64;
 
-/// What is copied is often added to, and mostly little: a copy keeps as much of its original's room, in members.
+/// The maximum of free places in the copy of a run: most copies get few new members.
 constexpr std::size_t spare_room = 4;
 
 struct CopyJob {
@@ -26,8 +26,8 @@ struct CopyJob {
 
 class TreeCopy {
 public:
-    /// Every Value that is not copied yet is a Null, and every block is attached before it is filled, so that what is
-    /// there can be destroyed at any time.
+    /// A Value that is not copied yet is a Null, and a block is attached before it is filled: the incomplete copy can
+    /// be destroyed at any time.
     void run(const Value& from, Value& to) {
         tree(from, to, 0);
         while (!later_.empty()) {
@@ -39,18 +39,15 @@ public:
 
 private:
     void child(const Value& from, Value& to, int depth) {
-        if (depth < recursion_limit) {
+        if (depth < recursion_limit)
             tree(from, to, depth + 1);
-        } else {
+        else
             later_.push_back({&from, &to});
-        }
     }
 
-    /// A copy of a Value that needs no block, else a Null that `tree` fills.
+    /// Copies a Value that needs no block. Returns false for others, with a Null that `tree` fills.
     static bool shallow(const Value& from, void* to) noexcept {
-        if (ValueAccess::copy_plain(from, to)) {
-            return true;
-        }
+        if (ValueAccess::copy_plain(from, to)) return true;
         new (to) Value();
         return false;
     }
@@ -58,6 +55,9 @@ private:
     void tree(const Value& from, Value& to, int depth) {
         Block* block = ValueAccess::block(from);
         switch (block->kind) {
+        case Layout::Bytes: // their count of owners is full
+            to = ValueAccess::make_bytes(from.type(), Layout::bytes_of(block), block->size);
+            break;
         case Layout::Elements:
             elements(from, to, depth);
             break;
@@ -67,9 +67,8 @@ private:
         default:
             Block* shell = ValueAccess::copy_shell(block);
             ValueAccess::attach(to, from.type(), shell);
-            if (const Value& inner = ValueAccess::inner(block); !shallow(inner, &ValueAccess::inner(shell))) {
+            if (const Value& inner = ValueAccess::inner(block); !shallow(inner, &ValueAccess::inner(shell)))
                 child(inner, ValueAccess::inner(shell), depth);
-            }
             break;
         }
     }
@@ -83,9 +82,7 @@ private:
             Value* slot = elements_of(block) + i;
             const bool done = shallow(element, slot);
             ++block->size;
-            if (!done) {
-                child(element, *slot, depth);
-            }
+            if (!done) child(element, *slot, depth);
         }
     }
 
@@ -99,17 +96,14 @@ private:
         Block* last = nullptr;
         for (Block* source = ValueAccess::block(from); source != nullptr; source = source->next) {
             Block* run = ValueAccess::allocate_run(std::min(source->capacity, source->size + spare_room));
-            if (last == nullptr) {
+            if (last == nullptr)
                 ValueAccess::attach(to, from.type(), run, index.release());
-            } else {
+            else
                 last->next = run;
-            }
             last = run;
-            if (MemberIndex* copied = ValueAccess::index(to)) {
-                copied->runs.push_back(run);
-            }
+            if (MemberIndex* copied = ValueAccess::index(to)) copied->runs.push_back(run);
             std::memcpy(tags_of(run), tags_of(source), source->size);
-            // All at once; what is more than its bytes is put right before the run owns it.
+            // All bytes at once. Shared names and heap content are corrected before the run owns the member.
             std::memcpy(static_cast<void*>(members_of(run)), members_of(source), source->size * sizeof(MapMember));
             for (std::size_t i = 0; i < source->size; ++i) {
                 const MapMember& member = members_of(source)[i];
@@ -118,9 +112,7 @@ private:
                     Value* slot = &members_of(run)[i].value;
                     const bool done = shallow(member.value, slot);
                     run->size = i + 1;
-                    if (!done) {
-                        child(member.value, *slot, depth);
-                    }
+                    if (!done) child(member.value, *slot, depth);
                 }
             }
             run->size = source->size;
@@ -130,16 +122,15 @@ private:
     std::vector<CopyJob> later_;
 };
 
-/// Puts the blocks of a Value on the list of those to destroy, which are linked through their heads, so that
-/// destruction needs no memory.
+/// Puts the blocks of a Value on the list of blocks to destroy. The heads link the list, so destruction needs no
+/// memory.
 void push(Value& value, Block*& list) noexcept {
     Block* block = ValueAccess::block(value);
-    if (block->kind == Layout::Bytes) { // may be shared, so it goes on no list
+    const bool is_bytes = block->kind == Layout::Bytes;
+    if ((is_bytes || ValueAccess::is_shared(value)) && !Layout::release(block)) return ValueAccess::detach(value);
+    if (is_bytes) {
         ValueAccess::detach(value);
-        return Layout::release_bytes(block);
-    }
-    if (ValueAccess::is_shared(value) && !Layout::release_tree(block)) {
-        return ValueAccess::detach(value);
+        return Layout::deallocate(block);
     }
     delete ValueAccess::index(value);
     ValueAccess::detach(value);
@@ -157,9 +148,7 @@ void ValueAccess::copy(const Value& from, Value& to) {
     try {
         TreeCopy().run(from, to);
     } catch (...) {
-        if (to.on_heap()) {
-            release(to);
-        }
+        if (to.on_heap()) release(to);
         throw;
     }
 }
@@ -172,25 +161,18 @@ void ValueAccess::release(Value& value) noexcept {
         list = block->next;
         switch (block->kind) {
         case Layout::Elements:
-            for (std::size_t i = 0; i < block->size; ++i) {
-                if (Value& element = elements_of(block)[i]; element.on_heap()) {
-                    push(element, list);
-                }
-            }
+            for (std::size_t i = 0; i < block->size; ++i)
+                if (Value& element = elements_of(block)[i]; element.on_heap()) push(element, list);
             break;
         case Layout::Members:
             for (std::size_t i = 0; i < block->size; ++i) {
                 MapMember& member = members_of(block)[i];
                 MemberNames::release(member.name);
-                if (member.value.on_heap()) {
-                    push(member.value, list);
-                }
+                if (member.value.on_heap()) push(member.value, list);
             }
             break;
         default:
-            if (inner(block).on_heap()) {
-                push(inner(block), list);
-            }
+            if (inner(block).on_heap()) push(inner(block), list);
             destroy_shell(block);
             break;
         }

@@ -20,9 +20,7 @@ void move_elements(Value* to, const Value* from, std::size_t count) noexcept {
 
 void ValueAccess::reserve_elements(Value& vector, std::size_t count) {
     Block* old = block(vector);
-    if (count == 0 || (old != nullptr && old->capacity >= count)) {
-        return;
-    }
+    if (count == 0 || (old != nullptr && old->capacity >= count)) return;
     Block* bigger = Layout::allocate(Layout::Elements, count, sizeof(Value));
     if (old != nullptr) {
         bigger->size = old->size;
@@ -35,7 +33,7 @@ void ValueAccess::reserve_elements(Value& vector, std::size_t count) {
 void* ValueAccess::open_gap(Value& vector, std::size_t at) {
     Block* elements = block(vector);
     if (elements == nullptr || elements->size == elements->capacity) {
-        // The copy of an emptied vector has a block without room.
+        // The copy of an emptied Vector has a block of capacity 0.
         reserve_elements(vector,
                          elements == nullptr ? first_capacity : std::max(first_capacity, 2 * elements->capacity));
         elements = block(vector);
@@ -51,21 +49,17 @@ Value& Value::operator<<(const Value& value) {
 }
 
 Value& Value::operator<<(Value&& value) {
-    if (&value == this) {
-        return *this << Value(*this);
-    }
-    Value taken = std::move(value); // it may be an element, which an append moves
-    set_type(ValueType::Vector).own();
+    if (&value == this) return *this << Value(*this);
+    Value taken = std::move(value); // an element moves in the insertion
+    set_type(ValueType::Vector).make_unshared();
     new (ValueAccess::open_gap(*this, element_count())) Value(std::move(taken));
     return *this;
 }
 
 Value& Value::operator[](unsigned long index) {
-    set_type(ValueType::Vector).own();
+    set_type(ValueType::Vector).make_unshared();
     if (index >= element_count()) {
-        if (index + 1 == 0) {
-            throw std::bad_array_new_length();
-        }
+        if (index + 1 == 0) throw std::bad_array_new_length();
         resize(index + 1, Value());
     }
     return elements_of(ValueAccess::block(*this))[index];
@@ -77,7 +71,7 @@ ConstVectorIterator<Value> Value::find(unsigned long index) const noexcept {
 }
 
 VectorIterator<Value> Value::find(unsigned long index) {
-    own();
+    make_unshared();
     return index < element_count() ? VectorIterator<Value>(elements_of(ValueAccess::block(*this)) + index)
                                    : end_vector();
 }
@@ -87,9 +81,7 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, const Value&
 }
 
 VectorIterator<Value> Value::insert(VectorIterator<Value> position, Value&& value) {
-    if (&value == this) {
-        return insert(position, Value(*this));
-    }
+    if (&value == this) return insert(position, Value(*this));
     const std::size_t count = element_count();
     const std::ptrdiff_t offset = count == 0 ? 0 : position - begin_vector();
     const std::size_t at = offset < 0 ? 0 : std::min(static_cast<std::size_t>(offset), count);
@@ -99,20 +91,15 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, Value&& valu
     return begin_vector() + static_cast<std::ptrdiff_t>(at);
 }
 
-VectorIterator<Value> Value::insert(VectorIterator<Value> position, const char* text) {
-    return insert(position, Value(text));
-}
-
 void Value::resize(std::size_t count, const Value& fill) {
     if (type_ != ValueType::Vector || count > element_count()) {
-        const Value kept(fill); // it may be an element
-        set_type(ValueType::Vector).own();
+        const Value kept(fill); // an element moves when the block grows
+        set_type(ValueType::Vector).make_unshared();
         const Block* before = ValueAccess::block(*this);
-        if (before != nullptr && before->capacity < count) {
+        if (before != nullptr && before->capacity < count)
             ValueAccess::reserve_elements(*this, std::max(count, 2 * before->capacity));
-        } else {
+        else
             ValueAccess::reserve_elements(*this, count);
-        }
         Block* elements = ValueAccess::block(*this);
         while (elements != nullptr && elements->size < count) {
             new (elements_of(elements) + elements->size) Value(kept);
@@ -120,7 +107,7 @@ void Value::resize(std::size_t count, const Value& fill) {
         }
         return;
     }
-    own();
+    make_unshared();
     Block* elements = ValueAccess::block(*this);
     while (elements != nullptr && elements->size > count) {
         --elements->size;

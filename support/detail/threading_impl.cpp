@@ -14,13 +14,13 @@ namespace ZoHmiSrv {
 
 namespace {
 
-/// The context's hint of how many threads run it. With 1 it would drop locking and wake-ups that threads added later
-/// depend on; its largest values have meanings of their own.
+/// Returns the context's hint of how many threads run it. With 1 the context would omit locks and wake-ups that threads
+/// added later need; its largest values have special meanings.
 int concurrency_hint(unsigned long threads) {
     return static_cast<int>(std::clamp(threads, 2UL, 1024UL));
 }
 
-/// `ms` milliseconds from now, or the end of time if that is nearer.
+/// Returns the time `ms` milliseconds from now, or the maximum of the clock.
 std::chrono::steady_clock::time_point expiry_after(long ms) {
     using std::chrono::steady_clock;
     const auto now = steady_clock::now();
@@ -30,7 +30,7 @@ std::chrono::steady_clock::time_point expiry_after(long ms) {
     return now + std::chrono::milliseconds(ms);
 }
 
-/// A waiting time that neither clock nor system call overflows on: at most about thirty years.
+/// Returns a waiting time of at most about thirty years, on which neither clock nor system call overflows.
 long bounded_timeout(long timeout_ms) {
     return std::clamp(timeout_ms, 0L, 1'000'000'000'000L);
 }
@@ -40,7 +40,7 @@ TimerError to_timer_error(const boost::system::error_code& error) {
     return error == boost::asio::error::operation_aborted ? TimerError::cancelled : TimerError::failed;
 }
 
-/// The body of a pool thread. What a callback throws costs the pool no thread; an interruption ends it.
+/// The body of a pool thread. It survives exceptions of callbacks and ends at an interruption.
 void run_until_done(boost::asio::io_context& context) {
     for (;;) {
         try {
@@ -48,7 +48,7 @@ void run_until_done(boost::asio::io_context& context) {
             return;
         } catch (const boost::thread_interrupted&) {
             return;
-        } catch (...) { // NOLINT(bugprone-empty-catch): there is nobody to tell, and the pool goes on
+        } catch (...) { // NOLINT(bugprone-empty-catch): no caller is left to report to
         }
     }
 }
@@ -66,13 +66,13 @@ ThreadingImpl::ThreadingImpl(unsigned long threads)
 }
 
 void ThreadingImpl::add_threads(unsigned long threads) {
-    const std::lock_guard lock(pool_mutex_);
+    const MutexLock lock(pool_mutex_);
     for (; threads > 0 && !stopped(); --threads)
         add_thread();
 }
 
 void ThreadingImpl::add_thread() {
-    // All memory is taken before the thread starts, so that a running thread is in both tables.
+    // Allocate everything before the thread starts, so that a running thread is in both tables.
     const auto thread = std::make_shared<boost::thread>();
     ThreadTable entry;
     entry.emplace(boost::thread::native_handle_type(), thread);
@@ -94,7 +94,7 @@ void ThreadingImpl::post(std::function<void()> function) {
 }
 
 std::shared_ptr<ThreadingImpl::Timer> ThreadingImpl::make_timer() {
-    const std::lock_guard lock(pool_mutex_);
+    const MutexLock lock(pool_mutex_);
     return std::make_shared<Timer>(*io_context_);
 }
 
@@ -103,8 +103,8 @@ unsigned long ThreadingImpl::start_new_timer(long ms, const Callback& callback) 
     const auto timer = make_timer();
     timer->expires_at(expiry_after(ms));
 
-    // `stop` sets its flag before it takes this mutex: a wait is either cancelled by it or not started.
-    const std::lock_guard lock(timer_mutex_);
+    // `stop` sets its flag before it locks this mutex: it cancels a wait, or the wait does not start.
+    const MutexLock lock(timer_mutex_);
     if (stopped()) return 0;
     const unsigned long id = ++last_timer_id_;
     const auto entry = timers_.emplace(id, timer).first;
@@ -120,7 +120,7 @@ unsigned long ThreadingImpl::start_new_timer(long ms, const Callback& callback) 
 unsigned long ThreadingImpl::register_new_timer() {
     if (stopped()) return 0;
     const auto timer = make_timer();
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     if (stopped()) return 0;
     const unsigned long id = ++last_timer_id_;
     timers_.emplace(id, timer);
@@ -129,7 +129,7 @@ unsigned long ThreadingImpl::register_new_timer() {
 
 bool ThreadingImpl::start_timer(unsigned long id, long ms, const Callback& callback) {
     if (stopped()) return false;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     if (stopped()) return false;
     const auto found = timers_.find(id);
     if (found == timers_.end()) return false;
@@ -146,7 +146,7 @@ void ThreadingImpl::start_wait(Timer& timer, unsigned long id, const Callback& c
 
 void ThreadingImpl::callback_proxy(const Callback& callback, unsigned long id, const boost::system::error_code& error) {
     if (id != 0) {
-        const std::lock_guard lock(timer_mutex_);
+        const MutexLock lock(timer_mutex_);
         timers_.erase(id);
     }
     if (callback) callback(to_timer_error(error));
@@ -154,13 +154,13 @@ void ThreadingImpl::callback_proxy(const Callback& callback, unsigned long id, c
 
 void ThreadingImpl::cancel_timer(unsigned long id) {
     if (stopped()) return;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     if (const auto found = timers_.find(id); found != timers_.end()) found->second->cancel();
 }
 
 void ThreadingImpl::cancel_all_timers(const std::vector<unsigned long>& except) {
     if (stopped()) return;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     for (const auto& [id, timer] : timers_) {
         if (std::ranges::find(except, id) == except.end()) timer->cancel();
     }
@@ -168,26 +168,27 @@ void ThreadingImpl::cancel_all_timers(const std::vector<unsigned long>& except) 
 
 void ThreadingImpl::unregister_timer(unsigned long id) {
     if (stopped()) return;
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     timers_.erase(id); // a timer that is destroyed cancels its wait
 }
 
 void ThreadingImpl::cancel_timers_for_good() {
-    const std::lock_guard lock(timer_mutex_);
+    const MutexLock lock(timer_mutex_);
     timers_.clear();
 }
 
 bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
     if (stopped_.exchange(true, std::memory_order_acq_rel)) return false;
-    // A pool thread that is interrupted itself must not leave this half done.
+    // An interruption of a pool thread must not end this function early.
     const boost::this_thread::disable_interruption uninterrupted;
-    // Whoever saw the flag unset has started its wait once this mutex was free. The wait then counts as work; one that
-    // came after the token below is dropped might find the context out of work, and its callback would never come.
-    { const std::lock_guard lock(timer_mutex_); }
+    // A thread that saw the flag unset has started its wait once this mutex is free, and the wait counts as work. A
+    // wait started after the token below is dropped could find the context out of work, and its callback would never
+    // run.
+    { const MutexLock lock(timer_mutex_); }
 
     ThreadTable threads;
     {
-        const std::lock_guard lock(pool_mutex_);
+        const MutexLock lock(pool_mutex_);
         if (!work_->owns_work()) {
             fulfil_promise();
             return false;
@@ -200,7 +201,7 @@ bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
 
     std::vector<Thread> group;
     {
-        const std::lock_guard lock(pool_mutex_);
+        const MutexLock lock(pool_mutex_);
         group.swap(group_);
         if (!in_time) {
             io_context_->stop();
@@ -215,7 +216,7 @@ bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
         else
             thread->detach();
     }
-    const std::lock_guard lock(pool_mutex_);
+    const MutexLock lock(pool_mutex_);
     fulfil_promise();
     return !in_time;
 }
@@ -239,13 +240,13 @@ bool ThreadingImpl::join_in_time(const ThreadTable& threads, long timeout_ms) {
 void ThreadingImpl::fulfil_promise() {
     try {
         if (promise_) promise_->set_value();
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): whoever waits has been told already
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the promise was fulfilled before
     }
     promise_.reset();
 }
 
 void ThreadingImpl::wait() const {
-    boost::shared_future<void> finished = finished_; // waiting is for one thread at each copy
+    boost::shared_future<void> finished = finished_; // only one thread may wait on each copy
     finished.wait();
 }
 

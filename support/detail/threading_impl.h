@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/mutex.h"
 #include "support/threading.h"
 
 #include <boost/asio/io_context.hpp>
@@ -11,24 +12,23 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace ZoHmiSrv {
 
-/// What a Threading handle shares with the waits that it started.
+/// The state that a Threading handle shares with the waits that it started.
 ///
-/// Who owns whom: the handle and every pending wait own this object; this object and every pool thread own the context;
-/// the context owns the waits in its queue. A wait that is left in the queue closes that ring, so the handle breaks it
-/// with `release_context` when it goes. The last owner of the context is then this handle, or a pool thread that has
-/// left the context's loop: the context never dies under the feet of a thread that runs it.
+/// Ownership: the handle and every pending wait own this object. This object and every pool thread own the context. The
+/// context owns the waits in its queue. A wait left in the queue would close a cycle, so the handle's destructor calls
+/// `release_context`. The last owner of the context is then the handle, or a pool thread that has left its loop: the
+/// context is never destroyed while a thread runs it.
 ///
-/// The two mutexes are never held together, and neither is held while a thread is joined or a callback runs.
+/// No thread locks both mutexes, and neither is locked while a thread is joined or a callback runs.
 class ThreadingImpl : public std::enable_shared_from_this<ThreadingImpl> {
 public:
     using Callback = std::function<void(TimerError)>;
 
-    /// `threads` is the number that the caller is going to add; none is started here.
+    /// Starts no thread; `threads` is the number that the caller will add.
     explicit ThreadingImpl(unsigned long threads);
 
     void add_threads(unsigned long threads);
@@ -46,7 +46,7 @@ public:
     void wait() const;
 
     [[nodiscard]] boost::asio::io_context& io_context() { return *io_context_; }
-    /// After `stop`, by the handle's destructor: nothing of this object needs the context any more.
+    /// Requires that `stop` has returned: this object no longer uses the context then.
     void release_context() { io_context_.reset(); }
 
 private:
@@ -54,26 +54,26 @@ private:
     using Thread = std::shared_ptr<boost::thread>;
     using ThreadTable = std::map<boost::thread::native_handle_type, Thread>;
 
-    void add_thread();
-    /// Starts the wait of a timer whose expiry is set; `id` is 0 for a registered timer. [timer mutex held]
-    void start_wait(Timer& timer, unsigned long id, const Callback& callback);
+    void add_thread() ZO_REQUIRES(pool_mutex_);
+    /// Starts the wait of a timer whose expiry is set; `id` is 0 for a registered timer.
+    void start_wait(Timer& timer, unsigned long id, const Callback& callback) ZO_REQUIRES(timer_mutex_);
     void callback_proxy(const Callback& callback, unsigned long id, const boost::system::error_code& error);
     std::shared_ptr<Timer> make_timer();
     void cancel_timers_for_good();
     static bool join_in_time(const ThreadTable& threads, long timeout_ms);
-    /// Lets `wait` return. [pool mutex held]
-    void fulfil_promise();
+    /// Ends `wait`.
+    void fulfil_promise() ZO_REQUIRES(pool_mutex_);
 
-    std::mutex pool_mutex_;  ///< guards the threads, the work token and the promise
-    std::mutex timer_mutex_; ///< guards the timers; a timer's wait is started under it
-    std::shared_ptr<boost::asio::io_context> io_context_;
-    std::shared_ptr<boost::promise<void>> promise_;
-    std::shared_ptr<Work> work_;
-    std::vector<Thread> group_;
-    unsigned long last_timer_id_ = 0;
+    Mutex pool_mutex_;
+    Mutex timer_mutex_;                                   ///< a timer's wait is started under it
+    std::shared_ptr<boost::asio::io_context> io_context_; ///< constant until `release_context`
+    std::shared_ptr<boost::promise<void>> promise_ ZO_GUARDED_BY(pool_mutex_);
+    const std::shared_ptr<Work> work_ ZO_GUARDED_BY(pool_mutex_);
+    std::vector<Thread> group_ ZO_GUARDED_BY(pool_mutex_);
+    unsigned long last_timer_id_ ZO_GUARDED_BY(timer_mutex_) = 0;
     std::atomic<bool> stopped_ = false;
-    std::map<unsigned long, std::shared_ptr<Timer>> timers_;
-    ThreadTable threads_;
+    std::map<unsigned long, std::shared_ptr<Timer>> timers_ ZO_GUARDED_BY(timer_mutex_);
+    ThreadTable threads_ ZO_GUARDED_BY(pool_mutex_);
     const boost::shared_future<void> finished_;
 };
 

@@ -1,5 +1,5 @@
-// What code that was built elsewhere sees of the interfaces, the extension and its targets: which operation stands at
-// which index, and where the parts of an object lie.
+// The binary interfaces, the extension and its targets: the index of each operation, and the offsets of the parts of an
+// object.
 #include "binding/error_info.h"
 
 #include "binding/event_logger_proxy.h"
@@ -13,12 +13,9 @@
 #include "tests/fakes/fake_proxy.h"
 #include "tests/fakes/vtable.h"
 #include "tests/support/checksum.h"
+#include "tests/test_headers.h"
 
-#include <atomic>
 #include <cstddef>
-#include <gtest/gtest.h>
-#include <memory>
-#include <set>
 #include <type_traits>
 
 using namespace ZoHmiSrv;
@@ -33,14 +30,14 @@ namespace {
 static_assert(!std::has_virtual_destructor_v<IZoHmiSrvExtHost> && !std::has_virtual_destructor_v<ILicenseHost>);
 static_assert(sizeof(IZoHmiSrvExtHost) == sizeof(void*) && sizeof(IZoHmiSrvExt) == sizeof(void*) &&
               sizeof(IZoHmiSrvConfigListener) == sizeof(void*) && sizeof(EventPayload) == sizeof(void*));
-// A result that is no plain number is built in memory of the caller.
+// The caller provides the memory of a result that is not trivially copyable.
 static_assert(!std::is_trivially_copyable_v<Value> && !std::is_trivially_copyable_v<ResultPair> &&
               !std::is_trivially_copyable_v<String>);
-// The deleting destructor stands where the rest leaves its place.
+// The deleting destructor takes the slots that the operations leave free.
 static_assert(std::has_virtual_destructor_v<IZoHmiSrvExt> && std::has_virtual_destructor_v<IZoHmiSrvListener> &&
               std::has_virtual_destructor_v<EventPayload>);
 
-// What lies between these is reserved: were one of those slots missing, all behind it would answer as others.
+// The slots between these are reserved: if one were missing, all later calls would reach another operation.
 TEST(HostSlots, Host) {
     using Host = IZoHmiSrvExtHost;
     EXPECT_EQ(slots_of(&Host::send_message, &Host::execute_command, &Host::register_listener,
@@ -131,38 +128,27 @@ TEST(ProxySlots, Collections) {
     EXPECT_EQ(slots_of(&IZoDetail::GetId, &IZoDetail::GetText, &IZoDetail::GetComment), (Slots{7, 8, 9}));
 }
 
-TEST(ProxyIdentifiers, AreTheTold) {
-    const GUID* const told[] = {&CLSID_ZoEventLogger,
-                                iid_of<IZoEventLogger>,
-                                iid_of<IZoEventLoggerTimeout>,
-                                &CLSID_ZoConnectionSettings,
-                                iid_of<IZoConnectionSettings>,
-                                iid_of<IZoEventIdentity>,
-                                iid_of<IZoLoggedEvent2>,
-                                iid_of<IZoLoggedEventJson>,
-                                iid_of<IZoAlarm>,
-                                iid_of<IZoAlarmJson>,
-                                iid_of<IZoMessage>,
-                                iid_of<IZoMessageJson>,
-                                iid_of<IZoCauseRemedyCollection>,
-                                iid_of<IZoDetailCollection>,
-                                iid_of<_IZoEventLoggerEvents>,
-                                iid_of<IConnectionPointContainer>,
-                                iid_of<IConnectionPoint>,
-                                iid_of<IUnknown>,
-                                iid_of<IDispatch>,
-                                iid_of<ICreateErrorInfo>,
-                                iid_of<IErrorInfo>};
+TEST(ProxyIdentifiers, AreUnchanged) {
+    // clang-format off
+    const GUID* const published[] = {
+        &CLSID_ZoEventLogger, iid_of<IZoEventLogger>, iid_of<IZoEventLoggerTimeout>, &CLSID_ZoConnectionSettings,
+        iid_of<IZoConnectionSettings>, iid_of<IZoEventIdentity>, iid_of<IZoLoggedEvent2>, iid_of<IZoLoggedEventJson>,
+        iid_of<IZoAlarm>, iid_of<IZoAlarmJson>, iid_of<IZoMessage>, iid_of<IZoMessageJson>,
+        iid_of<IZoCauseRemedyCollection>, iid_of<IZoDetailCollection>, iid_of<_IZoEventLoggerEvents>,
+        iid_of<IConnectionPointContainer>, iid_of<IConnectionPoint>, iid_of<IUnknown>, iid_of<IDispatch>,
+        iid_of<ICreateErrorInfo>, iid_of<IErrorInfo>,
+    };
+    // clang-format on
     std::string texts;
     std::set<GUID> all = {IID_IZoEventLogger4, IID_IZoEventLogger5, IID_IZoEventLoggerClassName,
                           IID_IZoEventLoggerSourceName};
-    for (const GUID* guid : told) {
+    for (const GUID* guid : published) {
         texts += Algorithm::uuid_to_string(*guid, false) + "\n";
         all.insert(*guid);
     }
     EXPECT_EQ(crc32(texts), 760905507u) << texts;
-    EXPECT_EQ(all.size(), std::size(told) + 4);
-    // The three groups in front are numbers: what crosses is their native byte order.
+    EXPECT_EQ(all.size(), std::size(published) + 4);
+    // The first three groups are numbers in native byte order.
     EXPECT_EQ(*reinterpret_cast<const std::uint8_t*>(&CLSID_ZoEventLogger), 0xD6);
 }
 
@@ -171,7 +157,7 @@ std::ptrdiff_t offset_of(Extension& extension) {
     return reinterpret_cast<char*>(static_cast<Base*>(&extension)) - reinterpret_cast<char*>(&extension);
 }
 
-TEST(ExtensionLayout, TheServerGetsThePartOfItsInterfaceAndNotTheStart) {
+TEST(ExtensionLayout, ServerGetsTheSecondBase) {
     constexpr std::ptrdiff_t pointer = sizeof(void*);
     fakes::FakeHost host;
     IZoHmiSrvExt* out = nullptr;
@@ -191,7 +177,7 @@ TEST(ExtensionLayout, TheServerGetsThePartOfItsInterfaceAndNotTheStart) {
     extension.on_shutdown(Context());
 }
 
-TEST(ExtensionLayout, ItsOwnOperationsFollowTheReportingOnesAndTheDestructor) {
+TEST(ExtensionLayout, OwnSlotsFollowTheDestructor) {
     EXPECT_EQ(slots_of(&Extension::log_message, &Extension::log_exception, &Extension::log_unknown_exception,
                        &Extension::on_message, &Extension::on_alarm_raised, &Extension::on_alarm_changed,
                        &Extension::forget_event, &Extension::preload_translations),
@@ -202,7 +188,7 @@ TEST(ExtensionLayout, ItsOwnOperationsFollowTheReportingOnesAndTheDestructor) {
               (Slots{10, 11, 12, 13, 14, 15, 16, 17, 18}));
 }
 
-TEST(TargetLayout, TheSinkComesFirstAndTheDestructorsLast) {
+TEST(TargetLayout, SinkIsFirstAndDestructorsLast) {
     auto& library = fakes::FakeProxyLibrary::instance();
     library.reset();
     const auto logger = library.expect_logger("l");

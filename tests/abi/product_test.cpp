@@ -1,24 +1,16 @@
-// The product as a server has it: what it and the stand-in of the proxy show to the dynamic linker, and how they are
-// loaded and unloaded again and again.
+// The product as a server loads it: the exports of the product and of the stand-in proxy, and repeated loading and
+// unloading.
 #include "extension/host/event.h"
 #include "tests/fakes/quiet_host.h"
 #include "tests/support/files.h"
+#include "tests/test_headers.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <malloc.h>
-#include <memory>
-#include <string>
-#include <thread>
 #include <unistd.h>
-#include <vector>
 
 using namespace ZoHmiSrv;
 
@@ -41,12 +33,12 @@ std::vector<std::string> defined_symbols(const char* file) {
     return lines;
 }
 
-TEST(Exports, AreTheEntryAndTheTwoLibrariesAndNothingElse) {
+TEST(Exports, ProductHasEntryAndTwoLibraries) {
     const auto symbols = defined_symbols(ZO_PRODUCT);
     const char* const inside[] = {"ZoHmiEventLogger", "ZoAtlCom", "ZoEventLoggerFdxProxyLib", "boost", "LimitedEvent",
                                   "ThreadingImpl",    "WorkImpl"};
     for (const std::string& symbol : symbols) {
-        const std::string name = symbol.substr(0, symbol.find('(')); // types in a signature are not defined here
+        const std::string name = symbol.substr(0, symbol.find('(')); // without the types of the signature
         bool known = symbol.starts_with("ext_interface ");
         for (const char* space : {"ZoHmiFdx::", "ZoHmiSrv::"})
             for (const char* kind : {"", "typeinfo for ", "typeinfo name for ", "vtable for "})
@@ -80,10 +72,10 @@ TEST(Exports, AreTheEntryAndTheTwoLibrariesAndNothingElse) {
     }
 }
 
-TEST(Exports, OfTheProxyAreTwoFunctions) {
+TEST(Exports, ProxyHasTwoFunctions) {
     std::vector<std::string> functions;
     for (const std::string& symbol : defined_symbols(ZO_PROXY_LIBRARY)) {
-        // Sanitizers and coverage add their own, which are no functions of ours.
+        // Sanitizers and coverage add symbols of other kinds.
         if (const auto kind = symbol.find(" T "); kind != std::string::npos)
             functions.push_back(symbol.substr(0, kind));
     }
@@ -118,8 +110,7 @@ struct Use {
     std::size_t heap = 0; // bytes
 };
 
-// Threads that have been joined or ended by themselves can stay visible for a moment: waits until no more than
-// `threads` are left, but not for ever.
+/// Measures once at most `threads` threads are left, or after 10 s: an ended thread stays visible for a moment.
 Use measure(std::size_t threads) {
     Use use;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
@@ -154,7 +145,7 @@ void load_and_unload(fakes::QuietHost& host) {
 
 class Reload : public testing::TestWithParam<const char*> {};
 
-TEST_P(Reload, ManyRoundsLeaveNothingBehind) {
+TEST_P(Reload, ManyRoundsLeakNothing) {
     Value targets = Value().set_type(ValueType::Map);
     if (GetParam() != std::string("empty")) {
         Value entry = Value().set_type(ValueType::Struct);
@@ -167,12 +158,12 @@ TEST_P(Reload, ManyRoundsLeaveNothingBehind) {
     config.insert("LIMIT_EVENT_COUNT", 10.0);
     config.insert("TARGET_SYSTEMS", targets);
     fakes::QuietHost host(config);
-    // Nobody listens at the port of that net id.
+    // No program listens at the port of that net id.
     const zo_test::TemporaryFile routes(R"({"local":"5.1.2.3.1.1","routes":{"5.9.9.9.1.1":"127.0.0.1:1"}})");
     setenv("ZO_ROUTES", routes.path().c_str(), 1);
 
     constexpr int rounds = sanitized ? 50 : 200;
-    std::thread([] {}).join(); // a sanitizer starts one of its own with the first
+    std::thread([] {}).join(); // with the first thread a sanitizer starts its own
     const auto threads = entries("/proc/self/task");
     Use early;
     Use late;
@@ -188,8 +179,8 @@ TEST_P(Reload, ManyRoundsLeaveNothingBehind) {
     EXPECT_LE(late.descriptors, early.descriptors);
     if (sanitized) GTEST_SKIP() << "sanitizers keep libraries mapped and count memory in their own way";
     EXPECT_EQ(mapped, 0);
-    // The smallest piece of memory takes 32 bytes. Far less than that for each round is no leak: sizes are rounded up
-    // differently, and the C library keeps the stacks of ended threads, more of them where more ran at once.
+    // The smallest allocation takes 32 bytes. Far less than that for each round is no leak: rounding differs, and the C
+    // library keeps stacks of ended threads.
     EXPECT_LT(late.heap, early.heap + 32 * (rounds - 10) / 2);
 }
 
@@ -198,7 +189,7 @@ INSTANTIATE_TEST_SUITE_P(Targets, Reload, testing::Values("empty", "disabled", "
 
 } // namespace
 
-// The memory that a thread keeps for its own next allocations counts as in use, and hides what really is.
+// The allocation cache of a thread counts as memory in use and would hide leaks.
 int main(int argc, char** argv) {
     if (!sanitized && !std::getenv("GLIBC_TUNABLES")) {
         setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);

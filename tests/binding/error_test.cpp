@@ -3,9 +3,7 @@
 #include "binding/error_info.h"
 #include "tests/fakes/fake_proxy.h"
 #include "tests/fakes/vtable.h"
-
-#include <gtest/gtest.h>
-#include <string>
+#include "tests/test_headers.h"
 
 using namespace ZoAtlCom;
 using namespace ZoEventLoggerFdxProxyLib;
@@ -23,7 +21,7 @@ protected:
 
 } // namespace
 
-TEST_F(ErrorText, FallsBackToTheTableForCodesThatTheLibraryLacks) {
+TEST_F(ErrorText, UnknownCodeFallsBackToTable) {
     const std::pair<std::uint32_t, const char*> rows[] = {
         {0x80004001, "E_NOTIMPL: Not implemented"},
         {0x8007000E, "E_OUTOFMEMORY: Ran out of memory"},
@@ -34,10 +32,10 @@ TEST_F(ErrorText, FallsBackToTheTableForCodesThatTheLibraryLacks) {
         {0x80070005, "E_ACCESSDENIED: General access denied error"},
         {0x98110701, "service is not supported by server"},
         {0x9811070D, "syntax error in comand or file"},
-        // All other device codes go by name, whether it is known or not.
+        // Other device codes give their name, or the name of an unknown code.
         {0x98110706, "FDXERR_DEVICE_INVALIDDATA"},
         {0x98110000, "FDX_API_UNKNOWN_RETURN_CODE"},
-        // Not the device's form, though some of its bits are set.
+        // Not a device code, though some of its bits are set.
         {0x98120706, "Unspecified error"},
         {0xFFFF0706, "Unspecified error"},
     };
@@ -45,7 +43,7 @@ TEST_F(ErrorText, FallsBackToTheTableForCodesThatTheLibraryLacks) {
         EXPECT_EQ(error_text(hresult(code)), text) << std::hex << code;
 }
 
-TEST_F(ErrorText, TakesTheLibrarysTextFirst) {
+TEST_F(ErrorText, LibraryTextComesFirst) {
     library.error_texts[E_FAIL] = std::string("its own\0text", 12);
     EXPECT_EQ(error_text(E_FAIL), std::string("its own\0text", 12));
     EXPECT_EQ(error_text(E_ABORT), "E_ABORT: Operation aborted");
@@ -53,7 +51,7 @@ TEST_F(ErrorText, TakesTheLibrarysTextFirst) {
     EXPECT_EQ(error_text(E_FAIL), "");
 }
 
-TEST_F(ErrorText, OnlyNegativeResultsAreThrown) {
+TEST_F(ErrorText, ThrowsOnlyNegativeCodes) {
     EXPECT_EQ(throw_if_failed(S_OK), S_OK);
     EXPECT_EQ(throw_if_failed(S_FALSE), S_FALSE);
     try {
@@ -65,7 +63,7 @@ TEST_F(ErrorText, OnlyNegativeResultsAreThrown) {
     }
 }
 
-TEST(ErrorInfo, AnswersForItsThreeInterfacesAndKeepsCount) {
+TEST(ErrorInfo, AnswersToItsInterfacesAndCounts) {
     auto* info = new ZoErrorInfo();
     void* out = nullptr;
     for (const GUID& iid : {IID_IUnknown, IID_ICreateErrorInfo}) {
@@ -77,12 +75,12 @@ TEST(ErrorInfo, AnswersForItsThreeInterfacesAndKeepsCount) {
     EXPECT_EQ(info->QueryInterface(IID_IDispatch, &out), E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(info->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-    // One from the start, three asked for.
+    // One reference from the start, three from the queries.
     for (const std::uint32_t left : {3u, 2u, 1u, 0u})
         EXPECT_EQ(info->Release(), left);
 }
 
-TEST(ErrorInfo, BothTablesHaveTheirOrderWithTheDestructorsAmidTheFirst) {
+TEST(ErrorInfo, DestructorLiesBetweenBothViews) {
     using Slots = std::vector<std::size_t>;
     EXPECT_EQ(slots_of(&ZoErrorInfo::SetGUID, &ZoErrorInfo::SetSource, &ZoErrorInfo::SetDescription,
                        &ZoErrorInfo::SetHelpFile, &ZoErrorInfo::SetHelpContext),
@@ -95,31 +93,30 @@ TEST(ErrorInfo, BothTablesHaveTheirOrderWithTheDestructorsAmidTheFirst) {
               (Slots{3, 4, 5, 6, 7}));
 }
 
-TEST(ErrorInfo, FieldsComeBackAndAreNullWhereTheyAreEmpty) {
+TEST(ErrorInfo, ReturnsFieldsAndNullForEmptyText) {
     ZoErrorInfo info;
     constexpr GUID some_guid{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
-    GUID guid{};
-    std::uint32_t context = 0;
-    CountedString source, description, help_file;
     EXPECT_EQ(info.SetGUID(some_guid), S_OK);
     EXPECT_EQ(info.SetSource("text"), S_OK);
     EXPECT_EQ(info.SetSource(nullptr), S_OK);
     EXPECT_EQ(info.SetDescription("description"), S_OK);
     EXPECT_EQ(info.SetHelpFile("help file"), S_OK);
     EXPECT_EQ(info.SetHelpContext(77), S_OK);
+    const auto text = [&](HRESULT (ZoErrorInfo::*getter)(char**)) {
+        CountedString out;
+        EXPECT_EQ((info.*getter)(out.put()), S_OK);
+        EXPECT_EQ((info.*getter)(nullptr), E_POINTER);
+        return out;
+    };
+    EXPECT_EQ(text(&ZoErrorInfo::GetSource).get(), nullptr);
+    EXPECT_EQ(text(&ZoErrorInfo::GetDescription).view(), "description");
+    EXPECT_EQ(text(&ZoErrorInfo::GetHelpFile).view(), "help file");
+    GUID guid{};
     EXPECT_EQ(info.GetGUID(&guid), S_OK);
-    EXPECT_EQ(info.GetSource(source.put()), S_OK);
-    EXPECT_EQ(info.GetDescription(description.put()), S_OK);
-    EXPECT_EQ(info.GetHelpFile(help_file.put()), S_OK);
-    EXPECT_EQ(info.GetHelpContext(&context), S_OK);
     EXPECT_EQ(guid, some_guid);
-    EXPECT_EQ(source.get(), nullptr);
-    EXPECT_EQ(description.view(), "description");
-    EXPECT_EQ(help_file.view(), "help file");
+    std::uint32_t context = 0;
+    EXPECT_EQ(info.GetHelpContext(&context), S_OK);
     EXPECT_EQ(context, 77u);
     EXPECT_EQ(info.GetGUID(nullptr), E_POINTER);
-    EXPECT_EQ(info.GetSource(nullptr), E_POINTER);
-    EXPECT_EQ(info.GetDescription(nullptr), E_POINTER);
-    EXPECT_EQ(info.GetHelpFile(nullptr), E_POINTER);
     EXPECT_EQ(info.GetHelpContext(nullptr), E_POINTER);
 }

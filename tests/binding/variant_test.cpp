@@ -1,14 +1,11 @@
-// What references, variants and counted strings own.
+// References, variants and counted strings: ownership.
 #include "binding/com_ptr.h"
 #include "binding/counted_string.h"
 #include "binding/variant.h"
 #include "tests/fakes/fake_events.h"
+#include "tests/test_headers.h"
 
 #include <cstdlib>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <string>
-#include <utility>
 
 using namespace ZoAtlCom;
 using namespace ZoEventLoggerFdxProxyLib;
@@ -31,7 +28,7 @@ SAFEARRAY* make_array(std::string bytes) {
 
 } // namespace
 
-TEST(Variant, RefusesTagsThatCannotBe) {
+TEST(Variant, RefusesInvalidTags) {
     const std::pair<unsigned, bool> rows[] = {
         {0, true},       {1, true},       {14, true},      {15, false},     {16, true},      {23, true},
         {24, false},     {27, false},     {35, false},     {36, true},      {37, false},     {0x0FFF, false},
@@ -53,7 +50,7 @@ TEST(Variant, RefusesTagsThatCannotBe) {
     }
 }
 
-TEST(Variant, StringsGetACopyOfTheirOwn) {
+TEST(Variant, CopiesStrings) {
     VARIANT source = tagged(VT_BSTR);
     source.bstrVal = SysAllocStringLen("a\0b", 3);
     VARIANT copy{};
@@ -69,7 +66,7 @@ TEST(Variant, StringsGetACopyOfTheirOwn) {
     EXPECT_EQ(copy.bstrVal, nullptr);
 }
 
-TEST(Variant, ObjectsAreCountedAndReferencesAreNot) {
+TEST(Variant, CountsObjectsButNotByReference) {
     const fakes::AlarmPtr alarm(new fakes::FakeAlarm());
     for (const VARTYPE tag : {VT_DISPATCH, VT_UNKNOWN}) {
         VARIANT source = tagged(tag);
@@ -93,7 +90,7 @@ TEST(Variant, ObjectsAreCountedAndReferencesAreNot) {
     EXPECT_EQ(alarm->references(), 1u);
 }
 
-TEST(Variant, ALockedArrayStopsClearAndCopyAndKeepsTheTarget) {
+TEST(Variant, LockedArrayStopsClearAndCopy) {
     VARIANT source = tagged(VT_ARRAY | VT_I4);
     source.parray = make_array("12345678");
     VARIANT target{};
@@ -109,7 +106,7 @@ TEST(Variant, ALockedArrayStopsClearAndCopyAndKeepsTheTarget) {
     // A bad source is found first.
     const VARIANT bad = tagged(15);
     EXPECT_EQ(VariantCopy(&target, &bad), DISP_E_BADVARTYPE);
-    // What was copied meanwhile is let go of.
+    // The copies made meanwhile are released.
     EXPECT_EQ(VariantCopy(&target, &source), DISP_E_ARRAYISLOCKED);
     const fakes::AlarmPtr alarm(new fakes::FakeAlarm());
     VARIANT object = tagged(VT_DISPATCH);
@@ -122,25 +119,21 @@ TEST(Variant, ALockedArrayStopsClearAndCopyAndKeepsTheTarget) {
     EXPECT_EQ(VariantClear(&source), S_OK);
 }
 
-TEST(Variant, ATargetWithABadTagIsNotOverwritten) {
+TEST(Variant, FailedCopyKeepsBadTargetOrEmptiesIt) {
     VARIANT target = tagged(15);
     target.lVal = 7;
-    VARIANT source = tagged(VT_I4);
-    source.lVal = 8;
-    EXPECT_EQ(VariantCopy(&target, &source), E_INVALIDARG);
+    const VARIANT number = tagged(VT_I4);
+    EXPECT_EQ(VariantCopy(&target, &number), E_INVALIDARG);
     EXPECT_EQ(target.vt, 15);
     EXPECT_EQ(target.lVal, 7);
-}
-
-TEST(Variant, ARecordLeavesTheTargetEmpty) {
-    VARIANT target = tagged(VT_BSTR);
-    target.bstrVal = SysAllocString("old"); // would leak if it were not cleared
-    const VARIANT source = tagged(VT_RECORD);
-    EXPECT_EQ(VariantCopy(&target, &source), E_NOTIMPL);
+    target = tagged(VT_BSTR);
+    target.bstrVal = SysAllocString("old"); // leaks unless the copy clears it
+    const VARIANT record = tagged(VT_RECORD);
+    EXPECT_EQ(VariantCopy(&target, &record), E_NOTIMPL);
     EXPECT_EQ(target.vt, VT_EMPTY);
 }
 
-TEST(ComPtr, HoldsOneReferenceForEachPointer) {
+TEST(ComPtr, OwnsOneReferenceEach) {
     const int live = fakes::live_objects();
     {
         fakes::AlarmPtr alarm(new fakes::FakeAlarm());
@@ -153,13 +146,13 @@ TEST(ComPtr, HoldsOneReferenceForEachPointer) {
         EXPECT_EQ(alarm->references(), 2u);
         moved.attach(copy.detach());
         EXPECT_EQ(alarm->references(), 2u);
-        *moved.put() = nullptr; // an out argument lets go first
+        *moved.put() = nullptr; // an out argument releases first
         EXPECT_EQ(alarm->references(), 1u);
     }
     EXPECT_EQ(fakes::live_objects(), live);
 }
 
-TEST(ComPtr, QueriesForItsInterfaceOnAssignment) {
+TEST(ComPtr, QueriesItsInterfaceOnAssignment) {
     const fakes::AlarmPtr alarm(new fakes::FakeAlarm({.unique_id = 5}));
     const fakes::MessagePtr message(new fakes::FakeMessage());
     const CComPtr<IZoAlarm> object(alarm.get());
@@ -170,41 +163,37 @@ TEST(ComPtr, QueriesForItsInterfaceOnAssignment) {
     EXPECT_EQ(id, 5u);
     EXPECT_EQ(alarm->references(), 3u);
     identity = CComPtr<IZoMessage>(message.get());
-    EXPECT_FALSE(identity);               // the object lacks it,
-    EXPECT_EQ(alarm->references(), 2u);   // and the old reference is gone
-    EXPECT_EQ(message->references(), 1u); // as is the one to ask with
+    EXPECT_FALSE(identity); // the message has no identity
+    EXPECT_EQ(alarm->references(), 2u);
+    EXPECT_EQ(message->references(), 1u);
     EXPECT_EQ(identity.query(nullptr), E_POINTER);
     EXPECT_EQ(identity.query(static_cast<IZoMessage*>(message.get())), E_NOINTERFACE);
 }
 
-TEST(CountedString, KeepsItsLengthInTheFourBytesBeforeTheText) {
-    char* text = SysAllocStringLen("h\xC3\0\x80", 4); // bytes pass as they are, valid or not
+TEST(CountedString, LengthStandsBeforeTheText) {
+    char* text = SysAllocStringLen("h\xC3\0\x80", 4); // bytes pass unchanged, valid or not
     std::uint32_t stored = 0;
     std::memcpy(&stored, text - 4, 4);
     EXPECT_EQ(stored, 4u);
     EXPECT_EQ(SysStringLen(text), 4u);
     EXPECT_EQ(std::string(text, 5), std::string("h\xC3\0\x80\0", 5));
     SysFreeString(text);
-
-    char* zeros = SysAllocStringLen(nullptr, 2);
-    EXPECT_EQ(std::string(zeros, 3), std::string(3, '\0'));
-    SysFreeString(zeros);
-}
-
-TEST(CountedString, NullIsAStringOfLengthZeroAndDiffersFromAnEmptyOne) {
+    text = SysAllocStringLen(nullptr, 2);
+    EXPECT_EQ(std::string(text, 3), std::string(3, '\0'));
+    SysFreeString(text);
+    // Null is a string of length 0; an empty text is another.
     EXPECT_EQ(SysAllocString(nullptr), nullptr);
     EXPECT_EQ(SysStringLen(nullptr), 0u);
     SysFreeString(nullptr);
-    char* empty = SysAllocString("");
-    ASSERT_NE(empty, nullptr);
-    EXPECT_EQ(*empty, '\0');
-    SysFreeString(empty);
+    text = SysAllocString("");
+    EXPECT_STREQ(text, "");
+    SysFreeString(text);
 }
 
-TEST(CountedString, ReplacesOrLeavesTheTarget) {
+TEST(CountedString, ReallocReplacesOrKeepsTarget) {
     enum Target { none, old };
     const struct {
-        const char* what;
+        const char* name;
         Target target;
         const char* text;
         int length; // -1: the whole text
@@ -223,7 +212,7 @@ TEST(CountedString, ReplacesOrLeavesTheTarget) {
         {"null target by length", none, "new", 1, 0, nullptr},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         char* text = row.target == old ? SysAllocString("old") : nullptr;
         char** target = row.target == none ? nullptr : &text;
         const int done = row.length < 0 ? SysReAllocString(target, row.text)
@@ -235,18 +224,15 @@ TEST(CountedString, ReplacesOrLeavesTheTarget) {
         }
         SysFreeString(text);
     }
-}
-
-TEST(CountedString, CanBeReplacedByAPartOfItself) {
     char* text = SysAllocString("prefix-rest");
-    EXPECT_EQ(SysReAllocString(&text, text + 7), 1);
+    EXPECT_EQ(SysReAllocString(&text, text + 7), 1); // by a part of itself
     EXPECT_STREQ(text, "rest");
     SysFreeString(text);
 }
 
-TEST(CountedString, OwnerFreesOnceAndHandsOutEveryByte) {
+TEST(CountedString, OwnerFreesOnce) {
     CountedString owner("first");
-    *owner.put() = SysAllocStringLen("a\0b", 3); // the first string would leak if put kept it
+    *owner.put() = SysAllocStringLen("a\0b", 3); // the first string leaks unless put frees it
     EXPECT_EQ(owner.str(), std::string("a\0b", 3));
     CountedString moved(std::move(owner));
     EXPECT_EQ(moved.view().size(), 3u);

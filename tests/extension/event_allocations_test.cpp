@@ -1,25 +1,21 @@
-// How many allocations the road of an event makes at most, on the set-up of the benchmarks. Who must raise a number
-// here makes that road slower for every event.
+// The maximum of allocations for one event, on the set-up of the benchmarks. A higher number here makes every event
+// slower.
 #include "bench/bench_extension.h"
 #include "extension/host/event.h"
 #include "targets/conversion.h"
 #include "tests/server_api/allocations.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <new>
 #include <type_traits>
-#include <vector>
 
 namespace {
 
 constexpr std::size_t count = 50;
 
 template <class Call>
-std::size_t most(Call call) {
+std::size_t max_allocations(Call call) {
     std::size_t found = 0;
     for (std::size_t i = 0; i < count; ++i)
         found = std::max(found, allocations::during([&] { call(i); }));
@@ -35,20 +31,20 @@ std::vector<Pointer> make(std::uint32_t from) {
     return events;
 }
 
-TEST(EventAllocations, OfALiveEvent) {
+TEST(EventAllocations, LiveEventStaysWithinMaximum) {
     BenchExtension bench(1, count);
     std::vector<plain::AlarmPtr> alarms = make<plain::AlarmPtr>(1);
     const auto raise = [&](std::size_t i) { ASSERT_EQ(bench.logger->raise(alarms[i]), S_OK); };
     const auto clear = [&](std::size_t i) { ASSERT_EQ(bench.logger->clear(alarms[i], VARIANT_TRUE), S_OK); };
-    most(raise);
-    most(clear);
+    max_allocations(raise);
+    max_allocations(clear);
     alarms = make<plain::AlarmPtr>(1 + count);
-    EXPECT_LE(most(raise), 18U) << "an alarm that is raised and pushes another one out";
-    EXPECT_LE(most(raise), 17U) << "an alarm that is raised again";
-    EXPECT_LE(most(clear), 3U) << "an alarm that is cleared and stays as history";
+    EXPECT_LE(max_allocations(raise), 18U) << "a raised alarm that evicts another";
+    EXPECT_LE(max_allocations(raise), 17U) << "an alarm raised again";
+    EXPECT_LE(max_allocations(clear), 3U) << "a cleared alarm that stays as history";
     const auto messages = make<plain::MessagePtr>(1 + 2 * count);
-    EXPECT_LE(most([&](std::size_t i) { ASSERT_EQ(bench.logger->send(messages[i]), S_OK); }), 15U)
-        << "a message that pushes an alarm out";
+    EXPECT_LE(max_allocations([&](std::size_t i) { ASSERT_EQ(bench.logger->send(messages[i]), S_OK); }), 15U)
+        << "a message that evicts an alarm";
     EXPECT_EQ(bench.host.forgotten, 2 * count);
 }
 
@@ -58,8 +54,8 @@ ZoHmiSrv::Alarm listed_alarm() {
     return event.payload().get_alarm();
 }
 
-// On a miss first, then on hits; into events with room for the answers, and into one without.
-TEST(EventAllocations, AnyOfALocalizationMayFailAndThenNothingChanged) {
+// A miss first, then hits; into events with room for the answers and into one without.
+TEST(EventAllocations, FailedOneLeavesEventUnchanged) {
     BenchExtension bench(1, count);
     const ZoHmiSrv::Context context;
     ZoHmiSrv::Alarm full = listed_alarm();
@@ -85,7 +81,7 @@ TEST(EventAllocations, AnyOfALocalizationMayFailAndThenNothingChanged) {
     }
 }
 
-TEST(EventAllocations, OfAKnownText) {
+TEST(EventAllocations, CachedTextStaysWithinMaximum) {
     BenchExtension bench(1, count);
     std::vector<ZoHmiSrv::Alarm> listed(count + 1, listed_alarm());
     const ZoHmiSrv::Context context;
@@ -94,8 +90,8 @@ TEST(EventAllocations, OfAKnownText) {
         ASSERT_EQ(bench.extension.on_localize_event(context, "de-DE", listed[i], text), ZoHmiSrv::HMI_SUCCESS);
         ASSERT_FALSE(listed[i].parameters()["details"].empty());
     };
-    localize(count); // asks the logger
-    EXPECT_LE(most(localize), 1U) << "the text alone";
+    localize(count); // fills the caches
+    EXPECT_LE(max_allocations(localize), 1U) << "the text alone";
 }
 
 } // namespace

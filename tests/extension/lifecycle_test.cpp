@@ -4,31 +4,22 @@
 #include "tests/fakes/callback_thread.h"
 #include "tests/server_api/allocations.h"
 #include "tests/server_api/values.h"
-#include "tests/support/captured_syslog.h"
 #include "tests/support/eventually.h"
 
-#include <gmock/gmock.h>
-
-#include <chrono>
-#include <functional>
 #include <future>
 #include <stdexcept>
-#include <thread>
 
 using namespace ZoHmiSrv;
 using fakes::call_log;
 using fakes::FakeProxyLibrary;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
-using testing::UnorderedElementsAre;
 
 namespace {
 
 IZoHmiSrvExt* const untouched = reinterpret_cast<IZoHmiSrvExt*>(0x1000);
 
-TEST(ExtInterface, DoesNothingWithoutBothOutArguments) {
+TEST(ExtInterface, StoresExtensionAndVersion) {
     fakes::FakeHost host;
+    fakes::call_log().clear();
     IZoHmiSrvExt* out = untouched;
     double version = -1.0;
     EXPECT_EQ(ext_interface(&host, nullptr, &version), 0);
@@ -36,15 +27,8 @@ TEST(ExtInterface, DoesNothingWithoutBothOutArguments) {
     EXPECT_EQ(ext_interface(nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(out, untouched);
     EXPECT_EQ(version, -1.0);
-    EXPECT_TRUE(take_syslog_lines().empty()); // no extension came and went
-}
-
-TEST(ExtInterface, HandsOutTheExtensionAndItsVersionEvenWithoutAHost) {
-    fakes::FakeHost host;
-    fakes::call_log().clear();
+    EXPECT_TRUE(take_syslog_lines().empty()) << "an extension was made and destroyed";
     for (IZoHmiSrvExtHost* given : {static_cast<IZoHmiSrvExtHost*>(&host), static_cast<IZoHmiSrvExtHost*>(nullptr)}) {
-        IZoHmiSrvExt* out = nullptr;
-        double version = -1.0;
         EXPECT_EQ(ext_interface(given, &out, &version), 0);
         const std::unique_ptr<IZoHmiSrvExt> extension(out); // the server deletes it through this pointer
         ASSERT_NE(dynamic_cast<ZoHmiEventLogger::ZoHmiEventLogger*>(out), nullptr);
@@ -54,7 +38,7 @@ TEST(ExtInterface, HandsOutTheExtensionAndItsVersionEvenWithoutAHost) {
     EXPECT_EQ(take_syslog_lines().size(), 2u); // neither was shut down
 }
 
-TEST(ExtInterface, StoresNothingWhenTheExtensionCannotBeMade) {
+TEST(ExtInterface, OutOfMemoryStoresNothing) {
     fakes::FakeHost host;
     std::size_t failures = 0;
     for (bool failed = true; failed; ++failures) {
@@ -77,7 +61,7 @@ TEST(ExtInterface, StoresNothingWhenTheExtensionCannotBeMade) {
 
 class LifeCycle : public ExtensionTest {
 protected:
-    // The system log got the line of a pool that was still running when it was destroyed.
+    /// Destroys the extension. Returns true if its pool was still running, by the line in the system log.
     bool destroyed_while_running() {
         destroy();
         const auto lines = take_syslog_lines();
@@ -86,7 +70,7 @@ protected:
             EXPECT_EQ(line, std::pair(3, std::string("Unexpected shutdown of thread pool.")));
         return !lines.empty();
     }
-    // Once the extension is stopping, a change of configuration applies nothing.
+    /// Returns false once the extension is stopping: it then ignores changes of configuration.
     bool applies_changes() {
         set_entry("later", target_entry("5.8.8.8.1.1", true));
         call_log().clear();
@@ -100,7 +84,7 @@ TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
     const auto a = add_target("a", "0.0.0.0.1.1");
     set_entry("b", target_entry("127.0.0.1.1.1", false));
     FakeProxyLibrary::instance().expect_logger("b");
-    // Half an entry makes a target all the same, which stays disabled.
+    // An incomplete entry makes a target too, which stays disabled.
     set_entry("c", Value().set_type(ValueType::Map));
     config["TARGET_SYSTEMS"]["c"].insert("ADDRESS", "5.7.7.7.1.1");
     set_config("PRELOAD_TRANSLATIONS", true);
@@ -108,45 +92,42 @@ TEST_F(LifeCycle, InitRunsItsStepsInOrder) {
 
     ASSERT_EQ(init(), HMI_SUCCESS);
     EXPECT_STREQ(extension->extension_info().name(), "");
-    const auto calls = call_log().texts();
-    EXPECT_THAT(calls,
-                ElementsAre("host.set_display_name Zorvane EventLogger", "host.get_config_value",
-                            "host.register_listener AlarmProvider", "host.register_listener EventLocalization",
-                            "host.register_listener Shutdown", "host.register_listener Request",
-                            "host.get_config_value TARGET_SYSTEMS", "host.get_config_value LIMIT_EVENT_COUNT",
-                            "FdxPortOpenEx() = 1", "FdxGetLocalAddressEx(1)", "FdxPortCloseEx(1)",
-                            "CreateInstance.Logger", "a.FindConnectionPoint", "a.Advise", "a.SetTimeout",
-                            "host.get_config_value PRELOAD_TRANSLATIONS", "CreateInstance.ConnectionSettings",
-                            "SetPreloadTranslations", "a.ConnectWithSettings",
-                            "host.send_message TARGET_SYSTEM_CONNECTED a", "a.GetLoggedEvents", "a.GetActiveAlarms",
-                            "host.send_message GETLOGGEDEVENTS_GETACTIVEALARMS a", "CreateInstance.Logger",
-                            "b.FindConnectionPoint", "b.Advise", "b.SetTimeout", "CreateInstance.Logger",
-                            "c.FindConnectionPoint", "c.Advise", "c.SetTimeout", "host.register_config_listener"));
-    EXPECT_THAT(a->record().addresses, ElementsAre("5.1.2.3.1.1"));
-    EXPECT_THAT(a->record().preloads, ElementsAre(VARIANT_TRUE));
+    EXPECT_EQ(call_log().texts(),
+              in_order({{"host.set_display_name Zorvane EventLogger", "host.get_config_value",
+                         "host.register_listener AlarmProvider", "host.register_listener EventLocalization",
+                         "host.register_listener Shutdown", "host.register_listener Request",
+                         "host.get_config_value TARGET_SYSTEMS", "host.get_config_value LIMIT_EVENT_COUNT",
+                         "FdxPortOpenEx() = 1", "FdxGetLocalAddressEx(1)", "FdxPortCloseEx(1)"},
+                        made("a"),
+                        connected("a", "a"),
+                        made("b"),
+                        made("c"),
+                        {"host.register_config_listener"}}));
+    EXPECT_EQ(a->record().addresses, (Texts{"5.1.2.3.1.1"}));
+    EXPECT_EQ(a->record().preloads, std::vector<VARIANT_BOOL>{VARIANT_TRUE});
     for (const char* call : {"set_display_name", "get_config_value", "register_listener", "register_config_listener"})
         EXPECT_STREQ(host.context_of(call).domain(), "HMI") << call;
 
     EXPECT_EQ(values::show(host.config_filter()), "[struct {flags: Int(48), paths: ['TARGET_SYSTEMS::*']}]");
-    // Each listener is registered as what it says it is.
+    // Each listener is registered with its own type.
     ZoHmiEventLogger::ZoHmiEventLogger* const own = extension.get();
-    EXPECT_THAT(host.listeners(),
-                UnorderedElementsAre(
-                    Pair(ListenerType::AlarmProvider, static_cast<IZoHmiSrvAlarmProviderListener*>(own)),
-                    Pair(ListenerType::EventLocalization, static_cast<IZoHmiSrvEventLocalizationListener*>(own)),
-                    Pair(ListenerType::Shutdown, static_cast<IZoHmiSrvShutdownListener*>(own)),
-                    Pair(ListenerType::Request, static_cast<IZoHmiSrvRequestListener*>(own)),
-                    Pair(ListenerType::Config, static_cast<IZoHmiSrvConfigListener*>(own))));
+    EXPECT_EQ(host.listeners(),
+              (fakes::FakeHost::Listeners{
+                  {ListenerType::AlarmProvider, static_cast<IZoHmiSrvAlarmProviderListener*>(own)},
+                  {ListenerType::EventLocalization, static_cast<IZoHmiSrvEventLocalizationListener*>(own)},
+                  {ListenerType::Shutdown, static_cast<IZoHmiSrvShutdownListener*>(own)},
+                  {ListenerType::Request, static_cast<IZoHmiSrvRequestListener*>(own)},
+                  {ListenerType::Config, static_cast<IZoHmiSrvConfigListener*>(own)}}));
 }
 
-TEST_F(LifeCycle, AServerWithTheLicenceInterfaceSeesTheSameInit) {
+TEST_F(LifeCycle, LicenceInterfaceChangesNoCall) {
     fakes::FakeLicenseHost with_license;
     with_license.set_config(config);
     make_extension(&with_license);
     ASSERT_EQ(init(), HMI_SUCCESS);
     const auto calls = take_calls("host.");
-    tick(); // reports what it knows, and reads no configuration for it
-    EXPECT_THAT(take_calls("host."), IsEmpty());
+    tick(); // reads no configuration for the licence report
+    EXPECT_EQ(take_calls("host."), Texts());
     shut_down();
     make_extension();
     call_log().clear();
@@ -154,56 +135,48 @@ TEST_F(LifeCycle, AServerWithTheLicenceInterfaceSeesTheSameInit) {
     EXPECT_EQ(take_calls("host."), calls);
 }
 
-TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
-    using Host = fakes::FakeHost;
-    const auto host_throws = [](const char* call) {
-        return [call](ExtensionTest&, Host& server) { server.plan().throw_error(call, "no"); };
-    };
-    const auto timeout_is = [](const Value& value) {
-        return [value](ExtensionTest&, Host& server) {
-            Value changed = server.get_config_value(Context(), "");
+TEST_F(LifeCycle, EachInitFailureLeavesItsState) {
+    const auto host_throws = [this](const char* call) { return [=, this] { host.plan().throw_error(call, "no"); }; };
+    const auto timeout_is = [this](const Value& value) {
+        return [=, this] {
+            Value changed = config;
             changed.insert_or_update("TIMEOUT", value);
-            server.set_config(changed);
+            host.set_config(changed);
         };
     };
     const struct {
-        const char* what;
-        std::function<void(ExtensionTest&, fakes::FakeHost&)> arrange;
+        const char* name;
+        std::function<void()> arrange;
         ErrorValue result;
         bool threads_run, stopping;
         std::size_t listeners;
         bool first_target_stays;
     } cases[] = {
-        {"no configuration", [](ExtensionTest&, Host& server) { server.set_config(Value()); }, HMI_E_INVALID_PARAMETER,
-         false, true, 0, false},
+        {"no configuration", [&] { host.set_config(Value()); }, HMI_E_INVALID_PARAMETER, false, true, 0, false},
         {"no TIMEOUT", timeout_is(Value()), HMI_E_INIT, true, false, 0, false},
         {"TIMEOUT a number", timeout_is(5000.0), HMI_E_INIT, true, false, 0, false},
-        {"proxy refused",
-         [](ExtensionTest&, Host&) { FakeProxyLibrary::instance().plan->answer("CreateInstance.Logger", E_FAIL, 2); },
-         HMI_E_INIT, false, false, 4, true},
+        {"proxy refused", [&] { library()->answer("CreateInstance.Logger", E_FAIL, 2); }, HMI_E_INIT, false, false, 4,
+         true},
         {"listener refused", host_throws("register_listener Shutdown"), HMI_E_INIT, false, true, 0, false},
         {"targets unreadable", host_throws("get_config_value TARGET_SYSTEMS"), HMI_E_INIT, false, true, 0, false},
-        {"limit unreadable",
-         [](ExtensionTest&, Host& server) { server.plan().throw_foreign("get_config_value LIMIT_EVENT_COUNT"); },
-         HMI_E_INIT, false, true, 0, false},
-        {"target throws",
-         [](ExtensionTest&, Host&) { FakeProxyLibrary::instance().next_loggers[1]->has_timeout = false; }, HMI_E_INIT,
+        {"limit unreadable", [&] { host.plan().throw_foreign("get_config_value LIMIT_EVENT_COUNT"); }, HMI_E_INIT,
          false, true, 0, false},
+        {"target throws", [&] { FakeProxyLibrary::instance().next_loggers[1]->has_timeout = false; }, HMI_E_INIT, false,
+         true, 0, false},
         {"config listener refused", host_throws("register_config_listener"), HMI_E_INIT, false, true, 0, false},
     };
     for (const auto& failure : cases) {
-        SCOPED_TRACE(failure.what);
+        SCOPED_TRACE(failure.name);
         const auto a = add_target("a");
         add_target("b");
-        failure.arrange(*this, host);
+        failure.arrange();
         call_log().clear();
         EXPECT_EQ(init(), failure.result);
         EXPECT_EQ(host.listeners().size(), failure.listeners);
         if (failure.stopping && failure.result == HMI_E_INIT) {
-            EXPECT_THAT(take_calls("host.unregister"),
-                        ElementsAre("host.unregister_listener AlarmProvider",
-                                    "host.unregister_listener EventLocalization", "host.unregister_listener Shutdown",
-                                    "host.unregister_listener Request"));
+            EXPECT_EQ(take_calls("host.unregister"),
+                      (Texts{"host.unregister_listener AlarmProvider", "host.unregister_listener EventLocalization",
+                             "host.unregister_listener Shutdown", "host.unregister_listener Request"}));
         }
         // A table with targets makes the list a Vector.
         EXPECT_EQ(listed().type(), failure.first_target_stays ? ValueType::Vector : ValueType::Null);
@@ -219,7 +192,7 @@ TEST_F(LifeCycle, EachFailureOfInitLeavesItsOwnTraces) {
     }
 }
 
-TEST_F(LifeCycle, AShutdownDuringInitLeavesNothingBehind) {
+TEST_F(LifeCycle, ShutdownDuringInitLeavesNothing) {
     for (const char* call :
          {"register_listener Request", "get_config_value PRELOAD_TRANSLATIONS", "register_config_listener"}) {
         SCOPED_TRACE(call);
@@ -227,7 +200,7 @@ TEST_F(LifeCycle, AShutdownDuringInitLeavesNothingBehind) {
         host.plan().run(
             call, [this] { EXPECT_EQ(extension->on_shutdown(Context()), 0); }, 1);
         init();
-        EXPECT_THAT(host.listeners(), IsEmpty());
+        EXPECT_TRUE(host.listeners().empty());
         EXPECT_EQ(listed().type(), ValueType::Null);
         EXPECT_EQ(a->sink(), nullptr);
         EXPECT_FALSE(destroyed_while_running());
@@ -235,43 +208,26 @@ TEST_F(LifeCycle, AShutdownDuringInitLeavesNothingBehind) {
     }
 }
 
-TEST_F(LifeCycle, WhatAFirstConnectThrowsIsReportedAndTheNextTargetGoesOn) {
-    const char* const unknown = "An error occurred in the communication with the Zorvane EventLogger.";
-    for (const bool standard : {true, false}) {
-        SCOPED_TRACE(standard);
-        const auto a = add_target("a");
-        const auto b = add_target("b");
-        if (standard)
-            host.plan().throw_error("get_config_value PRELOAD_TRANSLATIONS", "unreadable", 1);
-        else
-            host.plan().throw_foreign("get_config_value PRELOAD_TRANSLATIONS", 1);
-        EXPECT_EQ(init(), HMI_SUCCESS);
-        const auto errors = host.messages("ZORVANE_EVENTLOGGER_ERROR");
-        ASSERT_EQ(errors.size(), 1u);
-        const Message error = errors[0];
-        EXPECT_STREQ(error.parameters()["0"].get_string(), "a");
-        EXPECT_STREQ(error.parameters()["2"].get_string(), standard ? "unreadable" : unknown);
-        EXPECT_EQ(a->record().addresses.size(), 0u);
-        EXPECT_EQ(b->connected, VARIANT_TRUE);
-        EXPECT_EQ(listed().type(), ValueType::Vector);
-        shut_down();
-        host.clear();
-        host.plan().clear();
-    }
+TEST_F(LifeCycle, FirstConnectExceptionIsReported) {
+    const auto a = add_target("a");
+    const auto b = add_target("b");
+    host.plan().throw_foreign("get_config_value PRELOAD_TRANSLATIONS", 1);
+    EXPECT_EQ(init(), HMI_SUCCESS);
+    EXPECT_EQ(take_calls("host.send_message ZORVANE"), Texts{"host.send_message ZORVANE_EVENTLOGGER_ERROR a"});
+    EXPECT_EQ(a->record().addresses.size(), 0u);
+    EXPECT_EQ(b->connected, VARIANT_TRUE);
 }
 
-TEST_F(LifeCycle, AnUnreachableTargetIsNoFailureAndTheTickTriesAgain) {
+TEST_F(LifeCycle, UnreachableTargetIsRetriedByTick) {
     const auto a = add_target("a");
     a->active.push_back(a->make_alarm());
     a->plan->answer("ConnectWithSettings", static_cast<HRESULT>(0x98110007), 1);
     EXPECT_EQ(init(), HMI_SUCCESS);
-    EXPECT_THAT(take_calls("host.send_message"), ElementsAre("host.send_message TARGET_SYSTEM_CONNECT_FAILED a"));
+    EXPECT_EQ(take_calls("host.send_message"), (Texts{"host.send_message TARGET_SYSTEM_CONNECT_FAILED a"}));
     take_syslog_lines();
     EXPECT_TRUE(call_log().wait_for("host.reset_temporary_events"));
     EXPECT_EQ(host.messages("TARGET_SYSTEM_CONNECTED").size(), 1u);
-    EXPECT_THAT(take_syslog_lines(7),
-                ElementsAre(std::pair(7, std::string("Target a: import over, 0 callbacks recorded "
-                                                     "meanwhile, 1 alarms live."))));
+    EXPECT_TRUE(take_syslog_lines(7).empty());
 }
 
 TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
@@ -279,85 +235,72 @@ TEST_F(LifeCycle, ShutdownRunsItsStepsInOrder) {
     const auto a = add_target("a");
     std::swap(FakeProxyLibrary::instance().next_loggers[0], FakeProxyLibrary::instance().next_loggers[1]);
     add_target("c");
-    // A tick that hangs in the second target: the pool must be waited for before any target goes, also the third one,
-    // which the tick does not hold yet.
+    // A tick that blocks in the second target: the shutdown must wait for the pool before it destroys any target, also
+    // the third, which the tick does not use yet.
     const auto block = b->plan->block("IsConnected", 1);
     ASSERT_EQ(init(), HMI_SUCCESS);
     ASSERT_TRUE(block->wait_for_arrivals());
     call_log().clear();
     fakes::CallbackThread callbacks;
     const auto alarm = a->make_alarm();
+    // Exceptions of the server do not stop it, and messages neither.
     host.plan().run("unregister_listener AlarmProvider", [&] {
         callbacks.post([&] { a->fire_raised(alarm); }); // stopping already: not forwarded
         callbacks.drain();
     });
+    host.plan().throw_error("unregister_listener AlarmProvider", "no");
+    host.plan().throw_foreign("unregister_listener Config");
+    host.plan().throw_foreign("send_message");
     auto ended = std::async(std::launch::async, [&] { return extension->on_shutdown(context_of("shutdown")); });
     EXPECT_TRUE(call_log().wait_for("host.unregister_listener Config", 1, std::chrono::seconds(3)));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_THAT(take_calls(),
-                ElementsAre("host.unregister_listener AlarmProvider", "host.unregister_listener EventLocalization",
-                            "host.unregister_listener Shutdown", "host.unregister_listener Request",
-                            "host.unregister_listener Config"));
+    EXPECT_EQ(take_calls(),
+              (Texts{"host.unregister_listener AlarmProvider", "host.send_message ZORVANE_EVENTLOGGER_ERROR",
+                     "host.unregister_listener EventLocalization", "host.unregister_listener Shutdown",
+                     "host.unregister_listener Request", "host.unregister_listener Config",
+                     "host.send_message ZORVANE_EVENTLOGGER_ERROR"}));
     EXPECT_STREQ(host.context_of("unregister_listener").domain(), "shutdown");
     block->open();
     EXPECT_EQ(ended.get(), 0);
-    EXPECT_THAT(take_calls(),
-                ElementsAre("a.FindConnectionPoint", "a.Unadvise", "a.Disconnect", "a.FindConnectionPoint",
-                            "a.Unadvise", "b.FindConnectionPoint", "b.Unadvise", "b.Disconnect",
-                            "b.FindConnectionPoint", "b.Unadvise", "c.FindConnectionPoint", "c.Unadvise",
-                            "c.Disconnect", "c.FindConnectionPoint", "c.Unadvise"));
+    EXPECT_EQ(take_calls(), in_order({destroyed("a"), destroyed("b"), destroyed("c")}));
+    host.plan().clear();
     EXPECT_EQ(listed().type(), ValueType::Null);
     EXPECT_FALSE(applies_changes());
 
-    EXPECT_EQ(extension->on_shutdown(Context()), 0); // harmless again
+    EXPECT_EQ(extension->on_shutdown(Context()), 0); // a second one changes nothing
     EXPECT_FALSE(destroyed_while_running());
     EXPECT_EQ(host.alarms(), 0u);
 }
 
-TEST_F(LifeCycle, ShutdownGoesOnWhenTheServerThrows) {
-    const auto a = add_target("a");
-    ASSERT_EQ(init(), HMI_SUCCESS);
-    take_syslog_lines();
-    take_calls();
-    host.plan().throw_error("unregister_listener AlarmProvider", "no");
-    host.plan().throw_foreign("unregister_listener Config");
-    host.plan().throw_foreign("send_message");
-    EXPECT_EQ(extension->on_shutdown(Context()), 0);
-    EXPECT_EQ(take_calls("host.unregister_listener").size(), 5u);
-    EXPECT_EQ(a->connected, VARIANT_FALSE);
-    EXPECT_FALSE(destroyed_while_running());
-}
-
-TEST_F(LifeCycle, DestructionDuringATickPollsNoFurtherTarget) {
+TEST_F(LifeCycle, DestructionEndsTheTickEarly) {
     const auto a = add_target("a");
     const auto b = add_target("b");
     const auto block = a->plan->block("IsConnected", 1);
     ASSERT_EQ(init(), HMI_SUCCESS);
     ASSERT_TRUE(block->wait_for_arrivals());
     take_syslog_lines();
-    auto destroyed = std::async(std::launch::async, [this] { destroy(); });
-    // The pool's line tells that the destructor has begun.
+    auto ended = std::async(std::launch::async, [this] { destroy(); });
+    // The line of the pool appears once the destructor has begun.
     EXPECT_TRUE(zo_test::eventually([] { return !take_syslog_lines().empty(); }));
     block->open();
-    destroyed.get();
+    ended.get();
     EXPECT_EQ(b->plan->count("IsConnected"), 0u);
 }
 
-TEST_F(LifeCycle, DestructionWithoutShutdownStopsTheThreadsAndThenDisconnects) {
+TEST_F(LifeCycle, DestructorStopsThreadsFirst) {
     const auto b = add_target("b");
     const auto a = add_target("a");
     std::swap(FakeProxyLibrary::instance().next_loggers[0], FakeProxyLibrary::instance().next_loggers[1]);
-    // What a target reports on its way still goes out with the extension's domain.
+    // The reports of a target that is destroyed still have the domain of the extension.
     a->plan->answer("Disconnect", E_FAIL);
     make_extension();
     const std::string domain(100, 'd');
     ASSERT_EQ(extension->init(context_of(domain.c_str())).result(), HMI_SUCCESS);
     call_log().clear();
     EXPECT_TRUE(destroyed_while_running());
-    EXPECT_THAT(take_calls(), ElementsAre("a.FindConnectionPoint", "a.Unadvise", "a.Disconnect",
-                                          "host.send_message ZORVANE_EVENTLOGGER_ERROR a", "a.FindConnectionPoint",
-                                          "a.Unadvise", "b.FindConnectionPoint", "b.Unadvise", "b.Disconnect",
-                                          "b.FindConnectionPoint", "b.Unadvise"));
+    Texts expected = in_order({destroyed("a"), destroyed("b")});
+    expected.insert(expected.begin() + 3, "host.send_message ZORVANE_EVENTLOGGER_ERROR a");
+    EXPECT_EQ(take_calls(), expected);
     ASSERT_FALSE(host.messages().empty());
     EXPECT_EQ(host.messages().back().message.domain(), domain);
     EXPECT_EQ(host.context_of("send_message").domain(), domain);

@@ -1,14 +1,8 @@
-// Events in the language of whoever reads them.
+// Events in the language of their reader.
 #include "tests/extension/extension_fixture.h"
 
 #include "extension/host/event_payload.h"
 #include "tests/server_api/values.h"
-
-#include <gmock/gmock.h>
-
-#include <array>
-#include <thread>
-#include <tuple>
 
 using namespace ZoHmiSrv;
 using values::show;
@@ -42,24 +36,24 @@ protected:
     ErrorValue localize(EventPayload& payload, const char* locale = "de-DE") {
         return extension->on_localize_event(Context(), locale, payload, text);
     }
-    // How often the logger was asked each of the five questions since the last look.
-    Counts asked() {
+    /// Returns the number of calls of each of the five requests since the last look.
+    Counts requested() {
         Counts counts;
         for (std::size_t i = 0; i < counts.size(); ++i) {
-            const std::size_t count = logger->plan->count(questions[i]);
+            const std::size_t count = logger->plan->count(requests[i]);
             counts[i] = count - std::exchange(counted[i], count);
         }
         return counts;
     }
     Value& parameter(const char* name) { return event.parameters()[name]; }
-    // Since the last look.
+    /// Returns the number of reads since the last look.
     std::size_t preload_reads() {
         const std::size_t count = host.plan().count("get_config_value PRELOAD_TRANSLATIONS");
         return count - std::exchange(counted_reads, count);
     }
 
-    static constexpr const char* questions[] = {"GetText", "GetEventClassName", "GetSourceNameText",
-                                                "GetCausesAndRemedies", "GetDetails"};
+    static constexpr const char* requests[] = {"GetText", "GetEventClassName", "GetSourceNameText",
+                                               "GetCausesAndRemedies", "GetDetails"};
     fakes::LoggerPtr logger;
     Counts counted{};
     std::size_t counted_reads = 0;
@@ -67,18 +61,18 @@ protected:
     String text{"untouched"};
 };
 
-TEST_F(Localization, WritesAllAnswersIntoTheEvent) {
+TEST_F(Localization, WritesAnswersIntoEvent) {
     start();
     ASSERT_EQ(localize(event), HMI_SUCCESS);
     EXPECT_STREQ(text.name(), "text 1031");
     EXPECT_EQ(parameter("eventClassName"), Value("class"));
     EXPECT_EQ(parameter("localizedSourceName"), Value("pump localized 171"));
-    // A list, in which an id can stand twice, and a Struct by id, where it cannot.
+    // An id can stand twice in the list, but not in the Struct.
     EXPECT_EQ(show(parameter("causeRemedy")), "[struct {cause: 'cause', id: '1', remedy: 'remedy'}, "
                                               "struct {cause: 'another', id: '1', remedy: 'one'}]");
     const std::string details = "struct {d: struct {comment: 'two', text: 'last'}}";
     EXPECT_EQ(show(parameter("details")), details);
-    // Another language is another question, and what the first one wrote and this one has not stays.
+    // Another language is another request. Parameters of the first answer stay when the second has none.
     logger->details.clear();
     logger->text = [](const fakes::TextRequest&) { return std::string(); };
     ASSERT_EQ(localize(event, nullptr), HMI_SUCCESS);
@@ -87,8 +81,7 @@ TEST_F(Localization, WritesAllAnswersIntoTheEvent) {
     EXPECT_EQ(show(parameter("details")), details);
 }
 
-// Whatever fails, the event is bit for bit what it was, with its texts still unconverted.
-TEST_F(Localization, ChangesAllOrNothing) {
+TEST_F(Localization, FailureLeavesEventUnchanged) {
     start();
     event.parameters().insert_or_update("numArguments", 1.0);
     event.parameters().insert_or_update("types", "AQ==");
@@ -118,7 +111,7 @@ TEST_F(Localization, ChangesAllOrNothing) {
     host.clear();
     expect_failure(HMI_E_UNEXPECTED);
     EXPECT_EQ(host.messages("ZORVANE_EVENTLOGGER_ERROR").size(), 1u);
-    logger->plan->answer("IsConnected", E_FAIL, 1); // the test of the connection is part of it
+    logger->plan->answer("IsConnected", E_FAIL, 1); // the query of the connection fails
     expect_failure(HMI_E_UNEXPECTED);
     logger->connected = VARIANT_FALSE;
     expect_failure(HMI_E_CONNECT);
@@ -128,52 +121,52 @@ TEST_F(Localization, ChangesAllOrNothing) {
     EXPECT_EQ(parameter("data").type(), ValueType::Binary);
 }
 
-TEST_F(Localization, AHitNeedsNoConnectionAndTheTextsOutlastIt) {
+TEST_F(Localization, HitNeedsNoConnection) {
     start();
     ASSERT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(asked(), (Counts{1, 1, 1, 1, 1}));
-    tick(); // the state is known as connected
+    EXPECT_EQ(requested(), (Counts{1, 1, 1, 1, 1}));
+    tick(); // remembers the state as connected
     logger->connected = VARIANT_FALSE;
     take_calls();
     fakes::call_log().clear();
     EXPECT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_TRUE(fakes::call_log().texts().empty()) << "not even for the connection";
+    EXPECT_TRUE(fakes::call_log().texts().empty()) << "not even a query of the connection";
     logger->plan->answer("ConnectWithSettings", E_FAIL, 1);
     tick(); // finds the loss and clears
     EXPECT_EQ(localize(event), HMI_E_CONNECT);
     tick();
-    EXPECT_EQ(asked(), Counts{});
+    EXPECT_EQ(requested(), Counts{});
     EXPECT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(asked(), (Counts{0, 1, 1, 1, 1}));
+    EXPECT_EQ(requested(), (Counts{0, 1, 1, 1, 1}));
 }
 
-TEST_F(Localization, ThePreloadSettingIsReadForEachTextThatTheLoggerGave) {
+TEST_F(Localization, PreloadIsReadForEachFetchedText) {
     start();
     preload_reads();
     logger->plan->answer("GetText", E_FAIL, 1);
     EXPECT_EQ(localize(event), HMI_E_UNEXPECTED);
     EXPECT_EQ(preload_reads(), 0u);
     set_config("PRELOAD_TRANSLATIONS", true);
-    for (int i = 0; i < 2; ++i) { // the text is not kept, all else is
+    for (int i = 0; i < 2; ++i) { // only the text is not cached
         EXPECT_EQ(localize(event), HMI_SUCCESS);
         EXPECT_EQ(preload_reads(), 1u);
     }
-    EXPECT_EQ(asked(), (Counts{3, 1, 1, 1, 1}));
+    EXPECT_EQ(requested(), (Counts{3, 1, 1, 1, 1}));
     set_config("PRELOAD_TRANSLATIONS", false);
     EXPECT_EQ(localize(event), HMI_SUCCESS);
     set_config("PRELOAD_TRANSLATIONS", true);
-    EXPECT_EQ(localize(event), HMI_SUCCESS); // what was kept before is used
-    EXPECT_EQ(asked(), (Counts{1, 0, 0, 0, 0}));
+    EXPECT_EQ(localize(event), HMI_SUCCESS); // from the cache
+    EXPECT_EQ(requested(), (Counts{1, 0, 0, 0, 0}));
     EXPECT_EQ(preload_reads(), 1u);
 }
 
-TEST_F(Localization, AsksOnlyWhatTheEventHoldsTheKeysOf) {
-    start(0.0); // texts are never kept
+TEST_F(Localization, RequestsNeedTheirKeys) {
+    start(0.0); // texts are never cached
     const Alarm whole = event;
     const struct {
         const char* name;
-        Value value; // Null: as if the parameter were missing
-        Counts asked;
+        Value value; ///< Null counts as missing
+        Counts requests;
         const char* class_name = "class";
         const char* source_name = "pump localized 171";
     } cases[] = {
@@ -185,32 +178,32 @@ TEST_F(Localization, AsksOnlyWhatTheEventHoldsTheKeysOf) {
         {"numArguments", Value(), {0, 1, 1, 1, 1}},
         {"sourceName", Value(), {1, 1, 0, 1, 1}, "class", ""},
         {"sourceName", 12, {1, 1, 1, 1, 1}, "class", "12 localized 171"},
-        {"sourceGuid", Value(), {1, 1, 1, 1, 1}, "class", "pump localized 0"}, // the event's class instead
+        {"sourceGuid", Value(), {1, 1, 1, 1, 1}, "class", "pump localized 0"}, // the event class replaces it
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(std::string(row.name) + " " + row.value.get_string());
         event = whole;
         event.parameters().insert_or_update(row.name, row.value);
-        asked();
+        requested();
         ASSERT_EQ(localize(event), HMI_SUCCESS);
-        EXPECT_EQ(asked(), row.asked);
-        EXPECT_STREQ(text.name(), row.asked[0] ? "text 1031" : "");
+        EXPECT_EQ(requested(), row.requests);
+        EXPECT_STREQ(text.name(), row.requests[0] ? "text 1031" : "");
         EXPECT_STREQ(parameter("eventClassName").get_string(), row.class_name);
         EXPECT_STREQ(parameter("localizedSourceName").get_string(), row.source_name);
-        EXPECT_EQ(parameter("causeRemedy").isset(), row.asked[3] != 0);
+        EXPECT_EQ(parameter("causeRemedy").isset(), row.requests[3] != 0);
         logger->connected = VARIANT_FALSE;
         tick(); // empties the other caches
     }
 }
 
-TEST_F(Localization, AnswersAreKeptByAllThatTheyDependOn) {
+TEST_F(Localization, CacheKeysHaveAllArguments) {
     start();
     logger->class_name = [](const GUID& id, std::int32_t language) {
         return std::to_string(id.Data1) + " in " + std::to_string(language);
     };
     const Alarm whole = event;
     ASSERT_EQ(localize(event), HMI_SUCCESS);
-    asked();
+    requested();
     const std::tuple<const char*, Value, Counts> cases[] = {
         {"eventClass", "{00000005-0000-0000-0000-000000000000}", {1, 1, 0, 1, 1}},
         {"eventId", 8, {1, 0, 0, 1, 1}},
@@ -222,20 +215,20 @@ TEST_F(Localization, AnswersAreKeptByAllThatTheyDependOn) {
         event = whole;
         event.parameters().insert_or_update(name, value);
         ASSERT_EQ(localize(event), HMI_SUCCESS);
-        EXPECT_EQ(asked(), expected);
+        EXPECT_EQ(requested(), expected);
         EXPECT_EQ(parameter("eventClassName"), Value(expected[1] ? "5 in 1031" : "0 in 1031"));
     }
     event = whole;
     ASSERT_EQ(localize(event, "en-US"), HMI_SUCCESS);
-    EXPECT_EQ(asked(), (Counts{1, 1, 1, 1, 1}));
+    EXPECT_EQ(requested(), (Counts{1, 1, 1, 1, 1}));
     EXPECT_EQ(parameter("eventClassName"), Value("0 in 1033"));
     Message message;
     message.parameters() = event.parameters();
     ASSERT_EQ(localize(message), HMI_SUCCESS);
-    EXPECT_EQ(asked(), (Counts{1, 0, 0, 0, 0})) << "the texts of messages are others than those of alarms";
+    EXPECT_EQ(requested(), (Counts{1, 0, 0, 0, 0})) << "messages and alarms have different texts";
 }
 
-TEST_F(Localization, ALoggerWithoutAnInterfaceHasNoAnswerButIsNoFailure) {
+TEST_F(Localization, MissingInterfaceGivesNoAnswer) {
     start();
     const Alarm whole = event;
     const auto all = {&logger->has_class_name, &logger->has_source_name, &logger->has_logger4, &logger->has_logger5};
@@ -246,24 +239,24 @@ TEST_F(Localization, ALoggerWithoutAnInterfaceHasNoAnswerButIsNoFailure) {
     for (const char* name : {"localizedSourceName", "causeRemedy", "details"})
         EXPECT_FALSE(std::as_const(event.parameters())[name].isset()) << name;
     logger->connected = VARIANT_FALSE;
-    EXPECT_EQ(localize(event), HMI_E_CONNECT) << "the text is kept, but nothing else is";
+    EXPECT_EQ(localize(event), HMI_E_CONNECT) << "only the text is cached";
     logger->connected = VARIANT_TRUE;
-    logger->has_logger4 = true; // both lists are asked of version 5
+    logger->has_logger4 = true; // both lists need version 5
     ASSERT_EQ(localize(event), HMI_SUCCESS);
     for (auto* interface : all)
         *interface = true;
-    logger->source_name = {}; // an empty answer is one
+    logger->source_name = {}; // an empty answer counts
     logger->causes_and_remedies.clear();
     ASSERT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(asked(), (Counts{1, 1, 1, 1, 1}));
+    EXPECT_EQ(requested(), (Counts{1, 1, 1, 1, 1}));
     EXPECT_EQ(parameter("localizedSourceName"), Value(""));
     EXPECT_FALSE(std::as_const(event.parameters())["causeRemedy"].isset());
     EXPECT_TRUE(parameter("details").isset());
     ASSERT_EQ(localize(event), HMI_SUCCESS);
-    EXPECT_EQ(asked(), Counts{}) << "empty answers are kept, too";
+    EXPECT_EQ(requested(), Counts{}) << "empty answers are cached too";
 }
 
-TEST_F(Localization, GivesArgumentsBackAsTwoRangesBehindEachOther) {
+TEST_F(Localization, ArgumentsArePassedAsTwoRanges) {
     start();
     Value bytes; // 03 04 05
     bytes.set("AwQF");
@@ -272,13 +265,13 @@ TEST_F(Localization, GivesArgumentsBackAsTwoRangesBehindEachOther) {
         Value count, types, data;
         std::array<std::uint32_t, 5> descriptor; // count, offset and size of the types, of the data
         std::vector<std::uint8_t> block;
-        std::size_t asked = 1;
+        std::size_t requests = 1;
     } cases[] = {
         {2.9, "AQI=", "AwQF", {2, 0, 2, 2, 3}, {1, 2, 3, 4, 5}},
         {2, "AQI=", bytes, {2, 0, 2, 2, 3}, {}, 0}, // the same text again
-        {2, "AgE=", bytes, {2, 0, 2, 2, 3}, {}, 0}, // the types do not tell texts apart
+        {2, "AgE=", bytes, {2, 0, 2, 2, 3}, {}, 0}, // the types are not part of the key
         {-1.0, "AQI=", "", {0xFFFFFFFF, 0, 2, 2, 0}, {1, 2}},
-        {2.0, "AQI=", Value(), {}, {}, 0}, // without arguments, and so the text of no data as above
+        {2.0, "AQI=", Value(), {}, {}, 0}, // no arguments, and so the cached text without data
         {0.5, "AQI=", "Bg==", {}, {}, 0},
         {1.0, "AQ==", "Bg==", {1, 0, 1, 1, 1}, {1, 6}},
     };
@@ -288,12 +281,12 @@ TEST_F(Localization, GivesArgumentsBackAsTwoRangesBehindEachOther) {
         event.parameters().insert_or_update("types", row.types);
         event.parameters().insert_or_update("data", row.data);
         ASSERT_EQ(localize(event), HMI_SUCCESS);
-        EXPECT_EQ(asked()[0], row.asked);
-        if (row.asked == 0) continue;
+        EXPECT_EQ(requested()[0], row.requests);
+        if (row.requests == 0) continue;
         const auto request = logger->record().text_requests.back();
-        const auto& asked_with = request.arguments;
-        EXPECT_EQ((std::array{asked_with.count, asked_with.types_offset, asked_with.types_size, asked_with.data_offset,
-                              asked_with.data_size}),
+        const auto& arguments = request.arguments;
+        EXPECT_EQ((std::array{arguments.count, arguments.types_offset, arguments.types_size, arguments.data_offset,
+                              arguments.data_size}),
                   row.descriptor);
         EXPECT_EQ(request.block, row.block);
     }
@@ -302,24 +295,24 @@ TEST_F(Localization, GivesArgumentsBackAsTwoRangesBehindEachOther) {
     EXPECT_EQ(logger->record().text_requests.back().arguments.count, 0u);
 }
 
-TEST_F(Localization, KeepsEightTextsForEachEventThatIsKept) {
+TEST_F(Localization, CachesEightTextsPerEvent) {
     start(1.0);
-    const auto texts_asked = [this](double event_id) {
+    const auto requested_texts = [this](double event_id) {
         event.parameters().insert_or_update("eventId", event_id);
         EXPECT_EQ(localize(event), HMI_SUCCESS);
-        return asked()[0];
+        return requested()[0];
     };
     for (int id = 0; id < 8; ++id)
-        EXPECT_EQ(texts_asked(id), 1u);
+        EXPECT_EQ(requested_texts(id), 1u);
     for (int id = 0; id < 8; ++id)
-        EXPECT_EQ(texts_asked(id), 0u);
-    EXPECT_EQ(texts_asked(8), 1u);
-    EXPECT_EQ(texts_asked(1), 0u);
-    EXPECT_EQ(texts_asked(0), 1u);
-    EXPECT_EQ(texts_asked(1), 1u) << "the oldest goes, however often it was read";
+        EXPECT_EQ(requested_texts(id), 0u);
+    EXPECT_EQ(requested_texts(8), 1u);
+    EXPECT_EQ(requested_texts(1), 0u);
+    EXPECT_EQ(requested_texts(0), 1u);
+    EXPECT_EQ(requested_texts(1), 1u) << "the oldest text is evicted, however often it was read";
 }
 
-TEST_F(Localization, ASlowAnswerKeepsNobodyWaiting) {
+TEST_F(Localization, SlowAnswerBlocksNoOtherThread) {
     start();
     const auto block = logger->plan->block("GetText", 1);
     Alarm copy = event;
@@ -327,20 +320,20 @@ TEST_F(Localization, ASlowAnswerKeepsNobodyWaiting) {
     std::thread slow(
         [&] { EXPECT_EQ(extension->on_localize_event(Context(), "de-DE", copy, other_text), HMI_SUCCESS); });
     ASSERT_TRUE(block->wait_for_arrivals());
-    EXPECT_EQ(localize(event), HMI_SUCCESS); // asks the same once more
+    EXPECT_EQ(localize(event), HMI_SUCCESS); // requests the same once more
     tick();
     block->open();
     slow.join();
-    EXPECT_EQ(asked(), (Counts{2, 1, 1, 1, 1}));
+    EXPECT_EQ(requested(), (Counts{2, 1, 1, 1, 1}));
     EXPECT_STREQ(other_text.name(), text.name());
 }
 
-TEST_F(Localization, AnAnswerOfALostConnectionIsNotKeptForTheNextOne) {
+TEST_F(Localization, AnswerOfLostConnectionIsNotCached) {
     start();
     logger->class_name = [&, lost = false](const GUID&, std::int32_t) mutable {
         if (std::exchange(lost, true)) return "new";
         logger->connected = VARIANT_FALSE;
-        tick(); // away and back while the answer is on its way
+        tick(); // lost and connected again before the answer arrives
         return "old";
     };
     ASSERT_EQ(localize(event), HMI_SUCCESS);
@@ -348,7 +341,7 @@ TEST_F(Localization, AnAnswerOfALostConnectionIsNotKeptForTheNextOne) {
     EXPECT_EQ(parameter("eventClassName"), Value("new"));
 }
 
-TEST_F(Localization, ReadsWhatNoTargetCanTell) {
+TEST_F(Localization, EventWithoutTargetUsesItsName) {
     class Odd final : public EventPayload {
     public:
         void set_name(const char*) override {}
@@ -377,7 +370,7 @@ TEST_F(Localization, ReadsWhatNoTargetCanTell) {
     EXPECT_EQ(localize(event, "xx"), HMI_SUCCESS);
     EXPECT_STREQ(text.name(), "TARGET_NOT_FOUND");
     EXPECT_STREQ(parameter("eventClassName").get_string(), "TARGET_NOT_FOUND");
-    EXPECT_EQ(asked(), Counts{});
+    EXPECT_EQ(requested(), Counts{});
     set_entry("off", target_entry("5.1.1.1.1.1", false));
     fakes::FakeProxyLibrary::instance().expect_logger("off");
     ASSERT_EQ(change("off"), HMI_SUCCESS);

@@ -1,16 +1,14 @@
-// What goes to the server, and what an operator asks through it: lists, confirmations, commands.
+// Reports to the server, and the requests of an operator: lists, confirmations, commands.
 #include "tests/extension/extension_fixture.h"
 
 #include "extension/host/command.h"
 #include "extension/host/event_payload.h"
 #include "tests/server_api/values.h"
 
+#include <cstdlib>
 #include <exception>
-#include <gmock/gmock.h>
-#include <utility>
 
 using namespace ZoHmiSrv;
-using testing::ElementsAre;
 using values::show;
 
 namespace {
@@ -34,7 +32,7 @@ protected:
     fakes::LoggerPtr logger;
 };
 
-TEST_F(Operator, ConfirmsAtTheLogger) {
+TEST_F(Operator, ConfirmReachesTheLogger) {
     start_without_ticks();
     Alarm alarm = listed()[2].get_event().payload().get_alarm();
     EXPECT_EQ(extension->on_confirm_alarm(Context(), alarm), HMI_SUCCESS);
@@ -47,7 +45,7 @@ TEST_F(Operator, ConfirmsAtTheLogger) {
     EXPECT_EQ(extension->on_confirm_alarm(Context(), alarm), HMI_E_ENTRY_NOT_FOUND);
 }
 
-TEST_F(Operator, ReadsTheStateOfEveryTarget) {
+TEST_F(Operator, DiagnosticsReadEveryTarget) {
     set_entry("off", target_entry("5.2.2.2.1.1", false));
     start_without_ticks();
     const auto of_both = [](const std::string& state) {
@@ -71,10 +69,10 @@ TEST_F(Operator, ReadsTheStateOfEveryTarget) {
     EXPECT_ANY_THROW(run("Diagnostics"));
 }
 
-TEST_F(Operator, ActsOnTheTargetThatACommandNames) {
+TEST_F(Operator, CommandActsOnNamedTarget) {
     set_entry("off", target_entry("5.2.2.2.1.1", false));
     start_without_ticks();
-    // One takes the name itself, the other a Struct; each finds no name in what the other takes.
+    // One input is the name itself, the other a Struct; each command finds no name in the input of the other.
     const auto named = [](const char* name) {
         Value input = Value().set_type(ValueType::Struct);
         input.insert("targetName", name);
@@ -98,16 +96,16 @@ TEST_F(Operator, ActsOnTheTargetThatACommandNames) {
         logger->plan->answer(row.call, S_FALSE, 1);
         EXPECT_EQ(result(row.mapping, row.input), 0u);
         EXPECT_EQ(logger->plan->count(row.call), 2u);
-        for (const Value& nobody : {row.unknown, row.wrong, Value(), Value(5)}) {
-            const Command command = run(row.mapping, nobody);
+        for (const Value& wrong_name : {row.unknown, row.wrong, Value(), Value(5)}) {
+            const Command command = run(row.mapping, wrong_name);
             EXPECT_EQ(command.extension_result(), unsigned{HMI_E_ENTRY_NOT_FOUND});
             EXPECT_STREQ(command.result_string(), "");
         }
-        EXPECT_EQ(result(row.mapping, row.off), 0u) << "whether it is connected is not asked";
+        EXPECT_EQ(result(row.mapping, row.off), 0u) << "needs no connection";
     }
 }
 
-TEST_F(Operator, OneCommandsFailureLeavesTheOthersAlone) {
+TEST_F(Operator, FailedCommandChangesNoOther) {
     set_entry("Z", target_entry("5.3.3.3.1.1", true)); // before "a", byte by byte, and not connected
     set_entry("off", target_entry("5.2.2.2.1.1", false));
     logger->plan->answer("ConnectWithSettings", E_FAIL, 1);
@@ -127,12 +125,15 @@ TEST_F(Operator, OneCommandsFailureLeavesTheOthersAlone) {
     EXPECT_EQ(group[2].read_value()["TARGET_SYSTEMS"].size(), 3u);
 }
 
-TEST_F(Operator, AnEmptyTableGivesEmptyAnswers) {
+TEST_F(Operator, EmptyTableGivesEmptyAnswers) {
     set_entry("a", Value());
     fakes::FakeProxyLibrary::instance().next_loggers.clear();
     start_without_ticks();
     EXPECT_EQ(diagnose(), "struct {TARGET_SYSTEMS: {}}");
     EXPECT_EQ(run("ListEnabledTargetSystems").read_value(), Value().set_type(ValueType::Vector));
+    Value events(7);
+    EXPECT_EQ(extension->on_get_events(Context(), events), 0);
+    EXPECT_EQ(events, Value(7));
 }
 
 class Reporting : public ExtensionTest {
@@ -149,34 +150,29 @@ private:
     const char* text_;
 };
 
-TEST_F(Reporting, ExceptionsBecomeOneMessageWithATextInAllCases) {
+TEST_F(Reporting, ExceptionBecomesMessageWithText) {
     const char* const fallback = "An error occurred in the communication with the Zorvane EventLogger.";
     const std::pair<const char*, const char*> cases[] = {
         {"boom", "boom"}, {"caf\xc3\xa9", "caf\xc3\xa9"}, {"", fallback}, {nullptr, fallback}};
-    std::size_t sent = 0;
-    const auto check = [&](const char* text) {
-        const auto all = host.messages();
-        ASSERT_EQ(all.size(), ++sent);
-        EXPECT_FALSE(all.back().is_event);
-        EXPECT_STREQ(host.context_of("send_message").domain(), "HMI");
-        Message message = all.back().message;
+    for (const auto& [text, sent] : cases)
+        extension->log_exception("target", TextError(text));
+    extension->log_unknown_exception("target");
+    const auto messages = host.messages();
+    ASSERT_EQ(messages.size(), std::size(cases) + 1);
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_FALSE(messages[i].is_event);
+        Message message = messages[i].message;
         EXPECT_STREQ(message.name(), "ZORVANE_EVENTLOGGER_ERROR");
         EXPECT_STREQ(message.domain(), "HMI");
         EXPECT_EQ(message.severity(), Severity{-1});
-        EXPECT_EQ(show(message.parameters()), "{0: 'target', 1: Double(-1), 2: '" + std::string(text) + "'}");
-        const auto age = Timestamp::now().nanoseconds() - message.time_raised().nanoseconds();
-        EXPECT_GE(age, 0);
-        EXPECT_LT(age, 60'000'000'000);
-    };
-    for (const auto& [what, text] : cases) {
-        extension->log_exception("target", TextError(what));
-        check(text);
+        const std::string text = i < std::size(cases) ? cases[i].second : fallback;
+        EXPECT_EQ(show(message.parameters()), "{0: 'target', 1: Double(-1), 2: '" + text + "'}");
+        EXPECT_LT(std::abs(Timestamp::now().seconds() - message.time_raised().seconds()), 60);
     }
-    extension->log_unknown_exception("target");
-    check(fallback);
 }
 
-TEST_F(Reporting, MessagesOfTheExtensionGetItsDomainAndThoseOfTargetsKeepTheirs) {
+TEST_F(Reporting, CallsReachTheServerInTheirModes) {
     Message message;
     message.set_name("M");
     message.set_domain("target's");
@@ -184,14 +180,8 @@ TEST_F(Reporting, MessagesOfTheExtensionGetItsDomainAndThoseOfTargetsKeepTheirs)
     extension->on_message(message);
     const auto sent = host.messages();
     ASSERT_EQ(sent.size(), 2u);
-    EXPECT_FALSE(sent[0].is_event);
     EXPECT_STREQ(sent[0].message.domain(), "HMI");
-    EXPECT_TRUE(sent[1].is_event);
     EXPECT_STREQ(sent[1].message.domain(), "target's");
-    EXPECT_STREQ(host.context_of("send_message").domain(), "HMI");
-}
-
-TEST_F(Reporting, AlarmsAndForgottenEventsReachTheServerInTheirModes) {
     Alarm alarm;
     alarm.set_id(7);
     extension->on_alarm_raised(alarm);
@@ -200,13 +190,13 @@ TEST_F(Reporting, AlarmsAndForgottenEventsReachTheServerInTheirModes) {
     Event event;
     event.set_name("E");
     extension->forget_event(event);
-    EXPECT_THAT(take_calls("host."), ElementsAre("host.notify_alarm 0 7", "host.notify_alarm 1 7",
-                                                 "host.notify_alarm 2 7", "host.forget_event E"));
-    EXPECT_STREQ(host.context_of("notify_alarm").domain(), "HMI");
-    EXPECT_STREQ(host.context_of("forget_event").domain(), "HMI");
+    EXPECT_EQ(take_calls("host."), (Texts{"host.send_message M", "host.send_message event M", "host.notify_alarm 0 7",
+                                          "host.notify_alarm 1 7", "host.notify_alarm 2 7", "host.forget_event E"}));
+    for (const char* call : {"send_message", "notify_alarm", "forget_event"})
+        EXPECT_STREQ(host.context_of(call).domain(), "HMI") << call;
 }
 
-TEST_F(Reporting, AServerThatRefusesWhatComesBeforeAnAlarmHearsOfTheAlarm) {
+TEST_F(Reporting, RefusedCallDoesNotStopTheAlarm) {
     for (const char* call : {"send_message NEW_ALARM_RAISED", "send_message FORGET_EVENT", "forget_event"}) {
         SCOPED_TRACE(call);
         set_config("LIMIT_EVENT_COUNT", 1.0);
@@ -223,15 +213,8 @@ TEST_F(Reporting, AServerThatRefusesWhatComesBeforeAnAlarmHearsOfTheAlarm) {
 
 class Listing : public ExtensionTest {};
 
-TEST_F(Listing, WithoutTargetsTheValueIsLeftAlone) {
-    start_without_ticks();
-    Value events(7);
-    EXPECT_EQ(extension->on_get_events(Context(), events), 0);
-    EXPECT_EQ(events, Value(7));
-}
-
-TEST_F(Listing, TargetsAreListedInTheOrderOfTheirNames) {
-    // Configured last, but first in byte-wise order, whatever its events' times are.
+TEST_F(Listing, ListsTargetsInNameOrder) {
+    // "B" is configured last, but first in byte-wise order, whatever the times of its events.
     const auto lower = add_target("a");
     const auto upper = add_target("B");
     std::swap(fakes::FakeProxyLibrary::instance().next_loggers[0], fakes::FakeProxyLibrary::instance().next_loggers[1]);
@@ -249,7 +232,7 @@ TEST_F(Listing, TargetsAreListedInTheOrderOfTheirNames) {
         // Ids count up from 1 over all targets, in the order of their imports.
         EXPECT_EQ(event.payload().get_alarm().id(), static_cast<int>(index) + 1);
     }
-    EXPECT_THAT(names, ElementsAre("B", "a", "a"));
+    EXPECT_EQ(names, (Texts{"B", "a", "a"}));
 }
 
 } // namespace

@@ -3,11 +3,7 @@
 #include "extension/host/command.h"
 #include "extension/host/event_payload.h"
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 using namespace ZoHmiSrv;
 using namespace std::chrono_literals;
@@ -18,7 +14,7 @@ using Traffic = ExtensionTest;
 
 // Ticks with lost connections, callbacks, changes of configuration, listings, localization, confirmations and
 // commands, all at once.
-TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
+TEST_F(Traffic, AllAtOnceEndsInOrder) {
     const auto a = add_target("a");
     const auto b = add_target("b");
     for (const auto& logger : {a, b})
@@ -31,7 +27,7 @@ TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
     start_without_ticks();
     host.plan().run("reset_temporary_events", [this] { listed(); });
 
-    // What an operator does with the events of a list, while targets come and go.
+    // An operator works with the events of a list while targets come and go.
     const auto operate = [&](const Value& events) {
         for (unsigned long i = 0; i < events.size(); ++i) {
             const Value& payload = std::as_const(events)[i].get_event().payload();
@@ -91,14 +87,14 @@ TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
                        operate(events);
                    }),
     };
-    // As long as was asked for, and on a loaded machine until everybody had a turn.
-    const char* asked = std::getenv("ZO_SOAK_SECONDS");
+    // At least the requested time; on a loaded machine until every thread had a turn.
+    const char* requested = std::getenv("ZO_SOAK_SECONDS");
     const auto end =
-        std::chrono::steady_clock::now() + std::min(std::chrono::seconds(asked ? std::atoi(asked) : 1), 60s);
+        std::chrono::steady_clock::now() + std::min(std::chrono::seconds(requested ? std::atoi(requested) : 1), 60s);
     const auto deadline = end + 60s;
     do {
         std::this_thread::sleep_for(1s);
-        fakes::call_log().clear(); // nobody reads it
+        fakes::call_log().clear(); // unread
     } while (std::chrono::steady_clock::now() < end ||
              (std::ranges::any_of(rounds, [](const auto& count) { return count <= 2; }) &&
               std::chrono::steady_clock::now() < deadline));
@@ -107,7 +103,7 @@ TEST_F(Traffic, EverythingAtOnceKeepsItsOrder) {
         thread.join();
     for (const auto& count : rounds)
         EXPECT_GT(count, 2u);
-    tick(); // all is well again, whatever was in flight
+    tick(); // reconnects
     EXPECT_EQ(a->connected, VARIANT_TRUE);
     EXPECT_EQ(b->connected, VARIANT_TRUE);
     EXPECT_EQ(host.messages("ZORVANE_EVENTLOGGER_ERROR").size(), 0u);

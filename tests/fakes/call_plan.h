@@ -16,21 +16,21 @@
 
 namespace fakes {
 
-// What the calls of a fake do out of the ordinary. Calls have short names such as "IsConnected", "Alarm.GetTimeRaised".
-// A rule holds for the n-th call from now on, 1 being the next, or for each call. [any thread]
+/// Rules that change calls of a fake. Calls have short names such as "IsConnected", "Alarm.GetTimeRaised". A rule
+/// applies to the n-th call from now on, 1 being the next, or to each call. [any thread]
 class CallPlan {
 public:
     static constexpr unsigned each = 0;
 
-    // `name` is put before logged texts, with a point, where it is not empty.
+    /// A `name` that is not empty stands before logged texts, with a point.
     explicit CallPlan(std::string name = {}) : name_(std::move(name)) {}
     ~CallPlan() { clear(); }
     CallPlan(const CallPlan&) = delete;
     CallPlan& operator=(const CallPlan&) = delete;
 
-    // The call does nothing, leaves its out arguments null or 0, and answers the code (which may be a success).
+    /// The call returns the code, which may be a success, and leaves its out arguments null or 0.
     void answer(std::string_view call, HRESULT code, unsigned nth = each) { add(call, nth, {}, code); }
-    // The same for the n-th call from now on, whatever its name. `answered` names it once it came.
+    /// As `answer` for the n-th call from now on of any name, which `answered` then returns.
     void answer_any(HRESULT code, std::size_t nth) {
         const std::lock_guard lock(mutex_);
         until_any_ = nth;
@@ -41,18 +41,18 @@ public:
         const std::lock_guard lock(mutex_);
         return answered_;
     }
-    // The hook runs on the calling thread before the work; what it throws leaves the call.
+    /// The hook runs on the calling thread before the work. Its exceptions leave the call.
     void run(std::string_view call, std::function<void()> hook, unsigned nth = each) {
         add(call, nth, std::move(hook), {});
     }
-    // The call throws: a std::runtime_error of the text, or something that is no standard exception.
+    /// The call throws a std::runtime_error; the second form throws no standard exception.
     void throw_error(std::string_view call, std::string text, unsigned nth = each) {
         add(call, nth, [text = std::move(text)] { throw std::runtime_error(text); }, {});
     }
     void throw_foreign(std::string_view call, unsigned nth = each) {
         add(call, nth, [] { throw 42; }, {});
     }
-    // The call waits inside until the gate is opened (or the plan cleared), then goes on.
+    /// The call blocks until the gate is opened or the plan is cleared.
     std::shared_ptr<zo_test::Gate> block(std::string_view call, unsigned nth = each) {
         auto gate = std::make_shared<zo_test::Gate>();
         add(call, nth, [gate] { gate->wait(); }, {});
@@ -60,7 +60,7 @@ public:
         gates_.push_back(gate);
         return gate;
     }
-    // Drops all rules and opens all gates; counts stay.
+    /// Drops all rules and opens all gates; counts stay.
     void clear() {
         const std::lock_guard lock(mutex_);
         rules_.clear();
@@ -70,20 +70,19 @@ public:
         gates_.clear();
     }
 
-    // How often the call came, planned answers included.
+    /// Returns the number of calls, planned answers included.
     [[nodiscard]] std::size_t count(std::string_view call) const {
         const std::lock_guard lock(mutex_);
         const auto found = counts_.find(call);
         return found == counts_.end() ? 0 : found->second;
     }
-    // Log the reads of events and collections, too.
+    /// Logs the reads of events and collections too.
     void log_reads(bool on) {
         const std::lock_guard lock(mutex_);
         log_reads_ = on;
     }
 
-    // By the fakes, first thing in each call: counts, logs (reads only if asked to), runs the hooks and hands back the
-    // planned answer.
+    /// The first step of each call of a fake: counts, logs, runs the hooks and returns the planned answer.
     std::optional<HRESULT> enter(std::string_view call, bool is_read = false) {
         std::vector<Rule> due;
         std::optional<HRESULT> answer;
@@ -109,7 +108,7 @@ public:
 
 private:
     struct Rule {
-        std::size_t number; // of the call from 1, or `each`
+        std::size_t number; ///< of the call from 1, or `each`
         std::function<void()> hook;
         std::optional<HRESULT> code;
     };
@@ -126,7 +125,7 @@ private:
     std::multimap<std::string, Rule, std::less<>> rules_;
     std::vector<std::shared_ptr<zo_test::Gate>> gates_;
     bool log_reads_ = false;
-    std::size_t until_any_ = 0; // 1 for the next call, 0 for none
+    std::size_t until_any_ = 0; ///< 1 for the next call, 0 for none
     HRESULT any_code_ = S_OK;
     std::string answered_;
 };

@@ -42,22 +42,29 @@ struct DeviceAnswer {
 // the plan, without one by 0x701. [any thread]
 class FakeDeviceClient {
 public:
-    // All ports closed, the local address 5.1.2.3.1.1, every call succeeds.
+    struct State {
+        ZoHmiFdx::NrxNetId local{{5, 1, 2, 3, 1, 1}}; ///< what `FdxGetLocalAddressEx` answers
+        std::int32_t local_result = 0;                ///< and its result
+        bool refuse = false;                          ///< opening a port fails
+        std::int32_t timeout = 5000;                  ///< of every port, in milliseconds
+        std::function<void()> hook; ///< runs inside each call that opens or closes a port, without a lock of the fake
+        std::function<DeviceAnswer(const DeviceRequest&)> plan;
+        std::vector<DeviceRequest> requests;
+        std::set<std::int32_t> open;
+        std::int32_t last_port = 0;
+    };
     void reset() {
         with_state([](State& state) { state = {}; });
     }
-    // The net id that `FdxGetLocalAddressEx` answers, and its result.
     void set_local(ZoHmiFdx::NrxNetId local) {
         with_state([&](State& state) { state.local = local; });
     }
     void set_local_result(std::int32_t result) {
         with_state([&](State& state) { state.local_result = result; });
     }
-    // Opening a port fails from now on.
     void refuse_ports(bool refuse) {
         with_state([&](State& state) { state.refuse = refuse; });
     }
-    // Runs inside each call that opens or closes a port, with no lock of the fake held.
     void on_open_or_close(std::function<void()> hook) {
         with_state([&](State& state) { state.hook = std::move(hook); });
     }
@@ -75,18 +82,6 @@ public:
         return with_state([](State& state) { return state.open; });
     }
 
-    // By the functions of the client.
-    struct State {
-        ZoHmiFdx::NrxNetId local{{5, 1, 2, 3, 1, 1}};
-        std::int32_t local_result = 0;
-        bool refuse = false;
-        std::int32_t timeout = 5000; // of every port, in milliseconds
-        std::function<void()> hook;
-        std::function<DeviceAnswer(const DeviceRequest&)> plan;
-        std::vector<DeviceRequest> requests;
-        std::set<std::int32_t> open;
-        std::int32_t last_port = 0;
-    };
     template <class Use>
     std::invoke_result_t<Use, State&> with_state(Use use) {
         const std::lock_guard lock(mutex_);
@@ -98,7 +93,7 @@ private:
     State state_;
 };
 
-// The one client of this test program.
+/// The one client of this test program.
 FakeDeviceClient& device_client();
 
 } // namespace fakes

@@ -16,45 +16,47 @@
 
 namespace fakes {
 
-// The file time of `seconds` (and nanoseconds in steps of 100) after 1970.
+using namespace ZoEventLoggerFdxProxyLib;
+
+/// Returns the file time of `seconds` (and nanoseconds in steps of 100) after 1970.
 constexpr std::int64_t file_time(std::int64_t seconds, std::int64_t nanoseconds = 0) {
     return 116444736000000000 + seconds * 10000000 + nanoseconds / 100;
 }
 
-// What a fake event answers. Optional interfaces are there where their optional is set.
+/// The answers of a fake event. An optional interface exists while its optional has a value.
 struct EventFields {
     GUID event_class{};
     std::uint32_t event_id = 0;
     std::uint32_t severity = 0;
-    std::int32_t type = ZoEventLoggerFdxProxyLib::EventTypeAlarm; // of a logged event
+    std::int32_t type = EventTypeAlarm; ///< of a logged event
     std::int64_t raised = file_time(1);
     std::int64_t cleared = 0;
     std::int64_t confirmed = 0;
-    VARIANT_BOOL with_confirmation = VARIANT_FALSE; // of a logged event
-    std::int32_t confirmation_state = 0;            // of an alarm
-    VARIANT_BOOL is_active = VARIANT_FALSE;         // of a logged event
-    VARIANT_BOOL is_raised = VARIANT_TRUE;          // of an alarm
+    VARIANT_BOOL with_confirmation = VARIANT_FALSE; ///< of a logged event
+    std::int32_t confirmation_state = 0;            ///< of an alarm
+    VARIANT_BOOL is_active = VARIANT_FALSE;         ///< of a logged event
+    VARIANT_BOOL is_raised = VARIANT_TRUE;          ///< of an alarm
     std::optional<std::uint32_t> source_id = {};
     std::optional<GUID> source_guid = {};
     std::optional<std::string> source_name = {};
-    ZoEventLoggerFdxProxyLib::ArgumentDescriptor arguments{};
+    ArgumentDescriptor arguments{};
     std::vector<std::uint8_t> block = {};
-    std::optional<std::uint32_t> unique_id = {}; // IZoEventIdentity
-    std::optional<std::string> json = {};        // IZoLoggedEventJson, IZoAlarmJson, IZoMessageJson
-    bool extended = true;                        // IZoLoggedEvent2
-    bool null_strings = false;                   // strings are handed out as null
-    bool moves_block = false;                    // GetArgumentData moves the caller's block pointer
-    VARIANT_BOOL source_flag = VARIANT_TRUE;     // what HasSourceField says of a field that is there
+    std::optional<std::uint32_t> unique_id = {}; ///< IZoEventIdentity
+    std::optional<std::string> json = {};        ///< IZoLoggedEventJson, IZoAlarmJson, IZoMessageJson
+    bool extended = true;                        ///< IZoLoggedEvent2
+    bool null_strings = false;                   ///< string answers are null
+    bool moves_block = false;                    ///< GetArgumentData moves the caller's block pointer
+    VARIANT_BOOL source_flag = VARIANT_TRUE;     ///< the answer of HasSourceField for an existing field
 };
 
-// Fields and reads that all fake events share. Calls are named "Alarm.GetEventId", "Message.GetEventId",
-// "LoggedEvent.GetEventId" and so on. [any thread]
+/// Fields and reads that all fake events share. Calls are named "Alarm.GetEventId", "Message.GetEventId",
+/// "LoggedEvent.GetEventId" and so on. [any thread]
 class EventState {
 public:
     EventState(const char* kind, EventFields fields, std::shared_ptr<CallPlan> plan)
         : kind_(kind), plan_(std::move(plan)), fields_(std::move(fields)) {}
 
-    // Changes the fields while other threads may read.
+    /// Changes the fields while other threads may read.
     void update(const std::function<void(EventFields&)>& change) {
         const std::lock_guard lock(mutex_);
         change(fields_);
@@ -63,7 +65,7 @@ public:
         const std::lock_guard lock(mutex_);
         return fields_;
     }
-    // The sizes that GetArgumentData was asked for, in order.
+    /// Returns the sizes of the GetArgumentData calls, in order.
     [[nodiscard]] std::vector<std::uint32_t> asked_block_sizes() const {
         const std::lock_guard lock(mutex_);
         return asked_block_sizes_;
@@ -71,7 +73,7 @@ public:
 
 protected:
     ~EventState() = default;
-    // The answer to a call: planned, or a field or what else `read` makes of the fields; `*out` starts empty.
+    /// Answers a call: the planned code, or the result of `read` on the fields; `*out` starts empty.
     template <class T, class Read>
     HRESULT read(const char* call, T* out, Read read) {
         *out = T{};
@@ -87,7 +89,6 @@ protected:
         return fields_.null_strings ? S_OK : hand_out((fields_.*field).value_or(""), out);
     }
     HRESULT read_source_flag(std::uint32_t mask, VARIANT_BOOL* out) {
-        using namespace ZoEventLoggerFdxProxyLib;
         return read("HasSourceField", out, [mask](const EventFields& fields) {
             const bool has = (mask == SourceFieldId && fields.source_id) ||
                              (mask == SourceFieldGuid && fields.source_guid) ||
@@ -115,11 +116,11 @@ private:
     std::vector<std::uint32_t> asked_block_sizes_;
 };
 
-// The slots that logged events, alarms and messages share, and identity.
+/// The operations that logged events, alarms and messages share, and the identity.
 template <class Interface>
-class FakeEvent : public ComObject<Dispatch<Interface>, ZoEventLoggerFdxProxyLib::IZoEventIdentity>, public EventState {
+class FakeEvent : public ComObject<Interface, IZoEventIdentity>, public EventState {
 public:
-    // `own` is the interface of the kind itself, `json` the one of its attribute.
+    /// `own` is the interface of the kind itself, `json` that of its attribute.
     FakeEvent(const char* kind, const GUID& own, const GUID& json, EventFields fields, std::shared_ptr<CallPlan> plan)
         : EventState(kind, std::move(fields), std::move(plan)), own_(own), json_(json) {}
 
@@ -136,7 +137,7 @@ public:
     }
     HRESULT GetSourceName(char** out) override { return read_text("GetSourceName", &EventFields::source_name, out); }
     HRESULT GetTimeRaised(std::int64_t* out) override { return read("GetTimeRaised", out, &EventFields::raised); }
-    HRESULT GetArguments(ZoEventLoggerFdxProxyLib::ArgumentDescriptor* out) override {
+    HRESULT GetArguments(ArgumentDescriptor* out) override {
         return read("GetArguments", out, &EventFields::arguments);
     }
     HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override { return fill_block(block, size); }
@@ -147,8 +148,7 @@ public:
 
 protected:
     ~FakeEvent() = default;
-    void* find(const GUID& iid) override {
-        using namespace ZoEventLoggerFdxProxyLib;
+    void* find_interface(const GUID& iid) override {
         const EventFields now = fields();
         if (iid == IID_IZoEventIdentity) return now.unique_id ? static_cast<IZoEventIdentity*>(this) : nullptr;
         const bool has_own = now.extended || own_ != IID_IZoLoggedEvent2;
@@ -158,7 +158,7 @@ protected:
     }
 
 private:
-    // Nothing reads as zero.
+    /// A missing value reads as zero.
     template <class T>
     static auto value_of(std::optional<T> EventFields::*field) {
         return [field](const EventFields& fields) { return (fields.*field).value_or(T{}); };
@@ -168,11 +168,10 @@ private:
     const GUID& json_;
 };
 
-class FakeLoggedEvent final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoLoggedEvent2> {
+class FakeLoggedEvent final : public FakeEvent<IZoLoggedEvent2> {
 public:
     explicit FakeLoggedEvent(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
-        : FakeEvent("LoggedEvent", ZoEventLoggerFdxProxyLib::IID_IZoLoggedEvent2,
-                    ZoEventLoggerFdxProxyLib::IID_IZoLoggedEventJson, std::move(fields), std::move(plan)) {}
+        : FakeEvent("LoggedEvent", IID_IZoLoggedEvent2, IID_IZoLoggedEventJson, std::move(fields), std::move(plan)) {}
     HRESULT GetTimeCleared(std::int64_t* out) override { return read("GetTimeCleared", out, &EventFields::cleared); }
     HRESULT GetWithConfirmation(VARIANT_BOOL* out) override {
         return read("GetWithConfirmation", out, &EventFields::with_confirmation);
@@ -183,11 +182,10 @@ public:
     HRESULT GetIsActive(VARIANT_BOOL* out) override { return read("GetIsActive", out, &EventFields::is_active); }
 };
 
-class FakeAlarm final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoAlarmJson> {
+class FakeAlarm final : public FakeEvent<IZoAlarmJson> {
 public:
     explicit FakeAlarm(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
-        : FakeEvent("Alarm", ZoEventLoggerFdxProxyLib::IID_IZoAlarm, ZoEventLoggerFdxProxyLib::IID_IZoAlarmJson,
-                    std::move(fields), std::move(plan)) {}
+        : FakeEvent("Alarm", IID_IZoAlarm, IID_IZoAlarmJson, std::move(fields), std::move(plan)) {}
     HRESULT GetIsRaised(VARIANT_BOOL* out) override { return read("GetIsRaised", out, &EventFields::is_raised); }
     HRESULT GetTimeCleared(std::int64_t* out) override { return read("GetTimeCleared", out, &EventFields::cleared); }
     HRESULT GetConfirmationState(std::int32_t* out) override {
@@ -199,11 +197,10 @@ public:
     }
 };
 
-class FakeMessage final : public FakeEvent<ZoEventLoggerFdxProxyLib::IZoMessageJson> {
+class FakeMessage final : public FakeEvent<IZoMessageJson> {
 public:
     explicit FakeMessage(EventFields fields = {}, std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>())
-        : FakeEvent("Message", ZoEventLoggerFdxProxyLib::IID_IZoMessage, ZoEventLoggerFdxProxyLib::IID_IZoMessageJson,
-                    std::move(fields), std::move(plan)) {}
+        : FakeEvent("Message", IID_IZoMessage, IID_IZoMessageJson, std::move(fields), std::move(plan)) {}
 };
 
 using LoggedEventPtr = ZoAtlCom::CComPtr<FakeLoggedEvent>;

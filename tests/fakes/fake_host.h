@@ -9,31 +9,23 @@
 #include "extension/host/value.h"
 #include "tests/fakes/call_log.h"
 #include "tests/fakes/call_plan.h"
-
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <mutex>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
+#include "tests/test_headers.h"
 
 namespace fakes {
 
-// The server, as an extension sees it. Every call is logged in the common log as "host." and, in this order, the call's
-// name and what it is about:
-//   send_message NAME ["0" of the parameters, where it is set]     a diagnostic message
-//   send_message event NAME                                         an event of a target
-//   notify_alarm MODE ID     forget_event NAME     reset_temporary_events     set_display_name TEXT
-//   register_listener KIND     register_config_listener     unregister_listener KIND     (AlarmProvider, Config, ...)
-//   get_config_value PATH     execute_command NAME
-// `plan()` holds what calls do out of the ordinary, by "send_message", and also by "send_message NAME",
-// "notify_alarm MODE", "get_config_value PATH", "register_listener KIND", "unregister_listener KIND". [any thread]
-class FakeHost : public ZoHmiSrv::IZoHmiSrvExtHost {
+using namespace ZoHmiSrv;
+
+/// The server, as an extension sees it. Every call is logged in the common log as "host." with its name and subject:
+///   send_message NAME [parameter "0", if set]     send_message event NAME (an event of a target)
+///   notify_alarm MODE ID     forget_event NAME     reset_temporary_events     set_display_name TEXT
+///   register_listener KIND     register_config_listener     unregister_listener KIND     (AlarmProvider, Config, ...)
+///   get_config_value PATH     execute_command NAME
+/// `plan()` changes calls by "send_message" or by "send_message NAME", "notify_alarm MODE", "get_config_value PATH",
+/// "register_listener KIND", "unregister_listener KIND". [any thread]
+class FakeHost : public IZoHmiSrvExtHost {
 public:
     struct SentMessage {
-        ZoHmiSrv::Message message;
+        Message message;
         bool is_event;
     };
 
@@ -42,90 +34,87 @@ public:
     FakeHost(const FakeHost&) = delete;
     FakeHost& operator=(const FakeHost&) = delete;
 
-    // The whole configuration; Null at first.
-    void set_config(const ZoHmiSrv::Value& config) {
+    /// The whole configuration; Null at first.
+    void set_config(const Value& config) {
         const std::lock_guard lock(mutex_);
         config_ = config;
     }
-    // Runs inside every call, on its thread, before all else, with the call's name. Set it before the calls begin.
+    /// Runs first in every call, on its thread, with the call's name. Set it before the calls begin.
     void set_probe(std::function<void(std::string_view)> probe) { probe_ = std::move(probe); }
     [[nodiscard]] CallPlan& plan() { return plan_; }
 
     [[nodiscard]] std::vector<SentMessage> messages() const { return copy_of(messages_); }
-    // The diagnostic messages of that name.
-    [[nodiscard]] std::vector<ZoHmiSrv::Message> messages(std::string_view name) const {
+    /// Returns the diagnostic messages of that name.
+    [[nodiscard]] std::vector<Message> messages(std::string_view name) const {
         const std::lock_guard lock(mutex_);
-        std::vector<ZoHmiSrv::Message> found;
-        for (const SentMessage& sent : messages_) {
+        std::vector<Message> found;
+        for (const SentMessage& sent : messages_)
             if (!sent.is_event && name == sent.message.name()) found.push_back(sent.message);
-        }
         return found;
     }
-    // How many calls of notify_alarm there were.
+    /// Returns the number of notify_alarm calls.
     [[nodiscard]] std::size_t alarms() const { return copy_of(alarms_); }
-    // The context of the latest call of that name, or of a name for the plan; a default one when there was none.
-    [[nodiscard]] ZoHmiSrv::Context context_of(std::string_view call) const {
+    /// Returns the context of the latest call of that name, or name for the plan; a default one without such a call.
+    [[nodiscard]] Context context_of(std::string_view call) const {
         const std::lock_guard lock(mutex_);
         const auto found = contexts_.find(call);
-        return found == contexts_.end() ? ZoHmiSrv::Context() : found->second;
+        return found == contexts_.end() ? Context() : found->second;
     }
-    // Drops what was kept of messages and alarms; listeners, configuration and plan stay.
+    /// Drops messages and alarms; listeners, configuration and plan stay.
     void clear() {
         const std::lock_guard lock(mutex_);
         messages_.clear();
         alarms_ = 0;
     }
 
-    // What is registered now, each with its kind, so that a listener that died registered is never asked.
-    using Listeners = std::vector<std::pair<ZoHmiSrv::ListenerType, ZoHmiSrv::IZoHmiSrvListener*>>;
+    /// Registered listeners with their kinds. A destroyed listener may still be registered, so nothing calls it.
+    using Listeners = std::vector<std::pair<ListenerType, IZoHmiSrvListener*>>;
     [[nodiscard]] Listeners listeners() const { return copy_of(listeners_); }
-    // What the config listener asked for when it registered.
-    [[nodiscard]] ZoHmiSrv::Value config_filter() const { return copy_of(config_filter_); }
+    /// The filter of the config listener.
+    [[nodiscard]] Value config_filter() const { return copy_of(config_filter_); }
 
-    void send_message(const ZoHmiSrv::Context& context, ZoHmiSrv::Message message, bool is_event) override {
+    void send_message(const Context& context, Message message, bool is_event) override {
         const std::string name = message.name();
-        const ZoHmiSrv::Value& target = std::as_const(message).parameters()["0"];
+        const Value& target = std::as_const(message).parameters()["0"];
         enter(context, "send_message", is_event ? "event " + name : joined(name, target.get_string()), name);
         const std::lock_guard lock(mutex_);
         messages_.push_back({std::move(message), is_event});
     }
-    void execute_command(const ZoHmiSrv::Context& context, ZoHmiSrv::Command& command) override {
+    void execute_command(const Context& context, Command& command) override {
         enter(context, "execute_command", command.name(), "");
     }
-    void register_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvListener* listener) override {
+    void register_listener(const Context& context, IZoHmiSrvListener* listener) override {
         const char* kind = kind_of(listener);
         enter(context, "register_listener", kind, kind);
         const std::lock_guard lock(mutex_);
         if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
     }
-    void register_config_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvConfigListener* listener,
-                                  ZoHmiSrv::Value filter) override {
+    void register_config_listener(const Context& context, IZoHmiSrvConfigListener* listener, Value filter) override {
         enter(context, "register_config_listener", "", "");
         const std::lock_guard lock(mutex_);
         if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
         config_filter_ = std::move(filter);
     }
-    void unregister_listener(const ZoHmiSrv::Context& context, ZoHmiSrv::IZoHmiSrvListener* listener) override {
+    void unregister_listener(const Context& context, IZoHmiSrvListener* listener) override {
         const char* kind = kind_of(listener);
         enter(context, "unregister_listener", kind, kind);
         const std::lock_guard lock(mutex_);
         std::erase_if(listeners_, [listener](const auto& entry) { return entry.second == listener; });
     }
-    void notify_alarm(const ZoHmiSrv::Context& context, ZoHmiSrv::AlarmNotification mode,
-                      const ZoHmiSrv::Alarm& alarm) override {
+    void notify_alarm(const Context& context, AlarmNotification mode, const Alarm& alarm) override {
         const auto number = static_cast<std::int32_t>(mode);
         enter(context, "notify_alarm", std::to_string(number) + " " + std::to_string(alarm.id()),
               std::to_string(number));
         const std::lock_guard lock(mutex_);
         ++alarms_;
     }
-    void forget_event(const ZoHmiSrv::Context& context, const ZoHmiSrv::Event& event) override {
+    void forget_event(const Context& context, const Event& event) override {
         enter(context, "forget_event", event.name(), "");
     }
-    ZoHmiSrv::Value get_config_value(const ZoHmiSrv::Context& context, const char* path) override {
+    Value get_config_value(const Context& context, const char* path) override {
         enter(context, "get_config_value", path, path);
         const std::lock_guard lock(mutex_);
-        const ZoHmiSrv::Value* value = &config_;
+        const Value* value = &config_;
         for (std::string_view rest = path; !rest.empty();) {
             const std::size_t end = rest.find("::");
             value = &(*value)[std::string(rest.substr(0, end)).c_str()];
@@ -133,15 +122,13 @@ public:
         }
         return *value;
     }
-    void reset_temporary_events(const ZoHmiSrv::Context& context) override {
-        enter(context, "reset_temporary_events", "", "");
-    }
-    void set_display_name(const ZoHmiSrv::Context& context, const char* name) override {
+    void reset_temporary_events(const Context& context) override { enter(context, "reset_temporary_events", "", ""); }
+    void set_display_name(const Context& context, const char* name) override {
         enter(context, "set_display_name", name, "");
     }
 
 private:
-    static const char* kind_of(const ZoHmiSrv::IZoHmiSrvListener* listener) {
+    static const char* kind_of(const IZoHmiSrvListener* listener) {
         if (listener == nullptr) return "null";
         constexpr const char* kinds[] = {"Unknown",           "Shutdown", "AlarmProvider",
                                          "EventLocalization", "Request",  "Config"};
@@ -151,7 +138,7 @@ private:
     static std::string joined(const std::string& first, const std::string& second) {
         return second.empty() ? first : first + " " + second;
     }
-    void enter(const ZoHmiSrv::Context& context, const std::string& call, const std::string& about,
+    void enter(const Context& context, const std::string& call, const std::string& about,
                const std::string& plan_detail) {
         if (probe_) probe_(call);
         call_log().add(joined("host." + call, about));
@@ -159,10 +146,8 @@ private:
             const std::lock_guard lock(mutex_);
             contexts_[call] = contexts_[joined(call, plan_detail)] = context;
         }
-        // The log has its line already: for the plan these count as reads, which it does not log.
-        constexpr bool is_read = true;
-        plan_.enter(call, is_read);
-        if (!plan_detail.empty()) plan_.enter(joined(call, plan_detail), is_read);
+        plan_.enter(call, true); // as a read, which the plan does not log again
+        if (!plan_detail.empty()) plan_.enter(joined(call, plan_detail), true);
     }
     template <class T>
     T copy_of(const T& member) const {
@@ -173,15 +158,15 @@ private:
     CallPlan plan_;
     std::function<void(std::string_view)> probe_;
     mutable std::mutex mutex_;
-    ZoHmiSrv::Value config_;
-    ZoHmiSrv::Value config_filter_;
+    Value config_;
+    Value config_filter_;
     std::vector<SentMessage> messages_;
     std::size_t alarms_ = 0;
     Listeners listeners_;
-    std::map<std::string, ZoHmiSrv::Context, std::less<>> contexts_;
+    std::map<std::string, Context, std::less<>> contexts_;
 };
 
-// A server that has the licence interface, too.
-class FakeLicenseHost : public FakeHost, public ZoHmiSrv::ILicenseHost {};
+/// A server that also has the licence interface.
+class FakeLicenseHost : public FakeHost, public ILicenseHost {};
 
 } // namespace fakes

@@ -10,17 +10,14 @@
 
 namespace fakes {
 
-using namespace ZoHmiSrv;
-
 namespace {
 
 std::string describe_time(const Timestamp& time) {
     constexpr long second = 1'000'000'000;
-    const long nanoseconds = time.nanoseconds();
-    if (nanoseconds == 0) return "@0";
-    if (std::labs(nanoseconds / second - Timestamp::now().seconds()) < 60) return "@now";
-    if (nanoseconds % second == 0) return "@" + std::to_string(nanoseconds / second) + "s";
-    return "@" + std::to_string(nanoseconds) + "ns";
+    const long ns = time.nanoseconds();
+    if (ns == 0) return "@0";
+    if (std::labs(ns / second - Timestamp::now().seconds()) < 60) return "@now";
+    return ns % second == 0 ? "@" + std::to_string(ns / second) + "s" : "@" + std::to_string(ns) + "ns";
 }
 
 std::string describe_double(double number) {
@@ -35,7 +32,7 @@ std::string number(Number value) {
     return std::to_string(static_cast<long>(value));
 }
 
-// The parameters of a diagnostic message, which are numbered from "0".
+/// The parameters of a diagnostic message, which are numbered from "0".
 std::string describe_numbered(const Value& parameters) {
     std::string text;
     std::size_t index = 0;
@@ -100,10 +97,8 @@ void FakeListener::enter(const char* call, const std::string& about, const char*
     const std::string line = about.empty() ? call : call + (" " + about);
     call_log().add(line);
     if (probe_) probe_(line);
-    // The log has its line already: for the plan these count as reads, which it does not log.
-    constexpr bool is_read = true;
-    plan_.enter(call, is_read);
-    if (plan_detail) plan_.enter(std::string(call) + " " + plan_detail, is_read);
+    plan_.enter(call, true); // as a read, which the plan does not log again
+    if (plan_detail) plan_.enter(std::string(call) + " " + plan_detail, true);
 }
 
 void FakeListener::log_message(Message message) {

@@ -1,37 +1,36 @@
 #include "tests/fakes/fake_logger.h"
 
+#include "platform/logger_proxy/invoke.h"
+
 #include <algorithm>
 
 namespace fakes {
 
-using namespace ZoEventLoggerFdxProxyLib;
+using zo_logger_proxy::flag_variant;
+using zo_logger_proxy::object_variant;
 using ZoAtlCom::CComPtr;
 
 namespace {
 
 template <class Collection, class Item, class Fake>
 Collection* snapshot(const char* kind, const std::vector<CComPtr<Fake>>& items, std::shared_ptr<CallPlan> plan,
-                     std::optional<std::int32_t> reported, const GUID* iid = nullptr) {
+                     std::optional<std::int32_t> reported) {
     std::vector<CComPtr<Item>> copy;
     for (const CComPtr<Fake>& item : items)
-        copy.push_back(CComPtr<Item>(item.get()));
-    CComPtr<Collection> made(
-        new FakeCollection<Collection, Item>(kind, std::move(copy), std::move(plan), reported, iid));
-    return made.detach();
+        copy.emplace_back(item.get());
+    using Made = FakeCollection<Collection, Item>;
+    return CComPtr<Collection>(new Made(kind, std::move(copy), std::move(plan), reported)).detach();
 }
 
-VARIANT object_variant(IDispatch* object) {
-    VARIANT variant{};
-    variant.vt = VT_DISPATCH;
-    variant.pdispVal = object;
-    return variant;
-}
-
-VARIANT flag_variant(VARIANT_BOOL flag) {
-    VARIANT variant{};
-    variant.vt = VT_BOOL;
-    variant.boolVal = flag;
-    return variant;
+// The texts as items that the proxy itself would make.
+template <class Collection, class Item, class Made>
+HRESULT give_texts(const char* kind, const std::vector<ThreeTexts>& texts, std::shared_ptr<CallPlan> plan,
+                   Collection** out) {
+    std::vector<CComPtr<Item>> items(texts.size());
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        items[i].attach(new Made(texts[i]));
+    *out = snapshot<Collection, Item>(kind, items, std::move(plan), {});
+    return S_OK;
 }
 
 } // namespace
@@ -42,46 +41,9 @@ HRESULT FakeConnectionSettings::SetPreloadTranslations(VARIANT_BOOL value) {
     return S_OK;
 }
 
-void* FakeConnectionSettings::find(const GUID& iid) {
-    const bool known = iid == IID_IUnknown || iid == IID_IDispatch || iid == IID_IZoConnectionSettings;
-    return known ? static_cast<IZoConnectionSettings*>(this) : nullptr;
-}
-
-FakeLogger::FakeLogger(std::string name) : plan(std::make_shared<CallPlan>(std::move(name))) {
-}
-
-AlarmPtr FakeLogger::make_alarm(EventFields fields) {
-    return new FakeAlarm(std::move(fields), plan);
-}
-
-MessagePtr FakeLogger::make_message(EventFields fields) {
-    return new FakeMessage(std::move(fields), plan);
-}
-
-LoggedEventPtr FakeLogger::make_logged_event(EventFields fields) {
-    return new FakeLoggedEvent(std::move(fields), plan);
-}
-
-void FakeLogger::edit(const std::function<void()>& change) {
-    const std::lock_guard lock(mutex_);
-    change();
-}
-
-FakeLogger::Record FakeLogger::record() const {
-    const std::lock_guard lock(mutex_);
-    return record_;
-}
-
-IDispatch* FakeLogger::sink() const {
-    const std::lock_guard lock(mutex_);
-    return sink_;
-}
-
-HRESULT FakeLogger::fire(std::int32_t dispatch_id, std::vector<VARIANT> reversed_arguments, VARIANT* result) {
-    IDispatch* target = sink();
-    if (!target) return S_FALSE;
-    DISPPARAMS arguments{reversed_arguments.data(), nullptr, static_cast<std::uint32_t>(reversed_arguments.size()), 0};
-    return target->Invoke(dispatch_id, GUID{}, 0, 1, &arguments, result, nullptr, nullptr);
+HRESULT FakeLogger::fire(std::int32_t id, std::vector<VARIANT> reversed, VARIANT* result) {
+    IDispatch* const target = sink();
+    return target ? zo_logger_proxy::invoke(*target, id, reversed, result) : S_FALSE;
 }
 
 HRESULT FakeLogger::fire_message(const MessagePtr& message) {
@@ -101,30 +63,16 @@ HRESULT FakeLogger::fire_confirmed(const AlarmPtr& alarm, VARIANT_BOOL removed) 
 }
 
 HRESULT FakeLogger::fire_database_changed(std::int32_t reason) {
-    VARIANT variant{};
-    variant.vt = VT_I4;
-    variant.lVal = reason;
-    return fire(_IZoEventLoggerEvents::OnDatabaseChanged, {variant});
+    return fire(_IZoEventLoggerEvents::OnDatabaseChanged, {zo_logger_proxy::number_variant(reason)});
 }
 
-HRESULT FakeLogger::Connect(const char* address) {
-    const auto planned = plan->enter("Connect");
+HRESULT FakeLogger::connect(const char* call, const char* address, const FakeConnectionSettings* settings) {
+    const auto planned = plan->enter(call);
     const std::lock_guard lock(mutex_);
     record_.addresses.emplace_back(address ? address : "(null)");
-    if (planned) return *planned;
-    connected = VARIANT_TRUE;
-    return S_OK;
-}
-
-HRESULT FakeLogger::ConnectWithSettings(IZoConnectionSettings* settings, const char* address) {
-    const auto planned = plan->enter("ConnectWithSettings");
-    const std::lock_guard lock(mutex_);
-    record_.addresses.emplace_back(address ? address : "(null)");
-    // The product passes back what the fake library made.
-    if (settings) record_.preloads.push_back(static_cast<FakeConnectionSettings*>(settings)->preload);
-    if (planned) return *planned;
-    connected = VARIANT_TRUE;
-    return S_OK;
+    if (settings) record_.preloads.push_back(settings->preload);
+    if (!planned) connected = VARIANT_TRUE;
+    return planned.value_or(S_OK);
 }
 
 HRESULT FakeLogger::Disconnect() {
@@ -189,22 +137,14 @@ HRESULT FakeLogger::GetText(const GUID& event_class, std::uint32_t event_id, std
 HRESULT FakeLogger::GetCausesAndRemedies(const GUID&, std::uint32_t, std::int32_t, IZoCauseRemedyCollection** out) {
     *out = nullptr;
     if (const auto planned = plan->enter("GetCausesAndRemedies")) return *planned;
-    std::vector<CComPtr<FakeCauseRemedy>> items;
-    for (const ThreeTexts& texts : causes_and_remedies)
-        items.push_back(new FakeCauseRemedy(texts));
-    *out = snapshot<IZoCauseRemedyCollection, IZoCauseRemedy>("CauseRemedies", items, plan, {},
-                                                              &IID_IZoCauseRemedyCollection);
-    return S_OK;
+    return give_texts<IZoCauseRemedyCollection, IZoCauseRemedy, zo_logger_proxy::CauseRemedy>(
+        "CauseRemedies", causes_and_remedies, plan, out);
 }
 
 HRESULT FakeLogger::GetDetails(const GUID&, std::uint32_t, std::int32_t, IZoDetailCollection** out) {
     *out = nullptr;
     if (const auto planned = plan->enter("GetDetails")) return *planned;
-    std::vector<CComPtr<FakeDetail>> items;
-    for (const ThreeTexts& texts : details)
-        items.push_back(new FakeDetail(texts));
-    *out = snapshot<IZoDetailCollection, IZoDetail>("Details", items, plan, {}, &IID_IZoDetailCollection);
-    return S_OK;
+    return give_texts<IZoDetailCollection, IZoDetail, zo_logger_proxy::Detail>("Details", details, plan, out);
 }
 
 HRESULT FakeLogger::GetEventClassName(const GUID& event_class, std::int32_t language, char** out) {
@@ -258,7 +198,7 @@ HRESULT FakeLogger::Unadvise(std::uint32_t cookie) {
     return S_OK;
 }
 
-void* FakeLogger::find(const GUID& iid) {
+void* FakeLogger::find_interface(const GUID& iid) {
     if (iid == IID_IUnknown || iid == IID_IDispatch || iid == IID_IZoEventLogger ||
         (iid == IID_IZoEventLogger4 && has_logger4) || (iid == IID_IZoEventLogger5 && has_logger5))
         return static_cast<IZoEventLogger5*>(this);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/logger_proxy/collection.h"
 #include "tests/fakes/fake_collections.h"
 #include "tests/fakes/fake_events.h"
 
@@ -14,54 +15,59 @@
 
 namespace fakes {
 
-// What GetText was asked.
+using zo_logger_proxy::ThreeTexts;
+
+/// The arguments of a GetText call.
 struct TextRequest {
     GUID event_class{};
     std::uint32_t event_id = 0;
     std::int32_t language = 0;
-    ZoEventLoggerFdxProxyLib::ArgumentDescriptor arguments{};
-    std::vector<std::uint8_t> block; // types and data, from the block's start to the end of the later range
+    ArgumentDescriptor arguments{};
+    std::vector<std::uint8_t> block; ///< types and data, from the block's start to the end of the later range
 };
 
-class FakeConnectionSettings final : public ComObject<Dispatch<ZoEventLoggerFdxProxyLib::IZoConnectionSettings>> {
+class FakeConnectionSettings final : public ComObject<IZoConnectionSettings> {
 public:
     explicit FakeConnectionSettings(std::shared_ptr<CallPlan> plan) : plan_(std::move(plan)) {}
     HRESULT SetPreloadTranslations(VARIANT_BOOL preload) override;
 
-    VARIANT_BOOL preload = 77; // until it is set
-
-protected:
-    void* find(const GUID& iid) override;
+    VARIANT_BOOL preload = 77; ///< until it is set
 
 private:
+    void* find_interface(const GUID& iid) override {
+        return answers_to<IZoConnectionSettings>(iid) ? static_cast<IZoConnectionSettings*>(this) : nullptr;
+    }
+
     const std::shared_ptr<CallPlan> plan_;
 };
 
-using FakeLoggerInterfaces =
-    ComObject<Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLogger5>, ZoEventLoggerFdxProxyLib::IZoEventLoggerTimeout,
-              ZoEventLoggerFdxProxyLib::IConnectionPointContainer, ZoEventLoggerFdxProxyLib::IConnectionPoint,
-              Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLoggerClassName>,
-              Dispatch<ZoEventLoggerFdxProxyLib::IZoEventLoggerSourceName>>;
+using FakeLoggerInterfaces = ComObject<IZoEventLogger5, IZoEventLoggerTimeout, IConnectionPointContainer,
+                                       IConnectionPoint, IZoEventLoggerClassName, IZoEventLoggerSourceName>;
 
-// The event logger of one target. Its calls are logged and planned under the bare names of the operations
-// ("ConnectWithSettings", "Advise", "SetTimeout", ...). `active` and `history` are plain members: while other threads
-// are in calls, change them inside `edit`.
+/// The event logger of one target. Its calls are logged and planned under the bare names of the operations
+/// ("ConnectWithSettings", "Advise", "SetTimeout", ...). `active` and `history` are plain members: while other threads
+/// are in calls, change them inside `edit`. [any thread]
 class FakeLogger final : public FakeLoggerInterfaces {
 public:
-    // `name` stands before the logged texts, with a point, so that two loggers can be told apart.
-    explicit FakeLogger(std::string name = {});
+    /// `name` stands before the logged texts, with a point, to distinguish two loggers.
+    explicit FakeLogger(std::string name = {}) : plan(std::make_shared<CallPlan>(std::move(name))) {}
 
-    // Events whose reads obey this logger's plan.
-    [[nodiscard]] AlarmPtr make_alarm(EventFields fields = {});
-    [[nodiscard]] MessagePtr make_message(EventFields fields = {});
-    [[nodiscard]] LoggedEventPtr make_logged_event(EventFields fields = {});
-    void edit(const std::function<void()>& change);
+    /// Events whose reads follow the plan of this logger.
+    [[nodiscard]] AlarmPtr make_alarm(EventFields fields = {}) { return new FakeAlarm(std::move(fields), plan); }
+    [[nodiscard]] MessagePtr make_message(EventFields fields = {}) { return new FakeMessage(std::move(fields), plan); }
+    [[nodiscard]] LoggedEventPtr make_logged_event(EventFields fields = {}) {
+        return new FakeLoggedEvent(std::move(fields), plan);
+    }
+    void edit(const std::function<void()>& change) {
+        const std::lock_guard lock(mutex_);
+        change();
+    }
 
     const std::shared_ptr<CallPlan> plan;
     std::vector<AlarmPtr> active;
-    std::vector<LoggedEventPtr> history; // oldest first
+    std::vector<LoggedEventPtr> history; ///< oldest first
     std::optional<std::int32_t> reported_active_count, reported_history_count;
-    std::atomic<VARIANT_BOOL> connected = VARIANT_FALSE; // set by the connect calls and by Disconnect
+    std::atomic<VARIANT_BOOL> connected = VARIANT_FALSE; ///< set by the connect calls and by Disconnect
 
     // Optional interfaces.
     std::atomic<bool> has_timeout = true, has_connection_points = true;
@@ -73,54 +79,61 @@ public:
     std::function<std::string(std::int32_t language, const GUID& source, const std::string& name)> source_name;
     std::vector<ThreeTexts> causes_and_remedies, details;
 
-    // What the calls brought, under the logger's mutex.
+    /// Arguments of the calls.
     struct Record {
-        std::vector<std::string> addresses;            // of both connects
-        std::vector<VARIANT_BOOL> preloads;            // of ConnectWithSettings
-        std::vector<std::uint32_t> timeouts;           // of SetTimeout
-        std::vector<std::uint32_t> history_counts;     // of GetLoggedEvents
-        std::vector<std::uint32_t> advised, unadvised; // cookies
+        std::vector<std::string> addresses;            ///< of both connects
+        std::vector<VARIANT_BOOL> preloads;            ///< of ConnectWithSettings
+        std::vector<std::uint32_t> timeouts;           ///< of SetTimeout
+        std::vector<std::uint32_t> history_counts;     ///< of GetLoggedEvents
+        std::vector<std::uint32_t> advised, unadvised; ///< cookies
         std::vector<TextRequest> text_requests;
     };
-    [[nodiscard]] Record record() const;
+    [[nodiscard]] Record record() const {
+        const std::lock_guard lock(mutex_);
+        return record_;
+    }
 
-    // The subscribed sink, null when there is none.
-    [[nodiscard]] IDispatch* sink() const;
-    // Call the sink on this thread, as the logger does. S_FALSE when nobody is subscribed.
+    /// Returns the subscribed sink, or null.
+    [[nodiscard]] IDispatch* sink() const {
+        const std::lock_guard lock(mutex_);
+        return sink_;
+    }
+    /// Call the sink on this thread, as the logger does. Return S_FALSE without a sink.
     HRESULT fire_message(const MessagePtr& message);
     HRESULT fire_raised(const AlarmPtr& alarm);
     HRESULT fire_cleared(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
     HRESULT fire_confirmed(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
     HRESULT fire_database_changed(std::int32_t reason);
-    // Any call at all: the arguments in reverse order.
-    HRESULT fire(std::int32_t dispatch_id, std::vector<VARIANT> reversed_arguments, VARIANT* result = nullptr);
+    /// Calls any event with the arguments in reverse order.
+    HRESULT fire(std::int32_t id, std::vector<VARIANT> reversed, VARIANT* result = nullptr);
 
-    HRESULT Connect(const char* address) override;
+    HRESULT Connect(const char* address) override { return connect("Connect", address, nullptr); }
     HRESULT Disconnect() override;
     HRESULT IsConnected(VARIANT_BOOL* out) override;
-    HRESULT GetActiveAlarms(ZoEventLoggerFdxProxyLib::IZoAlarmCollection** out) override;
-    HRESULT GetLoggedEvents(std::uint32_t count, ZoEventLoggerFdxProxyLib::IZoLoggedEventCollection** out) override;
+    HRESULT GetActiveAlarms(IZoAlarmCollection** out) override;
+    HRESULT GetLoggedEvents(std::uint32_t count, IZoLoggedEventCollection** out) override;
     HRESULT ClearLoggedEvents() override;
     HRESULT GetText(const GUID& event_class, std::uint32_t event_id, std::int32_t language,
-                    const ZoEventLoggerFdxProxyLib::ArgumentDescriptor* arguments, const std::uint8_t* block,
-                    char** out) override;
-    HRESULT ConnectWithSettings(ZoEventLoggerFdxProxyLib::IZoConnectionSettings* settings,
-                                const char* address) override;
+                    const ArgumentDescriptor* arguments, const std::uint8_t* block, char** out) override;
+    // The product passes back the settings that the fake library made.
+    HRESULT ConnectWithSettings(IZoConnectionSettings* settings, const char* address) override {
+        return connect("ConnectWithSettings", address, static_cast<FakeConnectionSettings*>(settings));
+    }
     HRESULT GetCausesAndRemedies(const GUID& event_class, std::uint32_t event_id, std::int32_t language,
-                                 ZoEventLoggerFdxProxyLib::IZoCauseRemedyCollection** out) override;
+                                 IZoCauseRemedyCollection** out) override;
     HRESULT GetDetails(const GUID& event_class, std::uint32_t event_id, std::int32_t language,
-                       ZoEventLoggerFdxProxyLib::IZoDetailCollection** out) override;
+                       IZoDetailCollection** out) override;
     HRESULT GetEventClassName(const GUID& event_class, std::int32_t language, char** out) override;
     HRESULT GetSourceNameText(std::int32_t language, const GUID& source, const char* name, char** out) override;
     HRESULT SetTimeout(std::uint32_t milliseconds) override;
-    HRESULT FindConnectionPoint(const GUID& iid, ZoEventLoggerFdxProxyLib::IConnectionPoint** out) override;
+    HRESULT FindConnectionPoint(const GUID& iid, IConnectionPoint** out) override;
     HRESULT Advise(IUnknown* sink, std::uint32_t* cookie) override;
     HRESULT Unadvise(std::uint32_t cookie) override;
 
-protected:
-    void* find(const GUID& iid) override;
-
 private:
+    void* find_interface(const GUID& iid) override;
+    HRESULT connect(const char* call, const char* address, const FakeConnectionSettings* settings);
+
     mutable std::mutex mutex_;
     Record record_;
     IDispatch* sink_ = nullptr;

@@ -12,27 +12,27 @@
 
 namespace fakes {
 
-// The proxy's library of this test program: it defines the two functions that the product calls. Logged and planned
-// calls: "CreateInstance.Logger", "CreateInstance.ConnectionSettings", "SetPreloadTranslations", "ErrorMessage" (not
-// logged). The plan's answer S_OK gives success with a null object.
+/// The proxy's library of this test program: defines the two functions that the product calls. Logged and planned
+/// calls: "CreateInstance.Logger", "CreateInstance.ConnectionSettings", "SetPreloadTranslations", "ErrorMessage" (not
+/// logged). The planned answer S_OK gives success with a null object. [any thread]
 class FakeProxyLibrary {
 public:
     static FakeProxyLibrary& instance();
 
-    // Loggers for the next creations, in order; without one, a new nameless logger is made.
+    /// Loggers for the next creations, in order. Without one the library makes a nameless logger.
     std::deque<LoggerPtr> next_loggers;
-    // Prepares and hands back the next logger.
+    /// Prepares the next logger and returns it.
     LoggerPtr expect_logger(std::string name = {});
 
     std::shared_ptr<CallPlan> plan = std::make_shared<CallPlan>();
-    // The texts that the library knows; it fails for all other codes.
+    /// The texts that the library knows; it fails for all other codes.
     std::map<HRESULT, std::string> error_texts;
 
-    // Back to the start: drops the loggers, plans, texts and the log. Returns the number of fake objects that are still
-    // held by others: 0 in a test that lost no reference.
+    /// Drops the loggers, plans, texts and the log. Returns the number of fake objects that still have references: 0 in
+    /// a test that lost none.
     int reset();
 
-    // By the two functions.
+    /// For CreateInstance.
     LoggerPtr take_next_logger();
 
 private:

@@ -10,33 +10,29 @@
 
 namespace fakes {
 
-// A server that answers with its configuration and does nothing with what it is told: for benchmarks, and for the
-// product as a library.
-class QuietHost : public ZoHmiSrv::IZoHmiSrvExtHost {
+using namespace ZoHmiSrv;
+
+/// A server that only answers with its configuration: for benchmarks, and for the product as a library.
+class QuietHost : public IZoHmiSrvExtHost {
 public:
-    explicit QuietHost(const ZoHmiSrv::Value& whole) : config(whole) {}
+    explicit QuietHost(const Value& whole) : config(whole) {}
 
-    void send_message(const ZoHmiSrv::Context&, ZoHmiSrv::Message, bool) override {}
-    void execute_command(const ZoHmiSrv::Context&, ZoHmiSrv::Command&) override {}
-    void register_listener(const ZoHmiSrv::Context&, ZoHmiSrv::IZoHmiSrvListener* listener) override {
-        if (listener->type() == ZoHmiSrv::ListenerType::Shutdown)
-            shutdown_listener = static_cast<ZoHmiSrv::IZoHmiSrvShutdownListener*>(listener);
+    void send_message(const Context&, Message, bool) override {}
+    void execute_command(const Context&, Command&) override {}
+    void register_listener(const Context&, IZoHmiSrvListener* listener) override {
+        if (listener->type() == ListenerType::Shutdown)
+            shutdown_listener = static_cast<IZoHmiSrvShutdownListener*>(listener);
     }
-    void register_config_listener(const ZoHmiSrv::Context&, ZoHmiSrv::IZoHmiSrvConfigListener*,
-                                  ZoHmiSrv::Value) override {}
-    void unregister_listener(const ZoHmiSrv::Context&, ZoHmiSrv::IZoHmiSrvListener*) override {}
-    void notify_alarm(const ZoHmiSrv::Context&, ZoHmiSrv::AlarmNotification, const ZoHmiSrv::Alarm&) override {
-        ++alarms;
-    }
-    void forget_event(const ZoHmiSrv::Context&, const ZoHmiSrv::Event&) override { ++forgotten; }
-    ZoHmiSrv::Value get_config_value(const ZoHmiSrv::Context&, const char* path) override {
-        return *path == '\0' ? config : config[path];
-    }
-    void reset_temporary_events(const ZoHmiSrv::Context&) override {}
-    void set_display_name(const ZoHmiSrv::Context&, const char*) override {}
+    void register_config_listener(const Context&, IZoHmiSrvConfigListener*, Value) override {}
+    void unregister_listener(const Context&, IZoHmiSrvListener*) override {}
+    void notify_alarm(const Context&, AlarmNotification, const Alarm&) override { ++alarms; }
+    void forget_event(const Context&, const Event&) override { ++forgotten; }
+    Value get_config_value(const Context&, const char* path) override { return *path == '\0' ? config : config[path]; }
+    void reset_temporary_events(const Context&) override {}
+    void set_display_name(const Context&, const char*) override {}
 
-    const ZoHmiSrv::Value config;
-    ZoHmiSrv::IZoHmiSrvShutdownListener* shutdown_listener = nullptr;
+    const Value config;
+    IZoHmiSrvShutdownListener* shutdown_listener = nullptr;
     std::size_t alarms = 0;
     std::size_t forgotten = 0;
 };

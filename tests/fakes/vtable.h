@@ -13,8 +13,8 @@
 
 namespace fakes {
 
-// Calls the operation at an index of the object's virtual table, as code built against another header would. `object`
-// must point at the view whose table is meant; references are passed as pointers.
+/// Calls the operation at an index of the object's virtual table, as code built against another header would. `object`
+/// must point at the view whose table is meant; references are passed as pointers.
 template <class Result, class... Arguments>
 FAKES_NO_FUNCTION_CHECK Result call_slot(void* object, std::size_t slot, Arguments... arguments) {
     using Function = Result (*)(void*, Arguments...);
@@ -22,8 +22,8 @@ FAKES_NO_FUNCTION_CHECK Result call_slot(void* object, std::size_t slot, Argumen
     return reinterpret_cast<Function>(table[slot])(object, arguments...);
 }
 
-// The index at which callers look for a virtual operation. A pointer to it holds the index in bytes in its first word,
-// on some machines with the lowest bit set.
+/// Returns the index at which callers look for a virtual operation. A pointer to it holds the index in bytes in its
+/// first word, on some machines with the lowest bit set.
 template <class Operation>
 std::size_t slot_of(Operation operation) {
     static_assert(std::is_member_function_pointer_v<Operation>);

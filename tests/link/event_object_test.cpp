@@ -159,7 +159,7 @@ TEST_F(EventObjectTest, OldListNeverSetsAnAlarmBack) {
     }
 }
 
-TEST_F(EventObjectTest, AlarmsChangeComeAndGoWhileRead) {
+TEST_F(EventObjectTest, AlarmsChangeWhileRead) {
     ASSERT_EQ(connect(), S_OK);
     auto record = make_record(1, 42);
     record.source_name = "0";
@@ -189,7 +189,7 @@ TEST_F(EventObjectTest, AlarmsChangeComeAndGoWhileRead) {
     EXPECT_EQ(read_text(only_alarm(), &IZoAlarm::GetSourceName), "299");
 }
 
-TEST_F(EventObjectTest, ConfirmSendsTheHandleWhileConnected) {
+TEST_F(EventObjectTest, ConfirmSendsTheHandle) {
     ASSERT_EQ(connect(), S_OK);
     answer_list("get_active_alarms", {make_record(5, 0xffffffffffffffff)});
     const CComPtr<IZoAlarm> alarm = only_alarm();

@@ -193,7 +193,7 @@ TEST(Connection, ReportsALossButNotItsOwnEnd) {
     EXPECT_EQ(client.events->lost, code::busy);
 }
 
-TEST(Connection, TableOfAbandonedRequestsLosesTheLink) {
+TEST(Connection, AbandonedRequestsLoseTheLink) {
     std::mutex mutex;
     std::vector<std::uint32_t> unanswered;
     ScriptedPeer peer;

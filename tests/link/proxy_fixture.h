@@ -2,7 +2,6 @@
 
 #include "binding/com_ptr.h"
 #include "binding/event_logger_proxy.h"
-#include "tests/fakes/com_object.h"
 #include "tests/link/scripted_peer.h"
 #include "tests/support/gate.h"
 
@@ -50,7 +49,7 @@ std::string read_text(const Object& object, HRESULT (Interface::*operation)(char
 }
 
 /// A sink that records its calls. It counts no references, like the sink of the product.
-class RecordingSink : public fakes::Dispatch<_IZoEventLoggerEvents> {
+class RecordingSink : public _IZoEventLoggerEvents {
 public:
     virtual ~RecordingSink() = default;
 

@@ -1,13 +1,18 @@
 #include "server/configuration.h"
 
 #include "server/host.h"
+#include "server/read_file.h"
 #include "tests/server_api/values.h"
 #include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <thread>
+
 using namespace server;
 using zo_test::TemporaryFile;
+using zo_test::TemporaryFolder;
 using ZoHmiSrv::Value;
 using ZoHmiSrv::ValueType;
 
@@ -17,7 +22,7 @@ Value parse(const std::string& targets) {
     return parse_configuration(R"({"TARGET_SYSTEMS": {)" + targets + "}}");
 }
 
-TEST(Configuration, GivesEachKeyTheTypeThatExtensionsExpect) {
+TEST(Configuration, KeysHaveTheTypesOfTheExtension) {
     const Value root = parse_configuration(R"({
         "TIMEOUT": 3000, "LIMIT_EVENT_COUNT": 1000, "PRELOAD_TRANSLATIONS": true, "NULL": null,
         "TARGET_SYSTEMS": {"a": {"ADDRESS": "1.2.3.4.1.1", "ENABLED": true, "TIMEOUT": 7}},
@@ -32,7 +37,7 @@ TEST(Configuration, GivesEachKeyTheTypeThatExtensionsExpect) {
               std::numeric_limits<long>::max());
 }
 
-TEST(Configuration, RefusesWhatNoPathCanName) {
+TEST(Configuration, TextThatNoPathCanNameThrows) {
     const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
     const std::string cases[]{
         "", "{", "[]", "3", R"({"a::b": 1})", R"({"T": {"a\u0000b": 1}})", R"({"a": )" + deep + "}"};
@@ -41,32 +46,66 @@ TEST(Configuration, RefusesWhatNoPathCanName) {
     }
 }
 
-TEST(Configuration, ChangesAreNewOrDifferentEntriesThenMissingOnes) {
-    struct Case {
-        const char* what;
-        const char* before;
-        const char* after;
-        std::vector<ConfigChange> changes;
+TEST(Configuration, UnknownAndWrongKeysAreProblems) {
+    const auto problems = [](const char* text) {
+        std::string all;
+        for (const ConfigProblem& problem : configuration_problems(parse_configuration(text)))
+            all += problem.text + (problem.fatal ? " FATAL\n" : "\n");
+        return all;
     };
-    const Case cases[]{
-        {"the same in another order", R"("a": {"x": 1, "y": 2}, "b": {})", R"("b": {}, "a": {"y": 2, "x": 1})", {}},
-        {"one member differs",
-         R"("a": {"x": 1, "y": 2}, "b": {})",
-         R"("a": {"x": 1, "y": 3}, "b": {})",
-         {{"TARGET_SYSTEMS::a", false}}},
-        {"new, changed and missing at once",
-         R"("a": 1, "b": 2, "c": 3)",
-         R"("b": 2, "c": 4, "d": 5)",
-         {{"TARGET_SYSTEMS::c", false}, {"TARGET_SYSTEMS::d", false}, {"TARGET_SYSTEMS::a", true}}},
-        {"null is not missing", R"("a": 1)", R"("a": null)", {{"TARGET_SYSTEMS::a", false}}},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(target_changes(parse(c.before), parse(c.after)), c.changes) << c.what;
-    EXPECT_EQ(target_changes(parse(R"("a": 1)"), parse_configuration("{}")),
-              (std::vector<ConfigChange>{{"TARGET_SYSTEMS::a", true}}));
+    EXPECT_EQ(problems(R"({"TIMEOUT": 1, "LIMIT_EVENT_COUNT": 2, "PRELOAD_TRANSLATIONS": false,
+                           "TARGET_SYSTEMS": {"a": {"ADDRESS": "", "ENABLED": true}}})"),
+              "");
+    EXPECT_EQ(
+        problems(R"({"TIMEOUT": "1", "timeout": 1, "TARGET_SYSTEMS": {"a": {"ADDRESS": 1, "ENABLE": true}, "b": 1}})"),
+        "TIMEOUT has the wrong type; it must be a number of milliseconds, such as 3000 FATAL\n"
+        "unknown key timeout\n"
+        "TARGET_SYSTEMS::a::ADDRESS has the wrong type; it must be a net id, such as \"5.12.82.40.1.1\"\n"
+        "TARGET_SYSTEMS::a::ENABLED is missing; it must be true or false\n"
+        "unknown key TARGET_SYSTEMS::a::ENABLE\n"
+        "TARGET_SYSTEMS::b has the wrong type; it must be an object with ADDRESS and ENABLED\n");
+    EXPECT_TRUE(problems("{}").starts_with("TIMEOUT is missing; "));
 }
 
-TEST(Configuration, PathsWalkTheTreeAndABrokenFileChangesNothing) {
+TEST(ReadFile, OnlyFilesOfBoundedSize) {
+    const TemporaryFolder folder;
+    const std::filesystem::path pipe = folder / "pipe", file = folder / "file";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto failure = [](const std::filesystem::path& path, FileKind kind) -> std::string {
+        try {
+            return "read: " + read_file(path, 1024, kind);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+    };
+    EXPECT_EQ(failure(pipe, FileKind::regular), pipe.string() + " is not a regular file") << "does not block";
+    EXPECT_EQ(failure("/dev/zero", FileKind::regular), "/dev/zero is not a regular file");
+    EXPECT_EQ(failure("/dev/zero", FileKind::regular_or_stream), "/dev/zero is not a regular file or a pipe");
+    EXPECT_EQ(failure(file, FileKind::regular), "cannot read " + file.string() + ": No such file or directory");
+    zo_test::write_file(file, std::string(1024, 'x'));
+    EXPECT_EQ(failure(file, FileKind::regular).size(), 1030u);
+    zo_test::write_file(file, std::string(1025, 'x'));
+    EXPECT_EQ(failure(file, FileKind::regular), file.string() + " is larger than 1 KiB");
+    std::thread writer([&] { zo_test::write_file(pipe, "help"); });
+    EXPECT_EQ(failure(pipe, FileKind::regular_or_stream), "read: help");
+    writer.join();
+}
+
+TEST(Configuration, ChangesAreNewEntriesThenDeleted) {
+    const auto changes = [](const std::string& before, const std::string& after) {
+        std::string all;
+        for (const ConfigChange& change : target_changes(parse(before), parse(after)))
+            all += change.path.substr(change.path.find("::")) + (change.deleted ? " deleted " : " ");
+        return all;
+    };
+    EXPECT_EQ(changes(R"("a": {"x": 1, "y": 2}, "b": {})", R"("b": {}, "a": {"y": 2, "x": 1})"), "");
+    EXPECT_EQ(changes(R"("a": {"x": 1, "y": 2}, "b": {})", R"("a": {"x": 1, "y": 3}, "b": {})"), "::a ");
+    EXPECT_EQ(changes(R"("a": 1, "b": 2, "c": 3)", R"("b": 2, "c": 4, "d": 5)"), "::c ::d ::a deleted ");
+    EXPECT_EQ(changes(R"("a": 1)", R"("a": null)"), "::a ") << "null is not missing";
+    EXPECT_EQ(target_changes(parse(R"("a": 1)"), parse_configuration("{}")).size(), 1u);
+}
+
+TEST(Configuration, BrokenFileLeavesItUnchanged) {
     const TemporaryFile file(R"({"TIMEOUT": 10, "TARGET_SYSTEMS": {"a": {"ENABLED": true}}})");
     Configuration configuration(file.path());
     EXPECT_EQ(configuration.get("").type(), ValueType::Struct);
@@ -85,21 +124,15 @@ TEST(Configuration, PathsWalkTheTreeAndABrokenFileChangesNothing) {
     EXPECT_EQ(configuration.get("TIMEOUT").get_timespan().milliseconds(), 20);
 }
 
-TEST(ConfigFilter, FlagsAndPathsDecideTogether) {
-    struct Case {
-        const char* filter;
-        int flag;
-        bool asked;
-    };
-    const Case cases[]{
-        {R"([{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}])", flag_change, true},
-        {R"([{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}])", flag_delete, true},
-        {R"([{"flags": 16, "paths": ["TARGET_SYSTEMS::*"]}])", flag_delete, false},
-        {R"([{"flags": 32, "paths": ["TARGET_SYSTEMS::*"]}])", flag_change, false},
-    };
-    for (const Case& c : cases) {
-        const Value root = parse_configuration(R"({"f": )" + std::string(c.filter) + "}");
-        EXPECT_EQ(asks_for(root["f"], "TARGET_SYSTEMS::a", c.flag), c.asked) << c.filter;
+TEST(ConfigFilter, FlagsAndPathsMustMatch) {
+    const Value root = parse_configuration(R"({"both": [{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}],
+        "change": [{"flags": 16, "paths": ["TARGET_SYSTEMS::*"]}], "one": [{"flags": 48, "paths": ["A::a"]}]})");
+    for (const int flag : {flag_change, flag_delete}) {
+        EXPECT_TRUE(asks_for(root["both"], "TARGET_SYSTEMS::a", flag));
+        EXPECT_EQ(asks_for(root["change"], "TARGET_SYSTEMS::a", flag), flag == flag_change);
+        EXPECT_FALSE(asks_for(root["both"], "TARGET::a", flag));
+        EXPECT_TRUE(asks_for(root["one"], "A::a", flag));
+        EXPECT_FALSE(asks_for(root["one"], "A::ab", flag));
     }
 }
 

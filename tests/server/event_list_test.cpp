@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -15,147 +16,128 @@ using events::message;
 using ZoHmiSrv::Event;
 using ZoHmiSrv::Timestamp;
 using ZoHmiSrv::Value;
-using Done = EventList::Outcome::Done;
 
 namespace {
 
-/// "a7" for an alarm with id 7, "m100" for a message of time 100, with "#N " before it.
-std::string text_of(const EventRow& row) {
-    const auto* held = alarm_of(row.event);
-    return "#" + std::to_string(row.number) + " " +
-           (held != nullptr ? "a" + std::to_string(held->id())
-                            : "m" + std::to_string(row.event.time_received().nanoseconds())) +
-           (row.removed ? " history" : "");
+/// Runs calls and returns their outcomes, such as "added 1" with the number of the row. Calls are "mode M ID RAISED
+/// CLEARED", "message TIME EVENT", "forget TIME EVENT" and "forget-alarm ID RAISED"; zeroes at the end may be left out.
+std::string play(EventList& events, const std::string& calls) {
+    std::string outcomes;
+    std::istringstream all(calls);
+    for (std::string call; std::getline(all, call, ';');) {
+        std::istringstream in(call);
+        std::string verb;
+        long numbers[4] = {};
+        in >> verb;
+        for (long& number : numbers)
+            in >> number;
+        const auto& [first, second, third, fourth] = numbers;
+        EventList::Outcome outcome;
+        if (verb == "mode")
+            outcome = events.notify_alarm(static_cast<int>(first), alarm(static_cast<int>(second), third, fourth));
+        if (verb == "message") outcome = events.add_message(message(first, static_cast<double>(second)));
+        if (verb == "forget") outcome = events.forget(event_of(message(first, static_cast<double>(second))));
+        if (verb == "forget-alarm") outcome = events.forget(event_of(alarm(static_cast<int>(first), second)));
+        const char* const names[]{"nothing", "added", "changed", "removed"};
+        outcomes += (outcomes.empty() ? "" : "; ") + std::string(names[static_cast<int>(outcome.done)]);
+        if (outcome.row != 0) outcomes += " " + std::to_string(outcome.row);
+    }
+    return outcomes;
 }
 
-std::vector<std::string> texts(const std::vector<EventRow>& rows) {
-    std::vector<std::string> texts;
-    for (const EventRow& row : rows)
-        texts.push_back(text_of(row));
-    return texts;
+/// Returns rows such as "#1 a7" for an alarm with the id 7 and "#2 m100" for a message of the time 100.
+std::string texts(const std::vector<EventRow>& rows) {
+    std::string text;
+    for (const EventRow& row : rows) {
+        const auto* alarm = alarm_of(row.event);
+        text += (text.empty() ? "#" : ", #") + std::to_string(row.number) +
+                (alarm != nullptr ? " a" + std::to_string(alarm->id())
+                                  : " m" + std::to_string(row.event.time_received().nanoseconds())) +
+                (row.removed ? " history" : "");
+    }
+    return text;
 }
 
-using Texts = std::vector<std::string>;
-
-TEST(EventList, ModesAddChangeAndKeepAsHistory) {
+TEST(EventList, CallsChangeTheListInOrder) {
+    struct Case {
+        const char *what, *calls, *outcomes, *rows;
+    };
+    const Case cases[]{
+        {"changes of an unknown alarm", "mode 1 7 10; mode 2 7 10", "nothing; nothing", ""},
+        {"an unknown mode", "mode 9 7 10", "nothing", ""},
+        {"raised again", "mode 0 7 10; mode 0 8 20; mode 0 7 30", "added 1; added 2; changed 1", "#1 a7, #2 a8"},
+        {"a late change", "mode 0 8 20; mode 2 8 20 26; mode 1 8 20", "added 1; changed 1; changed 1", "#1 a8 history"},
+        {"a change after the forget", "mode 0 7 10; forget-alarm 7 99; mode 2 7 10", "added 1; removed 1; nothing", ""},
+        {"messages by time and content, one row for each call",
+         "message 100 1; message 100 2; message 100 2; message 200 2; forget 100 3; forget 100 2; forget 100 2",
+         "added 1; added 2; added 3; added 4; nothing; removed 2; removed 3", "#1 m100, #4 m200"},
+        {"forgotten first", "forget 100 1; message 100 1; message 100 1", "nothing; nothing; added 1", "#1 m100"},
+    };
+    for (const Case& c : cases) {
+        EventList events;
+        EXPECT_EQ(play(events, c.calls), c.outcomes) << c.what;
+        EXPECT_EQ(texts(events.rows()), c.rows) << c.what;
+    }
     EventList events;
-    EXPECT_EQ(events.notify_alarm(1, alarm(7, 10)).done, Done::nothing) << "a change of what is not there";
-    EXPECT_EQ(events.notify_alarm(2, alarm(7, 10)).done, Done::nothing);
-    EXPECT_EQ(events.notify_alarm(0, alarm(7, 10)).row, 1u);
-    EXPECT_EQ(events.notify_alarm(0, alarm(8, 20)).row, 2u);
-    const auto again = events.notify_alarm(0, alarm(7, 30));
-    EXPECT_EQ(again.done, Done::changed) << "raised again";
-    EXPECT_EQ(again.row, 1u);
-    events.notify_alarm(1, alarm(8, 20, 25));
-    EXPECT_EQ(alarm_of(events.rows()[1].event)->time_cleared(), Timestamp(25));
-    events.notify_alarm(2, alarm(8, 20, 26));
-    EXPECT_EQ(texts(events.rows()), (Texts{"#1 a7", "#2 a8 history"}));
-    EXPECT_EQ(alarm_of(events.rows()[1].event)->time_cleared(), Timestamp(26));
-    events.notify_alarm(1, alarm(8, 20, 27));
-    EXPECT_TRUE(events.rows()[1].removed) << "a late change does not bring it back";
-    EXPECT_EQ(events.notify_alarm(9, alarm(9, 1)).done, Done::nothing) << "an unknown mode";
-}
-
-TEST(EventList, ForgetsAlarmsByIdAndMessagesByTimeThenPayload) {
-    EventList events;
-    events.add_message(message(100, 1));
-    events.add_message(message(100, 2));
-    events.add_message(message(100, 2));
-    events.add_message(message(200, 2));
-    events.notify_alarm(0, alarm(7, 100));
-
+    play(events, "mode 0 8 20; mode 1 8 20 25; message 100 2");
+    EXPECT_EQ(alarm_of(events.rows()[0].event)->time_cleared(), Timestamp(25));
     Event other_time = event_of(message(100, 2));
     other_time.set_time_received(Timestamp(200));
-    EXPECT_EQ(events.forget(other_time).done, Done::nothing) << "the time received counts, too";
-    EXPECT_EQ(events.forget(event_of(message(100, 3))).done, Done::nothing);
-    EXPECT_EQ(events.forget(event_of(message(100, 2))).row, 2u);
-    EXPECT_EQ(events.forget(event_of(message(100, 2))).row, 3u) << "one row for each";
-    EXPECT_EQ(events.forget(event_of(alarm(7, 999, 5, "Other"))).row, 5u);
-    EXPECT_EQ(texts(events.rows()), (Texts{"#1 m100", "#4 m200"}));
+    EXPECT_EQ(events.forget(other_time).row, 0u);
 }
 
-TEST(EventList, AMessageForgottenBeforeItIsToldIsNotAdded) {
+TEST(EventList, ResetKeepsNumbersOfEqualEvents) {
     EventList events;
-    events.forget(event_of(message(100)));
-    EXPECT_EQ(events.add_message(message(100)).done, Done::nothing);
-    EXPECT_EQ(events.add_message(message(100)).done, Done::added) << "once only";
-}
-
-TEST(EventList, NoRowForAnAlarmThatIsForgottenBeforeItsLastChange) {
-    EventList events;
-    events.notify_alarm(0, alarm(7, 100));
-    events.forget(event_of(alarm(7, 100, 200)));
-    events.notify_alarm(2, alarm(7, 100, 200));
-    EXPECT_TRUE(events.rows().empty());
-}
-
-TEST(EventList, AResetKeepsTheNumbersOfWhatStays) {
-    EventList events;
-    events.notify_alarm(0, alarm(7, 100));
-    events.notify_alarm(0, alarm(8, 200));
-    events.add_message(message(300));
-    events.add_message(message(400));
-    events.notify_alarm(2, alarm(8, 200, 1));
+    play(events, "mode 0 7 100; mode 0 8 200; message 300 1; message 400 1; mode 2 8 200 1");
     const std::size_t rows = events.reset([](Value& out) {
         list(out, {event_of(message(300)), event_of(message(300)), event_of(alarm(8, 200, 1)), event_of(alarm(9, 500)),
                    Event()});
         out << Value("no event");
     });
     EXPECT_EQ(rows, 5u);
-    EXPECT_EQ(texts(events.rows()), (Texts{"#3 m300", "#5 m300", "#2 a8 history", "#6 a9", "#7 m0"}));
-    EXPECT_EQ(events.forget(event_of(message(400))).done, Done::nothing) << "dropped by the reset";
+    EXPECT_EQ(texts(events.rows()), "#3 m300, #5 m300, #2 a8 history, #6 a9, #7 m0");
+    EXPECT_EQ(play(events, "forget 400 1"), "nothing") << "dropped by the reset";
     EXPECT_EQ(events.forget(Event()).row, 7u);
 }
 
-// What is told while a listing runs may be in it already or not, whatever the target.
-TEST(EventList, WhatIsToldDuringAListingIsNeitherLostNorDoubled) {
+// A call during a listing may be part of it already or not.
+TEST(EventList, CallDuringListingAppliesOnce) {
     for (const bool listed_before : {true, false}) {
         EventList events;
-        events.notify_alarm(0, alarm(1, 10));
-        events.add_message(message(20));
+        play(events, "mode 0 1 10; message 20 1");
         events.reset([&](Value& out) {
             if (!listed_before) list(out, {event_of(alarm(1, 10)), event_of(message(20))});
-            EXPECT_EQ(events.notify_alarm(0, alarm(2, 30)).row, 3u);
-            EXPECT_EQ(events.add_message(message(40)).row, 4u);
-            events.notify_alarm(1, alarm(1, 10, 15));
-            events.forget(event_of(message(20)));
-            events.notify_alarm(0, alarm(3, 50));
-            events.forget(event_of(alarm(3, 50)));
-            EXPECT_EQ(texts(events.rows()), (Texts{"#1 a1", "#3 a2", "#4 m40"})) << "shown at once";
-            if (listed_before) {
-                list(out, {event_of(alarm(1, 10, 15)), event_of(alarm(2, 30)), event_of(message(40))});
-            }
+            play(events, "mode 0 2 30; message 40 1; mode 1 1 10 15; forget 20 1; mode 0 3 50; forget-alarm 3 50");
+            EXPECT_EQ(texts(events.rows()), "#1 a1, #3 a2, #4 m40") << "shown at once";
+            if (listed_before) list(out, {event_of(alarm(1, 10, 15)), event_of(alarm(2, 30)), event_of(message(40))});
         });
-        EXPECT_EQ(texts(events.rows()), (Texts{"#1 a1", "#3 a2", "#4 m40"})) << listed_before;
+        EXPECT_EQ(texts(events.rows()), "#1 a1, #3 a2, #4 m40") << listed_before;
         EXPECT_EQ(alarm_of(events.rows()[0].event)->time_cleared(), Timestamp(15)) << listed_before;
     }
 }
 
-TEST(EventList, OfTwoListingsAtOnceTheLaterOneHolds) {
+TEST(EventList, LaterOfTwoListingsWins) {
     EventList events;
     events.reset([&](Value& earlier) {
         list(earlier, {event_of(message(1))});
-        events.notify_alarm(0, alarm(5, 5));
+        play(events, "mode 0 5 5");
         events.reset([&](Value& later) {
             list(later, {event_of(message(1)), event_of(message(2)), event_of(alarm(5, 5))});
         });
         EXPECT_EQ(events.rows().size(), 3u);
-        events.add_message(message(3));
+        play(events, "message 3 1");
     });
-    EXPECT_EQ(texts(events.rows()), (Texts{"#2 m1", "#3 m2", "#1 a5", "#4 m3"}));
+    EXPECT_EQ(texts(events.rows()), "#2 m1, #3 m2, #1 a5, #4 m3");
 }
 
-TEST(EventList, AMessageOnItsWayDuringAResetIsNotDoubled) {
+TEST(EventList, MessageDuringResetIsAddedOnce) {
     EventList events;
     events.reset([](Value& out) { list(out, {event_of(message(10)), event_of(message(20))}); });
-    EXPECT_EQ(events.add_message(message(20)).done, Done::changed) << "listed before it was told";
-    EXPECT_EQ(events.add_message(message(20)).done, Done::added) << "a second one that is equal";
-    EXPECT_EQ(events.add_message(message(10)).done, Done::added)
-        << "a target tells in order: only its first message can have been listed";
-    EXPECT_EQ(events.add_message(message(10, 1, "Other")).done, Done::added);
-    EXPECT_EQ(events.rows().size(), 5u);
+    EXPECT_EQ(play(events, "message 20 1; message 20 1; message 10 1"), "changed 2; added 3; added 4")
+        << "messages come in order: only the first can be listed";
+    EXPECT_EQ(events.add_message(message(10, 1, "Other")).row, 5u);
 
-    // Told between two resets, listed by both.
+    // Added between two resets, listed by both.
     events.reset([&](Value& out) { list(out, {event_of(message(90))}); });
     events.reset([&](Value& out) {
         events.add_message(message(90));
@@ -164,16 +146,11 @@ TEST(EventList, AMessageOnItsWayDuringAResetIsNotDoubled) {
     EXPECT_EQ(events.rows().size(), 1u);
 }
 
-TEST(EventList, ShowsActiveAlarmsFirstThenTheNewest) {
+TEST(EventList, TopHasActiveAlarmsThenNewest) {
     EventList events;
-    events.add_message(message(900));
-    events.notify_alarm(0, alarm(1, 100));
-    events.notify_alarm(0, alarm(2, 300));
-    events.notify_alarm(0, alarm(3, 800, 850));
-    events.notify_alarm(0, alarm(4, 700));
-    events.notify_alarm(2, alarm(4, 700));
-    EXPECT_EQ(texts(events.top(100)), (Texts{"#3 a2", "#2 a1", "#1 m900", "#4 a3", "#5 a4 history"}));
-    EXPECT_EQ(texts(events.top(2)), (Texts{"#3 a2", "#2 a1"}));
+    play(events, "message 900 1; mode 0 1 100; mode 0 2 300; mode 0 3 800 850; mode 0 4 700; mode 2 4 700");
+    EXPECT_EQ(texts(events.top(100)), "#3 a2, #2 a1, #1 m900, #4 a3, #5 a4 history");
+    EXPECT_EQ(texts(events.top(2)), "#3 a2, #2 a1");
     const auto counts = events.counts();
     EXPECT_EQ(counts.rows, 5u);
     EXPECT_EQ(counts.alarms, 4u);
@@ -185,7 +162,7 @@ TEST(EventList, ManyThreadsUseItAtOnce) {
     EventList events;
     const auto listing = [](Value& out) { list(out, {event_of(alarm(1, 10)), event_of(message(20))}); };
     std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([&] {
             while (!stop) {
@@ -200,8 +177,7 @@ TEST(EventList, ManyThreadsUseItAtOnce) {
         events.forget(event_of(message(1000 + i)));
     }
     stop = true;
-    for (std::thread& thread : threads)
-        thread.join();
+    threads.clear();
     EXPECT_EQ(events.reset(listing), 2u);
 }
 

@@ -1,4 +1,4 @@
-// The server as an extension sees it, and an operator's commands, against listeners that the test holds.
+// The server as an extension sees it, and an operator's commands, with the listeners of a fake extension.
 #include "server/commands.h"
 #include "server/host.h"
 
@@ -7,11 +7,13 @@
 #include "server/event_json.h"
 #include "server/text.h"
 #include "tests/server/events.h"
+#include "tests/server_api/values.h"
 #include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <map>
 #include <stdexcept>
 #include <thread>
 
@@ -22,17 +24,17 @@ using namespace std::chrono_literals;
 using events::alarm;
 using events::message;
 using nlohmann::ordered_json;
-using Asked = std::vector<std::string>;
 
 namespace {
 
-/// Every listener of an extension in one; notes what it is asked.
+/// All listeners of an extension in one; records the calls.
 struct Extension : IZoHmiSrvAlarmProviderListener,
                    IZoHmiSrvEventLocalizationListener,
                    IZoHmiSrvRequestListener,
                    ZoHmiSrvConfigListener {
     ErrorValue on_confirm_alarm(const Context&, Alarm& alarm) override {
-        asked.push_back("confirm " + std::to_string(alarm.id()));
+        note("confirm " + std::to_string(alarm.id()));
+        if (hook) hook();
         return result;
     }
     int on_get_events(const Context& context, Value& events) override {
@@ -43,7 +45,7 @@ struct Extension : IZoHmiSrvAlarmProviderListener,
         return 0;
     }
     ErrorValue on_localize_event(const Context&, const char* locale, EventPayload& event, String& text) override {
-        asked.push_back(std::string("localize ") + locale);
+        note(std::string("localize ") + locale);
         if (result != HMI_SUCCESS) return result;
         text.set_name(("text\x1b[2J\xC2\x9B in " + std::string(locale)).c_str());
         event.parameters().insert_or_update("eventClassName", "Class");
@@ -54,7 +56,7 @@ struct Extension : IZoHmiSrvAlarmProviderListener,
         Command& command = group[0];
         const Value& input = command.write_value();
         const Value& name = input.type() == ValueType::Struct ? input["targetName"] : input;
-        asked.push_back(std::string("request ") + command.mapping() + " " + name.get_string());
+        note(std::string("request ") + command.mapping() + " " + name.get_string());
         command.set_extension_result(static_cast<unsigned>(result));
         command.set_result_string(result_text);
         command.read_value() = output;
@@ -66,28 +68,22 @@ struct Extension : IZoHmiSrvAlarmProviderListener,
         return changed(std::string("delete ") + path);
     }
 
-    Asked asked;
+    void note(const std::string& call) { calls += (calls.empty() ? "" : "; ") + call; }
+
+    std::string calls;
     std::string domain;
     std::thread::id thread;
-    std::function<void()> hook; // runs when the events are listed or the configuration changes
+    std::function<void()> hook; // runs in a listing, a confirm and a configuration change
     ErrorValue result = HMI_SUCCESS;
     const char* result_text = "";
     Value output;
 
 private:
     ResultPair changed(const std::string& what) {
-        asked.push_back(what);
+        note(what);
         if (hook) hook();
         return result == HMI_SUCCESS ? ResultPair() : ResultPair(result, "no\x1b");
     }
-};
-
-struct Shutdown : IZoHmiSrvShutdownListener {
-    int on_shutdown(const Context&) override {
-        ++calls;
-        throw 42;
-    }
-    int calls = 0;
 };
 
 class HostTest : public ::testing::Test {
@@ -97,16 +93,16 @@ protected:
     Configuration configuration{config_file.path()};
     EventList list;
     Trace trace{{}};
-    std::vector<std::string> said;
-    Host host{configuration, list, trace, [this](const std::string& line) { said.push_back(line); }};
+    std::vector<std::string> printed;
+    Host host{configuration, list, trace, [this](const std::string& line) { printed.push_back(line); }};
     Context context;
     Extension extension;
 };
 
-TEST_F(HostTest, AResetListsInsideOnTheSameThread) {
+TEST_F(HostTest, ResetListsInsideOnTheSameThread) {
     host.register_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(&extension));
     extension.hook = [this] {
-        EXPECT_EQ(said.size(), 0u);
+        EXPECT_EQ(printed.size(), 0u);
         host.notify_alarm(context, AlarmNotification::Raised, alarm(2, 30));
     };
     std::thread([this] {
@@ -115,60 +111,52 @@ TEST_F(HostTest, AResetListsInsideOnTheSameThread) {
         EXPECT_EQ(list.rows().size(), 3u) << "before it returns";
     }).join();
     EXPECT_EQ(extension.domain, "ZoHmiEventLogger");
-    EXPECT_EQ(said.back(), "reset, 3 rows");
+    EXPECT_EQ(printed.back(), "reset, 3 rows");
 
-    extension.hook = [] { throw std::runtime_error("lost\x1b[2J"); };
+    extension.hook = [] { throw 42; };
     host.reset_temporary_events(context);
-    EXPECT_EQ(said[said.size() - 2], "error: on_get_events threw: lost\xEF\xBF\xBD[2J");
+    EXPECT_EQ(printed[printed.size() - 2], "error: on_get_events threw an unknown object");
     EXPECT_TRUE(list.rows().empty());
 }
 
-TEST_F(HostTest, TellsTheConfigListenerWhatItAskedFor) {
+TEST_F(HostTest, ConfigListenerGetsChangesOfItsFilter) {
     const std::vector<ConfigChange> changes{
         {"TARGET_SYSTEMS::bad", false}, {"TARGET_SYSTEMS::b", false}, {"TARGET_SYSTEMS::a", true}};
 
     const Value root = parse_configuration(R"({"all": [{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}], "none": []})");
     host.register_config_listener(context, &extension, root["none"]);
-    host.tell(changes);
-    EXPECT_EQ(extension.asked, Asked());
+    host.notify_config(changes);
+    EXPECT_EQ(extension.calls, "");
     host.unregister_listener(context, static_cast<IZoHmiSrvConfigListener*>(&extension));
 
     host.register_config_listener(context, &extension, root["all"]);
     extension.hook = [this] {
-        if (extension.asked.back() == "change TARGET_SYSTEMS::bad") throw std::runtime_error("bad target");
-        if (extension.asked.back() == "delete TARGET_SYSTEMS::a") extension.result = HMI_E_FAIL;
+        if (extension.calls.ends_with("::bad")) throw std::runtime_error("bad\x1b[2J");
+        if (extension.calls.ends_with("delete TARGET_SYSTEMS::a")) extension.result = HMI_E_FAIL;
     };
-    host.tell(changes);
-    EXPECT_EQ(extension.asked,
-              (Asked{"change TARGET_SYSTEMS::bad", "change TARGET_SYSTEMS::b", "delete TARGET_SYSTEMS::a"}));
-    EXPECT_EQ(said, (std::vector<std::string>{"error: on_config_change threw: bad target",
-                                              "on_config_change TARGET_SYSTEMS::b answered 0x0",
-                                              "on_config_delete TARGET_SYSTEMS::a answered 0x101 no\xEF\xBF\xBD"}));
+    host.notify_config(changes);
+    EXPECT_EQ(extension.calls, "change TARGET_SYSTEMS::bad; change TARGET_SYSTEMS::b; delete TARGET_SYSTEMS::a");
+    EXPECT_EQ(printed, (std::vector<std::string>{
+                           "error: on_config_change threw: bad\uFFFD[2J",
+                           "on_config_change TARGET_SYSTEMS::b answered HMI_E_SUCCESS (0x0)",
+                           "on_config_delete TARGET_SYSTEMS::a answered HMI_E_FAIL (0x101): no\xEF\xBF\xBD"}));
 }
 
-TEST_F(HostTest, ShutsDownThroughTheListenerWhateverItThrows) {
-    Shutdown shutdown;
-    host.register_listener(context, &shutdown);
-    host.shut_down();
-    EXPECT_EQ(shutdown.calls, 1);
-    host.unregister_listener(context, &shutdown);
-    host.shut_down();
-    EXPECT_EQ(shutdown.calls, 1);
-}
-
-TEST_F(HostTest, TheDumpHoldsRowsAndAFreshListing) {
+TEST_F(HostTest, DumpHasRowsAndFreshListing) {
     host.register_listener(context, static_cast<IZoHmiSrvAlarmProviderListener*>(&extension));
     host.reset_temporary_events(context);
     const TemporaryFile file;
     int attempts = 0;
-    write_dump(file.path(), list, [&](Value& listing) {
-        // The list changes under the first attempt, so that one is no snapshot.
+    write_dump(file.path(), list, {"Target"}, [&](Value& listing) {
+        // The list changes in the first attempt, so that one is not a snapshot.
         if (attempts++ == 0) host.notify_alarm(context, AlarmNotification::Changed, alarm(1, 10, 15));
         return host.list_events(listing);
     });
     EXPECT_EQ(attempts, 2);
     const auto dump = ordered_json::parse(file.read());
     ASSERT_EQ(dump["rows"].size(), 2u);
+    EXPECT_EQ(dump["rows"][1]["number"], "m2");
+    EXPECT_EQ(dump["incomplete"][0], "Target");
     EXPECT_EQ(dump["rows"][0]["alarm"]["timeCleared"], 15);
     EXPECT_EQ(dump["listing"][0]["alarm"]["timeCleared"], 0);
     EXPECT_EQ(dump["listing"][1].dump(),
@@ -187,167 +175,200 @@ protected:
         host.send_message(context, message(20), true);
         host.notify_alarm(context, AlarmNotification::Raised, alarm(70, 10));
         host.notify_alarm(context, AlarmNotification::Raised, alarm(2, 30));
-        host.heard().forget();
+        host.history().clear();
     }
 
-    Answer run(const std::string& line, bool interactive = false) {
-        extension.asked.clear();
-        return commands.run(line, interactive, stop.get_token());
+    Answer run(const std::string& line, const Ask& ask = {}) {
+        extension.calls.clear();
+        return commands.run(line, stop.get_token(), ask);
+    }
+
+    /// A message of the extension about the target, as from a tick.
+    void report(const char* name, const char* text) {
+        Message message;
+        message.set_name(name);
+        message.parameters().insert("0", "Target");
+        message.parameters().insert("2", text);
+        host.send_message(context, message, false);
     }
 
     Commands commands{host, list, configuration, "en-US"};
     std::stop_source stop;
 };
 
-TEST_F(CommandsTest, WhatCannotBeDoneGetsOneSentenceAndChangesNothing) {
-    struct Case {
-        std::string line;
-        const char* sentence;
-        bool interactive = false;
-    };
-    const Case cases[]{
-        {"nonsense", "There is no command \"nonsense\"; help lists all."},
-        {"\x1b[2Jx \xFF", "There is no command \"\uFFFD[2Jx\"; help lists all."},
-        {"confirm 2 2", "Say it as: confirm #N|ID."},
-        {"confirm #0", "\"#0\" is neither a row such as #3 nor the number of an alarm."},
-        {"confirm 4294967298", "\"4294967298\" is neither a row such as #3 nor the number of an alarm."},
-        {"show #99999999999999999999",
-         "\"#99999999999999999999\" is neither a row such as #3 nor the number of an alarm."},
-        {"confirm #4", "There is no row #4."},
-        {"confirm 7", "There is no alarm 7."},
-        {"confirm #1", "#1 is no alarm."},
-        {"events de_DE", "\"de_DE\" is no language such as de-DE."},
-        {"reconnect \"", "A quote is not closed."},
-        {std::string("clear Plant\0x", 13), "\"Plant\xEF\xBF\xBDx\" is no name of a target."},
-        {"config set One 1.2.3.4.5.256 true", "\"1.2.3.4.5.256\" is no net id such as 5.12.82.40.1.1."},
-        {"config set One 1.2.3.4.5.6 yes", "\"yes\" is neither true nor false."},
-        {"config set a::b 1.2.3.4.5.6 true", "\"a::b\" is no name of a target."},
-        {"sleep -1", "\"-1\" is no number of milliseconds up to a day."},
-        {"sleep 1", "sleep is for scripts only.", true},
+TEST_F(CommandsTest, WrongLineChangesNothing) {
+    const char* const no_event = " is neither the id of an alarm, such as 17, nor the number of a message, such as m3";
+    const std::pair<std::string, const char*> cases[]{
+        {"nonsense", "unknown command \"nonsense\"; see help"},
+        {"\x1b[2Jx \xFF", "unknown command \"\uFFFD[2Jx\"; see help"},
+        {"confirm 2 2", "usage: confirm ID"},
+        {"clear", "usage: clear NAME [--yes]"},
+        {"clear One --no", "\"--no\" is not --yes"},
+        {"clear One", "clear empties a log for good; in scripts use: clear NAME --yes"},
+        {"confirm #2", "\"#2\" is not the id of an alarm, such as 17"},
+        {"confirm 4294967298", "\"4294967298\" is not the id of an alarm, such as 17"},
+        {"show m0", no_event},
+        {"show m99999999999999999999", no_event},
+        {"confirm 7", "unknown alarm 7"},
+        {"confirm m1", "m1 is a message; only alarms can be confirmed"},
+        {"show m2", "unknown message m2"},
+        {"events de_DE", "\"de_DE\" is not a language such as de-DE"},
+        {"reconnect \"", "missing closing quote"},
+        {std::string("clear Plant\0x", 13), "\"Plant\xEF\xBF\xBDx\" is not the name of a target"},
+        {"config set One 1.2.3.4.5.256 true", "\"1.2.3.4.5.256\" is not a net id such as 5.12.82.40.1.1"},
+        {"config set One 1.2.3.4.5.6 yes", "\"yes\" is neither true nor false"},
+        {"config set a::b 1.2.3.4.5.6 true", "\"a::b\" is not the name of a target"},
+        {"sleep -1", "\"-1\" is not a number of milliseconds up to a day"},
+        {"watch", "watch needs a terminal"},
     };
     const Value before = configuration.get("");
     const std::uint64_t version = list.version();
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.line);
-        const Answer answer = run(c.line, c.interactive);
+    for (const auto& [line, sentence] : cases) {
+        SCOPED_TRACE(line);
+        const Answer answer = run(line);
         EXPECT_FALSE(answer.ok);
         EXPECT_EQ(answer.kind, nullptr);
-        EXPECT_EQ(answer.text, c.sentence);
+        EXPECT_TRUE(answer.text.ends_with(sentence)) << answer.text;
         EXPECT_EQ(answer.json["ok"], false);
-        EXPECT_EQ(answer.json["error"], c.sentence);
-        EXPECT_EQ(extension.asked, Asked());
+        EXPECT_EQ(answer.json["error"], answer.text);
+        EXPECT_EQ(extension.calls, "");
     }
+    EXPECT_EQ(run("sleep 1", [](const std::string&) { return true; }).text, "sleep works in scripts only");
     EXPECT_TRUE(configuration.get("") == before);
     EXPECT_EQ(list.version(), version);
     for (const char* line : {"", " \t\r", "; clear One"}) {
         EXPECT_TRUE(run(line).ok) << line;
-        EXPECT_EQ(extension.asked, Asked()) << line;
+        EXPECT_EQ(extension.calls, "") << line;
     }
 }
 
-TEST_F(CommandsTest, EventsAreListedInTheLanguageAskedForAndHoldNothingRaw) {
+TEST_F(CommandsTest, EventsAreLocalizedAndPrintable) {
     const Answer answer = run("events de-DE");
     ASSERT_TRUE(answer.ok) << answer.text;
-    EXPECT_EQ(extension.asked, (Asked{"localize de-DE", "localize de-DE", "localize de-DE"}));
+    EXPECT_EQ(extension.calls, "localize de-DE; localize de-DE; localize de-DE");
     EXPECT_EQ(answer.text.substr(0, answer.text.find('\n')),
-              "#3 1970-01-01 00:00:00.000 severity 0 active: text\uFFFD[2J\uFFFD in de-DE | Class | Source\uFFFD");
+              "2 1970-01-01 00:00:00.000 severity 0 active: text\uFFFD[2J\uFFFD in de-DE | Class | Source\uFFFD");
     const auto& row = answer.json["events"][2];
-    EXPECT_EQ(row["row"], 1);
+    EXPECT_EQ(row["number"], "m1");
+    EXPECT_EQ(run("show m1").json["event"]["message"]["timeRaised"], 20);
+    EXPECT_EQ(run("show 70").json["event"]["alarm"]["id"], 70);
     EXPECT_EQ(row["state"], "message");
     EXPECT_EQ(row["class"], "Class");
-    EXPECT_EQ(row["text"], "text\x1b[2J\xC2\x9B in de-DE") << "whole for programs";
+    EXPECT_EQ(row["text"], "text\x1b[2J\xC2\x9B in de-DE") << "unchanged for programs";
     for (const std::string& text : {answer.text, json_line(answer.json)}) {
         EXPECT_EQ(text.find('\x1b'), std::string::npos);
         EXPECT_EQ(text.find("\xC2\x9B"), std::string::npos);
     }
-    EXPECT_TRUE(parameters_of(list.rows()[0].event)["eventClassName"].isset() == false) << "the list stays as it is";
+    EXPECT_TRUE(parameters_of(list.rows()[0].event)["eventClassName"].isset() == false) << "the list is unchanged";
 
     extension.result = HMI_E_CONNECT;
     const Answer failed = run("events");
-    EXPECT_TRUE(failed.ok) << "a list without texts is still a list";
+    EXPECT_TRUE(failed.ok) << "a list without texts";
     EXPECT_EQ(failed.json["events"][0]["notLocalized"], "0x50e");
     EXPECT_EQ(failed.json["events"][0]["text"], "ZOEVENTLOGGER_ALARM");
 }
 
-TEST_F(CommandsTest, AnEventIsFoundByItsRowOrItsAlarmsId) {
-    struct Case {
-        const char* name;
-        int id;
+TEST_F(CommandsTest, EachCommandCallsTheExtension) {
+    struct Step {
+        const char *line, *calls, *answer;
+        ErrorValue result = HMI_SUCCESS;
+        const char* words = "";
     };
-    for (const Case& c : {Case{"#2", 70}, {"70", 70}, {"#3", 2}, {"2", 2}}) {
-        EXPECT_EQ(run(std::string("show ") + c.name + " zh-CN").json["event"]["alarm"]["id"], c.id) << c.name;
-        EXPECT_EQ(extension.asked, Asked{"localize zh-CN"}) << c.name;
-        EXPECT_TRUE(run(std::string("confirm ") + c.name).ok) << c.name;
-        EXPECT_EQ(extension.asked, Asked{"confirm " + std::to_string(c.id)}) << c.name;
+    const char *const confirm = "localize en-US; confirm 2", *const clear = "request ClearLoggedEvents One",
+                      *const refused = "alarm 2 of Target not confirmed: HMI_E_FAIL (0x101): ";
+    const Step steps[]{
+        {"reconnect \"a \\\"b\\\"\"", "request ForceReconnect a \"b\"", "a \"b\" disconnected; reconnecting"},
+        {"clear One --yes", clear, "log of One cleared"},
+        {"clear One --yes", clear, "ClearLoggedEvents failed: HMI_E_FAIL (0x101): a\uFFFDb", HMI_E_FAIL, "a\nb"},
+        {"clear One --yes", clear, "unknown target \"One\"", HMI_E_ENTRY_NOT_FOUND},
+        {"diagnostics", "request Diagnostics ", "no targets"},
+        {"targets", "request ListEnabledTargetSystems ", "no targets"},
+        {"confirm 2", confirm, "alarm 2 of Target confirmed: Source\uFFFD: text\uFFFD[2J\uFFFD in en-US"},
+        {"confirm 2", confirm, "the alarm is not active on its target", HMI_E_FAIL},
+        {"config set Two 0.0.0.0 true", "change TARGET_SYSTEMS::Two", "configuration changed"},
+        {"config set Two 0.0.0.0 true", "", "configuration unchanged"},
+        {"config delete One", "delete TARGET_SYSTEMS::One", "configuration changed"},
+        {"config delete Three", "", "unknown target \"Three\""},
+        {"config set Line \"\" true", "change TARGET_SYSTEMS::Line",
+         "configuration changed, but the extension answered HMI_E_INVALID_PARAMETER (0x10d): no\uFFFD",
+         HMI_E_INVALID_PARAMETER},
+    };
+    for (const Step& step : steps) {
+        extension.result = step.result;
+        extension.result_text = step.words;
+        const std::string start = step.calls == confirm && step.result != HMI_SUCCESS ? refused : "";
+        EXPECT_EQ(run(step.line).text, start + step.answer);
+        EXPECT_EQ(extension.calls, step.calls) << step.line;
     }
+    EXPECT_EQ(
+        values::show(configuration.get("TARGET_SYSTEMS")),
+        "{Line: struct {ADDRESS: '', ENABLED: Bool(true)}, My \"line\": struct {ADDRESS: '', ENABLED: Bool(false)}, "
+        "Two: struct {ADDRESS: '0.0.0.0', ENABLED: Bool(true)}}");
+    EXPECT_EQ(configuration.reload().size(), 3u) << "the file is unchanged";
+
     extension.result = HMI_E_FAIL;
+    extension.hook = [this] { report("ZORVANE_EVENTLOGGER_ERROR", "the log\ris locked"); };
     const Answer answer = run("confirm 2");
-    EXPECT_EQ(answer.text, "Alarm 2 was not confirmed: 0x101.");
+    EXPECT_EQ(answer.text, std::string(refused) + "the log\uFFFDis locked");
     EXPECT_EQ(answer.json["result"], "0x101");
 }
 
-TEST_F(CommandsTest, RequestsReachTheExtensionInTheFormThatItReads) {
-    struct Case {
-        const char* line;
-        const char* asked;
-        ErrorValue result;
-        const char* text;
-        const char* said;
-    };
-    const Case cases[]{
-        {"reconnect \"My \\\"line\\\"\"", "request ForceReconnect My \"line\"", HMI_SUCCESS, "",
-         "The connection was dropped."},
-        {"clear One", "request ClearLoggedEvents One", HMI_SUCCESS, "", "The log was cleared."},
-        {"clear One", "request ClearLoggedEvents One", HMI_E_FAIL, "a\nb",
-         "ClearLoggedEvents failed with 0x101: a\uFFFDb"},
-        {"diagnostics", "request Diagnostics ", HMI_SUCCESS, "", "There are no targets."},
-    };
-    for (const Case& c : cases) {
-        extension.result = c.result;
-        extension.result_text = c.text;
-        const Answer answer = run(c.line);
-        EXPECT_EQ(answer.ok, c.result == HMI_SUCCESS) << c.line;
-        EXPECT_EQ(answer.text, c.said) << c.line;
-        EXPECT_EQ(extension.asked, Asked{c.asked});
+TEST_F(CommandsTest, ClearAsksAPerson) {
+    for (const bool yes : {false, true}) {
+        std::string question;
+        const Answer answer = run("clear One", [&](const std::string& asked) {
+            question = asked;
+            return yes;
+        });
+        EXPECT_EQ(question, "Empty the log of One? (y/n)");
+        EXPECT_EQ(answer.text, yes ? "log of One cleared" : "log unchanged");
+        EXPECT_EQ(extension.calls, yes ? "request ClearLoggedEvents One" : "");
     }
-    Value state;
-    state.set_type(ValueType::Struct);
-    state["TARGET_SYSTEMS"]
-        .set_type(ValueType::Map)["One"]
-        .set_type(ValueType::Struct)
-        .insert("connectionState", "Good");
-    extension.output = state;
-    const Answer answer = run("diagnostics");
-    EXPECT_EQ(answer.text, "One:\n  connectionState: Good");
-    EXPECT_EQ(answer.json["diagnostics"].dump(), R"({"TARGET_SYSTEMS":{"One":{"connectionState":"Good"}}})");
-    extension.output = Value().set_type(ValueType::Vector) << "One";
-    EXPECT_EQ(run("targets").json["targets"].dump(), R"(["One"])");
-    EXPECT_EQ(extension.asked, Asked{"request ListEnabledTargetSystems "});
 }
 
-TEST_F(CommandsTest, TheConfigurationChangesOneEntryAndTheExtensionIsTold) {
-    EXPECT_EQ(run("config set Two 0.0.0.0 true").text, "The configuration has changed.");
-    EXPECT_EQ(extension.asked, Asked{"change TARGET_SYSTEMS::Two"});
-    EXPECT_STREQ(configuration.get("TARGET_SYSTEMS::Two::ADDRESS").get_string(), "0.0.0.0");
-    EXPECT_TRUE(configuration.get("TARGET_SYSTEMS::Two::ENABLED").get_bool());
-    EXPECT_STREQ(configuration.get("TARGET_SYSTEMS::One::ADDRESS").get_string(), "1.2.3.4.5.6");
-    EXPECT_EQ(run("config set Two 0.0.0.0 true").text, "The configuration was so already.");
-    EXPECT_EQ(extension.asked, Asked());
-    EXPECT_TRUE(run("config delete One").ok);
-    EXPECT_EQ(extension.asked, Asked{"delete TARGET_SYSTEMS::One"});
-    EXPECT_FALSE(configuration.get("TARGET_SYSTEMS::One").isset());
-    extension.result = HMI_E_INVALID_PARAMETER;
-    EXPECT_EQ(run("config set Two \"\" false").text,
-              "The configuration has changed, but the extension answered: 0x10d no\uFFFD.");
-    // The file knows nothing of it all.
-    EXPECT_EQ(configuration.reload(),
-              (std::vector<ConfigChange>{{"TARGET_SYSTEMS::One", false}, {"TARGET_SYSTEMS::Two", true}}));
+TEST_F(CommandsTest, IncompleteListHasRemark) {
+    const std::string remark = "import failed, list incomplete";
+    const auto expect_remark = [&](bool incomplete, const char* when) {
+        SCOPED_TRACE(when);
+        host.relist("listed");
+        EXPECT_EQ(printed.back().ends_with("; Target: " + remark), incomplete);
+        host.notify_alarm(context, AlarmNotification::Changed, alarm(1, 10));
+        EXPECT_EQ(printed.back().starts_with("changed 1 ! Target "), incomplete) << printed.back();
+        for (const char* line : {"targets", "diagnostics", "events", "show 1"}) {
+            extension.output = Value();
+            if (*line == 't') extension.output.set_type(ValueType::Vector) << "Target";
+            if (*line == 'd') extension.output["TARGET_SYSTEMS"]["Target"].insert("connectionState", "Good");
+            const Answer answer = run(line);
+            EXPECT_EQ(answer.text.find(remark) != std::string::npos, incomplete) << answer.text;
+            EXPECT_EQ(answer.json.contains("incomplete"), incomplete) << line;
+        }
+    };
+    const std::map<char, const char*> names{{'c', "TARGET_SYSTEM_CONNECTED"},
+                                            {'e', "ZORVANE_EVENTLOGGER_ERROR"},
+                                            {'s', "GETLOGGEDEVENTS_GETACTIVEALARMS"},
+                                            {'a', "TARGET_SYSTEM_CONNECT_FAILED"}};
+    const std::pair<const char*, bool> cases[]{{"e", false},   {"ce", true},   {"s", false},
+                                               {"cse", false}, {"ceac", true}, {"es", false}};
+    for (const auto& [messages, incomplete] : cases) {
+        for (const char* message = messages; *message != '\0'; ++message)
+            report(names.at(*message), "");
+        expect_remark(incomplete, messages);
+    }
+    report(names.at('c'), "");
+    extension.hook = [&] { report(names.at('e'), "refused"); };
+    run("confirm 1");
+    extension.hook = nullptr;
+    expect_remark(false, "a refused confirm is not a failed import");
+    report(names.at('e'), "");
+    expect_remark(true, "import failed");
+    host.notify_config({{"TARGET_SYSTEMS::Target", true}});
+    expect_remark(false, "deleted");
 }
 
-TEST_F(CommandsTest, AWaitTakesOneCallThatCameSinceTheLastChange) {
+TEST_F(CommandsTest, WaitTakesOneCallSinceAChange) {
     host.notify_alarm(context, AlarmNotification::Changed, alarm(2, 30));
     EXPECT_TRUE(run("wait notify_alarm 0").ok);
-    EXPECT_EQ(run("wait notify_alarm 0").text, "\"notify_alarm\" has not come in time.") << "taken";
+    EXPECT_EQ(run("wait notify_alarm 0").text, "timed out waiting for \"notify_alarm\"") << "taken";
     host.notify_alarm(context, AlarmNotification::Changed, alarm(2, 30));
     EXPECT_TRUE(run("confirm 2").ok);
     EXPECT_FALSE(run("wait notify_alarm 0").ok) << "from before the change";
@@ -363,19 +384,21 @@ TEST_F(CommandsTest, AWaitTakesOneCallThatCameSinceTheLastChange) {
     ends.join();
 }
 
-TEST_F(CommandsTest, TheTabulatorOffersWhatFits) {
+TEST_F(CommandsTest, TabulatorOffersCandidates) {
     const std::pair<const char*, std::vector<std::string>> cases[]{
         {"con", {"config", "confirm"}},
         {"config ", {"delete", "set"}},
         {"config set ", {"\"My \\\"line\\\"\"", "One"}},
         {"reconnect \"My", {"\"My \\\"line\\\"\""}},
-        {"confirm #", {"#1", "#2", "#3"}},
+        {"confirm ", {"2", "70"}},
+        {"show ", {"2", "70", "m1"}},
+        {"clear One ", {"--yes"}},
     };
     for (const auto& [line, words] : cases)
-        EXPECT_EQ(complete(line, [this](std::string_view kind) { return commands.candidates(kind); }), words) << line;
-    EXPECT_EQ(complete("reconnect ", [](std::string_view) { return std::vector<std::string>{"a\x1b[2J"}; }),
+        EXPECT_EQ(complete(line, [this](ArgumentKind kind) { return commands.candidates(kind); }), words) << line;
+    EXPECT_EQ(complete("reconnect ", [](ArgumentKind) { return std::vector<std::string>{"a\x1b[2J"}; }),
               std::vector<std::string>())
-        << "nothing that moves the cursor";
+        << "it would move the cursor";
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The program itself, with a small extension: its life, its signals, and what it leaves behind.
+// The program with a small extension: its life, its signals, its output.
 #include "tests/support/eventually.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
@@ -33,7 +33,8 @@ public:
     }
 
     int wait() { return process_->wait(); }
-    /// The diagnostic messages in the trace, each with its parameter.
+    void signal(int number) const { process_->signal(number); }
+    /// Returns the diagnostic messages of the trace, each with its parameter.
     [[nodiscard]] std::vector<std::string> logged() const {
         std::vector<std::string> names;
         std::istringstream in(trace_.read());
@@ -55,31 +56,33 @@ private:
 
 using Names = std::vector<std::string>;
 
-TEST(Program, EndsByItselfAndTakesTheExtensionDownInOrder) {
+TEST(Program, EndsAndUnloadsTheExtension) {
     const TemporaryFile dump;
     Server server("{}", {"--seconds", "0.2", "--dump", dump.path()});
     EXPECT_EQ(server.wait(), 0) << server.error();
     EXPECT_EQ(server.logged(), (Names{"READY ZoHmiEventLogger", "SHUTDOWN ", "DELETED "}));
     EXPECT_NE(server.out().find("interface version 22.0\n"), std::string::npos) << server.out();
-    EXPECT_NE(server.out().find("raised #1 "), std::string::npos) << server.out();
+    EXPECT_NE(server.out().find("raised 5 "), std::string::npos) << server.out();
     const auto json = nlohmann::json::parse(dump.read());
-    ASSERT_EQ(json["rows"].size(), 2u) << "told in init, and listed after it";
+    ASSERT_EQ(json["rows"].size(), 2u) << "raised in init, and listed";
     EXPECT_EQ(json["rows"][0]["alarm"]["id"], 5);
-    EXPECT_EQ(json["rows"][0]["row"], 1);
+    EXPECT_EQ(json["rows"][0]["number"], "5");
     EXPECT_EQ(json["rows"][1]["alarm"]["id"], 6);
     EXPECT_EQ(json["listing"].size(), 2u);
 }
 
-TEST(Program, WhatFailsIsSaidInOneSentenceWithStatusOne) {
+TEST(Program, FailureIsOneSentenceWithStatusOne) {
     struct Case {
         const char* config;
         const char* extension;
         const char* sentence;
     };
     const Case cases[]{
-        {R"({"MODE": "fail"})", ZO_TEST_EXTENSION, "init answered 0x105: told to fail\n"},
-        {R"({"MODE": "throw"})", ZO_TEST_EXTENSION, "init threw\n"},
-        {R"({"ENTRY": "nothing"})", ZO_TEST_EXTENSION, "made no extension"},
+        {R"({"MODE": "fail"})", ZO_TEST_EXTENSION,
+         "init answered HMI_E_INIT (0x105): configured to fail; "
+         "configuration: TIMEOUT is missing; it must be a number of milliseconds, such as 3000\n"},
+        {R"({"MODE": "throw"})", ZO_TEST_EXTENSION, "init threw an exception\n"},
+        {R"({"ENTRY": "nothing"})", ZO_TEST_EXTENSION, "created no extension"},
         {R"({"ENTRY": "old"})", ZO_TEST_EXTENSION, "interface version 21"},
         {"{}", "/nonexistent/extension.so", "cannot load the extension"},
         {"{ broken", ZO_TEST_EXTENSION, "invalid literal\n"},
@@ -91,17 +94,48 @@ TEST(Program, WhatFailsIsSaidInOneSentenceWithStatusOne) {
     }
 }
 
-TEST(Program, AnOutputThatIsFullOrUnreadIsTold) {
+TEST(Program, WrongCommandLineIsOneLine) {
+    const TemporaryFile out, error;
+    EXPECT_EQ(zo_test::Process({ZO_SERVER, "--version"}, out.path(), error.path()).wait(), 0);
+    EXPECT_EQ(zo_test::Process({ZO_SERVER, "--config", "x"}, "/dev/null", error.path()).wait(), 2);
+    EXPECT_EQ(out.read(), "zo-hmi-server 0.1.0\n");
+    EXPECT_EQ(error.read(), "zo-hmi-server: --extension is required; see --help\n");
+}
+
+TEST(Program, StartReportsWarnings) {
+    const TemporaryFile broken("[]");
+    for (const auto& [routes, warning] : {std::pair("/nonexistent", "cannot read /nonexistent: No such file"),
+                                          {broken.path().c_str(), " is not a JSON object"}}) {
+        setenv("ZO_ROUTES", routes, 1);
+        Server server(R"({"MODE": "incomplete", "Odd\u001b": 1})", {"--seconds", "0", "--no-retry"});
+        unsetenv("ZO_ROUTES");
+        EXPECT_EQ(server.wait(), 0) << server.error();
+        for (const char* line :
+             {warning, "warning: configuration: unknown key Odd\uFFFD\n", "\nPlant: import failed, list incomplete\n"})
+            EXPECT_NE(server.out().find(line), std::string::npos) << line << " not in " << server.out();
+    }
+}
+
+TEST(Program, SignalEndsAnInitThatTriesTargets) {
+    Server server(R"({"MODE": "silent targets"})");
+    ASSERT_TRUE(eventually([&] { return server.out().find("log READY") != std::string::npos; }));
+    server.signal(SIGHUP);
+    server.signal(SIGTERM);
+    EXPECT_EQ(server.wait(), 0) << server.error();
+    EXPECT_EQ(server.logged(), (Names{"READY ZoHmiEventLogger", "SHUTDOWN ", "DELETED "}));
+}
+
+TEST(Program, FullOrUnreadOutputIsReported) {
     Server server("{}", {"--seconds", "0"}, ZO_TEST_EXTENSION, "/dev/full");
     EXPECT_EQ(server.wait(), 1);
-    EXPECT_NE(server.error().find("the trace cannot be written: No space left"), std::string::npos) << server.error();
+    EXPECT_NE(server.error().find("cannot write the trace: No space left"), std::string::npos) << server.error();
 
     const TemporaryFile config("{}"), error;
     std::vector<std::string> words{ZO_SERVER,     "--extension", ZO_TEST_EXTENSION, "--config",
                                    config.path(), "--plain",     "--seconds",       "0"};
     zo_test::Process full(words, "/dev/full", error.path());
     EXPECT_EQ(full.wait(), 1);
-    EXPECT_NE(error.read().find("the output cannot be written: No space left"), std::string::npos) << error.read();
+    EXPECT_NE(error.read().find("cannot write the output: No space left"), std::string::npos) << error.read();
 
     words.resize(6);
     const zo_test::UnreadOutput output;
@@ -112,10 +146,10 @@ TEST(Program, AnOutputThatIsFullOrUnreadIsTold) {
     unread.signal(SIGTERM);
     ASSERT_TRUE(eventually([&] { return !unread.runs(); }));
     EXPECT_EQ(unread.wait(), 1);
-    EXPECT_NE(error.read().find("nobody reads its output"), std::string::npos) << error.read();
+    EXPECT_NE(error.read().find("no reader of its output"), std::string::npos) << error.read();
 }
 
-TEST(Program, TheTraceMayTakeStandardOutputForItself) {
+TEST(Program, TraceMayUseStandardOutput) {
     Server server("{}", {"--seconds", "0"}, ZO_TEST_EXTENSION, "-");
     EXPECT_EQ(server.wait(), 0);
     std::istringstream in(server.out());
@@ -126,18 +160,21 @@ TEST(Program, TheTraceMayTakeStandardOutputForItself) {
     EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
 }
 
-TEST(Program, DoesTheCommandsThatItIsGivenAndEndsWithThem) {
+TEST(Program, RunsItsCommandsAndEnds) {
     const TemporaryFile script("; a comment\n\nwait READY\nshow 5\n");
     struct Case {
         std::vector<std::string> options;
         const char* input;
         int status;
-        std::vector<const char*> answers; // what the answers contain, in order
+        std::vector<const char*> answers; // parts of the answers, in order
     };
     const Case cases[]{
-        {{"--script", script.path(), "--command", "show #2"}, "nonsense\n", 0, {"\"id\":5,", "\"id\":6,"}},
-        {{"--command", "confirm 5", "--command", "events"}, "", 1, {"\"error\":\"Alarm 5 was not", "\"events\":[{"}},
-        {{}, "nonsense\nshow 6", 1, {"\"error\":\"There is no command", "\"id\":6,"}},
+        {{"--script", script.path(), "--command", "show 6"}, "nonsense\n", 0, {"\"id\":5,", "\"id\":6,"}},
+        {{"--command", "confirm 5", "--command", "events"},
+         "",
+         1,
+         {"\"error\":\"alarm 5 not confirmed", "\"events\":[{"}},
+        {{}, "nonsense\nshow 6", 1, {"\"error\":\"unknown command", "\"id\":6,"}},
     };
     for (const Case& c : cases) {
         std::vector<std::string> options = c.options;
@@ -158,10 +195,10 @@ TEST(Program, DoesTheCommandsThatItIsGivenAndEndsWithThem) {
     }
 }
 
-TEST(Program, TheEndDoesNotWaitForAScript) {
+TEST(Program, EndDoesNotWaitForScript) {
     Server server("{}", {"--seconds", "0.1", "--command", "wait NEVER 1000", "--command", "help"});
     EXPECT_EQ(server.wait(), 1);
-    EXPECT_NE(server.error().find("before the last command"), std::string::npos) << server.error();
+    EXPECT_NE(server.error().find("stopped before the last command"), std::string::npos) << server.error();
     EXPECT_EQ(server.out().find("> help"), std::string::npos);
     EXPECT_EQ(server.logged().back(), "DELETED ");
 }

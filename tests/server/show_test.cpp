@@ -11,7 +11,7 @@ using events::message;
 
 namespace {
 
-TEST(Text, PrintableLetsNothingMoveTheCursor) {
+TEST(Text, PrintableHasNoControlCharacters) {
     struct Case {
         std::string text, shown;
     };
@@ -20,21 +20,31 @@ TEST(Text, PrintableLetsNothingMoveTheCursor) {
         {"Füllstand 高", "Füllstand 高"},
         {"a\x1b[2Jb\r\n\tc", "a" + bad + "[2Jb" + bad + bad + bad + "c"},
         {std::string("a\0b", 3), "a" + bad + "b"},
-        {"\xC2\x9B", bad},              // a control character of the upper half
-        {"\xE2\x80\xAE", bad},          // turns the direction
-        {"a\xE9\xAB", "a" + bad + bad}, // cut off
-        {"\xF4\x90\x80\x80", bad + bad + bad + bad},
+        {"\xC2\x9B", bad},                                     // a control character of the upper half
+        {"\xE2\x80\xAE", bad},                                 // turns the direction
+        {"a\xE9\xAB", "a" + bad + bad},                        // cut off
+        {"\xF4\x90\x80\x80", bad + bad + bad + bad},           // above U+10FFFF
+        {"\xF8\x88\x80\x80\x80", bad + bad + bad + bad + bad}, // five bytes
+        {"\xED\xA0\x80", bad + bad + bad},                     // a surrogate
     };
     for (const Case& c : cases)
         EXPECT_EQ(printable(c.text), c.shown);
 }
 
-TEST(Text, JsonHoldsNothingThatATerminalActsOn) {
+TEST(Text, ColumnsFollowTheTerminal) {
+    const std::pair<const char*, std::size_t> cases[]{
+        {"⚡✅🚨", 6}, {"高a", 3}, {"e\u0301", 1}, {"\u0951\u05B0\u200B", 0}, {"\u303F\uFFFD\uE000", 3}, {"\u0378", 1}};
+    for (const auto& [text, width] : cases)
+        EXPECT_EQ(columns(text), width) << text;
+    EXPECT_EQ(fit("⚡⚡⚡", 4), "⚡… ") << "a wide character never hangs over the edge";
+}
+
+TEST(Text, JsonHasNoControlCharacters) {
     const std::string json = "{\"a\":\"高 \\u001b \xC2\x9B \x7F \xE2\x80\xAE\"}";
     EXPECT_EQ(json_escaped(json), R"({"a":"高 \u001b \u009b \u007f \u202e"})");
 }
 
-TEST(Describe, StatesFollowTheTimesOfTheAlarm) {
+TEST(Describe, StateFollowsTimesOfAlarm) {
     struct Case {
         long cleared, confirmed;
         int state;
@@ -46,14 +56,14 @@ TEST(Describe, StatesFollowTheTimesOfTheAlarm) {
         {9, 5, 0, true, "cleared confirmed"}, {0, 0, 4, false, "invalid"},          {0, 0, 0, true, "removed"},
     };
     for (const Case& c : cases) {
-        auto held = alarm(1, 1, c.cleared);
-        held.set_time_confirmed(ZoHmiSrv::Timestamp(c.confirmed));
-        held.set_alarm_state(static_cast<ZoHmiSrv::AlarmState>(c.state));
-        EXPECT_EQ(state_text({1, event_of(held), c.removed}), c.text);
+        auto changed = alarm(1, 1, c.cleared);
+        changed.set_time_confirmed(ZoHmiSrv::Timestamp(c.confirmed));
+        changed.set_alarm_state(static_cast<ZoHmiSrv::AlarmState>(c.state));
+        EXPECT_EQ(state_text({1, event_of(changed), c.removed}), c.text);
     }
 }
 
-TEST(Describe, ValuesAreListedMemberByMemberAtAnyDepth) {
+TEST(Describe, ValuesAreListedAtAnyDepth) {
     using ZoHmiSrv::Value;
     Value list;
     list.set_type(ZoHmiSrv::ValueType::Vector) << Value("x\x1b[2J") << Value(2);
@@ -68,10 +78,10 @@ TEST(Describe, ValuesAreListedMemberByMemberAtAnyDepth) {
         outer.set_type(ZoHmiSrv::ValueType::Vector) << std::move(deep);
         deep = std::move(outer);
     }
-    EXPECT_LT(value_lines(deep, "").size(), 20000u) << "what lies too deep is left out";
+    EXPECT_LT(value_lines(deep, "").size(), 20000u) << "deep values are left out";
 }
 
-TEST(Table, EveryLineHasExactlyTheWidthWhateverTheWindow) {
+TEST(Table, EveryLineFillsTheWidth) {
     TableContent content;
     content.note = "the note\nin one line";
     content.rows.push_back(
@@ -81,6 +91,10 @@ TEST(Table, EveryLineHasExactlyTheWidthWhateverTheWindow) {
         for (const std::string& line : table_lines(content, width, 10))
             ASSERT_EQ(columns(line), width) << line;
     }
+    content.incomplete = {"Abfüllanlage 高"};
+    const auto marked = table_lines(content, 300, 10);
+    EXPECT_TRUE(marked.at(0).starts_with("Abfüllanlage 高: import failed, list incomplete | 0 active")) << marked[0];
+    EXPECT_TRUE(marked.at(3).starts_with(" 1 ! Abfüllanlage 高 ")) << marked[3];
 }
 
 } // namespace

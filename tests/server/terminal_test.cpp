@@ -45,7 +45,7 @@ public:
     void type(const std::string& keys) const {
         EXPECT_EQ(write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
-    /// Reads on until the text comes, and forgets what came up to its end.
+    /// Reads until the text comes, and drops everything up to its end.
     [[nodiscard]] bool shows(const std::string& text) {
         const bool found = reads_until([&] { return shown_.find(text) != std::string::npos; });
         EXPECT_TRUE(found) << "no \"" << text << "\" in: " << shown_;
@@ -53,7 +53,7 @@ public:
         return found;
     }
     void signal(int number) const { kill(pid_, number); }
-    /// The exit status; the terminal must be as it was before.
+    /// Returns the exit status; the terminal must be restored.
     int wait() {
         int status = -1;
         if (!reads_until([&] { return waitpid(pid_, &status, WNOHANG) != 0; })) return -1;
@@ -93,17 +93,21 @@ const std::string leave_screen = "\x1b[?1049l";
 const std::string arrow_up = "\x1b[A";
 const std::string tabulator = "\t";
 
-TEST(Terminal, AKeyLeadsFromTheTableToThePromptAndBack) {
+TEST(Terminal, KeyOpensPromptAndWatchTheTable) {
     Terminal terminal;
     ASSERT_TRUE(terminal.shows(enter_screen));
-    ASSERT_TRUE(terminal.shows("\n#1 "));
-    terminal.type(arrow_up); // a key of several bytes: none of them gets into the first command
+    ASSERT_TRUE(terminal.shows(" 5  "));
+    terminal.type(arrow_up); // a key of several bytes, which must not reach the first command
     ASSERT_TRUE(terminal.shows(leave_screen));
     ASSERT_TRUE(terminal.shows("zo> "));
     terminal.type("conf" + tabulator + "g" + tabulator + "del" + tabulator + "Bot" + tabulator + "\r");
-    ASSERT_TRUE(terminal.shows("The configuration has changed.\r\n"));
+    ASSERT_TRUE(terminal.shows("configuration changed\r\n"));
     terminal.type(arrow_up + "\r");
-    ASSERT_TRUE(terminal.shows("There is no target \"Bottling\".\r\n"));
+    ASSERT_TRUE(terminal.shows("error: unknown target \"Bottling\"\r\n"));
+    terminal.type("clear Plant\r");
+    ASSERT_TRUE(terminal.shows("Empty the log of Plant? (y/n) "));
+    terminal.type("n");
+    ASSERT_TRUE(terminal.shows("log unchanged\r\n"));
     terminal.type("watch\r");
     ASSERT_TRUE(terminal.shows(enter_screen));
     terminal.type("q");
@@ -113,30 +117,24 @@ TEST(Terminal, AKeyLeadsFromTheTableToThePromptAndBack) {
     EXPECT_EQ(terminal.wait(), 0);
 }
 
-TEST(Terminal, IsLeftAsItWasHoweverTheServerEnds) {
-    const auto at_prompt = [](Terminal& terminal) {
-        terminal.type("x");
-        ASSERT_TRUE(terminal.shows("zo> "));
-        terminal.type("half");
-        ASSERT_TRUE(terminal.shows("half"));
-    };
-    for (const std::string keys : {"\x03", "\x15\x04"}) { // Ctrl-C; Ctrl-U and Ctrl-D
+TEST(Terminal, IsRestoredAtEveryEnd) {
+    for (const std::string end : {"\x03", "\x15\x04", "SIGTERM", "\x03 in the table"}) { // Ctrl-C; Ctrl-U and Ctrl-D
+        SCOPED_TRACE(end);
         Terminal terminal;
         ASSERT_TRUE(terminal.shows(enter_screen));
-        at_prompt(terminal);
-        terminal.type(keys);
+        if (!end.ends_with("table")) {
+            terminal.type("x");
+            ASSERT_TRUE(terminal.shows("zo> "));
+            terminal.type("half");
+            ASSERT_TRUE(terminal.shows("half"));
+        }
+        if (end == "SIGTERM") {
+            terminal.signal(SIGTERM);
+        } else {
+            terminal.type(end.substr(0, end.find(' ')));
+        }
         EXPECT_EQ(terminal.wait(), 0);
     }
-    Terminal told;
-    ASSERT_TRUE(told.shows(enter_screen));
-    at_prompt(told);
-    told.signal(SIGTERM);
-    EXPECT_EQ(told.wait(), 0);
-    Terminal watching;
-    ASSERT_TRUE(watching.shows(enter_screen));
-    watching.type("\x03");
-    ASSERT_TRUE(watching.shows(leave_screen));
-    EXPECT_EQ(watching.wait(), 0);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// A small extension for the tests of the server: it does what its configuration names.
+// A small extension for the tests of the server. MODE and ENTRY in its configuration choose a behaviour.
 #include "extension/host/context.h"
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
@@ -6,7 +6,9 @@
 #include "extension/host/listeners.h"
 #include "extension/host/value.h"
 
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
 #include <stdexcept>
 
 using namespace ZoHmiSrv;
@@ -23,24 +25,33 @@ public:
     ResultPair init(const Context& context) override {
         context_ = context;
         const Value mode = host_->get_config_value(context_, "MODE");
-        if (std::strcmp(mode.get_string(), "fail") == 0) return ResultPair(HMI_E_INIT, "told to fail");
-        if (std::strcmp(mode.get_string(), "throw") == 0) throw std::runtime_error("told to throw");
+        if (std::strcmp(mode.get_string(), "fail") == 0) return ResultPair(HMI_E_INIT, "configured to fail");
+        if (std::strcmp(mode.get_string(), "throw") == 0) throw std::runtime_error("configured to throw");
         host_->register_listener(context_, static_cast<IZoHmiSrvShutdownListener*>(this));
         host_->register_listener(context_, static_cast<IZoHmiSrvAlarmProviderListener*>(this));
         host_->notify_alarm(context_, AlarmNotification::Raised, alarm(5));
         log("READY", context.domain());
+        if (std::strcmp(mode.get_string(), "incomplete") == 0) {
+            log("TARGET_SYSTEM_CONNECTED", "Plant");
+            log("ZORVANE_EVENTLOGGER_ERROR", "Plant");
+        }
+        std::unique_lock lock(mutex_);
+        if (std::strcmp(mode.get_string(), "silent targets") == 0) wake_.wait(lock, [this] { return stopping_; });
         return {};
     }
     String extension_info() override { return {}; }
 
     int on_shutdown(const Context&) override {
         log("SHUTDOWN", "");
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+        wake_.notify_all();
         return 0;
     }
     ErrorValue on_confirm_alarm(const Context&, Alarm&) override { return HMI_E_FAIL; }
     int on_get_events(const Context&, Value& events) override {
         events.set_type(ValueType::Vector);
-        // The second one is told to nobody: a server knows it from the listing alone.
+        // The server gets the second one from the listing alone.
         for (const int id : {5, 6}) {
             Event event;
             event.payload().set(alarm(id));
@@ -66,6 +77,9 @@ private:
 
     IZoHmiSrvExtHost* host_;
     Context context_;
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    bool stopping_ = false;
 };
 
 } // namespace

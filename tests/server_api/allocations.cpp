@@ -38,9 +38,7 @@ void* operator new(std::size_t size) {
         failed = true;
         throw std::bad_alloc();
     }
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
 }
 

@@ -1,10 +1,9 @@
 #include "extension/host/command.h"
 #include "extension/host/event.h"
 #include "extension/host/event_payload.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
 #include <stdexcept>
-#include <string>
 
 using namespace ZoHmiSrv;
 
@@ -35,7 +34,7 @@ void expect_copies(std::initializer_list<void (*)(Payload&)> changes, const Payl
     }
 }
 
-TEST(EventPayloads, EveryFieldIsCopiedAndCompared) {
+TEST(EventPayload, CopiesAndComparesEveryField) {
     expect_copies<Alarm>(
         {[](Alarm& a) { a.set_name("n"); }, [](Alarm& a) { a.set_domain("d"); }, [](Alarm& a) { a.set_id(-3); },
          [](Alarm& a) { a.set_severity(Severity{4}); }, [](Alarm& a) { a.set_alarm_state(AlarmState::Invalid); },
@@ -61,7 +60,7 @@ TEST(Alarm, IsActiveWhileRaisedAndNotCleared) {
     EXPECT_FALSE(alarm.is_active());
 }
 
-TEST(Event, CarriesEverythingIntoValuesAndBack) {
+TEST(Event, RoundTripThroughValue) {
     Event event;
     EXPECT_FALSE(event.payload().isset());
     event.set_name("name");
@@ -87,11 +86,10 @@ TEST(Event, CarriesEverythingIntoValuesAndBack) {
     EXPECT_FALSE(other == inside);
 }
 
-TEST(Command, AnExtensionReadsWhatWasWrittenAndWritesWhatIsRead) {
+TEST(Command, GroupKeepsValuesAndResults) {
     CommandGroup group;
-    for (const char* name : {"first", "second", "third"}) {
+    for (const char* name : {"first", "second", "third"})
         group.add(Command(name)).write_value() = name;
-    }
     group[1].set_mapping("Diagnostics");
     for (auto it = group.begin_vector(); it != group.end_vector(); ++it) {
         it->read_value() = it->write_value();

@@ -1,31 +1,21 @@
 #include "extension/host/algorithm.h"
 #include "extension/host/result.h"
 #include "extension/host/time_text.h"
+#include "tests/test_headers.h"
 
-#include <array>
 #include <cerrno>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
-#include <vector>
 
 using namespace ZoHmiSrv;
 
 TEST(Algorithm, Replace) {
-    struct Case {
-        const char* text;
-        const char* search;
-        const char* replacement;
-        const char* result;
-    };
-    const Case cases[] = {{"a.b.c", ".", "::", "a::b::c"},
-                          {"aaa", "aa", "b", "ba"},
-                          {"aaa", "a", "aa", "aaaaaa"},
-                          {"abc", "", "x", "abc"}};
-    for (const Case& c : cases) {
-        std::string text = c.text;
-        Algorithm::replace(text, c.search, c.replacement);
-        EXPECT_EQ(text, c.result) << c.text << " " << c.search;
+    const std::tuple<std::string, std::string, std::string, std::string> cases[] = {{"a.b.c", ".", "::", "a::b::c"},
+                                                                                    {"aaa", "aa", "b", "ba"},
+                                                                                    {"aaa", "a", "aa", "aaaaaa"},
+                                                                                    {"abc", "", "x", "abc"}};
+    for (const auto& [text, search, replacement, result] : cases) {
+        std::string replaced = text;
+        Algorithm::replace(replaced, search, replacement);
+        EXPECT_EQ(replaced, result) << text << " " << search;
     }
 }
 
@@ -48,29 +38,21 @@ TEST(Algorithm, TryAsInt64) {
         {"+-1", {}},
         {" 1", {}},
         {"1.0", {}}};
-    for (const auto& [text, number] : cases) {
+    for (const auto& [text, number] : cases)
         EXPECT_EQ(Algorithm::try_as_int64(text), number) << text;
-    }
 }
 
 TEST(Algorithm, NumbersAsText) {
     EXPECT_EQ(Algorithm::to_string(std::numeric_limits<long>::min()), "-9223372036854775808");
     EXPECT_EQ(Algorithm::to_string(std::numeric_limits<unsigned long>::max()), "18446744073709551615");
-    struct Case {
-        double number;
-        int decimals;
-        bool keep_zeros;
-        const char* text;
-    };
-    const Case cases[] = {{7, 2, false, "7"},
-                          {7, 2, true, "7.00"},
-                          {1234.567, 2, false, "1234.57"},
-                          {-0.001, 2, false, "0"},
-                          {1e21, 2, false, "1000000000000000000000"},
-                          {0.3, -5, false, "0"}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(Algorithm::to_string(c.number, c.decimals, c.keep_zeros), c.text);
-    }
+    const std::tuple<double, int, bool, const char*> cases[] = {{7, 2, false, "7"},
+                                                                {7, 2, true, "7.00"},
+                                                                {1234.567, 2, false, "1234.57"},
+                                                                {-0.001, 2, false, "0"},
+                                                                {1e21, 2, false, "1000000000000000000000"},
+                                                                {0.3, -5, false, "0"}};
+    for (const auto& [number, decimals, keep_zeros, text] : cases)
+        EXPECT_EQ(Algorithm::to_string(number, decimals, keep_zeros), text);
     EXPECT_EQ(Algorithm::to_string(-std::numeric_limits<double>::max(), 100, true).size(), 411U);
 }
 
@@ -105,7 +87,7 @@ TEST(TimeText, ThereAndBack) {
     }
 }
 
-TEST(TimeText, OtherFormsAndNonsense) {
+TEST(TimeText, OtherFormsAndInvalidTexts) {
     const std::pair<const char*, long> cases[] = {{"1970-01-02", 86400},
                                                   {"1970-01-01T02:00:00+02:00", 0},
                                                   {"1970-01-01T00:00:10-01:30", 5410},
@@ -115,9 +97,8 @@ TEST(TimeText, OtherFormsAndNonsense) {
                                                   {"1971-01-01T24:00:00", 0},
                                                   {"1971-01-01T00:00:00.1234567890Z", 0},
                                                   {"9999-01-01", 0}};
-    for (const auto& [text, seconds] : cases) {
+    for (const auto& [text, seconds] : cases)
         EXPECT_EQ(iso_to_ns(text), seconds * 1'000'000'000) << (text == nullptr ? "null" : text);
-    }
 }
 
 TEST(Result, PairAndStream) {

@@ -1,18 +1,9 @@
 // Trees that copies share until one of them is to be changed.
 #include "extension/host/event_payload.h"
 #include "tests/server_api/values.h"
+#include "tests/test_headers.h"
 
-#include <atomic>
-#include <chrono>
-#include <cstdint>
-#include <functional>
-#include <gtest/gtest.h>
 #include <iterator>
-#include <random>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 using namespace ZoHmiSrv;
 using values::show;
@@ -28,13 +19,11 @@ void change(Value& root, std::uint32_t seed) {
     const auto any = [&random](std::size_t count) { return random() % count; };
     const auto name = [&] { return names[any(4)]; };
     Value* at = &root;
-    for (std::size_t depth = any(4); depth > 0; --depth) {
-        if (at->type() == ValueType::Vector && at->size() > 0) {
+    for (std::size_t depth = any(4); depth > 0; --depth)
+        if (at->type() == ValueType::Vector && at->size() > 0)
             at = &(*at)[any(at->size())];
-        } else if (auto member = at->find(name()); member != at->end()) {
+        else if (auto member = at->find(name()); member != at->end())
             at = &*member;
-        }
-    }
     Value& value = *at;
     const std::function<void()> changes[] = {
         [&] { value[name()] = static_cast<int>(any(9)); },
@@ -68,21 +57,16 @@ void change(Value& root, std::uint32_t seed) {
         [&] { value[any(3)] = name(); },
     };
     changes[any(std::size(changes))]();
-    if (root.size() > 40) {
-        root = Value();
-    }
+    if (root.size() > 40) root = Value();
 }
 
 /// Lets some part share itself.
 void share_some(Value& value, std::mt19937& random) {
-    for (Value& element : value.get_vector()) {
-        if (random() % 2 == 0) {
-            element.share();
-        }
-    }
+    for (Value& element : value.get_vector())
+        if (random() % 2 == 0) element.share();
 }
 
-TEST(ValueShare, ChangesNothingButTheCopying) {
+TEST(ValueShare, AgreesWithUnsharedValue) {
     std::mt19937 random(7);
     for (int round = 0; round < 300; ++round) {
         Value plain;
@@ -90,27 +74,22 @@ TEST(ValueShare, ChangesNothingButTheCopying) {
         std::vector<std::pair<Value, std::string>> witnesses;
         for (int step = 0; step < 60; ++step) {
             if (random() % 3 == 0) {
-                if (sharing.type() == ValueType::Vector && random() % 2 == 0) {
-                    share_some(sharing, random);
-                }
+                if (sharing.type() == ValueType::Vector && random() % 2 == 0) share_some(sharing, random);
                 sharing.share();
             }
-            if (random() % 3 == 0) {
-                witnesses.emplace_back(sharing, show(sharing));
-            }
+            if (random() % 3 == 0) witnesses.emplace_back(sharing, show(sharing));
             const std::uint32_t seed = static_cast<std::uint32_t>(random());
             change(plain, seed);
             change(sharing, seed);
             ASSERT_EQ(show(plain), show(sharing)) << "round " << round << ", step " << step;
             ASSERT_TRUE(plain == sharing);
         }
-        for (const auto& [value, shown] : witnesses) {
+        for (const auto& [value, shown] : witnesses)
             ASSERT_EQ(show(value), shown) << "round " << round;
-        }
     }
 }
 
-TEST(ValueShare, NameToWriteMayLieInTheSharedTree) {
+TEST(ValueShare, WritesByNameInSharedTree) {
     Value value;
     value[long_text] = long_text;
     Value other = value.share();
@@ -123,7 +102,7 @@ TEST(ValueShare, NameToWriteMayLieInTheSharedTree) {
     EXPECT_EQ(show(value), "{" + std::string(long_text) + ": Int(2)}");
 }
 
-TEST(ValueShare, AskingForSizesCopiesNothing) {
+TEST(ValueShare, SizesCopyNothing) {
     Value value;
     value["list"] << 1 << 2;
     value["list"].share();
@@ -136,11 +115,10 @@ TEST(ValueShare, AskingForSizesCopiesNothing) {
     EXPECT_EQ(&std::as_const(list)[0], &map["list"][0]);
 }
 
-TEST(ValueShare, NameToFindMayLieInATreeThatTheOtherOwnerLeavesMeanwhile) {
+TEST(ValueShare, FindByNameInTreeOfLeavingOwner) {
     Value large; // takes long to copy
-    for (int i = 0; i < 4000; ++i) {
+    for (int i = 0; i < 4000; ++i)
         large[std::to_string(i).c_str()] = i;
-    }
     for (int round = 0; round < 40; ++round) {
         Value value;
         value["large"] = large;
@@ -159,11 +137,10 @@ TEST(ValueShare, NameToFindMayLieInATreeThatTheOtherOwnerLeavesMeanwhile) {
     }
 }
 
-TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
+TEST(ValueShare, OwnersOnSeveralThreads) {
     Value original;
-    for (int i = 0; i < 200; ++i) { // more than one run
+    for (int i = 0; i < 200; ++i) // more than one run
         original[std::to_string(i).c_str()]["text"] = long_text;
-    }
     original[names[3]] = long_text;
     const std::string expected = show(original);
     original.share();
@@ -180,9 +157,8 @@ TEST(ValueShare, HoldersOnThreadsOfTheirOwn) {
         });
     }
     original = Value();
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
 }
 
 Value sample_map() {
@@ -226,12 +202,7 @@ TEST(ValueAlias, OperationsOnItself) {
          "{Z: {c: 'short'}, " + in_map + "}"},
         {"v[5] = v[1], a full vector", [](Value& v) { v[5] = v[1]; }, sample_vector,
          "[" + in_vector + ", Null(), " + map + "]"},
-        {"v = move(v)",
-         [](Value& v) {
-             Value& same = v;
-             v = std::move(same);
-         },
-         sample_map, map},
+        {"v = move(v)", [](Value& v) { v = static_cast<Value&&>(v); }, sample_map, map},
         {"v.insert(x, v)", [](Value& v) { v.insert("x", v); }, sample_map, "{" + in_map + ", x: " + map + "}"},
         {"v.insert_or_update(a, v)", [](Value& v) { v.insert_or_update("a", v); }, sample_map,
          "{a: " + map + ", b: {c: 'short'}}"},

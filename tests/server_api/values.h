@@ -14,17 +14,15 @@ inline std::string show(const Value& value) {
     switch (value.type()) {
     case ValueType::Vector: {
         std::string text = "[";
-        for (auto it = value.begin_vector(); it != value.end_vector(); ++it) {
+        for (auto it = value.begin_vector(); it != value.end_vector(); ++it)
             text += (it == value.begin_vector() ? "" : ", ") + show(*it);
-        }
         return text + "]";
     }
     case ValueType::Map:
     case ValueType::Struct: {
         std::string text = value.type() == ValueType::Map ? "{" : "struct {";
-        for (auto it = value.begin(); it != value.end(); ++it) {
+        for (auto it = value.begin(); it != value.end(); ++it)
             text += (it == value.begin() ? "" : ", ") + std::string(it.name()) + ": " + show(*it);
-        }
         return text + "}";
     }
     case ValueType::String:

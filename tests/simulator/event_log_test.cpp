@@ -35,7 +35,7 @@ std::string changes_of(EventLog& log) {
     return text;
 }
 
-// r raise, l clear, f confirm, x reset, all of one alarm; capital letters where that must be refused.
+/// r raise, l clear, f confirm, x reset, all of one alarm; a capital letter must be refused.
 struct Life {
     bool with_confirmation;
     const char* steps;
@@ -73,7 +73,7 @@ TEST(EventLog, LifeOfAnAlarm) {
     }
 }
 
-TEST(EventLog, TimesAndNumbersNeverComeTwice) {
+TEST(EventLog, TimesAndNumbersAreUnique) {
     EventLog log(100);
     log.send(event(1), 5000);
     log.raise(event(2, true), 4000); // the clock was set back
@@ -131,7 +131,7 @@ zo_link::EventRecord rich_event(std::uint32_t id) {
     return record;
 }
 
-// A log and a file that were kept in step through every kind of change.
+/// Puts every kind of change into a log and its file.
 void live(EventLog& log, StateFile& file) {
     file.rewrite(0xfedcba9876543210, log);
     log.raise(rich_event(1), 1000);
@@ -145,10 +145,10 @@ void live(EventLog& log, StateFile& file) {
     file.append(log.take_changes());
 }
 
-TEST_F(StateFileTest, RestoresWhatWasAppended) {
+TEST_F(StateFileTest, RestoresAppendedChanges) {
     EventLog log(100);
     StateFile file(path_);
-    EXPECT_FALSE(load_state(path_)) << "there is none yet";
+    EXPECT_FALSE(load_state(path_)) << "there is no file yet";
     live(log, file);
     for (const bool rewritten : {false, true}) {
         if (rewritten) file.rewrite(0xfedcba9876543210, log);
@@ -166,7 +166,7 @@ TEST_F(StateFileTest, RestoresWhatWasAppended) {
     EXPECT_EQ(load_state(path_)->occurrences.size(), 1u);
 }
 
-TEST_F(StateFileTest, HalfALineAtTheEndIsForgotten) {
+TEST_F(StateFileTest, HalfALineAtTheEndIsIgnored) {
     EventLog log(100);
     StateFile file(path_);
     live(log, file);

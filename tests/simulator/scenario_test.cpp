@@ -19,7 +19,7 @@ TEST(Scenario, ReadsEverything) {
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(found->events.at(4).raw->bytes, (std::vector<std::uint8_t>{1, 0xff}));
 
-    // The language, a variant of it, any other, and a text that is the same in all.
+    // The language, a variant of it, another language, and a text without languages.
     EXPECT_EQ(scenario.in_language(found->name, 1031), "Klasse");
     EXPECT_EQ(scenario.in_language(found->name, 0xc07), "Klasse");
     EXPECT_EQ(scenario.in_language(found->name, 0x804), "Class");
@@ -28,8 +28,8 @@ TEST(Scenario, ReadsEverything) {
 
 TEST(Scenario, ErrorsSayWhereAndWhat) {
     const struct {
-        const char* pointer;  // what is replaced,
-        const char* value;    // by this, or removed when null
+        const char* pointer;  // this value is replaced
+        const char* value;    // by this one, or removed if null
         const char* expected; // part of the text
     } cases[] = {
         {"/classes", nullptr, "the scenario: 'classes' is missing"},
@@ -57,7 +57,7 @@ TEST(Scenario, ErrorsSayWhereAndWhat) {
             document[pointer.parent_pointer()].erase(pointer.back());
         try {
             (void)parse_scenario(document.dump());
-            ADD_FAILURE() << c.pointer << " was taken";
+            ADD_FAILURE() << c.pointer << " was accepted";
         } catch (const ScenarioError& error) {
             EXPECT_NE(std::string(error.what()).find(c.expected), std::string::npos) << error.what();
         }
@@ -119,7 +119,7 @@ protected:
     const Scenario scenario_ = parse_scenario(zo_sim_test::small_scenario);
 };
 
-TEST_F(VerbsTest, EventsTakeTheirDefinitionAndWhatTheVerbChanges) {
+TEST_F(VerbsTest, EventsCombineDefinitionAndVerb) {
     const zo_link::EventRecord event = parse("raise c 1\r").event;
     EXPECT_EQ(event.event_class, scenario_.classes.at("c").guid);
     EXPECT_EQ(event.source_id, 7u);
@@ -141,7 +141,7 @@ TEST_F(VerbsTest, EventsTakeTheirDefinitionAndWhatTheVerbChanges) {
     EXPECT_EQ(parse("message c 4").event.args, (std::array<std::uint32_t, 5>{1, 4294967290, 4, 2, 4294967295}));
 }
 
-TEST_F(VerbsTest, ErrorsAreTold) {
+TEST_F(VerbsTest, ErrorsNameTheWord) {
     const std::pair<const char*, const char*> cases[] = {
         {"", "missing verb"},
         {"explode", "unknown verb 'explode'"},
@@ -163,7 +163,7 @@ TEST_F(VerbsTest, ErrorsAreTold) {
     for (const auto& [line, expected] : cases) {
         try {
             (void)parse(line);
-            ADD_FAILURE() << line << " was taken";
+            ADD_FAILURE() << line << " was accepted";
         } catch (const VerbError& error) {
             EXPECT_NE(std::string(error.what()).find(expected), std::string::npos) << line << ": " << error.what();
         }
@@ -189,7 +189,7 @@ TEST(Plans, CodesAreUsedUpInOrder) {
     EXPECT_EQ(code("get_text", 1031), std::nullopt);
 }
 
-// The demo's plants go through their schedule as it is meant: in one round of it nothing is refused.
+// One round of the demo's schedule: every verb succeeds.
 TEST(Demo, HistoryAndScheduleFitTogether) {
     for (const char* name : {"/bottling.json", "/packaging.json"}) {
         const Scenario scenario = load_scenario(std::string(ZO_DEMO_FOLDER) + name);

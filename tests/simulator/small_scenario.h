@@ -1,6 +1,6 @@
 #pragma once
 
-// A scenario with one of everything that the tests of the simulator need.
+/// A scenario for the tests of the simulator.
 namespace zo_sim_test {
 
 inline constexpr char small_scenario[] = R"json({

@@ -76,7 +76,7 @@ protected:
     std::thread thread_;
     std::vector<std::string> printed_; // of the io thread
     std::vector<std::string> errors_;  // of the io thread
-    bool state_failed_ = false;        // to be read when the thread has ended
+    bool state_failed_ = false;        // read it after the thread has ended
 };
 
 TEST_F(TargetTest, ConfirmAndOtherCodes) {
@@ -118,6 +118,29 @@ TEST_F(TargetTest, TruncatedAnswerAndRefusedHello) {
     EXPECT_EQ(Client(target_->port()).opened, 0u);
 }
 
+TEST_F(TargetTest, PlannedVerbsRunAroundTheAnswer) {
+    Client client(target_->port());
+    ok("during get_active_alarms raise c 1");
+    ok("after get_active_alarms clear c 1");
+    const zo_link::Reply active = client.request("get_active_alarms");
+    EXPECT_EQ(active.mark, 1u);
+    EXPECT_EQ((*active.body)["items"].size(), 1u);
+    EXPECT_EQ(client.events->wait(2).at(1)["note"], "alarm_cleared");
+}
+
+TEST_F(TargetTest, RestartContinues) {
+    ok("raise c 2");
+    ok("message c 3 count=4");
+    const json before = list();
+    stop();
+    start();
+    EXPECT_EQ(list(), before);
+    Client client(target_->port());
+    EXPECT_EQ(client.events->instance.load(), before["instance"]);
+    ok("message c 3");
+    EXPECT_EQ(client.events->wait(1).at(0)["event"]["uid"], 3);
+}
+
 TEST_F(TargetTest, UnstoredChangesAreNotSent) {
     Client client(target_->port());
     ok("raise c 2");
@@ -133,7 +156,7 @@ TEST_F(TargetTest, UnstoredChangesAreNotSent) {
     thread_ = std::thread([] {});
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
     EXPECT_TRUE(state_failed_);
-    // The link itself lives on; its answer comes after all that was sent before.
+    // The link still works; its answer comes behind all earlier frames.
     EXPECT_EQ(client.request("ping").mark, 1u);
 }
 

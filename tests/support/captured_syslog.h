@@ -4,6 +4,6 @@
 #include <utility>
 #include <vector>
 
-// What this test program sent to the system log since the last look: priority and text, up to a priority (6 leaves out
-// what is for debugging, 7). The function that sends it is replaced here.
+/// Returns and removes the lines that this program sent to the system log: priority and text, up to a priority. 6
+/// leaves out debug lines (7). The sources of this header replace the function that sends them. [any thread]
 std::vector<std::pair<int, std::string>> take_syslog_lines(int up_to = 6);

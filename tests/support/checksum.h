@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-// The CRC-32 of zlib and of most tools, by which a test knows a large table as a whole.
+/// Returns the CRC-32 of zlib and most tools. With it a test asserts a large table as a whole.
 inline std::uint32_t crc32(std::string_view text) {
     std::uint32_t crc = 0xFFFFFFFF;
     for (const char c : text) {

@@ -5,7 +5,7 @@
 
 namespace zo_test {
 
-// Polls until the condition holds; false when it does not in time.
+/// Polls until the condition is true; returns false when that timed out.
 template <class Condition>
 bool eventually(Condition&& condition, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
     const auto end = std::chrono::steady_clock::now() + limit;

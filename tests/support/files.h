@@ -19,7 +19,7 @@ inline std::string read_file(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-// A folder of its own for one test, gone with it.
+/// A folder that is removed with this object.
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -40,7 +40,7 @@ private:
     std::filesystem::path path_;
 };
 
-// The same for a single file.
+/// A file that is removed with this object.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& text = {}) { write(text); }

@@ -6,20 +6,19 @@
 
 namespace zo_test {
 
-// Holds threads until the test lets them go. The waits end by themselves some time, so that a broken test fails.
-// [any thread]
+/// Blocks threads until the test opens it. Waits time out, so that a broken test fails. [any thread]
 class Gate {
 public:
     ~Gate() { open(); }
 
-    // Comes through as soon as the gate is open; false when it stays shut.
+    /// Blocks until the gate is open; returns false when that timed out.
     bool wait(std::chrono::milliseconds limit = std::chrono::minutes(1)) {
         std::unique_lock lock(mutex_);
         ++arrived_;
         changed_.notify_all();
         return changed_.wait_for(lock, limit, [this] { return open_; });
     }
-    // Waits until so many threads have come to the gate.
+    /// Blocks until that many threads have reached the gate; returns false when that timed out.
     bool wait_for_arrivals(int count = 1, std::chrono::milliseconds limit = std::chrono::minutes(1)) {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, limit, [&] { return arrived_ >= count; });

@@ -1,9 +1,7 @@
 #include "tests/support/process.h"
-
-#include <gtest/gtest.h>
+#include "tests/test_headers.h"
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
@@ -11,9 +9,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
-#include <utility>
 
 extern char** environ;
 

@@ -9,25 +9,25 @@
 
 namespace zo_test {
 
-/// A program that runs. Ends with its object, whatever happened.
+/// A running program. The destructor kills it.
 class Process {
 public:
-    /// The environment is this program's own. Without a file for errors they go where the output goes.
+    /// The program gets the environment of this one. Without a file for errors, they go to the output.
     Process(const std::vector<std::string>& words, const std::filesystem::path& output,
             const std::filesystem::path& errors = {});
     ~Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    /// Any number of lines, each with its line feed.
+    /// Writes text to its input, line feeds included.
     void write(const std::string& lines) const;
     void send(const std::string& line) const { write(line + "\n"); }
     void end_input();
     void signal(int number) const;
     pid_t id() const { return pid_; }
-    /// Whether it has not ended yet.
+    /// Returns true until the program ends.
     bool runs() const;
-    /// The exit status, or -1 for any other end.
+    /// Blocks until the program ends. Returns its exit status, or -1 for any other end.
     int wait();
 
 private:
@@ -35,7 +35,7 @@ private:
     int input_ = -1;
 };
 
-/// An output that nobody reads, and that is full soon.
+/// An output without a reader, which is soon full.
 class UnreadOutput {
 public:
     UnreadOutput();
@@ -44,7 +44,7 @@ public:
     UnreadOutput& operator=(const UnreadOutput&) = delete;
 
     std::filesystem::path path() const { return folder_ / "pipe"; }
-    /// Whether it holds nearly all it can, and gets no more.
+    /// Returns true if the pipe is nearly full and gets no more.
     bool full() const;
 
 private:

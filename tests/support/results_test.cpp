@@ -5,13 +5,7 @@
 #include "support/numeric.h"
 #include "tests/server_api/values.h"
 #include "tests/support/checksum.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <limits>
-#include <set>
-#include <string>
+#include "tests/test_headers.h"
 
 using namespace std::string_literals;
 using namespace ZoHmiSrv;
@@ -30,28 +24,25 @@ std::string name_of(int number) {
     return get_error_string(static_cast<ErrorValue>(number)).name();
 }
 
-TEST(ErrorText, TheTableIsWhole) {
-    std::size_t rows = 0;
+TEST(ErrorText, TableIsComplete) {
     std::set<std::string> names;
     std::string table;
     for (int number = -1; number < 0x2000; ++number) {
         const std::string text = pretty(number);
         EXPECT_EQ(text.empty(), name_of(number).empty()) << number;
         if (text.empty()) continue;
-        ++rows;
-        names.insert(name_of(number));
+        EXPECT_TRUE(names.insert(name_of(number)).second) << text;
         EXPECT_TRUE(text.ends_with(" (HMI_E_" + name_of(number) + ")")) << text;
         table += integer_to_hex(number, true, false, false) + " " + text + "\n";
     }
-    EXPECT_EQ(rows, 139u);
-    EXPECT_EQ(names.size(), rows);
-    EXPECT_EQ(crc32(table), 851384976u);
+    EXPECT_EQ(names.size(), 139u);
+    EXPECT_EQ(crc32(table), 851384976u) << table;
     EXPECT_EQ(pretty(0x0), "No Error: Success (HMI_E_SUCCESS)");
     EXPECT_EQ(pretty(0x202), "Schmea missing (HMI_E_SYMBOL_SCHEMA_MISSING)");
     EXPECT_EQ(pretty(std::numeric_limits<int>::min()), "");
 }
 
-TEST(ErrorText, AnErrorInAValue) {
+TEST(ErrorText, AddErrorFillsStruct) {
     Value value;
     add_error(value, "first", HMI_E_FAIL, nullptr, "");
     add_error(value, "second", HMI_E_CONNECT, "No answer.", "The cable is out.");
@@ -101,7 +92,7 @@ TEST(Numeric, DoublesSaturate) {
     EXPECT_EQ(Algorithm::uint32_from_double(nan), 0u);
 }
 
-TEST(Numeric, Hexadecimal) {
+TEST(Numeric, HexadecimalPadsAndPrefixes) {
     EXPECT_EQ(integer_to_hex(0x1B, true, false, true), "0x1b");
     EXPECT_EQ(integer_to_hex(0x745, true, false, true), "0x745");
     EXPECT_EQ(integer_to_hex<int>(static_cast<int>(0x98110745), true, true, true), "0x98110745");
@@ -110,18 +101,17 @@ TEST(Numeric, Hexadecimal) {
     EXPECT_EQ(integer_to_hex<std::uint16_t>(0xABC, false, true, false), "00000abc");
 }
 
-TEST(Guid, TextAndBack) {
+TEST(Guid, TextRoundTripsAndBadTextIsRefused) {
     const GUID guid{0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
     const std::string text = "01234567-89AB-CDEF-0123-456789ABCDEF";
     EXPECT_EQ(uuid_to_string(guid, false), text);
     EXPECT_EQ(uuid_to_string(guid, true), "{" + text + "}");
     EXPECT_EQ(uuid_to_string(GUID{}, true), "{00000000-0000-0000-0000-000000000000}");
 
-    struct Case {
+    const struct {
         std::string text;
         bool allow_braces, read;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {text, false, true},
         {"01234567-89ab-cdef-0123-456789ABcdef", false, true},
         {"{" + text + "}", true, true},

@@ -3,23 +3,12 @@
 #include "tests/support/captured_syslog.h"
 #include "tests/support/eventually.h"
 #include "tests/support/gate.h"
+#include "tests/test_headers.h"
 
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <limits>
-#include <memory>
-#include <mutex>
-#include <optional>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 #include <pthread.h>
 
@@ -34,7 +23,7 @@ namespace {
 constexpr long hour_ms = 60L * 60 * 1000;
 using Errors = std::vector<TimerError>;
 
-// Keeps what timer callbacks are called with, and lets a test wait for them. [any thread]
+/// Records the arguments of timer callbacks, and lets a test wait for them. [any thread]
 class TimerRecorder {
 public:
     std::function<void(TimerError)> callback() {
@@ -64,19 +53,24 @@ private:
 constexpr long ample_ms = 20000;
 using Clock = std::chrono::steady_clock;
 
-TEST(Pool, ThreadsAddedLaterRunBesideTheFirst) {
+void wait_until_stopped(const Threading& pool) {
+    while (!pool.stopped())
+        std::this_thread::yield();
+}
+
+TEST(Pool, AddedThreadsRunBesideTheFirst) {
     for (const unsigned long first : {0ul, 1ul, 2ul}) {
         SCOPED_TRACE(first);
         Gate gate;
         Threading pool(first);
         pool.add_threads(3 - first);
-        // Three functions that are held at once need three threads. The first one posts the others, which must not be
-        // kept for its own thread.
-        const auto held = [&] { gate.wait(); };
+        // Three functions that block at once need three threads. The first posts the others, which other threads must
+        // run.
+        const auto block = [&] { gate.wait(); };
         pool.post([&] {
-            pool.post(held);
-            pool.post(held);
-            held();
+            pool.post(block);
+            pool.post(block);
+            block();
         });
         EXPECT_TRUE(gate.wait_for_arrivals(3));
         gate.open();
@@ -84,7 +78,7 @@ TEST(Pool, ThreadsAddedLaterRunBesideTheFirst) {
     }
 }
 
-TEST(Stop, AStoppedPoolRefusesEverything) {
+TEST(Stop, StoppedPoolRefusesEverything) {
     Threading pool(1);
     const auto registered = pool.register_new_timer();
     pool.stop(ample_ms, InterruptMode::join, false);
@@ -105,7 +99,7 @@ TEST(Stop, AStoppedPoolRefusesEverything) {
     EXPECT_FALSE(ran);
 }
 
-TEST(Stop, TheSecondCallReturnsAtOnceWhileTheFirstStillWaits) {
+TEST(Stop, SecondCallReturnsWhileFirstBlocks) {
     Threading pool(1);
     Gate leave;
     pool.post([&] { leave.wait(); });
@@ -116,15 +110,12 @@ TEST(Stop, TheSecondCallReturnsAtOnceWhileTheFirstStillWaits) {
         first_returned = true;
     });
     std::atomic<int> waited = 0;
-    std::thread waiters[2];
-    for (auto& waiter : waiters) {
-        waiter = std::thread([&] {
-            pool.wait();
-            ++waited;
-        });
-    }
-    while (!pool.stopped())
-        std::this_thread::yield();
+    const auto wait = [&] {
+        pool.wait();
+        ++waited;
+    };
+    std::thread waiters[] = {std::thread(wait), std::thread(wait)};
+    wait_until_stopped(pool);
     EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
     EXPECT_FALSE(first_returned);
     EXPECT_EQ(waited, 0);
@@ -135,7 +126,7 @@ TEST(Stop, TheSecondCallReturnsAtOnceWhileTheFirstStillWaits) {
     EXPECT_EQ(waited, 2);
 }
 
-TEST(Stop, EachThreadHasTheWholeTimeoutForItself) {
+TEST(Stop, EachThreadGetsTheWholeTimeout) {
     Threading pool(2);
     std::atomic<int> inside = 0;
     for (int i = 0; i < 2; ++i) {
@@ -151,41 +142,40 @@ TEST(Stop, EachThreadHasTheWholeTimeoutForItself) {
     EXPECT_GE(Clock::now() - start, 200ms);
 }
 
-TEST(Stop, LateThreadsAreJoinedOrLeftAsAsked) {
+TEST(Stop, LateThreadsAreJoinedOrDetachedByMode) {
     for (const auto mode : {InterruptMode::join, InterruptMode::leave, InterruptMode(7)}) {
         SCOPED_TRACE(static_cast<int>(mode));
-        const auto in_use = std::make_shared<int>();
-        std::weak_ptr<int> used = in_use;
-        const auto leave = std::make_shared<Gate>();
+        auto in_use = std::make_shared<int>();
+        const std::weak_ptr<int> used = in_use;
+        const auto interrupted = std::make_shared<Gate>(), leave = std::make_shared<Gate>();
         std::atomic<bool> left = false;
         std::optional<Threading> pool(std::in_place, 1);
-        pool->post([in_use, leave] { leave->wait(); });
-        ASSERT_TRUE(leave->wait_for_arrivals());
-        const_cast<std::shared_ptr<int>&>(in_use).reset();
-        // This wait never gets a thread: it dies with the pool instead of being called back.
+        pool->post([in_use = std::move(in_use), interrupted, leave] {
+            EXPECT_TRUE(zo_test::eventually(boost::this_thread::interruption_requested));
+            interrupted->open();
+            leave->wait();
+        });
+        // The only thread never gets to this timer: its callback is destroyed with the pool.
         TimerRecorder recorder;
         pool->start_new_timer(hour_ms, recorder.callback());
-
-        std::thread opener;
-        if (mode == InterruptMode::join) {
-            opener = std::thread([&] {
-                std::this_thread::sleep_for(100ms);
-                left = true;
-                leave->open();
-            });
-        }
+        std::thread opener([&] {
+            interrupted->wait();
+            if (mode != InterruptMode::join) return;
+            left = true;
+            leave->open();
+        });
         EXPECT_TRUE(pool->stop(10, mode, false));
         EXPECT_EQ(left, mode == InterruptMode::join);
-        pool.reset(); // a thread that was left still runs its function
+        opener.join();
+        pool.reset(); // a detached thread still runs its function
         EXPECT_EQ(used.expired(), mode == InterruptMode::join);
         leave->open();
         EXPECT_TRUE(zo_test::eventually([&] { return used.expired(); }));
-        if (opener.joinable()) opener.join();
         EXPECT_TRUE(recorder.errors().empty());
     }
 }
 
-TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {
+TEST(Stop, PoolThreadSleepsForItsShare) {
     TimerRecorder recorder;
     std::atomic<bool> late = false;
     std::atomic<std::chrono::nanoseconds> took{};
@@ -199,7 +189,7 @@ TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {
         took = Clock::now() - start;
         returned.open();
     });
-    // The other thread has called back by now. The pool may go although its last thread is still leaving `stop`.
+    // The other thread has called back by now. The pool may be destroyed while its last thread is still inside `stop`.
     pool->wait();
     pool.reset();
     EXPECT_EQ(recorder.errors(), Errors{TimerError::cancelled});
@@ -209,15 +199,14 @@ TEST(Stop, OnAPoolThreadSleepsThroughItsOwnShare) {
     EXPECT_LT(took.load(), 15s);
 }
 
-TEST(Stop, TheDestructorWaitsForAStopOnAnotherThread) {
+TEST(Stop, DestructorWaitsForStopOnOtherThread) {
     Gate leave;
     std::optional<Threading> pool(std::in_place, 1);
     Threading* const running = &*pool;
     pool->post([&] { leave.wait(); });
     ASSERT_TRUE(leave.wait_for_arrivals());
     std::thread stopper([running] { EXPECT_FALSE(running->stop(ample_ms, InterruptMode::join, false)); });
-    while (!pool->stopped())
-        std::this_thread::yield();
+    wait_until_stopped(*pool);
     std::thread opener([&] {
         std::this_thread::sleep_for(30ms);
         leave.open();
@@ -229,20 +218,19 @@ TEST(Stop, TheDestructorWaitsForAStopOnAnotherThread) {
     opener.join();
 }
 
-TEST(Stop, APoolMayEndOnItsOwnThread) {
-    const auto captured = std::make_shared<int>();
+TEST(Stop, PoolMayBeDestroyedOnItsOwnThread) {
+    auto captured = std::make_shared<int>();
     const std::weak_ptr<int> alive = captured;
     auto* pool = new Threading(1);
     pool->start_new_timer(hour_ms, [captured](TimerError) {});
-    pool->start_new_timer(0, [pool, captured](TimerError) {
+    pool->start_new_timer(0, [pool, captured = std::move(captured)](TimerError) {
         pool->stop(1, InterruptMode::join, false);
         delete pool;
     });
-    const_cast<std::shared_ptr<int>&>(captured).reset();
     EXPECT_TRUE(zo_test::eventually([&] { return alive.expired(); }));
 }
 
-TEST(Destructor, ARunningPoolIsStoppedAndTheSystemLogHearsOfIt) {
+TEST(Stop, DestructorStopsRunningPoolAndLogsIt) {
     take_syslog_lines();
     TimerRecorder recorder;
     {
@@ -250,50 +238,29 @@ TEST(Destructor, ARunningPoolIsStoppedAndTheSystemLogHearsOfIt) {
         pool.start_new_timer(hour_ms, recorder.callback());
     }
     EXPECT_EQ(recorder.errors(), Errors{TimerError::cancelled});
-    const auto lines = take_syslog_lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].first, 3);
-    EXPECT_EQ(lines[0].second, "Unexpected shutdown of thread pool.");
+    using Lines = std::vector<std::pair<int, std::string>>;
+    EXPECT_EQ(take_syslog_lines(), (Lines{{3, "Unexpected shutdown of thread pool."}}));
     {
         Threading pool(2);
         pool.stop(ample_ms, InterruptMode::join, false);
     }
-    EXPECT_TRUE(take_syslog_lines().empty());
+    EXPECT_EQ(take_syslog_lines(), Lines());
 }
 
-// Threads get a stack that no machine has, so that the system refuses to start them.
-class ThreadsRefused {
-public:
-    ThreadsRefused() {
-        pthread_getattr_default_np(&before_);
-        pthread_attr_t huge;
-        pthread_attr_init(&huge);
-        pthread_attr_setstacksize(&huge, std::size_t(1) << 46);
-        refused_ = pthread_setattr_default_np(&huge) == 0;
-        pthread_attr_destroy(&huge);
-    }
-    ~ThreadsRefused() {
-        pthread_setattr_default_np(&before_);
-        pthread_attr_destroy(&before_);
-    }
-    bool refused() const { return refused_; }
-
-private:
-    pthread_attr_t before_;
-    bool refused_ = false;
-};
-
-TEST(Pool, AThreadThatCannotBeStartedIsReportedAndThePoolStaysWhole) {
+TEST(Pool, FailedThreadStartThrowsAndPoolRuns) {
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the sanitizer starts threads with a stack of its own choice";
+    GTEST_SKIP() << "the sanitizer chooses the stack of threads itself";
 #endif
     Threading pool(1);
-    {
-        ThreadsRefused scope;
-        ASSERT_TRUE(scope.refused());
-        EXPECT_THROW(pool.add_threads(2), boost::thread_resource_error);
-        EXPECT_THROW(Threading(1), boost::thread_resource_error);
-    }
+    // The system starts no thread with such a stack.
+    pthread_attr_t before, huge;
+    pthread_getattr_default_np(&before);
+    pthread_attr_init(&huge);
+    pthread_attr_setstacksize(&huge, std::size_t(1) << 46);
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    EXPECT_THROW(pool.add_threads(2), boost::thread_resource_error);
+    EXPECT_THROW(Threading(1), boost::thread_resource_error);
+    pthread_setattr_default_np(&before);
     take_syslog_lines();
     Gate ran;
     pool.post([&] { ran.open(); });
@@ -302,13 +269,13 @@ TEST(Pool, AThreadThatCannotBeStartedIsReportedAndThePoolStaysWhole) {
     EXPECT_FALSE(pool.stop(ample_ms, InterruptMode::join, false));
 }
 
-// Stopped at the end of its scope, so what its callbacks use is declared before it.
+/// Stopped at the end of its scope, so the objects that its callbacks use are declared before it.
 struct Pool : Threading {
     using Threading::Threading;
     ~Pool() { stop(20000, InterruptMode::join, false); }
 };
 
-TEST(Timers, IdsCountFromOneAndOneShotTimersFireOnceOnThePool) {
+TEST(Timers, OneShotFiresOnceOnThePool) {
     TimerRecorder recorder;
     std::atomic<bool> on_caller = false;
     const auto caller = std::this_thread::get_id();
@@ -324,7 +291,7 @@ TEST(Timers, IdsCountFromOneAndOneShotTimersFireOnceOnThePool) {
     EXPECT_EQ(pool.start_new_timer(1, callback), 3u);
     ASSERT_TRUE(recorder.wait_for(2));
     EXPECT_FALSE(on_caller);
-    // They have left the table, so nothing is left to cancel or to start again.
+    // Both are removed from the table: nothing can be cancelled or started again.
     pool.cancel_timer(1);
     EXPECT_FALSE(pool.start_timer(3, 0, callback));
     pool.stop(20000, InterruptMode::join, false);
@@ -347,21 +314,8 @@ TEST(Timers, ExpiriesSaturate) {
     EXPECT_EQ(never.errors(), Errors(3, TimerError::cancelled));
 }
 
-TEST(Timers, CancelledTimersAreStillCalledBack) {
-    TimerRecorder one;
-    TimerRecorder other;
-    Pool pool(1);
-    const auto id = pool.start_new_timer(hour_ms, one.callback());
-    pool.start_new_timer(hour_ms, other.callback());
-    pool.cancel_timer(id);
-    pool.cancel_timer(12345);
-    ASSERT_TRUE(one.wait_for(1));
-    EXPECT_EQ(one.errors(), Errors{TimerError::cancelled});
-    EXPECT_FALSE(other.wait_for(1, 20ms));
-}
-
-TEST(Timers, CancellingAllSparesExactlyTheListedOnes) {
-    // By index of the timer; the registered timer is the last.
+TEST(Timers, CancelAllSparesListedTimers) {
+    // Indexes of timers; the last is the registered timer.
     const std::vector<std::vector<std::size_t>> cases = {{}, {0}, {1, 3}, {0, 1, 2, 3}};
     for (const auto& spared : cases) {
         SCOPED_TRACE(spared.size());
@@ -379,16 +333,17 @@ TEST(Timers, CancellingAllSparesExactlyTheListedOnes) {
         pool.cancel_all_timers(spared.empty() ? std::vector<unsigned long>() : except);
 
         for (std::size_t i = 0; i < 4; ++i) {
-            if (std::find(spared.begin(), spared.end(), i) == spared.end()) {
-                EXPECT_TRUE(recorders[i].wait_for(1)) << i;
+            if (std::find(spared.begin(), spared.end(), i) != spared.end()) {
+                EXPECT_FALSE(recorders[i].wait_for(1, 10ms)) << i;
+                pool.cancel_timer(ids[i]);
             }
+            ASSERT_TRUE(recorders[i].wait_for(1)) << i;
+            EXPECT_EQ(recorders[i].errors(), Errors{TimerError::cancelled}) << i;
         }
-        for (const auto i : spared)
-            EXPECT_FALSE(recorders[i].wait_for(1, 10ms)) << i;
     }
 }
 
-TEST(Timers, RegisteredTimersCanBeStartedAgain) {
+TEST(Timers, RegisteredTimerCanBeRestarted) {
     TimerRecorder recorder;
     TimerRecorder pending;
     Pool pool(1);
@@ -428,12 +383,12 @@ TEST(Timers, CallbacksMayUseThePool) {
     };
     pool.start_new_timer(0, tick);
     ASSERT_TRUE(waiting.wait());
-    // The chain ends because the callback hears of the cancellation before the stop returns.
+    // The cancelled callback runs before `stop` returns, and ends the chain.
     EXPECT_FALSE(pool.stop(20000, InterruptMode::join, false));
     EXPECT_EQ(recorder.errors(), (Errors{TimerError::none, TimerError::none, TimerError::none, TimerError::cancelled}));
 }
 
-TEST(Timers, WhatCallbacksThrowCostsNoThread) {
+TEST(Timers, CallbackExceptionEndsNoThread) {
     TimerRecorder recorder;
     Pool pool(1);
     pool.start_new_timer(0, [](TimerError) { throw std::runtime_error("expected"); });
@@ -445,7 +400,7 @@ TEST(Timers, WhatCallbacksThrowCostsNoThread) {
     EXPECT_TRUE(recorder.wait_for(1));
 }
 
-TEST(Timers, EachTimerIsCalledBackOnceHoweverItRacesTheStop) {
+TEST(Timers, TimersRacingStopCallBackOnce) {
     for (int round = 0; round < 30; ++round) {
         Threading pool(2);
         std::atomic<unsigned> started = 0;

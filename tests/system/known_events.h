@@ -13,22 +13,22 @@
 #include <tuple>
 #include <vector>
 
-/// The events that a logger and a server know, for comparing them.
+/// The events of a logger and of a server, for comparison.
 namespace programs {
 
 using nlohmann::json;
 
-/// An event as both sides know it: raised (ns since 1970), event id, and what it is.
+/// An event on both sides: raised (ns since 1970), event id, kind.
 using Known = std::tuple<std::int64_t, std::int64_t, std::string>;
 
-/// Of a logger's list: its newest `limit` events, and its active alarms.
+/// Returns the newest `limit` events of a logger's list, and its active alarms.
 inline std::multiset<Known> known_to_logger(const json& list,
                                             std::size_t limit = std::numeric_limits<std::size_t>::max()) {
     const auto known = [](const json& event, bool alarm) {
         const std::int64_t raised = (event["raised"].get<std::int64_t>() - 116444736000000000) * 100;
         return Known(raised, event["id"].get<std::int64_t>(), alarm ? "alarm" : "message");
     };
-    // An active alarm stands in the log, too. No two events of a logger have the same raised time.
+    // An active alarm is in the log, too. No two events of a logger have the same raised time.
     std::set<Known> active, all;
     for (const json& event : list["alarms"])
         active.insert(known(event, true));
@@ -42,7 +42,7 @@ inline std::multiset<Known> known_to_logger(const json& list,
     return {kept.begin(), kept.end()};
 }
 
-/// Of the server's rows or its listing.
+/// Returns the events of the server's rows or its listing.
 inline std::multiset<Known> known_to_server(const json& events) {
     std::multiset<Known> known;
     for (const json& event : events) {
@@ -54,17 +54,17 @@ inline std::multiset<Known> known_to_server(const json& events) {
     return known;
 }
 
-/// All that a server's events hold, but for the numbers of rows.
+/// Returns a server's events with all fields but the numbers of rows.
 inline std::multiset<std::string> contents(const json& events) {
     std::multiset<std::string> contents;
     for (json event : events) {
-        event.erase("row");
+        event.erase("number");
         contents.insert(event.dump());
     }
     return contents;
 }
 
-/// Equal in any order; what differs is told.
+/// Compares in any order and reports the differences.
 template <class T>
 testing::AssertionResult same(const std::multiset<T>& first, const std::multiset<T>& second) {
     std::vector<T> missing, extra;

@@ -32,13 +32,13 @@ using zo_test::read_file;
 using zo_test::TemporaryFolder;
 using zo_test::write_file;
 
-/// How long a soak runs: what the environment says, else what is usual.
+/// Returns the length of a soak: the environment variable, else `usual`.
 inline std::uint64_t length_of_soak(const char* variable, std::uint64_t usual) {
-    const char* told = std::getenv(variable);
-    return told ? std::strtoull(told, nullptr, 10) : usual;
+    const char* text = std::getenv(variable);
+    return text ? std::strtoull(text, nullptr, 10) : usual;
 }
 
-/// A file of routes, of pairs of net id and address.
+/// Writes a routes file from pairs of net id and address.
 inline void write_routes(const std::filesystem::path& file,
                          const std::vector<std::pair<std::string, std::string>>& routes) {
     json table = {{"local", "5.1.2.3.1.1"}, {"routes", json::object()}};
@@ -47,19 +47,19 @@ inline void write_routes(const std::filesystem::path& file,
     write_file(file, table.dump());
 }
 
-/// A file of demo/ as JSON.
+/// Returns a file of demo/ as JSON.
 inline json demo(const std::string& name) {
     return json::parse(read_file(std::filesystem::path(ZO_SOURCE_DIR) / "demo" / name));
 }
 
-/// A demo scenario that stands still: nothing happens but what the test says.
+/// Returns a demo scenario without its schedule.
 inline json quiet(const std::string& name) {
     json scenario = demo(name);
     scenario.erase("schedule");
     return scenario;
 }
 
-/// The demo configuration with other targets, and the entry of an enabled one.
+/// Return the demo configuration with other targets, and the entry of an enabled one.
 inline json config_of(const json& targets) {
     json config = demo("config.json");
     config["TARGET_SYSTEMS"] = targets;
@@ -98,14 +98,14 @@ public:
         read_ = line.find('\n') + 1;
         address_ = line.substr(10, read_ - 11);
     }
-    /// Runs a verb that prints nothing; fails the test unless it is answered with ok.
+    /// Runs a verb that prints nothing. Any answer but ok fails the test.
     void run(const std::string& verb) { answer(verb); }
     /// Sends verbs that print nothing, each with its line feed, without waiting for their answers.
     void send(const std::string& verbs) {
         process_->write(verbs);
         sent_ += static_cast<std::size_t>(std::count(verbs.begin(), verbs.end(), '\n'));
     }
-    /// Waits until what was sent is answered; fails the test when an answer is not ok, unless any answer will do.
+    /// Blocks until every verb is answered. Without `any_answer` an error fails the test.
     void settle(bool any_answer = false) {
         if (sent_ == 0) return;
         std::string answers;
@@ -120,7 +120,7 @@ public:
         sent_ = 0;
     }
     void signal(int number) const { process_->signal(number); }
-    /// The logger's own view: {"log": [...], "alarms": [...]}.
+    /// Returns the logger's own view: {"log": [...], "alarms": [...]}.
     json list() {
         const std::string text = answer("list");
         return json::parse(text.substr(0, text.find('\n')));
@@ -145,7 +145,7 @@ private:
     std::filesystem::path scenario_, state_, output_;
     std::string address_; // host:port, empty until the first start
     std::unique_ptr<Process> process_;
-    std::size_t read_ = 0; // bytes of the output that were looked at
+    std::size_t read_ = 0; // bytes of the output that are read
     std::size_t sent_ = 0; // verbs without an answer so far
 };
 
@@ -165,7 +165,7 @@ public:
         process_ = std::make_unique<Process>(words, output_);
     }
 
-    /// What the trace holds so far.
+    /// Returns the trace so far.
     std::vector<json> calls() const {
         std::vector<json> calls;
         std::istringstream lines(read_file(trace_));
@@ -175,7 +175,7 @@ public:
         }
         return calls;
     }
-    /// The calls of that name: of the message for send_message, else of the call itself.
+    /// Returns the calls of a name: that of the message for send_message, else of the call itself.
     std::vector<json> calls(const std::string& name) const {
         auto all = calls();
         std::erase_if(all, [&](const json& call) {
@@ -192,7 +192,7 @@ public:
         write_file(config_, config.dump());
         process_->signal(SIGHUP);
     }
-    /// Ends it with SIGTERM (or lets it end by itself) and expects status 0; gives {"rows": [...], "listing": [...]}.
+    /// Ends the server with SIGTERM, or waits for its end, and expects status 0. Returns the dump.
     json stop(bool by_itself = false) {
         if (!by_itself) process_->signal(SIGTERM);
         EXPECT_EQ(process_->wait(), 0) << output();

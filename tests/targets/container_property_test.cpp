@@ -1,3 +1,4 @@
+#include "binding/error.h"
 #include "support/guid.h"
 #include "tests/fakes/fake_events.h"
 #include "tests/targets/reference_container.h"
@@ -5,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <utility>
@@ -28,7 +31,8 @@ public:
         for (int i = 0; i < 12; ++i) {
             fakes::EventFields fields{.raised = file_time(any(times_))};
             if (i % 3) fields.unique_id = static_cast<std::uint32_t>(i % 5);
-            pool_.push_back(new fakes::FakeAlarm(fields));
+            plans_.push_back(std::make_shared<fakes::CallPlan>());
+            pool_.push_back(new fakes::FakeAlarm(fields, plans_.back()));
         }
     }
 
@@ -50,7 +54,7 @@ public:
         } else if (kind == 14) {
             list();
         } else if (any(40)) {
-            pool_[any_index(pool_.size())]->update([&](auto& fields) { fields.raised = any_file_time(); });
+            change_alarm();
         } else {
             reference_.clear();
             store_.clear();
@@ -78,6 +82,8 @@ public:
         }
     }
 
+    int finds_failed = 0;
+
 private:
     static std::function<void(long, const Event&)> recorder(Evictions& evictions) {
         return [&evictions](long key, const Event& event) { evictions.emplace_back(key, event.name()); };
@@ -86,6 +92,23 @@ private:
     std::size_t any_index(std::size_t size) { return random_() % size; }
     unsigned any_limit() { return std::vector<unsigned>{0, 1, 2, 3, 10, 100, 0xFFFFFFFF}[any_index(7)]; }
     std::int64_t any_file_time() { return file_time(any(times_)); }
+
+    // Another raised time or id, or its calls begin or cease to fail.
+    void change_alarm() {
+        const std::size_t index = any_index(pool_.size());
+        if (fails_[index] || !any(4)) {
+            fails_[index] = !fails_[index];
+            plans_[index]->clear();
+            if (fails_[index]) plans_[index]->answer("Alarm.GetTimeRaised", E_FAIL);
+            return;
+        }
+        pool_[index]->update([&](auto& fields) {
+            if (any(4))
+                fields.raised = any_file_time();
+            else
+                fields.unique_id = static_cast<std::uint32_t>(any(5));
+        });
+    }
 
     void add_message(unsigned limit) {
         Message message;
@@ -114,26 +137,52 @@ private:
     }
 
     void add(unsigned limit) {
-        fakes::FakeAlarm* const alarm = any(2) ? pool_[any_index(pool_.size())].get() : nullptr;
+        const std::size_t index = any_index(pool_.size());
+        fakes::FakeAlarm* const alarm = any(2) ? pool_[index].get() : nullptr;
         const auto time = any(8) && alarm ? alarm->fields().raised : any_file_time();
-        const Event event = any_event(Timestamp::from_file_time(time));
-        add_to_all(event, alarm, limit, any(4) != 0, any(times_), !any(10));
-    }
-
-    void add_to_all(const Event& event, fakes::FakeAlarm* alarm, unsigned limit, bool has_pointer, long key,
-                    bool use_key) {
-        Event copy = event;
+        Event event = any_event(Timestamp::from_file_time(time)), copy = event;
+        const bool has_pointer = any(4) != 0, use_key = !any(10);
+        const long key = any(times_);
+        if (alarm && has_pointer && fails_[index]) {
+            ASSERT_THROW(store_.add(event, alarm, true, limit, key, use_key), ZoAtlCom::CAtlException);
+            ASSERT_TRUE(event == copy);
+            return;
+        }
         reference_.add(copy, has_pointer ? alarm : nullptr, limit, key, use_key);
-        Event taken = event;
-        store_.add(taken, alarm, has_pointer, limit, key, use_key);
-        ASSERT_TRUE(taken == Event());
+        store_.add(event, alarm, has_pointer, limit, key, use_key);
+        ASSERT_TRUE(event == Event());
     }
 
-    // As for a removed alarm: found by its key, so that what the proxy answers decides.
+    // How often alarms were asked for their raised time.
+    std::size_t asked() const {
+        std::size_t asked = 0;
+        for (const auto& plan : plans_)
+            asked += plan->count("Alarm.GetTimeRaised");
+        return asked;
+    }
+
+    // As for a removed alarm: found by its key, so that the answer of the proxy decides. Other alarms are not asked.
     void release(unsigned limit) {
-        const AlarmKey key = AlarmKey::of(*pool_[any_index(pool_.size())]);
-        const auto expected = reference_.find_alarm(key);
-        const auto found = store_.find_alarm(key);
+        const std::size_t index = any_index(pool_.size());
+        if (fails_[index]) return;
+        const AlarmKey key = AlarmKey::of(*pool_[index]);
+        std::optional<ReferenceContainer::Position> expected;
+        EventStore::Position found;
+        const auto fails = [&key](auto& store, auto& position) {
+            try {
+                position = store.find_alarm(key);
+                return false;
+            } catch (const ZoAtlCom::CAtlException&) {
+                return true;
+            }
+        };
+        const std::size_t before = asked();
+        const bool expected_to_fail = fails(reference_, expected);
+        const std::size_t between = asked();
+        const bool failed = fails(store_, found);
+        ASSERT_EQ(failed, expected_to_fail);
+        ASSERT_EQ(asked() - between, between - before);
+        finds_failed += failed;
         ASSERT_EQ(static_cast<bool>(found), expected.has_value());
         if (!found) return;
         ASSERT_STREQ(found.event().name(), reference_.at(*expected).event.name());
@@ -141,19 +190,28 @@ private:
         reference_.release_alarm(*expected, limit);
     }
 
-    // As for an alarm that is raised again: found by its object and mostly replaced, which is erased and added anew.
+    // As for an alarm that is raised again: found by its object and mostly replaced.
     void raise_again(unsigned limit) {
-        fakes::FakeAlarm* const alarm = pool_[any_index(pool_.size())].get();
+        const std::size_t index = any_index(pool_.size());
+        fakes::FakeAlarm* const alarm = pool_[index].get();
         const auto expected = reference_.find_if([&](const auto& entry) { return entry.pointer.get() == alarm; });
         const auto found = store_.find_pointer(alarm);
         ASSERT_EQ(static_cast<bool>(found), expected.has_value());
         if (!found) return;
         ASSERT_STREQ(found.event().name(), reference_.at(*expected).event.name());
         Event event = found.event();
-        reference_.erase_alarm(*expected);
-        if (event.payload().type() != ValueType::Alarm || !any(4)) return store_.erase_alarm(found);
+        if (event.payload().type() != ValueType::Alarm || !any(4)) {
+            reference_.erase_alarm(*expected);
+            return store_.erase_alarm(found);
+        }
         event.set_time_received(Timestamp::from_file_time(any_file_time()));
         Event copy = event;
+        if (fails_[index]) {
+            ASSERT_THROW(store_.replace_alarm(found, event, alarm, limit), ZoAtlCom::CAtlException);
+            ASSERT_TRUE(event == copy);
+            return;
+        }
+        reference_.erase_alarm(*expected);
         reference_.add(copy, alarm, limit, 0, false);
         store_.replace_alarm(found, event, alarm, limit);
         ASSERT_TRUE(event == Event());
@@ -181,13 +239,15 @@ private:
     int times_; // few of them make many events of the same time
     int names_ = 0;
     std::vector<fakes::AlarmPtr> pool_;
+    std::vector<std::shared_ptr<fakes::CallPlan>> plans_; // of the alarms
+    std::vector<bool> fails_ = std::vector<bool>(12);     // their calls
     ReferenceContainer reference_;
     EventStore store_;
     Evictions expected_, evicted_;
 };
 
-TEST(ContainerProperty, EqualsTheWalkOverBucketsAfterEveryStep) {
-    int steps = 0;
+TEST(ContainerProperty, EqualsTheWalkAfterEveryStep) {
+    int steps = 0, finds_failed = 0;
     for (const unsigned limit : {0U, 1U, 2U, 3U, 10U, 100U}) {
         for (const int times : {1, 3, 8, 1000}) {
             const unsigned seed = limit * 10'000 + static_cast<unsigned>(times);
@@ -197,9 +257,11 @@ TEST(ContainerProperty, EqualsTheWalkOverBucketsAfterEveryStep) {
                 walk.compare();
                 ASSERT_FALSE(testing::Test::HasFailure()) << "seed " << seed << ", step " << step;
             }
+            finds_failed += walk.finds_failed;
         }
     }
     EXPECT_GE(steps, 100'000);
+    EXPECT_GE(finds_failed, 100);
 }
 
 } // namespace

@@ -2,6 +2,9 @@
 
 #include "extension/host/event_payload.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace {
 
 using namespace ZoHmiSrv;
@@ -29,7 +32,7 @@ protected:
     Lines after_connected; // the reports among them that follow the one of the connection
 };
 
-TEST_F(Import, TakesInLogAndActiveAlarms) {
+TEST_F(Import, StoresLogAndActiveAlarms) {
     logger->history = {logged(is_alarm, 1), logged(is_message, 2), logged(2, 9), {}, logged(is_alarm, 5, 50)};
     logger->history[4]->update([](auto& fields) { fields.is_active = 1; });
     logger->active = {alarm(5, 50), alarm(4, 51)};
@@ -45,30 +48,27 @@ TEST_F(Import, TakesInLogAndActiveAlarms) {
     EXPECT_EQ(*next_id, 11U);
 }
 
-TEST_F(Import, SkipsExtendedAlarmsOfTheLogThatAreStillActive) {
-    struct Case {
+TEST_F(Import, ActiveExtendedAlarmsOfTheLogAreSkipped) {
+    const struct {
         std::int32_t type;
         bool extended;
         VARIANT_BOOL active;
         bool skipped;
-    };
-    for (const Case& row : {Case{is_alarm, true, VARIANT_TRUE, true},
-                            {is_alarm, true, 1, true},
-                            {is_alarm, true, 0, false},
-                            {is_alarm, false, VARIANT_TRUE, false},
-                            {is_message, true, VARIANT_TRUE, false}}) {
-        fresh_logger();
-        logger->history = {
-            logger->make_logged_event({.type = row.type, .is_active = row.active, .extended = row.extended})};
-        make();
-        EXPECT_TRUE(connect_while([] {}));
-        EXPECT_EQ(after_connected, (Lines{summary(row.skipped ? "100.0 1 1 0" : "100.0 1 0 0")}));
-        EXPECT_EQ(stored().size(), row.skipped ? 0U : 1U);
-        release();
-    }
+    } cases[] = {{is_alarm, true, VARIANT_TRUE, true},
+                 {is_alarm, true, 1, true},
+                 {is_alarm, true, 0, false},
+                 {is_alarm, false, VARIANT_TRUE, false},
+                 {is_message, true, VARIANT_TRUE, false}};
+    for (const auto& row : cases)
+        logger->history.push_back(
+            logger->make_logged_event({.type = row.type, .is_active = row.active, .extended = row.extended}));
+    make();
+    EXPECT_TRUE(connect_while([] {}));
+    EXPECT_EQ(after_connected, (Lines{summary("100.0 5 2 0")}));
+    EXPECT_EQ(stored(), (Lines{"1@1s", "2@1s", "message@1s"}));
 }
 
-TEST_F(Import, EvictsInSilence) {
+TEST_F(Import, EvictionsAreNotReported) {
     logger->history = {logged(is_alarm, 1), logged(is_message, 2), logged(is_message, 3)};
     logger->active = {alarm(9, 1), alarm(8, 2)};
     make(2);
@@ -80,14 +80,13 @@ TEST_F(Import, EvictsInSilence) {
     EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @5s)", "forget_event @5s", "on_message @5s"}));
 }
 
-TEST_F(Import, CountsFromOutside) {
-    struct Case {
+TEST_F(Import, WrongCountsOfTheLoggerDoNoHarm) {
+    constexpr std::int32_t max = std::numeric_limits<std::int32_t>::max();
+    const struct {
         std::int32_t logged, active;
-        const char* report;
-    };
-    for (const Case& row : {Case{-5, -1, "-5 0 -1"}, Case{1, 0, "1 0 0"}, Case{0, 1, "0 0 1"},
-                            Case{std::numeric_limits<std::int32_t>::max(), 0, nullptr},
-                            Case{0, std::numeric_limits<std::int32_t>::max(), nullptr}}) {
+        const char* report; // null: no such item
+    } cases[] = {{-5, -1, "-5 0 -1"}, {1, 0, "1 0 0"}, {0, 1, "0 0 1"}, {max, 0, nullptr}, {0, max, nullptr}};
+    for (const auto& row : cases) {
         fresh_logger();
         logger->history = {logged(is_message, 1)};
         logger->active = {alarm(1, 1)};
@@ -95,122 +94,86 @@ TEST_F(Import, CountsFromOutside) {
         logger->reported_active_count = row.active;
         make(0xFFFFFFFF);
         EXPECT_EQ(connect_while([] {}), row.report != nullptr);
-        EXPECT_EQ(after_connected, (Lines{row.report ? summary("4294967295.0 ") + row.report
-                                                     : "log_exception T 0x80070057"})); // no such item
+        EXPECT_EQ(after_connected,
+                  (Lines{row.report ? summary("4294967295.0 ") + row.report : "log_exception T 0x80070057"}));
         EXPECT_EQ(logger->record().history_counts, std::vector{0xFFFFFFFF});
         release();
     }
 }
 
-TEST_F(Import, ReplaysWhatTheListsDoNotShow) {
-    struct Case {
+// Events are written "m3#7": a message (a an alarm) of 3 s with the logger's id 7.
+TEST_F(Import, RecordsNotInTheListsAreReplayed) {
+    const std::string raised = R"(log_message NEW_ALARM_RAISED "T" 1 @5s)";
+    const auto changed = [](const char* rest) { return "log_message KNOWN_ALARM_" + std::string(rest); };
+    const struct {
         const char* about;
-        std::function<void()> lists; // history and active alarms
-        std::function<void()> fire;
+        const char* lists; // an entry of the log (active with !), or the active alarm X of 5 s with the id 70
+        Lines calls;       // a message, or calls with X
         Lines traces, stored;
-    };
-    fakes::AlarmPtr a;
-    const std::string raised = R"(log_message NEW_ALARM_RAISED "T" )";
-    const Case cases[] = {
-        {"a message", [] {}, [&] { logger->fire_message(message(3)); }, {}, {"message@3s"}},
-        {"a message of the log, known by its text",
-         [&] { logger->history = {logged(is_message, 3)}; },
-         [&] { logger->fire_message(message(3, 7)); },
-         {},
-         {"message@3s"}},
-        {"a message of the log, known by its id",
-         [&] { logger->history = {logged(is_message, 4, 7)}; },
-         [&] { logger->fire_message(message(3, 7)); },
-         {},
-         {"message@4s"}},
-        {"another id tells messages of one text apart",
-         [&] { logger->history = {logged(is_message, 3, 7)}; },
-         [&] { logger->fire_message(message(3, 8)); },
-         {},
-         {"message@3s", "message@3s"}},
-        {"a message is not a logged alarm",
-         [&] { logger->history = {logged(is_alarm, 3, 7)}; },
-         [&] { logger->fire_message(message(3, 7)); },
-         {},
-         {"1@3s", "message@3s"}},
-        {"raised, confirmed and cleared",
-         [] {},
-         [&] {
-             logger->fire_raised(a);
-             a->update([](auto& fields) { fields.confirmed = fakes::file_time(6); });
-             logger->fire_confirmed(a);
-             a->update([](auto& fields) { fields.cleared = fakes::file_time(7); });
-             logger->fire_cleared(a, VARIANT_TRUE);
-         },
-         {raised + "1 @5s", R"(log_message KNOWN_ALARM_CONFIRMED "T" false 1 @5s @6s)",
-          R"(log_message KNOWN_ALARM_CLEARED "T" true 1 @5s @7s)"},
+    } cases[] = {
+        {"message", "", {"m3"}, {}, {"message@3s"}},
+        {"message known by its text", "m3", {"m3#7"}, {}, {"message@3s"}},
+        {"message known by its id", "m4#7", {"m3#7"}, {}, {"message@4s"}},
+        {"other id, same text", "m3#7", {"m3#8"}, {}, {"message@3s", "message@3s"}},
+        {"message and alarm", "a3#7", {"m3#7"}, {}, {"1@3s", "message@3s"}},
+        {"raised, confirmed, cleared",
+         "",
+         {"raise", "confirm 6", "remove 7"},
+         {raised, changed("CONFIRMED \"T\" false 1 @5s @6s"), changed("CLEARED \"T\" true 1 @5s @7s")},
          {"1@5s"}},
         {"changes without a raise create it once",
-         [] {},
-         [&] {
-             logger->fire_confirmed(a);
-             logger->fire_cleared(a);
-         },
-         {raised + "1 @5s", R"(log_message KNOWN_ALARM_CONFIRMED "T" false 1 @5s @0)",
-          R"(log_message KNOWN_ALARM_CLEARED "T" false 1 @5s @now)"},
+         "",
+         {"confirm", "clear"},
+         {raised, changed("CONFIRMED \"T\" false 1 @5s @0"), changed("CLEARED \"T\" false 1 @5s @now")},
          {"1@5s"}},
         {"raised twice",
-         [] {},
-         [&] {
-             logger->fire_raised(a);
-             logger->fire_raised(a);
-         },
-         {raised + "1 @5s", R"(log_message ACTIVE_ALARM_RAISED_AGAIN "T" 1 @5s)"},
+         "",
+         {"raise", "raise"},
+         {raised, R"(log_message ACTIVE_ALARM_RAISED_AGAIN "T" 1 @5s)"},
          {"1@5s"}},
-        {"an active alarm stays as it was listed",
-         [&] { logger->active = {a}; },
-         [&] {
-             logger->fire_raised(a);
-             logger->fire_confirmed(a);
-             logger->fire_cleared(a, VARIANT_TRUE);
-         },
-         {},
-         {"1@5s"}},
-        {"an alarm of the log",
-         [&] { logger->history = {logged(is_alarm, 4, 70)}; },
-         [&] {
-             logger->fire_raised(a);
-             logger->fire_cleared(a, VARIANT_TRUE);
-         },
-         {},
-         {"1@4s"}},
-        {"what it was when it was recorded counts",
-         [&] { logger->history = {logged(is_alarm, 5)}; },
-         [&] {
-             logger->fire_raised(a);
-             a->update([](auto& fields) { fields.raised = fakes::file_time(8); });
-         },
-         {},
-         {"1@5s"}},
-        {"a skipped entry of the log is not known by it",
-         [&] {
-             logger->history = {logged(is_alarm, 5, 70)};
-             logger->history[0]->update([](auto& fields) { fields.is_active = VARIANT_TRUE; });
-         },
-         [&] { logger->fire_raised(a); },
-         {raised + "1 @5s"},
-         {"1@5s"}},
+        {"active alarm stays as listed", "X", {"raise", "confirm", "remove"}, {}, {"1@5s"}},
+        {"alarm of the log", "a4#70", {"raise", "remove"}, {}, {"1@4s"}},
+        {"key as recorded", "a5", {"raise", "move"}, {}, {"1@5s"}},
+        {"skipped entry of the log does not count", "a5#70!", {"raise"}, {raised}, {"1@5s"}},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(row.about);
         fresh_logger();
         *next_id = 1;
-        a = alarm(5, 70);
-        row.lists();
+        auto x = alarm(5, 70);
+        const auto seconds = [](const std::string& text) { return std::atoi(text.c_str() + 1); };
+        const auto id = [](const std::string& text) -> std::optional<std::uint32_t> {
+            const auto mark = text.find('#');
+            if (mark == std::string::npos) return {};
+            return static_cast<std::uint32_t>(std::atoi(text.c_str() + mark + 1));
+        };
+        const std::string lists = row.lists;
+        if (lists == "X") {
+            logger->active = {x};
+        } else if (!lists.empty()) {
+            logger->history = {logged(lists[0] == 'm' ? is_message : is_alarm, seconds(lists), id(lists))};
+            if (lists.back() == '!') logger->history[0]->update([](auto& f) { f.is_active = VARIANT_TRUE; });
+        }
+        const auto call = [&](const std::string& text) {
+            const auto space = text.find(' ');
+            const std::int64_t time = space == std::string::npos ? 0 : fakes::file_time(seconds(text.substr(space)));
+            const std::string verb = text.substr(0, space);
+            if (verb == "raise") return logger->fire_raised(x);
+            if (verb == "move") return x->update([](auto& f) { f.raised = fakes::file_time(8); }), S_OK;
+            x->update([&](auto& f) { (verb == "confirm" ? f.confirmed : f.cleared) = time; });
+            if (verb == "confirm") return logger->fire_confirmed(x);
+            if (verb == "clear" || verb == "remove") return logger->fire_cleared(x, verb == "clear" ? 0 : VARIANT_TRUE);
+            return logger->fire_message(message(seconds(text), id(text)));
+        };
         make();
-        EXPECT_TRUE(connect_while(row.fire));
+        EXPECT_TRUE(connect_while([&] { std::ranges::for_each(row.calls, call); }));
         ASSERT_FALSE(after_connected.empty());
         EXPECT_TRUE(after_connected.back().starts_with(summary("100.0")));
         after_connected.pop_back();
-        EXPECT_EQ(after_connected, row.traces); // and none of the events is handed on
+        EXPECT_EQ(after_connected, row.traces); // and no event is handed on
         EXPECT_EQ(stored(), row.stored);
         expect_idle();
-        a = nullptr;
+        x = nullptr;
         release();
     }
 }
@@ -232,12 +195,12 @@ TEST_F(Import, DatabaseChangeEndsTheReplay) {
     EXPECT_EQ(stored(), (Lines{"1@5s"}));
     EXPECT_EQ(a->references(), 2U); // the test and the store, no record
     expect_idle();
-    logger->fire_message(message(3)); // live again, and evictions are told again
+    logger->fire_message(message(3)); // live again, and evictions are reported again
     EXPECT_EQ(log(), (Lines{R"(log_message FORGET_EVENT "T" @3s)", "forget_event @3s", "on_message @3s"}));
-    EXPECT_TRUE(poll()); // the link was dropped, so the tick imports anew
+    EXPECT_TRUE(poll()); // the link was dropped, so the tick imports
 }
 
-TEST_F(Import, RecordsEvenDuringShutdownButAsksEachAtItsArrival) {
+TEST_F(Import, RecordsDuringShutdown) {
     make();
     *stopping = true;
     logger->plan->answer("Alarm.GetEventId", E_ACCESSDENIED, 1);
@@ -248,26 +211,8 @@ TEST_F(Import, RecordsEvenDuringShutdownButAsksEachAtItsArrival) {
     EXPECT_EQ(stored(), (Lines{"message@6s"}));
 }
 
-TEST_F(Import, NullsFailIt) {
-    struct Case {
-        const char* about;
-        std::function<void()> prepare;
-    };
-    for (const Case& row : {Case{"no log", [&] { logger->plan->answer("GetLoggedEvents", S_OK, 1); }},
-                            Case{"no active alarms", [&] { logger->plan->answer("GetActiveAlarms", S_OK, 1); }},
-                            Case{"a null alarm", [&] { logger->active = {{}}; }}}) {
-        SCOPED_TRACE(row.about);
-        fresh_logger();
-        row.prepare();
-        make();
-        EXPECT_FALSE(connect_while([] {}));
-        EXPECT_EQ(after_connected, (Lines{"log_exception T 0x80004003"}));
-        release();
-    }
-}
-
-// One alarm without an identity survives a reconnect, but cannot be told from another one.
-TEST_F(Import, FailsWhileAnAlarmWithoutIdentityLives) {
+// One alarm without an identity survives a reconnect, but not a second key without one.
+TEST_F(Import, FailsWithAnAlarmWithoutIdentity) {
     logger->active = {alarm(5)};
     make();
     EXPECT_TRUE(connect());
@@ -283,7 +228,7 @@ TEST_F(Import, FailsWhileAnAlarmWithoutIdentityLives) {
     EXPECT_THAT(stored(), IsEmpty());
 }
 
-TEST_F(Import, ClearingThatFailsIsAFailureOfTheImport) {
+TEST_F(Import, FailsWhenClearingFails) {
     logger->active = {alarm(5, 1)};
     make_connected();
     logger->connected = VARIANT_FALSE;

@@ -32,7 +32,7 @@ std::string kept(const Cache& cache) {
     return text;
 }
 
-TEST(LocalizationCache, DropsWhatCameFirst) {
+TEST(LocalizationCache, DropsTheOldestAnswer) {
     struct Case {
         std::uint64_t bound;
         const char* kept;
@@ -52,7 +52,7 @@ TEST(LocalizationCache, DropsWhatCameFirst) {
     }
 }
 
-TEST(LocalizationCache, HoldsABoundThatNobodyNamed) {
+TEST(LocalizationCache, DefaultBoundHolds) {
     LocalizationCache<ClassNameKey> cache;
     for (std::int32_t language = 0; language <= 65'536; ++language)
         cache.store({{}, language}, "name", 0);

@@ -22,6 +22,7 @@ public:
     struct Entry {
         ZoAtlCom::CComPtr<IZoAlarm> pointer;
         Event event;
+        std::optional<std::uint32_t> id; // the logger's, when it was added
     };
     struct Position {
         long key;
@@ -35,9 +36,11 @@ public:
 
     void add(Event& event, IZoAlarm* pointer, unsigned limit, long key, bool use_key) {
         if (!use_key) key = event.time_received().nanoseconds();
+        const auto id = pointer ? ZoHmiEventLogger::unique_id_of(*pointer) : std::nullopt;
         auto& bucket = buckets[key];
         Entry& entry = bucket.emplace_back();
         entry.pointer = pointer;
+        entry.id = id;
         entry.event.swap(event);
         ++counters.imported_events;
         ++(pointer ? counters.active_alarms : counters.not_live);
@@ -93,8 +96,9 @@ public:
         const auto bucket = buckets.find(key.raised);
         if (bucket == buckets.end()) return {};
         for (std::size_t index = 0; index < bucket->second.size(); ++index) {
-            IZoAlarm* const pointer = bucket->second[index].pointer.get();
-            if (pointer && ZoHmiEventLogger::AlarmKey::of(*pointer) == key) return Position{bucket->first, index};
+            const Entry& entry = bucket->second[index];
+            if (!entry.pointer || entry.id != key.id) continue;
+            if (ZoHmiEventLogger::AlarmKey::of(*entry.pointer) == key) return Position{bucket->first, index};
         }
         return {};
     }

@@ -19,20 +19,20 @@
 
 namespace ZoHmiEventLogger {
 
-// What tests look at that is nobody else's business.
+// Private state that tests look at.
 struct TargetSystemTestAccess {
-    // Free for this thread within a time in which any other thread lets go of it.
+    // Free, or free once its owner had time to release it.
     static bool is_free(std::mutex& mutex) {
-        const auto get = [&mutex] {
-            const bool free = mutex.try_lock();
-            if (free) mutex.unlock();
-            return free;
-        };
-        return zo_test::eventually(get, std::chrono::seconds(30));
+        return zo_test::eventually([&mutex] { return is_free_now(mutex); }, std::chrono::seconds(30));
     }
-    static std::mutex& event_mutex(TargetSystem& target) { return target.event_mutex_; }
-    static std::mutex& callback_mutex(TargetSystem& target) { return *target.callback_mutex_; }
-    static std::mutex& connection_mutex(TargetSystem& target) { return target.connection_mutex_; }
+    static bool is_free_now(std::mutex& mutex) {
+        const bool free = mutex.try_lock();
+        if (free) mutex.unlock();
+        return free;
+    }
+    static std::mutex& event_mutex(TargetSystem& target) { return target.event_mutex_.inner(); }
+    static std::mutex& callback_mutex(TargetSystem& target) { return target.callbacks_.mutex()->inner(); }
+    static std::mutex& connection_mutex(TargetSystem& target) { return target.connection_.mutex().inner(); }
     static SavedAlarmIds& saved_alarm_ids(TargetSystem& target) { return target.saved_alarm_ids_; }
     static std::uint32_t event_cookie(TargetSystem& target) { return target.event_cookie; }
 };
@@ -48,7 +48,7 @@ using Lines = std::vector<std::string>;
 class TargetTest : public testing::Test {
 protected:
     ~TargetTest() override {
-        logger->plan->clear(); // hooks may hang on what the test has lost by now
+        logger->plan->clear(); // hooks may use locals of the test
         listener.plan().clear();
         release();
         logger = {};
@@ -61,7 +61,7 @@ protected:
                                        ZoHmiSrv::Timespan timeout = ZoHmiSrv::Timespan(5'000'000'000L)) {
         listener.set_probe([this](const std::string& line) {
             if (!probed || HasFailure()) return; // one long wait for a lock is enough
-            EXPECT_TRUE(Access::is_free(Access::event_mutex(*probed))) << "event mutex held in " << line;
+            EXPECT_TRUE(Access::is_free(Access::event_mutex(*probed))) << "event mutex locked in " << line;
         });
         target = std::shared_ptr<TargetSystem>(
             new TargetSystem("dom", &listener, "T", "5.1.2.3.1.1", timeout, limit, stopping, next_id),
@@ -78,7 +78,7 @@ protected:
         target.reset();
         probed = nullptr;
     }
-    // Connects and lets go of the callbacks.
+    // Connects and releases the callbacks.
     bool connect() {
         LockHolder holder;
         return target->connect(holder);
@@ -94,14 +94,17 @@ protected:
         log();
     }
 
-    // No lock is held.
+    void lose_link() { logger->connected = VARIANT_FALSE; }
+    void refuse(HRESULT code = E_FAIL) { logger->plan->answer("ConnectWithSettings", code); }
+
+    // All locks are free.
     void expect_idle() {
         for (std::mutex* mutex :
              {&Access::connection_mutex(*target), &Access::callback_mutex(*target), &Access::event_mutex(*target)})
             EXPECT_TRUE(Access::is_free(*mutex));
     }
 
-    // What was logged since the last call.
+    // The log since the last call.
     static Lines log() {
         Lines lines = fakes::call_log().texts();
         fakes::call_log().clear();
@@ -117,7 +120,7 @@ protected:
         return line.starts_with("log_") || line.starts_with("on_") || line.starts_with("forget_event");
     }
 
-    // What the store holds, oldest first: "id@1s" for alarms, "message@1s", "empty" for neither.
+    // The stored events, oldest first: "id@1s" for alarms, "message@1s", "empty" for neither.
     Lines stored() {
         ZoHmiSrv::Value list;
         target->list_events(list);

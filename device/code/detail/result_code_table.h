@@ -13,7 +13,7 @@ struct ResultCodeRow {
 };
 
 /// The codes of the router, of devices and of the device client, in ascending order.
-// The formatter would put the two halves of a name on lines of their own.
+// The formatter would split names over two lines.
 // clang-format off
 inline constexpr ResultCodeRow native_code_table[] = {
     {0x1, "ERR_INTERNAL"},
@@ -139,7 +139,7 @@ inline constexpr ResultCodeRow native_code_table[] = {
 };
 // clang-format on
 
-/// The codes of this library, in ascending order; success, which is not among them, is "HMI_FDX_SUCCESS".
+/// The codes of this library, in ascending order. Success, "HMI_FDX_SUCCESS", is not in the table.
 inline constexpr ResultCodeRow library_code_table[] = {
     {HMI_FDX_E_ZODIR, "HMI_FDX_E_ZODIR"},
     {HMI_FDX_E_ZOVERSION, "HMI_FDX_E_ZOVERSION"},

@@ -16,7 +16,7 @@ inline constexpr std::string_view add_symbol_user_groups_key = "ZoHmiSymbol.AddS
 inline constexpr std::string_view add_symbol_read_user_groups_key = "ZoHmiSymbol.AddSymbol.UserGroups.Read";
 inline constexpr std::string_view add_symbol_hidden_key = "ZoHmiSymbol.AddSymbol.Hidden";
 
-/// Every key that has flags. `Utf8` is not here: it comes from the value.
+/// The keys with flags. `Utf8` has none: it depends on the value.
 inline constexpr AttributeKey attribute_keys[] = {
     {"LowerBorder", AttributesFlags::LowerBorder},
     {"UpperBorder", AttributesFlags::UpperBorder},

@@ -12,11 +12,11 @@ namespace ZoHmiFdx {
 struct DataTypeRow {
     FdxDataType type;
     std::string_view item_name;
-    std::uint8_t size; ///< bytes, 0 when not fixed
+    std::uint8_t size; ///< bytes, 0 for no fixed size
     ZoHmiSrv::ValueType hmi_type;
 };
 
-/// UInt32 becomes a Double because the server's Int has 32 bits with a sign.
+/// UInt32 is a Double: the server's Int has 32 bits with a sign.
 inline constexpr DataTypeRow data_type_table[] = {
     {FdxDataType::Int16, "INT16", 2, ZoHmiSrv::ValueType::Int},
     {FdxDataType::Int32, "INT32", 4, ZoHmiSrv::ValueType::Int},
@@ -47,10 +47,10 @@ inline constexpr DataTypeRow data_type_table[] = {
     {FdxDataType::LDateAndTime, "LDATE_AND_TIME", 8, ZoHmiSrv::ValueType::DateTime},
 };
 
-/// What any other number counts as.
+/// The row of all other numbers.
 inline constexpr DataTypeRow no_data_type = {FdxDataType::Void, "", 0, ZoHmiSrv::ValueType::Null};
 
-/// The types lie in two dense ranges; this joins them. Other numbers may share a position with a type.
+/// Joins the two dense ranges of types. Other numbers may share a position with a type.
 constexpr std::size_t data_type_position(FdxDataType type) {
     constexpr std::uint32_t codes = std::uint32_t(FdxDataType::Composite) + 1;
     constexpr auto first_name = std::uint32_t(FdxDataType::Int24);

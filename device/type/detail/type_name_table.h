@@ -11,25 +11,25 @@ namespace ZoHmiFdx {
 
 enum class TypeNameMatch : std::uint8_t {
     Exact,
-    Prefix, ///< a "(" may follow the name, after the two names of strings also a "["
+    Prefix, ///< a "(" may follow the name, and a "[" the two names of strings
 };
 
-/// How a type name relates to the size that the device gives.
+/// The rule for the size that the device sends with a type name.
 enum class TypeNameSize : std::uint8_t {
-    Checked,     ///< it must be the type's own
-    Ignored,     ///< it may be anything
-    PicksSigned, ///< 2, 4 or 8 decides which type it is
-    PicksUnsigned,
+    Checked,       ///< must be the size of the type
+    Ignored,       ///< may be any number
+    PicksSigned,   ///< 2, 4 or 8 picks the type
+    PicksUnsigned, ///< 2, 4 or 8 picks the type
 };
 
 struct TypeNameRow {
     std::string_view name;
     TypeNameMatch match;
     TypeNameSize size;
-    FdxDataType type; ///< Void where the size decides
+    FdxDataType type; ///< Void if the size picks the type
 };
 
-/// Rows of names that begin with the same letter stand together.
+/// Sorted by the first letter; within a letter, names that programs use often come first.
 inline constexpr TypeNameRow type_name_table[] = {
     {"BIT", TypeNameMatch::Exact, TypeNameSize::Checked, FdxDataType::Bit},
     {"BOOL", TypeNameMatch::Exact, TypeNameSize::Ignored, FdxDataType::Bit},
@@ -95,6 +95,7 @@ inline constexpr TypeNameRow type_name_table[] = {
     {"XINT", TypeNameMatch::Prefix, TypeNameSize::PicksSigned, FdxDataType::Void},
     {"XWORD", TypeNameMatch::Prefix, TypeNameSize::PicksUnsigned, FdxDataType::Void},
 };
+static_assert(std::ranges::is_sorted(type_name_table, {}, [](const TypeNameRow& row) { return row.name.front(); }));
 
 /// The names of types that need no declaration, sorted.
 inline constexpr std::string_view general_item_names[] = {
@@ -107,6 +108,6 @@ inline constexpr std::string_view general_item_names[] = {
     "UINT16",  "UINT24",       "UINT32",     "UINT40", "UINT56",         "UINT64", "UINT8",  "ULINT",
     "USINT",   "WORD",
 };
-static_assert(std::ranges::is_sorted(general_item_names), "searched by the name");
+static_assert(std::ranges::is_sorted(general_item_names));
 
 } // namespace ZoHmiFdx

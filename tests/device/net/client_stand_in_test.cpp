@@ -2,14 +2,9 @@
 #include "device/net/net_id.h"
 #include "platform/link/routes.h"
 #include "tests/support/files.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <map>
-#include <string>
 
 using ZoHmiFdx::NrxAddr;
 
@@ -35,7 +30,7 @@ std::string local_of(std::int32_t port) {
     return ZoHmiFdx::to_string(address.net_id);
 }
 
-TEST_F(ClientStandIn, TellsTheLocalAddressOfTheRoutesFile) {
+TEST_F(ClientStandIn, LocalAddressOfRoutesFile) {
     const std::int32_t port = FdxPortOpenEx();
     EXPECT_EQ(local_of(port), "127.0.0.1.1.1") << "there is no file yet";
     const std::pair<const char*, const char*> cases[] = {

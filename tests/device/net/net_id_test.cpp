@@ -2,15 +2,9 @@
 #include "device/net/scoped_port.h"
 #include "tests/fakes/call_log.h"
 #include "tests/fakes/fake_device_client.h"
+#include "tests/test_headers.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <set>
-#include <string>
-#include <thread>
 #include <type_traits>
-#include <vector>
 
 using namespace std::string_literals;
 using namespace ZoHmiFdx;
@@ -66,7 +60,7 @@ TEST_F(NetId, ToText) {
     EXPECT_EQ(to_string(FdxVersion{3, 1, 4024}), "3.1.4024");
 }
 
-TEST_F(NetId, MadeAbsolute) {
+TEST_F(NetId, MakeAbsolute) {
     fakes::device_client().set_local({{10, 1, 2, 3, 7, 7}});
     const NrxNetId relative{{0, 0, 0, 0, 2, 3}};
     const NrxNetId absolute{{0, 0, 0, 1, 2, 3}};
@@ -100,12 +94,8 @@ TEST_F(NetId, LocalBase) {
     EXPECT_EQ(fetch_local_remote_netid_base(), "");
 }
 
-TEST_F(NetId, ConfiguredOnesInASet) {
-    const struct {
-        const char* id;
-        const char* local;
-        const char* expected;
-    } cases[] = {
+TEST_F(NetId, DistinctInSet) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"127.0.0.1", "5.6.7.8.1.1", "5.6.7.8.1.1.1.1"},
         {"127.0.0.10.1.1", "5.6.7.8", "5.6.7.80.1.1"}, // the test for the prefix sees no boundary
         {"0.0.0.0.2.1", "5.6.7.8", "5.6.7.8.2.1"},
@@ -115,10 +105,10 @@ TEST_F(NetId, ConfiguredOnesInASet) {
         {"1.127.0.0.1.1", "5.6.7.8", "1.127.0.0.1.1"},
         {"", "5.6.7.8", ""},
     };
-    for (const auto& row : cases) {
+    for (const auto& [id, local, expected] : cases) {
         std::set<std::string> ids;
-        insert_distinct_net_id(ids, row.id, row.local);
-        EXPECT_EQ(ids, std::set<std::string>{row.expected}) << row.id;
+        insert_distinct_net_id(ids, id, local);
+        EXPECT_EQ(ids, std::set<std::string>{expected}) << id;
     }
     std::set<std::string> ids;
     for (const char* same : {"127.0.0.1", "0.0.0.0.1.1", "5.6.7.8", "5.6.7.8.1.1"})
@@ -126,13 +116,8 @@ TEST_F(NetId, ConfiguredOnesInASet) {
     EXPECT_EQ(ids, std::set<std::string>{"5.6.7.8.1.1"});
 }
 
-TEST_F(NetId, PlaceholdersResolved) {
-    const struct {
-        bool keep_loopback;
-        const char* id;
-        const char* local;
-        const char* expected;
-    } cases[] = {
+TEST_F(NetId, ResolvesPlaceholders) {
+    const std::tuple<bool, const char*, const char*, const char*> cases[] = {
         {false, "127.0.0.1.1.1", "5.6.7.8", "5.6.7.8.1.1"},
         {false, "127.0.0.1.1.1", "", "127.0.0.1.1.1"},
         {false, "0.0.0.0.1.1", "5.6.7.8", "127.0.0.1.1.1"}, // and no further to the local one
@@ -141,8 +126,8 @@ TEST_F(NetId, PlaceholdersResolved) {
         {true, "0.0.0.0.1.1", "", "127.0.0.1.1.1"},
         {true, "127.0.0.1", "5.6.7.8", "127.0.0.1"}, // four numbers stay four
     };
-    for (const auto& row : cases)
-        EXPECT_EQ(actualize_net_id(row.id, row.local, row.keep_loopback), row.expected) << row.id << row.keep_loopback;
+    for (const auto& [keep_loopback, id, local, expected] : cases)
+        EXPECT_EQ(actualize_net_id(id, local, keep_loopback), expected) << id << keep_loopback;
 }
 
 TEST_F(Ports, ScopedAndPooled) {
@@ -169,7 +154,7 @@ TEST_F(Ports, ScopedAndPooled) {
                      "FdxPortCloseEx(2)", "FdxPortOpenEx() = 0", "FdxPortOpenEx() = 0", "FdxPortCloseEx(0)"}));
 }
 
-TEST_F(Ports, NoTwoThreadsOpenOrCloseAtOnce) {
+TEST_F(Ports, OneThreadOpensOrClosesAtOnce) {
     std::atomic<int> inside = 0;
     std::atomic<int> overlaps = 0;
     std::atomic<int> unlocked = 0;
@@ -187,13 +172,11 @@ TEST_F(Ports, NoTwoThreadsOpenOrCloseAtOnce) {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([i] {
             PortPoolImplementation pool;
-            for (int round = 0; round < 50; ++round) {
-                if (i % 2 == 0) {
+            for (int round = 0; round < 50; ++round)
+                if (i % 2 == 0)
                     const SimpleScopedPort port;
-                } else {
+                else
                     pool.port_close(pool.port_open());
-                }
-            }
         });
     }
     for (auto& thread : threads)

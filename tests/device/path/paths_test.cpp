@@ -4,21 +4,10 @@
 #include "device/path/symbol_path.h"
 #include "extension/host/command.h"
 #include "tests/device/path/path_text.h"
+#include "tests/test_headers.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <limits>
-#include <memory>
-#include <set>
 #include <stdexcept>
-#include <string>
-#include <string_view>
 #include <type_traits>
-#include <unordered_map>
-#include <utility>
-#include <vector>
 
 using namespace ZoHmiFdx;
 using path_text::path;
@@ -29,7 +18,7 @@ namespace {
 
 constexpr std::size_t npos = std::string::npos;
 
-TEST(PathGrammar, Questions) {
+TEST(PathGrammar, Properties) {
     const struct {
         std::string_view text;
         std::size_t depth = 0, full_depth = 0, operators = 0;
@@ -76,13 +65,7 @@ TEST(PathGrammar, Questions) {
 }
 
 TEST(PathGrammar, Pops) {
-    const struct {
-        std::string_view text;
-        Popped part;
-        std::string_view left;
-        Popped level;
-        std::string_view level_left;
-    } rows[] = {
+    const std::tuple<std::string_view, Popped, std::string_view, Popped, std::string_view> rows[] = {
         // The first part stays.
         {"MAIN", {"", '\0'}, "MAIN", {"", '\0'}, "MAIN"},
         {".g.x", {"x", '.'}, ".g", {"x", '.'}, ".g"},
@@ -105,31 +88,26 @@ TEST(PathGrammar, Pops) {
         {"a.", {"", '.'}, "a", {"", '.'}, "a"},
         {"a[", {"", '\0'}, "a[", {"", '['}, "a"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        auto p = path<UniqueFdxPath>(row.text);
-        EXPECT_EQ(p.pop_back(), row.part);
-        EXPECT_EQ(p.str(), row.left);
-        p = path<UniqueFdxPath>(row.text);
-        EXPECT_EQ(p.pop_back_restrained(), row.level);
-        EXPECT_EQ(p.str(), row.level_left);
+    for (const auto& [text, part, left, level, level_left] : rows) {
+        SCOPED_TRACE(text);
+        auto p = path<UniqueFdxPath>(text);
+        EXPECT_EQ(p.pop_back(), part);
+        EXPECT_EQ(p.str(), left);
+        p = path<UniqueFdxPath>(text);
+        EXPECT_EQ(p.pop_back_restrained(), level);
+        EXPECT_EQ(p.str(), level_left);
     }
 }
 
 TEST(PathGrammar, Pushes) {
-    const struct {
-        std::string_view text;
-        char separator;
-        const char* part;
-        std::string_view result;
-    } rows[] = {
+    const std::tuple<std::string_view, char, const char*, std::string_view> rows[] = {
         {"", '.', "MAIN", "MAIN"}, {"MAIN", '.', "a", "MAIN.a"}, {"a", '#', "m", "a#m"}, {"a", '[', "1,2]", "a[1,2]"},
         {"a", ',', "b", "a.b"},    {"a", '.', "", "a."},         {"", '.', "", ""},
     };
-    for (const auto& row : rows) {
-        auto p = path<LookupFdxPath>(row.text);
-        p.push_back(row.separator, row.part);
-        EXPECT_EQ(p.str(), row.result);
+    for (const auto& [text, separator, part, result] : rows) {
+        auto p = path<LookupFdxPath>(text);
+        p.push_back(separator, part);
+        EXPECT_EQ(p.str(), result);
     }
     auto p = path<NativeFdxPath>("a");
     p.push_back_indices("[7]");
@@ -142,7 +120,7 @@ TEST(PathGrammar, Pushes) {
     EXPECT_EQ(p.str(), "a[7]#m.r^^^");
 }
 
-TEST(PathGrammar, MethodsAndIndicesNeedAParent) {
+TEST(PathGrammar, MethodAndIndicesRequireParent) {
     const std::pair<char, const char*> rows[] = {{'#', "method has no parent"}, {'[', "indices have no parent"}};
     for (const auto& [separator, message] : rows) {
         UniqueFdxPath p;
@@ -157,11 +135,7 @@ TEST(PathGrammar, MethodsAndIndicesNeedAParent) {
 }
 
 TEST(PathGrammar, Cuts) {
-    const struct {
-        std::string_view text;
-        std::string_view marks; ///< of the last part
-        std::string_view operators;
-    } rows[] = {
+    const std::tuple<std::string_view, std::string_view, std::string_view> rows[] = {
         {"a.b", "", ""},
         {"a.b[1][2]^", "[1][2]^", "^"},
         {"a[1].b", "", ""},
@@ -172,19 +146,19 @@ TEST(PathGrammar, Cuts) {
         {"a.^`", "^`", "^`"},
         {"a.b]", "", ""},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        auto p = path<SanitizedUniqueFdxPath>(row.text);
-        EXPECT_EQ(p.remove_indices_and_dereference_operators(), row.marks);
-        EXPECT_EQ(p.str(), row.text.substr(0, row.text.size() - row.marks.size()));
-        p.append_indices_and_dereference_operators(std::string(row.marks));
-        EXPECT_EQ(p.str(), row.text);
-        EXPECT_EQ(p.trim_dereference_operators(), row.operators);
-        EXPECT_EQ(p.str(), row.text.substr(0, row.text.size() - row.operators.size()));
+    for (const auto& [text, last_marks, operators] : rows) {
+        SCOPED_TRACE(text);
+        auto p = path<SanitizedUniqueFdxPath>(text);
+        EXPECT_EQ(p.remove_indices_and_dereference_operators(), last_marks);
+        EXPECT_EQ(p.str(), text.substr(0, text.size() - last_marks.size()));
+        p.append_indices_and_dereference_operators(std::string(last_marks));
+        EXPECT_EQ(p.str(), text);
+        EXPECT_EQ(p.trim_dereference_operators(), operators);
+        EXPECT_EQ(p.str(), text.substr(0, text.size() - operators.size()));
     }
 }
 
-TEST(PathGrammar, TakesItselfAsAnArgument) {
+TEST(PathGrammar, TakesItselfAsArgument) {
     const std::string long_text = "MAIN.a_name_that_is_not_kept_inline";
     auto p = path<LookupFdxPath>(long_text);
     p.shrink_from(p, npos);
@@ -205,7 +179,7 @@ TEST(PathGrammar, TakesItselfAsAnArgument) {
     EXPECT_TRUE(p.empty());
 }
 
-TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
+TEST(PathParts, IndicesStopAtFirstNonNumber) {
     const std::pair<const char*, std::vector<std::int64_t>> rows[] = {
         {"", {}},
         {"1,2][3]^", {1, 2, 3}},
@@ -219,9 +193,8 @@ TEST(PathParts, IndicesEndWhereTheyAreNoNumbers) {
          {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()}},
         {"1,9223372036854775808,3]", {1}},
     };
-    for (const auto& [part, indices] : rows) {
+    for (const auto& [part, indices] : rows)
         EXPECT_EQ(parse_indices_from_path_part(part, '['), indices) << part;
-    }
 }
 
 TEST(PathParts, DereferenceOperators) {
@@ -232,11 +205,7 @@ TEST(PathParts, DereferenceOperators) {
 }
 
 TEST(ConstSymbolPath, Parts) {
-    const struct {
-        const char* text;
-        std::vector<std::string> parts;
-        const char* mapping;
-    } rows[] = {
+    const std::tuple<const char*, std::vector<std::string>, const char*> rows[] = {
         {"", {}, ""},
         {"a::b", {"a", "b"}, "a.b"},
         {"a::", {"a", ""}, "a."},
@@ -244,15 +213,15 @@ TEST(ConstSymbolPath, Parts) {
         {"a:::b", {"a", ":b"}, "a.:b"},
         {"a.b::c", {"a.b", "c"}, "a.b.c"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        ConstSymbolPath p{std::string(row.text)};
-        EXPECT_EQ(p.to_mapping_name(), row.mapping);
-        EXPECT_EQ(p.num_parts(), row.parts.size());
-        EXPECT_EQ(p.parts(), row.parts);
+    for (const auto& [text, parts, mapping] : rows) {
+        SCOPED_TRACE(text);
+        ConstSymbolPath p{std::string(text)};
+        EXPECT_EQ(p.to_mapping_name(), mapping);
+        EXPECT_EQ(p.num_parts(), parts.size());
+        EXPECT_EQ(p.parts(), parts);
         EXPECT_EQ(&p.parts(), &p.parts());
-        EXPECT_THROW(p.at(row.parts.size()), std::out_of_range);
-        EXPECT_STREQ(p.c_str(), row.text);
+        EXPECT_THROW(p.at(parts.size()), std::out_of_range);
+        EXPECT_STREQ(p.c_str(), text);
         p.sanity_check();
     }
 }
@@ -310,27 +279,24 @@ TEST(PathSpellings, Conversions) {
     }
 }
 
-TEST(PathSpellings, ReplacesAPrefixOfText) {
-    const struct {
-        std::string_view text, from, to, result;
-    } rows[] = {
+TEST(PathSpellings, ReplacesPrefix) {
+    const std::tuple<std::string_view, std::string_view, std::string_view, std::string_view> rows[] = {
         {"MAIN.ab", "MAIN.a", "X", "Xb"},  {"MAIN.a", "MAIN.a", "X", "X"}, {"MAIN.a", "MAIN.ab", "X", "MAIN.a"},
         {"MAIN.a", "main", "X", "MAIN.a"}, {"a", "", "X.", "X.a"},         {"a.b", "a", "", ".b"},
         {"a.a.a", "a", "a.a", "a.a.a.a"},
     };
-    for (const auto& row : rows) {
-        const auto text = path<LookupFdxPath>(row.text);
-        const auto from = path<LookupFdxPath>(row.from);
-        const auto to = path<LookupFdxPath>(row.to);
-        EXPECT_EQ(text.replace_start_copy(from, to).str(), row.result);
-        EXPECT_EQ(text.str(), row.text);
-        auto changed = text;
-        changed.replace_start(from, to);
-        EXPECT_EQ(changed.str(), row.result);
+    for (const auto& [text, from, to, result] : rows) {
+        const auto old_start = path<LookupFdxPath>(from);
+        const auto new_start = path<LookupFdxPath>(to);
+        auto changed = path<LookupFdxPath>(text);
+        EXPECT_EQ(changed.replace_start_copy(old_start, new_start).str(), result);
+        EXPECT_EQ(changed.str(), text);
+        changed.replace_start(old_start, new_start);
+        EXPECT_EQ(changed.str(), result);
     }
 }
 
-TEST(PathSpellings, UnqualifiedIsTakenForUniqueWithoutIndices) {
+TEST(PathSpellings, UnqualifiedBecomesUnique) {
     EXPECT_FALSE(unsafe_to_unique(UnqualifiedFdxPath("a[1]")));
     EXPECT_FALSE(unsafe_to_unique(UnqualifiedFdxPath("a[")));
     EXPECT_EQ(unsafe_to_unique(UnqualifiedFdxPath("a.b^]"))->str(), "a.b^]");
@@ -341,7 +307,7 @@ TEST(PathSpellings, UnqualifiedIsTakenForUniqueWithoutIndices) {
     EXPECT_EQ(UnqualifiedFdxPath(command).str(), "MAIN.x[1]");
 }
 
-TEST(PathSpellings, AreKeysThatATextFinds) {
+TEST(PathSpellings, TextFindsKeys) {
     std::unordered_map<UniqueFdxPath, int, FdxPathHash, FdxPathEqual> table;
     std::set<UniqueFdxPath, FdxPathLess> set;
     const std::string_view texts[] = {"b", "a", "\xC3\xA4", "a.b", "MAIN.a_name_that_is_not_kept_inline"};
@@ -362,7 +328,7 @@ TEST(PathSpellings, AreKeysThatATextFinds) {
     EXPECT_TRUE(std::is_sorted(in_order.begin(), in_order.end()));
 }
 
-TEST(PathOfAnEntry, IsTheNameThatFitsIntoIt) {
+TEST(PathOfEntry, NameInsideEntry) {
     constexpr int windows1252 = 1252;
     constexpr int utf8 = 65001;
     const struct {

@@ -1,5 +1,8 @@
 #include "tests/device/runtime/plant.h"
 
+#include <algorithm>
+#include <stdexcept>
+
 using namespace ZoHmiFdx;
 using fakes::Bytes;
 using fakes::DeviceAnswer;
@@ -144,8 +147,9 @@ Program bottling() {
 std::shared_ptr<RuntimeConfig> analyzed(State& state, const Program& program) {
     const auto config = std::make_shared<RuntimeConfig>("plc");
     config->set_upload_info(*UploadInfo::read(program.info()));
-    EXPECT_EQ(state.add_datatypes(config, program.datatype_block()).text(), "");
-    EXPECT_EQ(state.add_symbols(config, program.symbol_block()).text(), "");
+    for (const auto& result :
+         {state.add_datatypes(config, program.datatype_block()), state.add_symbols(config, program.symbol_block())})
+        if (result.code() != 0) throw std::runtime_error(result.text());
     config->backup_unmodified_upload_info();
     state.preprocess_upload_info(config);
     state.postprocess_upload_info(config);

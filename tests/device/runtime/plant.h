@@ -5,8 +5,8 @@
 #include "simulator/upload_blocks.h"
 #include "tests/device/request/device_memory.h"
 
-#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -44,7 +44,7 @@ zo_sim::UploadEntry alias(const std::string& name, const std::string& type, std:
 zo_sim::UploadSymbol symbol(const std::string& name, const std::string& type, std::uint32_t size = 0,
                             zo_sim::UploadAttributes attributes = {});
 
-// A config that went through an upload's analysis.
+// A config that went through an upload's analysis. Throws for a program that is refused.
 std::shared_ptr<ZoHmiFdx::RuntimeConfig> analyzed(ZoHmiFdx::State& state, const Program& program);
 
 // Serves a program to the fake client. A handle is a number counted from 100. [any thread]

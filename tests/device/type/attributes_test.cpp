@@ -2,16 +2,9 @@
 
 #include "device/runtime/state.h"
 #include "tests/server_api/values.h"
-
-#include <gtest/gtest.h>
+#include "tests/test_headers.h"
 
 #include <cstddef>
-#include <cstdint>
-#include <map>
-#include <optional>
-#include <random>
-#include <string>
-#include <vector>
 
 using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;
@@ -21,9 +14,8 @@ namespace {
 
 Attributes list(const Entries& entries) {
     Attributes attributes;
-    for (const auto& [key, value] : entries) {
+    for (const auto& [key, value] : entries)
         attributes.add(key, value);
-    }
     return attributes;
 }
 
@@ -35,7 +27,7 @@ std::optional<std::string> text(const std::optional<std::reference_wrapper<const
     return value ? std::optional<std::string>(value->get()) : std::nullopt;
 }
 
-TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
+TEST(AttributesAdd, FlagsOfKey) {
     const std::pair<std::string, unsigned> cases[] = {
         {"ZoHmiSymbol.Show", 1},
         {"ZoHmiSymbol.ShowRecursively", 2},
@@ -69,7 +61,7 @@ TEST(AttributesAdd, GivesAndKeepsTheFlagsOfTheKey) {
     EXPECT_FALSE(list({{"ZoHmiSymbol.AddSymbol", ""}}).has("ZoHmiSymbol.AddSymbol.Hidden")); // of the same flag
 }
 
-TEST(AttributesAdd, MarksUtf8ByTheExactValue) {
+TEST(AttributesAdd, ExactValueGivesUtf8) {
     const std::pair<std::string, unsigned> cases[] = {
         {"UTF-8", 0xC00}, {"utf-8", 0x400}, {"UTF-8 ", 0x400}, {"", 0x400}};
     for (const auto& [value, flags] : cases) {
@@ -82,7 +74,7 @@ TEST(AttributesAdd, MarksUtf8ByTheExactValue) {
     }
 }
 
-TEST(AttributesAdd, PointsAtTheLatestOfRepeatedKeys) {
+TEST(AttributesAdd, RepeatedKeyMovesIndex) {
     const Attributes attributes = list({{"LowerBorder", "1"},
                                         {"ZoEncoding", "UTF-8"},
                                         {"UpperBorder", "2"},
@@ -95,22 +87,7 @@ TEST(AttributesAdd, PointsAtTheLatestOfRepeatedKeys) {
     EXPECT_TRUE(attributes.has(AttributesFlags::Utf8)); // once set, it stays
 }
 
-TEST(AttributesMerge, KeepsDuplicatesAndShiftsTheOthersIndices) {
-    Attributes attributes = list({{"a", "1"}, {"UpperBorder", "2"}, {"ZoEncoding", "ASCII"}});
-    attributes.merge_keep_duplicates(list({{"LowerBorder", "3"}, {"a", "4"}, {"ZoEncoding", "UTF-8"}}));
-    EXPECT_EQ(attributes.entries(), (Entries{{"a", "1"},
-                                             {"UpperBorder", "2"},
-                                             {"ZoEncoding", "ASCII"},
-                                             {"LowerBorder", "3"},
-                                             {"a", "4"},
-                                             {"ZoEncoding", "UTF-8"}}));
-    EXPECT_EQ(attributes.lower_border_index(), 3);
-    EXPECT_EQ(attributes.upper_border_index(), 1); // the other list has none
-    EXPECT_EQ(attributes.encoding_index(), 5);
-    EXPECT_EQ(bits(attributes.flags()), 0xC00u + 64 + 128);
-}
-
-TEST(AttributesMerge, FreeFunctionsMergeTheFirstIntoTheSecond) {
+TEST(AttributesMerge, FreeFunctionsKeepSecondFirst) {
     const Attributes first = list({{"UpperBorder", "1"}, {"x", "1"}});
     const Attributes second = list({{"UpperBorder", "2"}, {"y", "2"}});
     EXPECT_EQ(merge_attributes(first, second).entries(), (Entries{{"UpperBorder", "2"}, {"y", "2"}, {"x", "1"}}));
@@ -120,7 +97,7 @@ TEST(AttributesMerge, FreeFunctionsMergeTheFirstIntoTheSecond) {
     EXPECT_EQ(text(both.value_of_upper_border()), "1");
 }
 
-TEST(AttributesMerge, TakesTheListItself) {
+TEST(AttributesMerge, TakesItself) {
     const Entries entries = {{"a", "1"}, {"LowerBorder", "2"}, {"a", "3"}};
     Attributes attributes = list(entries);
     attributes.merge(attributes);
@@ -131,32 +108,32 @@ TEST(AttributesMerge, TakesTheListItself) {
     EXPECT_EQ(attributes.lower_border_index(), 4);
 }
 
-/// A list as it is told: each entry of the other against each that is there.
+/// The model of a list: compares each entry of the other list with each entry here.
 struct PlainList {
     Entries entries;
     AttributesFlags flags{};
-    std::size_t lower = 0xFFFF, upper = 0xFFFF;
+    std::size_t lower = 0xFFFF, upper = 0xFFFF, encoding = 0xFFFF;
 
     explicit PlainList(const Attributes& from)
         : entries(from.entries()), flags(from.flags()), lower(from.lower_border_index()),
-          upper(from.upper_border_index()) {}
+          upper(from.upper_border_index()), encoding(from.encoding_index()) {}
 
-    void merge(const PlainList& other) {
+    void merge(const PlainList& other, bool keep_duplicates) {
         for (std::size_t i = 0; i < other.entries.size(); ++i) {
             bool known = false;
-            for (const auto& [key, value] : entries) {
+            for (const auto& [key, value] : entries)
                 known = known || key == other.entries[i].first;
-            }
-            if (known) continue;
+            if (known && !keep_duplicates) continue;
+            if (i == other.lower) lower = entries.size();
+            if (i == other.upper) upper = entries.size();
+            if (i == other.encoding && keep_duplicates) encoding = entries.size();
             entries.push_back(other.entries[i]);
-            if (i == other.lower) lower = entries.size() - 1;
-            if (i == other.upper) upper = entries.size() - 1;
         }
         flags = flags | other.flags;
     }
 };
 
-TEST(AttributesMerge, AgreesWithThePlainWalkAtEverySize) {
+TEST(AttributesMerge, AgreesWithPlainWalk) {
     std::mt19937 random(4711);
     const auto below = [&random](std::size_t limit) { return random() % limit; };
     const auto random_list = [&](std::size_t longest) {
@@ -177,23 +154,22 @@ TEST(AttributesMerge, AgreesWithThePlainWalkAtEverySize) {
         const std::size_t longest = 1 + below(40);
         Attributes merged = random_list(longest);
         const Attributes other = random_list(longest);
+        const bool keep_duplicates = below(2) == 0;
         PlainList plain(merged);
-        plain.merge(PlainList(other));
-        const std::uint16_t encoding = merged.encoding_index();
-        merged.merge(other);
+        plain.merge(PlainList(other), keep_duplicates);
+        keep_duplicates ? merged.merge_keep_duplicates(other) : merged.merge(other);
         ASSERT_EQ(merged.entries(), plain.entries) << round;
         ASSERT_EQ(merged.flags(), plain.flags) << round;
         ASSERT_EQ(merged.lower_border_index(), plain.lower) << round;
         ASSERT_EQ(merged.upper_border_index(), plain.upper) << round;
-        ASSERT_EQ(merged.encoding_index(), encoding) << round;
+        ASSERT_EQ(merged.encoding_index(), plain.encoding) << round;
     }
 }
 
-TEST(AttributesMerge, EntriesTooFarBehindAreNotPointedAt) {
+TEST(AttributesMerge, PositionBeyondIndexIsIgnored) {
     Attributes attributes;
-    for (int i = 0; i < 65534; ++i) {
+    for (int i = 0; i < 65534; ++i)
         attributes.add("", "");
-    }
     Attributes merged = attributes;
     attributes.add("LowerBorder", "last that fits"); // position 65534
     EXPECT_EQ(text(attributes.value_of_lower_border()), "last that fits");
@@ -216,12 +192,7 @@ TEST(AttributesMerge, EntriesTooFarBehindAreNotPointedAt) {
 }
 
 TEST(Attributes, AddSymbolKeys) {
-    const struct {
-        const char* what;
-        Entries entries;
-        bool add, hidden;
-        std::map<std::string, int> groups;
-    } cases[] = {
+    const std::tuple<const char*, Entries, bool, bool, std::map<std::string, int>> cases[] = {
         {"nothing", {{"ZoHmiSymbol.Show", ""}}, false, false, {}},
         {"the value does not matter", {{"ZoHmiSymbol.AddSymbol", "false"}}, true, false, {}},
         {"hidden alone does not add", {{"ZoHmiSymbol.AddSymbol.Hidden", ""}}, false, true, {}},
@@ -238,25 +209,24 @@ TEST(Attributes, AddSymbolKeys) {
          false,
          {{"a", 3}, {"b", 2}, {"c", 1}}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const AddSymbolAttributeInfo info = list(c.entries).analyze_add_symbol_attribute();
-        EXPECT_EQ(info.add, c.add);
-        EXPECT_EQ(info.hidden, c.hidden);
-        EXPECT_EQ(info.user_groups, c.groups);
+    for (const auto& [what, entries, add, hidden, groups] : cases) {
+        SCOPED_TRACE(what);
+        const AddSymbolAttributeInfo info = list(entries).analyze_add_symbol_attribute();
+        EXPECT_EQ(info.add, add);
+        EXPECT_EQ(info.hidden, hidden);
+        EXPECT_EQ(info.user_groups, groups);
     }
 }
 
-TEST(Attributes, ActualTypeIsBinaryForABlobOnEitherSide) {
-    const Attributes blob = list({{"ZoHmiSymbol.BLOB", ""}});
-    const Attributes other = list({{"ZoHmiSymbol.Show", "ZoHmiSymbol.BLOB"}});
+TEST(Attributes, BlobOnEitherSideGivesBinary) {
+    const Attributes blob = list({{"ZoHmiSymbol.BLOB", ""}}), other = list({{"ZoHmiSymbol.Show", "ZoHmiSymbol.BLOB"}});
     EXPECT_EQ(get_actual_hmi_datatype(ValueType::Int, other, blob), ValueType::Binary);
     EXPECT_EQ(get_actual_hmi_datatype(ValueType::Vector, blob, other), ValueType::Binary);
     EXPECT_EQ(get_actual_hmi_datatype(ValueType::Int, other, other), ValueType::Int);
 }
 
 // Indices are 16 bits wide, and the last number means "not set": an entry at that position is no border.
-TEST(Attributes, AnEntryAtThePositionOfTheMarkIsNoBorder) {
+TEST(AttributesMerge, PositionOfMarkIsNoBorder) {
     for (const bool has_lower : {false, true}) {
         Attributes other;
         other.add(has_lower ? "LowerBorder" : "same", "1");
@@ -271,7 +241,7 @@ TEST(Attributes, AnEntryAtThePositionOfTheMarkIsNoBorder) {
     }
 }
 
-TEST(Attributes, PublicOnesAsValue) {
+TEST(Attributes, PublicAttributesAsValue) {
     const State state;
     Attributes attributes = list({{"ZoHmiSymbol.Hide", ""}});
     EXPECT_EQ(values::show(attributes.public_attributes_as_value(state)), "{}");

@@ -5,27 +5,17 @@
 #include "device/type/method_item.h"
 #include "device/type/property_item.h"
 #include "device/type/type_name.h"
+#include "tests/test_headers.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <gtest/gtest.h>
-#include <optional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;
 
 namespace {
 
-TEST(BuildType, TakesWhatTheNameTells) {
-    const struct {
-        std::string name, type_name;
-        std::int32_t size;
-        ValueType hmi_type;
-        std::uint32_t fdx_type;
-    } cases[] = {
+TEST(BuildType, TypesOfNames) {
+    const std::tuple<std::string, std::string, std::int32_t, ValueType, std::uint32_t> cases[] = {
         {"INT ReadOnly", "INT", 2, ValueType::Int, 0x02},
         {"STRING(80)", "STRING(80)", 81, ValueType::String, 0x1E},
         {"WSTRING[80]", "WSTRING[80]", 162, ValueType::String, 0x1F},
@@ -45,20 +35,20 @@ TEST(BuildType, TakesWhatTheNameTells) {
         {"ARRAY [0..4294967295, 0..4294967295] OF LINT", "LINT", 0, ValueType::Vector, 0x14}, // 2^67 bytes
         {"ARRAY [0..9223372036854775807] OF LINT", "LINT", 0, ValueType::Vector, 0x14},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const Datatype type = build_type(c.name);
-        EXPECT_EQ(type.item_name(), c.name);
-        EXPECT_EQ(type.type_name(), c.type_name);
-        EXPECT_EQ(type.size(), c.size);
-        EXPECT_EQ(type.hmi_type(), c.hmi_type);
-        EXPECT_EQ(std::uint32_t(type.fdx_type()), c.fdx_type);
-        EXPECT_EQ(type.parsed(), c.fdx_type != 0);
+    for (const auto& [name, type_name, size, hmi_type, fdx_type] : cases) {
+        SCOPED_TRACE(name);
+        const Datatype type = build_type(name);
+        EXPECT_EQ(type.item_name(), name);
+        EXPECT_EQ(type.type_name(), type_name);
+        EXPECT_EQ(type.size(), size);
+        EXPECT_EQ(type.hmi_type(), hmi_type);
+        EXPECT_EQ(std::uint32_t(type.fdx_type()), fdx_type);
+        EXPECT_EQ(type.parsed(), fdx_type != 0);
         EXPECT_TRUE(type.sanity_check());
     }
 }
 
-TEST(BuildType, MarksIndirectionsPackedBitsAndSubranges) {
+TEST(BuildType, SetsFlagsAndBorders) {
     EXPECT_TRUE(build_type("BIT").bits_may_be_packed());
     EXPECT_FALSE(build_type("ARRAY [0..7] OF BIT").bits_may_be_packed());
     EXPECT_TRUE(build_type("REFERENCE TO INT").is_reference());
@@ -95,12 +85,11 @@ TEST(BuildType, ReadsDimensions) {
     }
 }
 
-TEST(BuildType, EndsInArraysOfArraysWithoutEnd) {
+TEST(BuildType, LimitsDepthOfArrays) {
     const auto nested = [](int depth) {
         std::string name;
-        for (int i = 0; i < depth; ++i) {
+        for (int i = 0; i < depth; ++i)
             name += "ARRAY [0..0] OF ";
-        }
         return build_type(name + "INT");
     };
     EXPECT_EQ(nested(16).size(), 2);
@@ -109,36 +98,27 @@ TEST(BuildType, EndsInArraysOfArraysWithoutEnd) {
 }
 
 TEST(PropertyItem, Signature) {
-    const struct {
-        std::string type_name;
-        bool getter, setter;
-        std::string signature;
-    } cases[] = {
+    const std::tuple<std::string, bool, bool, std::string> cases[] = {
         {"INT", true, false, "PROPERTY-GET-INT"},
         {"INT", false, true, "PROPERTY-SET-INT"},
         {"ARRAY [1..3] OF STRING(80)", true, true, "PROPERTY-GET-SET-ARRAY_1..3_OF-STRING-80"},
         {"INT", false, false, "PROPERTY-VOID"},
         {"", true, true, "PROPERTY-VOID"},
     };
-    for (const auto& c : cases) {
-        PropertyItem item("p", c.type_name, 4, 2, "", {});
-        EXPECT_EQ(item.offset(), 4);                       // which stands before the size
-        item.set_prefixed_getter_method_exists(!c.getter); // each flag is set and taken back alone
-        item.set_prefixed_setter_method_exists(!c.setter);
-        item.set_prefixed_getter_method_exists(c.getter);
-        item.set_prefixed_setter_method_exists(c.setter);
-        EXPECT_EQ(item.signature(), c.signature);
+    for (const auto& [type_name, getter, setter, signature] : cases) {
+        PropertyItem item("p", type_name, 4, 2, "", {});
+        EXPECT_EQ(item.offset(), 4);                     // which stands before the size
+        item.set_prefixed_getter_method_exists(!getter); // each flag is set and taken back alone
+        item.set_prefixed_setter_method_exists(!setter);
+        item.set_prefixed_getter_method_exists(getter);
+        item.set_prefixed_setter_method_exists(setter);
+        EXPECT_EQ(item.signature(), signature);
     }
 }
 
 TEST(MethodItem, Signature) {
     using Parameters = std::vector<MethodParameterItem>;
-    const struct {
-        const char* what;
-        std::string return_type_name;
-        Parameters parameters;
-        std::string signature;
-    } cases[] = {
+    const std::tuple<const char*, std::string, Parameters, std::string> cases[] = {
         {"nothing", "", {}, "METHOD-VOID"},
         {"parameters without result", "", {{"a", "INT", "", 1}}, "METHOD-PARAMETERS-a-INT"},
         {"without the flag of an output it is an input", "", {{"a", "INT", "", 0xFFFFFFFD}}, "METHOD-PARAMETERS-a-INT"},
@@ -158,18 +138,18 @@ TEST(MethodItem, Signature) {
          "METHOD-PARAMETERS-a-INT--a-INT"},
         {"without names", "", {{"", "", "", 0}}, "METHOD-PARAMETERS--"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        MethodItem forwards("m", c.return_type_name, "", MethodFlags::None), backwards = forwards;
-        std::for_each(c.parameters.begin(), c.parameters.end(), [&](auto& p) { forwards.add_parameter(p); });
-        std::for_each(c.parameters.rbegin(), c.parameters.rend(), [&](auto& p) { backwards.add_parameter(p); });
-        EXPECT_EQ(forwards.signature(), c.signature);
-        EXPECT_EQ(backwards.signature(), c.signature);
-        EXPECT_EQ(forwards.has_out_or_inout_parameters(), c.signature.find("OUT-") != std::string::npos);
+    for (const auto& [what, return_type_name, parameters, signature] : cases) {
+        SCOPED_TRACE(what);
+        MethodItem forwards("m", return_type_name, "", MethodFlags::None), backwards = forwards;
+        std::for_each(parameters.begin(), parameters.end(), [&](auto& p) { forwards.add_parameter(p); });
+        std::for_each(parameters.rbegin(), parameters.rend(), [&](auto& p) { backwards.add_parameter(p); });
+        EXPECT_EQ(forwards.signature(), signature);
+        EXPECT_EQ(backwards.signature(), signature);
+        EXPECT_EQ(forwards.has_out_or_inout_parameters(), signature.find("OUT-") != std::string::npos);
     }
 }
 
-TEST(MethodItem, SwapsAndKeepsTheFlagsOfItsName) {
+TEST(MethodItem, SwapsAllFields) {
     MethodItem getter("__getspeed", "INT", "of the pump", MethodFlags(flags_from_method_name("__getspeed")));
     getter.add_parameter({"a", "INT", "", MethodParameterItem::out});
 
@@ -183,7 +163,7 @@ TEST(MethodItem, SwapsAndKeepsTheFlagsOfItsName) {
     EXPECT_EQ(getter.signature(), "METHOD-VOID");
 }
 
-TEST(CodePage, OnlyUtf8IsLeftAlone) {
+TEST(CodePage, AllButUtf8AreConverted) {
     const std::string device = "\xE4\x80", utf8 = "\xC3\xA4\xE2\x82\xAC"; // "ä€"
     for (const int code_page : {1252, 0, -1, 1251, 65000}) {
         SCOPED_TRACE(code_page);

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace server {
+
+/// Returns why no target can be reached with the routes file at hand, or "". Simulated targets are found through a file
+/// that ZO_ROUTES names, else through routes.json beside the extension; the stand-ins for the platform's libraries
+/// report a fault in it only as a failed connection.
+[[nodiscard]] std::string routes_problem(const std::filesystem::path& extension);
+
+} // namespace server

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "support/mutex.h"
+#include "targets/recorded_callback.h"
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace ZoHmiEventLogger {
+
+/// Keeps a target's live callbacks waiting while it exists. It must be released on the thread that got it.
+using LockHolder = std::shared_ptr<std::scoped_lock<std::mutex>>;
+
+/// Locks the callback mutex of a target, for longer than a scope where a holder is made of it. The compiler does not
+/// follow this lock. Only the thread that locks it may use it.
+class CallbackLock {
+public:
+    /// Allocates the holder, so that nothing can fail once the mutex is locked.
+    explicit CallbackLock(std::shared_ptr<ZoHmiSrv::Mutex> mutex);
+    CallbackLock(const CallbackLock&) = delete;
+    CallbackLock& operator=(const CallbackLock&) = delete;
+
+    /// Blocks while a callback is being handled. At most once.
+    void lock();
+    bool owns_lock() const { return held_ && held_->lock; }
+    /// Hands the lock over; null when it is not locked.
+    LockHolder make_holder();
+
+private:
+    struct Held {
+        std::shared_ptr<ZoHmiSrv::Mutex> mutex; // outlives the lock
+        std::optional<std::scoped_lock<std::mutex>> lock;
+    };
+
+    std::shared_ptr<Held> held_;
+};
+
+/// Receives the live callbacks of a target. Each one is handled, recorded for an import, or dropped.
+class CallbackRecorder {
+public:
+    using Records = std::deque<std::shared_ptr<const RecordedCallback>>;
+
+    explicit CallbackRecorder(std::shared_ptr<const std::atomic<bool>> stopping);
+
+    /// While recording, keeps what `record` returns. Otherwise calls `handle`, unless callbacks are dropped. Blocks
+    /// while a CallbackLock or a holder exists. [proxy callback]
+    template <class Record, class Handle>
+    void receive(Record&& record, Handle&& handle) {
+        const ZoHmiSrv::MutexLock lock(mutex_);
+        if (recording_) {
+            recorded_.push_back(record());
+            return;
+        }
+        const ZoHmiSrv::MutexLock handling(handling_mutex_);
+        if (!drops_callbacks()) handle();
+    }
+
+    /// Callbacks are recorded from now on. Blocks while one is being handled. [tick, server thread]
+    void start_recording();
+    /// Ends the recording and returns the records. Requires a locked `callbacks`. [tick, server thread]
+    Records stop_recording(const CallbackLock& callbacks);
+    /// The mutex for a CallbackLock. [any thread]
+    std::shared_ptr<ZoHmiSrv::Mutex> mutex() const { return owned_mutex_; }
+
+    /// Drops live callbacks from now on: the target has left the table. Waits for one that is being handled, except on
+    /// a thread that is inside a callback itself. [any thread]
+    void retire();
+    /// Counts the links that were opened; a new one ends `drop_callbacks_of`. [any thread]
+    void link_opened() { ++link_; }
+    std::uint64_t link() const { return link_; }
+    /// Drops live callbacks until another link is opened. Returns false when that has happened already. Requires a
+    /// locked `callbacks`. [tick]
+    bool drop_callbacks_of(std::uint64_t link, const CallbackLock& callbacks);
+
+private:
+    bool drops_callbacks() const {
+        return stopping_->load(std::memory_order_acquire) || retired_ || lost_link_ == link_;
+    }
+
+    // Shared with lock holders, which may outlive the target.
+    const std::shared_ptr<ZoHmiSrv::Mutex> owned_mutex_ = std::make_shared<ZoHmiSrv::Mutex>();
+    ZoHmiSrv::Mutex& mutex_ = *owned_mutex_;
+    bool recording_ ZO_GUARDED_BY(mutex_) = false;
+    Records recorded_ ZO_GUARDED_BY(mutex_);
+
+    ZoHmiSrv::Mutex handling_mutex_; // one live callback while it is handled
+    const std::shared_ptr<const std::atomic<bool>> stopping_;
+    std::atomic<bool> retired_ = false;
+    std::atomic<std::uint64_t> link_ = 0;
+    std::atomic<std::uint64_t> lost_link_ = std::numeric_limits<std::uint64_t>::max();
+};
+
+} // namespace ZoHmiEventLogger
