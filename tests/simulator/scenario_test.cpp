@@ -1,4 +1,6 @@
 #include "simulator/argument_block.h"
+#include "simulator/controller/system.h"
+#include "simulator/device_verbs.h"
 #include "simulator/event_log.h"
 #include "simulator/plans.h"
 #include "simulator/scenario.h"
@@ -194,8 +196,10 @@ TEST(Demo, HistoryAndScheduleFitTogether) {
     for (const char* name : {"/bottling.json", "/packaging.json"}) {
         const Scenario scenario = load_scenario(std::string(ZO_DEMO_FOLDER) + name);
         EventLog log(scenario.max_log);
+        DeviceSystem devices(Node(*scenario.devices, ""));
         const auto apply = [&](const std::string& line) {
             const Verb verb = parse_verb(line, scenario);
+            if (is_device_verb(verb.kind)) return execute_device_verb(devices, verb, {});
             const std::uint64_t handle = log.find_active(verb.event);
             Outcome outcome = Outcome::done;
             if (verb.kind == VerbKind::raise)
