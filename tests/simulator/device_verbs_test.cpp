@@ -41,7 +41,7 @@ TEST_F(DeviceVerbsTest, EachVerbChangesItsController) {
     EXPECT_EQ(run("peek 851 MAIN.mode.speed"), R"({"bytes":"3c00","value":60})");
     run("poke 851 MAIN.filler.valves[0] {\"open\": false, \"name\": \"V 7\"}");
     EXPECT_EQ(value("MAIN.filler.valves[0].name"), "V 7");
-    run("poke 851 Recipes.note \"hex:ff80\"");
+    run("poke 851 Recipes.note \"hex:ff8000\"");
     EXPECT_EQ(json::parse(run("peek 851 Recipes.note"))["value"], "\uFFFD\uFFFD")
         << "bytes that are no UTF-8 are shown";
 
