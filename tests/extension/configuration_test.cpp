@@ -178,16 +178,6 @@ TEST_F(Configuration, DeletedTargetGoesBeforeReset) {
     EXPECT_EQ(listed().type(), ValueType::Null);
 }
 
-TEST_F(Configuration, TickRepeatsRefusedReset) {
-    add_target("a");
-    start_without_ticks();
-    host.plan().throw_error("reset_temporary_events", "busy", 1);
-    EXPECT_THROW(extension->on_config_delete(Context(), "TARGET_SYSTEMS::a"), std::runtime_error);
-    for (int ticks = 0; ticks < 2; ++ticks)
-        tick();
-    EXPECT_EQ(resets(), 2u);
-}
-
 TEST_F(Configuration, SerialChangesBlockNoListing) {
     start_without_ticks();
     const auto a = add_target("a");

@@ -136,47 +136,40 @@ TEST_F(LifeCycle, LicenceInterfaceChangesNoCall) {
 }
 
 TEST_F(LifeCycle, EachInitFailureLeavesItsState) {
-    using Host = fakes::FakeHost;
-    const auto host_throws = [](const char* call) {
-        return [call](ExtensionTest&, Host& server) { server.plan().throw_error(call, "no"); };
-    };
-    const auto timeout_is = [](const Value& value) {
-        return [value](ExtensionTest&, Host& server) {
-            Value changed = server.get_config_value(Context(), "");
+    const auto host_throws = [this](const char* call) { return [=, this] { host.plan().throw_error(call, "no"); }; };
+    const auto timeout_is = [this](const Value& value) {
+        return [=, this] {
+            Value changed = config;
             changed.insert_or_update("TIMEOUT", value);
-            server.set_config(changed);
+            host.set_config(changed);
         };
     };
     const struct {
         const char* name;
-        std::function<void(ExtensionTest&, fakes::FakeHost&)> arrange;
+        std::function<void()> arrange;
         ErrorValue result;
         bool threads_run, stopping;
         std::size_t listeners;
         bool first_target_stays;
     } cases[] = {
-        {"no configuration", [](ExtensionTest&, Host& server) { server.set_config(Value()); }, HMI_E_INVALID_PARAMETER,
-         false, true, 0, false},
+        {"no configuration", [&] { host.set_config(Value()); }, HMI_E_INVALID_PARAMETER, false, true, 0, false},
         {"no TIMEOUT", timeout_is(Value()), HMI_E_INIT, true, false, 0, false},
         {"TIMEOUT a number", timeout_is(5000.0), HMI_E_INIT, true, false, 0, false},
-        {"proxy refused",
-         [](ExtensionTest&, Host&) { FakeProxyLibrary::instance().plan->answer("CreateInstance.Logger", E_FAIL, 2); },
-         HMI_E_INIT, false, false, 4, true},
+        {"proxy refused", [&] { library()->answer("CreateInstance.Logger", E_FAIL, 2); }, HMI_E_INIT, false, false, 4,
+         true},
         {"listener refused", host_throws("register_listener Shutdown"), HMI_E_INIT, false, true, 0, false},
         {"targets unreadable", host_throws("get_config_value TARGET_SYSTEMS"), HMI_E_INIT, false, true, 0, false},
-        {"limit unreadable",
-         [](ExtensionTest&, Host& server) { server.plan().throw_foreign("get_config_value LIMIT_EVENT_COUNT"); },
-         HMI_E_INIT, false, true, 0, false},
-        {"target throws",
-         [](ExtensionTest&, Host&) { FakeProxyLibrary::instance().next_loggers[1]->has_timeout = false; }, HMI_E_INIT,
+        {"limit unreadable", [&] { host.plan().throw_foreign("get_config_value LIMIT_EVENT_COUNT"); }, HMI_E_INIT,
          false, true, 0, false},
+        {"target throws", [&] { FakeProxyLibrary::instance().next_loggers[1]->has_timeout = false; }, HMI_E_INIT, false,
+         true, 0, false},
         {"config listener refused", host_throws("register_config_listener"), HMI_E_INIT, false, true, 0, false},
     };
     for (const auto& failure : cases) {
         SCOPED_TRACE(failure.name);
         const auto a = add_target("a");
         add_target("b");
-        failure.arrange(*this, host);
+        failure.arrange();
         call_log().clear();
         EXPECT_EQ(init(), failure.result);
         EXPECT_EQ(host.listeners().size(), failure.listeners);

@@ -9,15 +9,7 @@
 #include "extension/host/value.h"
 #include "tests/fakes/call_log.h"
 #include "tests/fakes/call_plan.h"
-
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <mutex>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
+#include "tests/test_headers.h"
 
 namespace fakes {
 
