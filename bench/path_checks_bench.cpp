@@ -1,6 +1,6 @@
 // Hidden, whitelisted and read-only of random paths of two to eight parts, in programs of 1,000 to 1,000,000 symbols,
-// beside the same tables as four trees that are walked one after the other; and what a client's path means, asked for
-// the first time and again. An iteration is one path.
+// beside the same tables as four trees that are walked one after the other; and the translation of a client's path,
+// asked for the first time and again. An iteration is one path.
 
 #include "bench/upload_program.h"
 #include "tests/device/runtime/literal_lookup.h"

@@ -1,5 +1,5 @@
 // A refresh that uploads 10,000 to 1,000,000 symbols from memory, beside the same entries copied into a hash table
-// without being checked or analysed. "bytes" is what stays allocated for one symbol.
+// without being checked or analysed. "bytes" stay allocated for one symbol.
 
 #include "bench/upload_program.h"
 #include "device/path/symbol_entry.h"

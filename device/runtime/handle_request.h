@@ -10,7 +10,7 @@ namespace ZoHmiFdx {
 /// A path whose handle is wanted, and the answer.
 struct HandleRequest {
     UniqueFdxPath path;
-    bool as_target = false; ///< asked as what a pointer leads to
+    bool as_target = false; ///< the path is the target of a pointer
     ZoHmiSrv::ExtensionResult result;
     std::uint32_t handle = 0; ///< 0 for a failure
 };

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int handle_is_unknown = 0x711;
 
-/// One call of `fetch_handles`: what is known is answered at once, the rest goes out as one batch.
+/// One call of `fetch_handles`: known handles are answered at once, the others are fetched in one batch.
 class Fetch {
 public:
     Fetch(RuntimeEntry& entry, RuntimeConfig& config, std::span<HandleRequest> requests, const StateOptions& options)

@@ -5,8 +5,7 @@
 
 namespace ZoHmiFdx {
 
-/// A node of a lookup table. Plain values, made for whoever wants to look at a whole table; questions about a path go
-/// to `RuntimeConfig::is_in_lookup_table`.
+/// A node of a copied lookup table. `RuntimeConfig::is_in_lookup_table` answers for a single path.
 struct LookupTableEntry {
     std::map<std::string, LookupTableEntry> children; ///< by part of a path
     bool value = false;

@@ -42,7 +42,7 @@ TypePointer void_type(const RuntimeConfig& config) {
     return std::make_shared<const Datatype>(std::move(description));
 }
 
-/// Not analysed: the compiler cannot follow a lock that is held by a flag's word.
+/// Not analysed: the compiler cannot follow a lock whose state is an argument.
 TypePointer find(RuntimeConfig& config, const std::string& name, bool mutex_held) ZO_NO_THREAD_SAFETY_ANALYSIS {
     return mutex_held ? find_or_infer_not_locking(config, name) : find_or_infer(config, name);
 }

@@ -58,7 +58,7 @@ public:
     /// @}
 
     /// @name Records
-    /// The mutexes serialise what reads and then writes a table; single operations need none.
+    /// Lock the mutex to read a table and write it in one step. Single operations need no mutex.
     /// @{
     [[nodiscard]] Symbols& symbols() noexcept { return symbols_; }
     [[nodiscard]] const Symbols& symbols() const noexcept { return symbols_; }

@@ -92,6 +92,11 @@ ExtensionResult RuntimeEntry::refusal() const {
     return {};
 }
 
+ExtensionResult RuntimeEntry::refused() const {
+    const MutexLock lock(mutex_);
+    return refusal();
+}
+
 ExtensionResult RuntimeEntry::names_availability() const {
     const MutexLock lock(mutex_);
     ExtensionResult refused = refusal();

@@ -12,6 +12,8 @@
 #include "device/runtime/upload_info_analyzer.h"
 #include "extension/host/value.h"
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace ZoHmiFdx {
@@ -56,7 +58,7 @@ SymbolsInfo State::symbols_info(const std::string& name) const {
 TranslatedState State::connection_state(const std::string& name) {
     const auto entry = runtimes_->find(name);
     const auto connection = entry->connection();
-    if (const ExtensionResult refused = entry->names_availability(); !connection)
+    if (const ExtensionResult refused = entry->refused(); is_error(refused) || !connection)
         return connection_state_from_error(refused.code(), refused.text());
     const auto [fdx_state, device_state, code] = connection->proxy.state();
     if (is_error(code)) return connection_state_from_error(code, {});
@@ -95,6 +97,10 @@ ExtensionResult State::add_datatype(const Runtime& runtime, View entry) {
 }
 
 void State::update_attributes_based_on_symbol_entry(const Runtime& runtime, View entry) {
+    // The answer is filled up with zeros, or cut.
+    std::uint32_t length = 0;
+    if (entry.size() >= sizeof length) std::memcpy(&length, entry.data(), sizeof length);
+    entry = entry.first(std::min<std::size_t>(length, entry.size()));
     const auto symbol = read_symbol_entry(EntryReader(entry), runtime->code_page(), true);
     if (!symbol || !is_usable(*symbol) || symbol->info.attributes.empty()) return;
     const MutexLock lock(runtime->symbol_mutex());

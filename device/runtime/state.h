@@ -25,9 +25,10 @@ namespace ZoHmiFdx {
 
 class Runtimes;
 
-/// All runtimes of a device connection, by name: their phases, the upload of their symbols and types, and what these
-/// mean. It has no thread: its users call `refresh` where `refresh_due` says so. While an upload runs or is due, names
-/// and types are answered from the old one. Failures carry the path or the runtime's name. [any thread]
+/// All runtimes of a device connection, by name: their phases, the uploads of their symbols and types, and the answers
+/// from these. State has no thread: its users call `refresh` when `refresh_due` is true. While an upload runs or is
+/// due, questions about names and types get the old answers. Failures carry the path or the runtime's name. [any
+/// thread]
 class ZO_EXPORT State {
 public:
     using Runtime = std::shared_ptr<RuntimeConfig>;
@@ -84,10 +85,10 @@ public:
     /// The name of the type at the end of all aliases, pointers and references, and the attributes on the way.
     std::pair<std::string, Attributes> simple_resolve(const Runtime& runtime, const Datatype& type,
                                                       bool datatype_mutex_held = false) const;
-    /// What a client's path means. Never null. The answer is kept, that of a failure too.
+    /// Translates a client's path. Returns never null. The answer is cached, a failure too.
     std::shared_ptr<const TranslatePathResult> translate_path(const Runtime& runtime,
                                                               const UnqualifiedFdxPath& path) const;
-    /// Lists what lies under a path, the top layer for the empty one, as a Vector of Structs with "name", "path",
+    /// Lists the members of a path, or the top layer for the empty path: a Vector of Structs with "name", "path",
     /// "type", "size", "readOnly", "hidden" and "hasChildren".
     ZoHmiSrv::ExtensionResult browse(const std::string& name, const UnqualifiedFdxPath& parent, ZoHmiSrv::Value& out,
                                      bool with_hidden = false);
@@ -97,10 +98,10 @@ public:
 
     /// @name Handles
     /// @{
-    /// Answers each request; unknown handles are fetched in one sum. Blocks for its requests.
+    /// Answers each request. Unknown handles are fetched in one sum. Blocks for its requests.
     void fetch_handles(const Runtime& runtime, std::span<HandleRequest> requests);
-    /// The failure that a code means which a value by handle came with. A handle that the target no longer knows is
-    /// forgotten, and a refresh is due.
+    /// Returns the failure for the code of a value by handle. If the target no longer knows the handle, the handle is
+    /// forgotten and a refresh is due.
     ZoHmiSrv::ExtensionResult value_failure(const Runtime& runtime, const HandleRequest& used, int code);
     /// @}
 

@@ -9,7 +9,7 @@
 
 namespace ZoHmiFdx {
 
-/// What a client's path means in a runtime. A failure has a result and nothing else.
+/// The translation of a client's path. A failure has a result and nothing else.
 struct TranslatePathResult {
     ZoHmiSrv::ExtensionResult result;
     PathMetadata path;

@@ -21,7 +21,7 @@ std::int32_t array_size(std::uint64_t elements, std::int32_t element_size) {
     return element_size <= 0 || elements > max / size ? 0 : static_cast<std::int32_t>(elements * size);
 }
 
-/// Null where the name tells nothing.
+/// Null if the name says nothing about the type.
 TypePointer infer(const RuntimeConfig& config, const std::string& name, int nesting) {
     DatatypeDescription type = build_type(name).description();
     if (type.hmi_type == ValueType::Vector) {

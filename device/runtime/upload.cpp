@@ -35,7 +35,7 @@ public:
         return {};
     }
 
-    /// Fills a fresh config with what `info` announces.
+    /// Fills a fresh config with the upload that `info` announces.
     ExtensionResult fill(const UploadInfo& info, std::shared_ptr<RuntimeConfig>& fresh) {
         total_ = std::uint64_t{info.symbol_bytes} + info.datatype_bytes;
         done_ = 0;

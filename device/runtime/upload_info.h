@@ -8,7 +8,7 @@
 
 namespace ZoHmiFdx {
 
-/// What a target announces of its uploads, as it lies on the wire.
+/// A target's announcement of its uploads, as it lies on the wire.
 struct UploadInfo {
     std::uint32_t symbol_bytes = 0;
     std::uint32_t datatype_bytes = 0;

@@ -14,14 +14,14 @@ namespace ZoHmiFdx {
 class LookupTrieBuilder;
 class State;
 
-/// Prepares what was uploaded for use: runs over the symbols and types of a config and replaces records. The operations
-/// are meant to run in the order of their declaration. One thread at a time.
+/// Prepares an upload for use: runs over the symbols and types of a config and replaces records. Call the operations in
+/// the order of their declaration. One thread at a time.
 class ZO_EXPORT UploadInfoAnalyzer {
 public:
     UploadInfoAnalyzer(State& state, std::shared_ptr<RuntimeConfig> config);
 
-    /// Infers every type that another one or a symbol names and that was not uploaded; what cannot be inferred gets an
-    /// empty record. A type that contains itself by value becomes an empty record too.
+    /// Infers every type that a type or symbol names and that was not uploaded. A name that tells no type gets an empty
+    /// record. A type that contains itself by value becomes an empty record too.
     void infer_missing_datatypes();
     void mark_fields_of_topmost_layer();
     void mark_aliases();

@@ -11,7 +11,7 @@ namespace ZoHmiFdx {
 
 /// The top layer, ordered by path.
 void browse_top_layer(RuntimeConfig& config, ZoHmiSrv::Value& out, bool with_hidden);
-/// Members and properties of what a path was translated to, in declared order.
+/// Members and properties of the parent, in declared order.
 ZoHmiSrv::ExtensionResult browse_members(RuntimeConfig& config, const TranslatePathResult& parent, ZoHmiSrv::Value& out,
                                          bool with_hidden);
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-/// What the entries of symbols and types have in common.
+/// Fields that the entries of symbols and types share.
 namespace ZoHmiFdx {
 
 inline constexpr std::size_t type_guid_size = 16;

@@ -21,7 +21,7 @@ class PathWalk {
 public:
     PathWalk(RuntimeConfig& config, const std::string& symbol_path, const SymbolInfo& symbol, Spelling spelling);
 
-    /// Follows what stands behind the first `start` bytes, which are the symbol.
+    /// Follows the text behind the first `start` bytes, which are the symbol.
     TranslatePathResult follow(std::string_view text, std::size_t start);
 
 private:

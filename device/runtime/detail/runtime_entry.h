@@ -45,6 +45,8 @@ public:
     [[nodiscard]] std::shared_ptr<RuntimeConnection> connection() const;
     [[nodiscard]] SymbolsInfo info() const;
     [[nodiscard]] ZoHmiSrv::ExtensionResult availability() const;
+    /// A failure for a runtime that is not configured or disabled.
+    [[nodiscard]] ZoHmiSrv::ExtensionResult refused() const;
     /// Success where names and types can be asked: from the first upload on.
     [[nodiscard]] ZoHmiSrv::ExtensionResult names_availability() const;
     [[nodiscard]] bool refresh_due() const;

@@ -13,7 +13,7 @@ namespace ZoHmiFdx {
 
 using TypePointer = std::shared_ptr<const Datatype>;
 
-/// What the name tells, completed by the types of the table; null where it tells nothing. [datatype mutex held]
+/// Infers a type from its name and from the types of the table. Returns null if the name says nothing.
 TypePointer infer_type_not_locking(const RuntimeConfig& config, const std::string& name)
     ZO_REQUIRES(config.datatype_mutex());
 
@@ -26,7 +26,7 @@ TypePointer find_or_infer(RuntimeConfig& config, const std::string& name);
 TypePointer find_datatype(RuntimeConfig& config, const SanitizedUniqueFdxPath& path, std::string name, bool dialect,
                           DatatypeStorage storage);
 
-/// As `State::resolve`. The caller says truly whether it holds the datatype mutex.
+/// As `State::resolve`. `datatype_mutex_held` says whether the caller has locked the datatype mutex.
 template <class Path>
 ResolveResult<Path> resolve_type(RuntimeConfig& config, const Path& path, const Datatype& type,
                                  bool follow_indirections, bool datatype_mutex_held, ResolveSettings settings,

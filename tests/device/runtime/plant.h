@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-// A bottling plant's controller: what it uploads, and the device behind it.
+// A bottling plant's controller: its upload, and the device behind it.
 namespace plant {
 
 template <class Path = ZoHmiFdx::UniqueFdxPath>
@@ -52,7 +52,7 @@ class Device {
 public:
     explicit Device(Program program) { load(std::move(program)); }
 
-    // What the next requests are answered from.
+    // The next requests are answered from this program.
     void load(Program program);
     fakes::DeviceAnswer operator()(const fakes::DeviceRequest& request);
 

@@ -127,7 +127,7 @@ TEST_F(Resolve, DialectFollowsThePath) {
     EXPECT_EQ(name("MAIN.state", "STRING(9)", false, DatatypeStorage::Infer), "STRING(9)");
     EXPECT_EQ(name("MAIN.state", "STRING(9)", false, DatatypeStorage::Table), "STRING(9)");
     EXPECT_EQ(name("MAIN.state", ""), "none");
-    EXPECT_EQ(name("MAIN.state", "FB_Other"), "none") << "the name tells nothing";
+    EXPECT_EQ(name("MAIN.state", "FB_Other"), "none") << "no type has this name";
     EXPECT_EQ(name("MAIN.state", " ReadOnly"), "none");
     const auto array = state.datatype(config, {}, "ARRAY [0..1] OF FB_Motor", false, DatatypeStorage::Both);
     EXPECT_EQ(std::pair(array->size(), array->fdx_type()), std::pair(32, FdxDataType::Composite));

@@ -179,7 +179,7 @@ TEST_F(StateOfDevice, BrokenUploadIsRefusedAsAWhole) {
     EXPECT_EQ(state.availability("plc").code(), 0x10004C) << "an upload is due";
 }
 
-// Cuts what is announced, byte by byte: first the block, then the announcement too.
+// Cuts each block byte by byte, with and without a matching announcement.
 TEST_F(StateOfDevice, EveryTruncationKeepsTheOldAnswers) {
     upload();
     const auto config = state.runtime_config("plc");
@@ -252,7 +252,9 @@ TEST_F(StateOfDevice, RefreshOfAReplacedAddressIsVoid) {
 }
 
 TEST_F(StateOfDevice, ConnectionStateTellsMissingSymbols) {
-    EXPECT_FALSE(state.connection_state("plc").available);
+    EXPECT_EQ(state.connection_state("plc").text, "HMI_FDX_E_INVALID_RUNTIME (0x100033)");
+    ASSERT_EQ(state.configure(runtime()).code(), 0);
+    EXPECT_EQ(state.connection_state("plc").text, "Run") << "needs no symbols";
     upload();
     EXPECT_EQ(state.connection_state("plc").text, "Run");
     device.fail(0, 0x7);
@@ -263,6 +265,8 @@ TEST_F(StateOfDevice, ConnectionStateTellsMissingSymbols) {
     (void)state.refresh("plc");
     EXPECT_EQ(state.connection_state("plc").text, "No Symbol Information (Upload of symbols ended early. [plc])");
     EXPECT_TRUE(state.connection_state("plc").available);
+    ASSERT_EQ(state.configure(runtime(false)).code(), 0);
+    EXPECT_EQ(state.connection_state("plc").text, "HMI_FDX_E_DISABLED (0x10003A)");
 }
 
 TEST_F(StateOfDevice, BrowseListsLayers) {
@@ -279,7 +283,7 @@ TEST_F(StateOfDevice, BrowseListsLayers) {
     EXPECT_EQ(names(""), ".total MAIN.capper MAIN.doors MAIN.filler MAIN.flags MAIN.grid MAIN.inlet MAIN.mode "
                          "MAIN.spare MAIN.state Recipes.current Recipes.image");
     EXPECT_NE(names("", true).find("Service.secret"), std::string::npos);
-    EXPECT_EQ(names("MAIN.inlet"), "open fault position name") << "of what it refers to";
+    EXPECT_EQ(names("MAIN.inlet"), "open fault position name") << "of its target";
     EXPECT_EQ(names("MAIN.filler.valves[1]", true), "open fault position serviceKey name");
     EXPECT_EQ(names("Service.secret"), "Symbol not found. [Service.secret]");
     EXPECT_EQ(names("MAIN.nothing"), "Symbol not found. [MAIN.nothing]");

@@ -16,10 +16,10 @@ TEST(SharedLookupTable, ReplacedRecordLeavesHoldersAlone) {
     SharedLookupTable<std::string, const int, true> table;
     EXPECT_EQ(table.get("a"), nullptr);
     table.set_impl("a", 1);
-    const auto held = table.get("a");
+    const auto old = table.get("a");
     table.set("a", 2);
     EXPECT_FALSE(table.add("a", std::make_shared<const int>(3)));
-    EXPECT_EQ(std::pair(*held, *table.get("a")), std::pair(1, 2));
+    EXPECT_EQ(std::pair(*old, *table.get("a")), std::pair(1, 2));
     EXPECT_EQ(*table.set_default_construct_impl("a"), 2) << "there is a record already";
     EXPECT_EQ(*table.set_default_construct_impl("b"), 0);
     EXPECT_EQ(table.snapshot().size(), 2u);
@@ -32,11 +32,11 @@ TEST(LimitedMap, EvictsOldestAndKeepsAgeOfReplaced) {
     for (int i = 0; i < 4; ++i)
         map.set(path<UnqualifiedFdxPath>(std::to_string(i)), std::make_shared<const int>(i));
     map.set(path<UnqualifiedFdxPath>("0"), std::make_shared<const int>(9));
-    const auto held = map.get(path<UnqualifiedFdxPath>("0"));
+    const auto old = map.get(path<UnqualifiedFdxPath>("0"));
     map.enforce_limit(2);
     EXPECT_EQ(map.size(), 2u);
     EXPECT_EQ(map.get(path<UnqualifiedFdxPath>("0")), nullptr);
-    EXPECT_EQ(*held, 9);
+    EXPECT_EQ(*old, 9);
     EXPECT_EQ(*map.get(path<UnqualifiedFdxPath>("2")), 2);
     map.clear();
     map.set(path<UnqualifiedFdxPath>("2"), std::make_shared<const int>(5));
