@@ -1,7 +1,7 @@
 #include "client/output.h"
 
+#include "console/text.h"
 #include "device/code/result_codes.h"
-#include "server/text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,7 +20,7 @@ void print(std::FILE* file, std::string line) {
 }
 
 std::string dump(const ordered_json& value) {
-    return server::json_escaped(value.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
+    return console::json_escaped(value.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
 }
 
 int status_of(int code) {
@@ -71,18 +71,18 @@ void Output::end() {
     std::vector<std::size_t> widths(columns_.size());
     for (const auto& cells : waiting_)
         for (std::size_t i = 0; i < cells.size(); ++i)
-            widths[i] = std::max(widths[i], server::columns(cells[i]));
+            widths[i] = std::max(widths[i], console::columns(cells[i]));
     for (const auto& cells : waiting_) {
         std::string line;
         for (std::size_t i = 0; i < cells.size(); ++i)
-            line += i + 1 == cells.size() ? cells[i] : server::fit(cells[i], widths[i]) + "  ";
+            line += i + 1 == cells.size() ? cells[i] : console::fit(cells[i], widths[i]) + "  ";
         print(stdout, std::move(line));
     }
     waiting_.clear();
 }
 
 std::string Output::text_of(const ordered_json& cell) {
-    return server::printable(cell.is_string() ? cell.get_ref<const std::string&>() : dump(cell));
+    return console::printable(cell.is_string() ? cell.get_ref<const std::string&>() : dump(cell));
 }
 
 // In quotes where a cell has separators or quotes.
@@ -107,12 +107,12 @@ void Output::fail(const std::string& noun, const ZoHmiSrv::ExtensionResult& resu
     if (quiet_) return;
     std::string line = "zo-fdx: " + noun + ": " + ZoHmiFdx::fdx_error_to_string_with_code(result.code());
     if (!result.text().empty()) line += ": " + result.text();
-    print(stderr, server::printable(line));
+    print(stderr, console::printable(line));
 }
 
 void Output::usage_error(const std::string& text) {
     set_status(status::usage);
-    if (!quiet_) print(stderr, server::printable("zo-fdx: " + text + "; see zo-fdx --help"));
+    if (!quiet_) print(stderr, console::printable("zo-fdx: " + text + "; see zo-fdx --help"));
 }
 
 void Output::set_status(int status) {

@@ -14,9 +14,6 @@ namespace fdx {
 namespace {
 
 using nlohmann::ordered_json;
-using ZoHmiFdx::LookupFlag;
-using ZoHmiFdx::State;
-using ZoHmiFdx::UniqueFdxPath;
 using ZoHmiFdx::UnqualifiedFdxPath;
 
 /// Reports a failed refresh. False where there are no symbols: those of an earlier upload go on answering.
@@ -67,6 +64,7 @@ void path(Device& device, Output& output, const Call& call) {
 
 // entry PATH: the device's own record, which may be cut at 255 bytes.
 void entry(Device& device, Output& output, const Call& call) {
+    (void)device.refresh(); // for the code page; a device may have entries without an upload
     const int code_page = device.runtime()->code_page();
     const auto [bytes, code] = device.requests().info_by_name(ZoHmiFdx::utf8_to_codepage(call.words[0], code_page));
     if (code != 0) return output.fail(call.words[0], code);

@@ -1,6 +1,6 @@
 #include "server/command_line.h"
 
-#include "server/text.h"
+#include "console/text.h"
 
 #include <algorithm>
 #include <optional>
@@ -76,7 +76,7 @@ CommandLine parse_command(std::string_view line, bool interactive) {
     }
     const auto kinds = command_kinds();
     const auto kind = std::find_if(kinds.begin(), kinds.end(),
-                                   [&](const CommandKind& k) { return begins(*words, pieces(k.words, ' ')); });
+                                   [&](const CommandKind& k) { return begins(*words, console::pieces(k.words, ' ')); });
     if (kind == kinds.end()) {
         parsed.error = "unknown command " + quoted_name(words->front()) + "; see help";
         if (words->front() == "config") {
@@ -85,7 +85,7 @@ CommandLine parse_command(std::string_view line, bool interactive) {
         return parsed;
     }
     parsed.kind = &*kind;
-    parsed.arguments.assign(words->begin() + static_cast<std::ptrdiff_t>(pieces(kind->words, ' ').size()),
+    parsed.arguments.assign(words->begin() + static_cast<std::ptrdiff_t>(console::pieces(kind->words, ' ').size()),
                             words->end());
     parsed.error = interactive && kind->script_only ? std::string(kind->words) + " works in scripts only"
                                                     : wrong_arguments(*kind, parsed.arguments);
@@ -109,14 +109,14 @@ std::vector<std::string> complete(std::string_view line, const Candidates& candi
     };
     for (const CommandKind& kind : command_kinds()) {
         if (kind.script_only) continue;
-        const auto command = pieces(kind.words, ' ');
+        const auto command = console::pieces(kind.words, ' ');
         const auto arguments = arguments_of(kind);
         if (before->size() < command.size()) {
             if (std::equal(before->begin(), before->end(), command.begin()))
                 offer(std::string(command[before->size()]));
         } else if (begins(*before, command) && before->size() - command.size() < arguments.size()) {
             for (const std::string& text : candidates(arguments[before->size() - command.size()].kind)) {
-                if (printable(text) == text) offer(quoted(text));
+                if (console::printable(text) == text) offer(quoted(text));
             }
         }
     }
@@ -124,7 +124,7 @@ std::vector<std::string> complete(std::string_view line, const Candidates& candi
 }
 
 std::string quoted_name(std::string_view text) {
-    return "\"" + printable(text) + "\"";
+    return "\"" + console::printable(text) + "\"";
 }
 
 } // namespace server

@@ -1,7 +1,7 @@
 #include "server/command_table.h"
 
+#include "console/text.h"
 #include "server/language.h"
-#include "server/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -36,7 +36,7 @@ bool is_target(std::string_view word) {
 }
 
 bool is_address(std::string_view text) {
-    const auto numbers = pieces(text, '.');
+    const auto numbers = console::pieces(text, '.');
     return text.empty() || ((numbers.size() == 4 || numbers.size() == 6) && !text.ends_with('.') &&
                             std::all_of(numbers.begin(), numbers.end(), [](std::string_view number) {
                                 return number.size() <= 3 && is_number(number, 0, 255) && number.front() != '-';
@@ -152,8 +152,8 @@ std::string help_text() {
     std::string text;
     for (const CommandKind& kind : kinds) {
         if (!text.empty()) text += '\n';
-        text +=
-            fit(usage(kind), help_column) + " " + std::string(kind.help) + (kind.script_only ? " (in scripts)" : "");
+        text += console::fit(usage(kind), help_column) + " " + std::string(kind.help) +
+                (kind.script_only ? " (in scripts)" : "");
     }
     return text;
 }

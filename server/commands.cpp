@@ -1,9 +1,9 @@
 #include "server/commands.h"
 
+#include "console/text.h"
 #include "server/describe.h"
 #include "server/event_json.h"
 #include "server/localizer.h"
-#include "server/text.h"
 #include "support/numeric.h"
 
 #include <condition_variable>
@@ -55,7 +55,8 @@ ordered_json row_json(const EventRow& row, const EventTexts& texts) {
 std::string event_line(const EventRow& row, const EventTexts& texts) {
     const RowText text = row_text(row);
     return text.number + " " + text.time + " severity " + text.severity + " " + text.state + ": " +
-           printable(texts.text) + " | " + printable(texts.class_name) + " | " + printable(texts.source_name);
+           console::printable(texts.text) + " | " + console::printable(texts.class_name) + " | " +
+           console::printable(texts.source_name);
 }
 
 } // namespace
@@ -112,7 +113,7 @@ Answer Commands::run(std::string_view line, const std::stop_token& stop, const A
         answer.kind = command.kind;
     } catch (const std::exception& error) {
         answer.ok = false;
-        answer.text = printable(error.what());
+        answer.text = console::printable(error.what());
         answer.json["ok"] = false;
         answer.json["error"] = answer.text;
         const auto* failure = dynamic_cast<const Failure*>(&error);
@@ -198,8 +199,9 @@ void Commands::confirm(const CommandLine& command, Answer& answer) {
                           result_text(result.result(), asked ? result.text() : "the alarm is not active on its target"),
                       result.result());
     }
-    answer.text = name + " confirmed: " + (texts.source_name.empty() ? "" : printable(texts.source_name) + ": ") +
-                  printable(texts.text);
+    answer.text = name +
+                  " confirmed: " + (texts.source_name.empty() ? "" : console::printable(texts.source_name) + ": ") +
+                  console::printable(texts.text);
     answer.json["id"] = alarm->id();
     answer.json["target"] = target;
     answer.json["source"] = texts.source_name;
@@ -242,7 +244,7 @@ void Commands::reconnect(const CommandLine& command, Answer& answer) {
     const std::string& target = command.arguments[0];
     host_.history().clear();
     request("ForceReconnect", target.c_str(), target);
-    answer.text = printable(target) + " disconnected; reconnecting";
+    answer.text = console::printable(target) + " disconnected; reconnecting";
 }
 
 void Commands::clear(const CommandLine& command, Answer& answer, const Ask& ask) {

@@ -1,6 +1,6 @@
 #include "server/describe.h"
 
-#include "server/text.h"
+#include "console/text.h"
 #include "support/error_text.h"
 #include "support/numeric.h"
 
@@ -14,8 +14,8 @@ namespace {
 
 /// A time as such, any other value as the library converts it.
 std::string parameter_text(const Value& value) {
-    if (value.type() == ValueType::DateTime) return time_text(static_cast<Timestamp>(value).nanoseconds());
-    return printable(Value(value).convert(ValueType::String).get_string());
+    if (value.type() == ValueType::DateTime) return console::time_text(static_cast<Timestamp>(value).nanoseconds());
+    return console::printable(Value(value).convert(ValueType::String).get_string());
 }
 
 constexpr int max_depth = 64;
@@ -39,7 +39,7 @@ void add_lines(const Value& value, const std::string& indent, int depth, std::st
     for (auto it = value.begin_vector(); it != value.end_vector(); ++it)
         add_member(std::to_string(++index), *it, indent, depth, lines);
     for (auto it = value.begin(); it != value.end(); ++it)
-        add_member(printable(it.name()), *it, indent, depth, lines);
+        add_member(console::printable(it.name()), *it, indent, depth, lines);
 }
 
 } // namespace
@@ -49,7 +49,7 @@ std::string result_text(ZoHmiSrv::ErrorValue result, const char* text) {
         ZoHmiSrv::Algorithm::integer_to_hex<unsigned>(static_cast<unsigned>(result), true, false, false);
     const ZoHmiSrv::String name = ZoHmiSrv::get_error_string(result);
     const std::string named = *name.name() == '\0' ? number : std::string("HMI_E_") + name.name() + " (" + number + ")";
-    return *text == '\0' ? named : named + ": " + printable(text);
+    return *text == '\0' ? named : named + ": " + console::printable(text);
 }
 
 std::string event_number(const EventRow& row) {
@@ -74,12 +74,12 @@ RowText row_text(const EventRow& row) {
     const auto* message = message_of(row.event);
     RowText text;
     text.number = event_number(row);
-    text.target = printable(parameters["targetName"].get_string());
-    text.time = time_text(row.event.time_received().nanoseconds());
+    text.target = console::printable(parameters["targetName"].get_string());
+    text.time = console::time_text(row.event.time_received().nanoseconds());
     if (alarm != nullptr) text.severity = std::to_string(static_cast<int>(alarm->severity()));
     if (message != nullptr) text.severity = std::to_string(static_cast<int>(message->severity()));
     text.state = state_text(row);
-    text.name = printable(row.event.name());
+    text.name = console::printable(row.event.name());
     text.event_class = parameter_text(parameters["eventClass"]);
     text.id = parameter_text(parameters["eventId"]);
     return text;
@@ -92,7 +92,7 @@ std::string row_line(const EventRow& row, bool incomplete) {
 }
 
 std::string message_line(const ZoHmiSrv::Message& message) {
-    std::string line = printable(message.name());
+    std::string line = console::printable(message.name());
     for (auto it = message.parameters().begin(); it != message.parameters().end(); ++it) {
         line += " " + parameter_text(*it);
     }
@@ -111,14 +111,14 @@ std::string event_lines(const ZoHmiSrv::Event& event, const std::string& indent)
         if (!lines.empty()) lines += '\n';
         lines += indent + name + ": " + text;
     };
-    add("name", printable(event.name()));
+    add("name", console::printable(event.name()));
     if (const auto* alarm = alarm_of(event)) {
         add("id", std::to_string(alarm->id()));
         add("alarm state", std::to_string(static_cast<int>(alarm->alarm_state())));
         add("confirmation state", std::to_string(static_cast<int>(alarm->confirmation_state())));
-        add("raised", time_text(alarm->time_raised().nanoseconds()));
-        add("cleared", time_text(alarm->time_cleared().nanoseconds()));
-        add("confirmed", time_text(alarm->time_confirmed().nanoseconds()));
+        add("raised", console::time_text(alarm->time_raised().nanoseconds()));
+        add("cleared", console::time_text(alarm->time_cleared().nanoseconds()));
+        add("confirmed", console::time_text(alarm->time_confirmed().nanoseconds()));
     }
     lines += "\n" + indent + "parameters:";
     const std::string parameters = value_lines(parameters_of(event), indent + "  ");

@@ -1,6 +1,6 @@
 #include "server/event_json.h"
 
-#include "server/text.h"
+#include "console/text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -108,7 +108,7 @@ ordered_json event_json(const ZoHmiSrv::Event& event) {
 }
 
 std::string json_line(const ordered_json& json) {
-    return json_escaped(json.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
+    return console::json_escaped(json.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
 }
 
 } // namespace server

@@ -1,8 +1,8 @@
 #include "server/host.h"
 
+#include "console/text.h"
 #include "server/describe.h"
 #include "server/event_rows.h"
-#include "server/text.h"
 
 #include <algorithm>
 #include <cstring>
@@ -104,7 +104,7 @@ bool Host::guarded(const char* what, const std::function<void()>& call) {
         call();
         return true;
     } catch (const std::exception& error) {
-        print(std::string("error: ") + what + " threw: " + printable(error.what()));
+        print(std::string("error: ") + what + " threw: " + console::printable(error.what()));
     } catch (...) {
         print(std::string("error: ") + what + " threw an unknown object");
     }
@@ -131,7 +131,7 @@ std::string Host::notify_config(const std::vector<ConfigChange>& changes) {
                                     : config->on_config_change(context_, change.path.c_str());
         });
         if (done)
-            print(std::string(what) + " " + printable(change.path) + " answered " +
+            print(std::string(what) + " " + console::printable(change.path) + " answered " +
                   result_text(result.result(), result.text()));
         if (failure.empty() && !done) failure = std::string(what) + " threw";
         if (failure.empty() && result.result() != HMI_SUCCESS) failure = result_text(result.result(), result.text());
@@ -311,7 +311,7 @@ void Host::relist(const char* why) {
 void Host::set_display_name(const Context&, const char* name) {
     const std::lock_guard lock(order_mutex_);
     trace_.call("set_display_name", name);
-    print_("display name " + printable(name == nullptr ? "" : name));
+    print_("display name " + console::printable(name == nullptr ? "" : name));
 }
 
 } // namespace server

@@ -1,7 +1,7 @@
 #include "server/imports.h"
 
+#include "console/text.h"
 #include "extension/host/value.h"
-#include "server/text.h"
 
 #include <algorithm>
 #include <string_view>
@@ -28,7 +28,7 @@ std::string Imports::follow(const ZoHmiSrv::Message& message) {
     target.importing = false;
     target.failed = true;
     schedule(target);
-    std::string line = printable(target_name) + ": " + incomplete_text;
+    std::string line = console::printable(target_name) + ": " + incomplete_text;
     if (target.due) {
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(target.pause).count();
         line += "; reconnecting in " + std::to_string(seconds) + " s";
@@ -70,7 +70,7 @@ bool Imports::is_incomplete(const std::string& target) const {
 }
 
 std::string Imports::label(const std::string& target) const {
-    return printable(target) + (is_incomplete(target) ? std::string(" (") + incomplete_text + ")" : "");
+    return console::printable(target) + (is_incomplete(target) ? std::string(" (") + incomplete_text + ")" : "");
 }
 
 std::map<std::string, Imports::Target>::iterator Imports::first_due() {
@@ -104,7 +104,7 @@ std::optional<std::string> Imports::wait_until_due(const std::stop_token& stop) 
 std::string incomplete_line(const std::vector<std::string>& targets) {
     std::string line;
     for (const std::string& target : targets)
-        line += (line.empty() ? "" : ", ") + printable(target);
+        line += (line.empty() ? "" : ", ") + console::printable(target);
     return line.empty() ? line : line + ": " + incomplete_text;
 }
 

@@ -1,3 +1,4 @@
+#include "console/text.h"
 #include "extension/host/host.h"
 #include "extension/host/listeners.h"
 #include "server/configuration.h"
@@ -12,7 +13,6 @@
 #include "server/routes_check.h"
 #include "server/signals.h"
 #include "server/start.h"
-#include "server/text.h"
 #include "server/trace.h"
 
 #include <chrono>
@@ -34,13 +34,13 @@ namespace server {
 namespace {
 
 void print_failure(const std::string& line) {
-    std::fprintf(stderr, "zo-hmi-server: %s\n", printable(line).c_str());
+    std::fprintf(stderr, "zo-hmi-server: %s\n", console::printable(line).c_str());
 }
 
 /// Prints the faults of the configuration. Before a start the fatal ones are left to `init_failure`.
 void print_warnings(const Configuration& configuration, Host& host, bool running) {
     for (const ConfigProblem& problem : configuration_problems(configuration.get("")))
-        if (running || !problem.fatal) host.print("warning: configuration: " + printable(problem.text));
+        if (running || !problem.fatal) host.print("warning: configuration: " + console::printable(problem.text));
 }
 
 void reload(Configuration& configuration, Host& host) {
@@ -50,7 +50,7 @@ void reload(Configuration& configuration, Host& host) {
         print_warnings(configuration, host, true);
         host.notify_config(changes);
     } catch (const std::exception& error) {
-        host.print(std::string("error: configuration unchanged: ") + printable(error.what()));
+        host.print(std::string("error: configuration unchanged: ") + console::printable(error.what()));
     }
 }
 
@@ -96,10 +96,11 @@ void run_extension(Signals& signals, const Options& options, Configuration& conf
     ExtensionLibrary library(options.extension, &host);
     char version[32];
     std::snprintf(version, sizeof version, "%.1f", library.version());
-    host.print("loaded " + printable(options.extension.filename().string()) + ", interface version " + version);
+    host.print("loaded " + console::printable(options.extension.filename().string()) + ", interface version " +
+               version);
     print_warnings(configuration, host, false);
     if (const std::string problem = routes_problem(options.extension); !problem.empty())
-        host.print("warning: " + printable(problem));
+        host.print("warning: " + console::printable(problem));
 
     const Start started = start(library.extension(), host, signals);
     if (started.stopped) {

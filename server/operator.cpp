@@ -1,11 +1,11 @@
 #include "server/operator.h"
 
+#include "console/text.h"
 #include "server/event_json.h"
 #include "server/input.h"
 #include "server/prompt.h"
 #include "server/read_file.h"
 #include "server/screen.h"
-#include "server/text.h"
 
 #include <cerrno>
 #include <csignal>
@@ -95,7 +95,7 @@ void Operator::run_pipe(const std::stop_token& stop) {
 bool Operator::run_command(const std::string& line, const std::stop_token& stop) {
     const CommandLine command = parse_command(line, false);
     if (command.kind == nullptr && command.error.empty()) return true;
-    if (!options_.json) host_.print("> " + printable(line));
+    if (!options_.json) host_.print("> " + console::printable(line));
     const Answer answer = commands_.run(line, stop);
     if (!answer.ok) ++failed_;
     print(answer);

@@ -1,7 +1,7 @@
 #include "server/options.h"
 
+#include "console/text.h"
 #include "server/language.h"
-#include "server/text.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -41,7 +41,7 @@ std::optional<int> parse_options(int argc, const char* const* argv, Options& opt
     } catch (const CLI::Success& help_or_version) {
         return app.exit(help_or_version);
     } catch (const CLI::ParseError& error) {
-        std::fprintf(stderr, "zo-hmi-server: %s; see --help\n", printable(error.what()).c_str());
+        std::fprintf(stderr, "zo-hmi-server: %s; see --help\n", console::printable(error.what()).c_str());
         return 2;
     }
     if (options.language.empty()) options.language = language_of_environment();

@@ -1,7 +1,7 @@
 #include "server/prompt.h"
 
+#include "console/text.h"
 #include "server/input.h"
-#include "server/text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,7 +23,7 @@ std::string common_start(const std::vector<std::string>& words) {
         start.erase(end, start.end());
     }
     // Never cut inside a character.
-    while (!start.empty() && printable(start) != start)
+    while (!start.empty() && console::printable(start) != start)
         start.pop_back();
     return start;
 }

@@ -1,8 +1,8 @@
 #include "server/table.h"
 
+#include "console/text.h"
 #include "server/describe.h"
 #include "server/imports.h"
-#include "server/text.h"
 
 #include <algorithm>
 #include <array>
@@ -19,8 +19,8 @@ struct Cells : RowText {
 };
 
 Cells cells_of(const TableRow& row, const std::vector<std::string>& incomplete) {
-    Cells cells{row_text(row.row), printable(row.texts.text), printable(row.texts.class_name),
-                printable(row.texts.source_name)};
+    Cells cells{row_text(row.row), console::printable(row.texts.text), console::printable(row.texts.class_name),
+                console::printable(row.texts.source_name)};
     const std::string target = parameters_of(row.row.event)["targetName"].get_string();
     if (std::find(incomplete.begin(), incomplete.end(), target) != incomplete.end()) cells.target.insert(0, "! ");
     return cells;
@@ -58,9 +58,9 @@ Widths column_widths(const std::vector<Cells>& rows, std::size_t width) {
     Widths widths{};
     std::size_t sum = widths.size() - 1; // the blanks between
     for (std::size_t i = 0; i < widths.size(); ++i) {
-        widths[i] = columns(table_columns[i].title);
+        widths[i] = console::columns(table_columns[i].title);
         for (const Cells& row : rows)
-            widths[i] = std::max(widths[i], columns(row.*table_columns[i].text));
+            widths[i] = std::max(widths[i], console::columns(row.*table_columns[i].text));
         sum += widths[i];
     }
     for (int turn = 1; turn <= last_turn && sum > width; ++turn) {
@@ -81,13 +81,13 @@ std::string table_line(const Widths& widths, std::size_t width, Text text_of) {
     for (std::size_t i = 0; i < widths.size(); ++i) {
         if (i != 0) line += ' ';
         std::string text = text_of(table_columns[i]);
-        const std::size_t used = columns(text);
+        const std::size_t used = console::columns(text);
         if (table_columns[i].align == Align::right && used < widths[i]) text.insert(0, widths[i] - used, ' ');
         if (table_columns[i].shrink == Shrink::at_once && text.size() > widths[i])
             text.erase(0, text.size() - widths[i]);
-        line += fit(text, widths[i]);
+        line += console::fit(text, widths[i]);
     }
-    return fit(line, width);
+    return console::fit(line, width);
 }
 
 } // namespace
@@ -96,12 +96,12 @@ std::vector<std::string> table_lines(const TableContent& content, std::size_t wi
     const EventList::Counts& counts = content.counts;
     std::vector<std::string> lines;
     const std::string incomplete = incomplete_line(content.incomplete);
-    lines.push_back(fit((incomplete.empty() ? "" : incomplete + " | ") + std::to_string(counts.active_alarms) +
-                            " active of " + std::to_string(counts.alarms) + " alarms, " +
-                            std::to_string(counts.messages) + " messages, " + std::to_string(counts.rows) +
-                            " rows; times in UTC; any key: prompt",
-                        width));
-    lines.push_back(fit(printable(content.note), width));
+    lines.push_back(console::fit((incomplete.empty() ? "" : incomplete + " | ") + std::to_string(counts.active_alarms) +
+                                     " active of " + std::to_string(counts.alarms) + " alarms, " +
+                                     std::to_string(counts.messages) + " messages, " + std::to_string(counts.rows) +
+                                     " rows; times in UTC; any key: prompt",
+                                 width));
+    lines.push_back(console::fit(console::printable(content.note), width));
 
     std::vector<Cells> rows;
     const std::size_t shown = std::min(content.rows.size(), height - std::min(height, table_header_lines));

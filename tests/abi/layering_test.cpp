@@ -23,8 +23,10 @@ const std::vector<Folder> folders = {
     {"binding", {"extension/host", "support", "device"}},
     {"targets", {"extension/host", "support", "device", "binding"}},
     {"extension", {"extension/host", "support", "device", "binding", "targets"}},
-    {"server", {"extension/host", "support/error_text.h", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
-    {"client", {"extension/host", "support", "device", "server/text.h"}},
+    {"console", {}},
+    {"server",
+     {"console", "extension/host", "support/error_text.h", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
+    {"client", {"extension/host", "support", "device", "console"}},
     {"simulator", {"simulator/controller", "platform/link", "support/guid.h", "support/numeric.h", "support/utf8.h"}},
     {"simulator/controller",
      {"simulator/json_node.h", "simulator/upload_blocks.h", "platform/link/routes.h", "support/guid.h",
@@ -82,8 +84,8 @@ bool may_include(const Folder& folder, const std::string& header) {
 }
 
 bool is_product(const Folder& folder) {
-    return !folder.name.starts_with("platform/") && folder.name != "server" && folder.name != "client" &&
-           !folder.name.starts_with("simulator");
+    return !folder.name.starts_with("platform/") && folder.name != "console" && folder.name != "server" &&
+           folder.name != "client" && !folder.name.starts_with("simulator");
 }
 
 std::vector<std::string> sources_below(const fs::path& root, const std::string& folder) {

@@ -2,10 +2,10 @@
 #include "server/commands.h"
 #include "server/host.h"
 
+#include "console/text.h"
 #include "extension/host/command.h"
 #include "server/dump.h"
 #include "server/event_json.h"
-#include "server/text.h"
 #include "tests/server/events.h"
 #include "tests/server_api/values.h"
 #include "tests/support/files.h"

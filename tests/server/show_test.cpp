@@ -1,6 +1,6 @@
+#include "console/text.h"
 #include "server/describe.h"
 #include "server/table.h"
-#include "server/text.h"
 #include "tests/server/events.h"
 
 #include <gtest/gtest.h>
@@ -28,20 +28,20 @@ TEST(Text, PrintableHasNoControlCharacters) {
         {"\xED\xA0\x80", bad + bad + bad},                     // a surrogate
     };
     for (const Case& c : cases)
-        EXPECT_EQ(printable(c.text), c.shown);
+        EXPECT_EQ(console::printable(c.text), c.shown);
 }
 
 TEST(Text, ColumnsFollowTheTerminal) {
     const std::pair<const char*, std::size_t> cases[]{
         {"⚡✅🚨", 6}, {"高a", 3}, {"e\u0301", 1}, {"\u0951\u05B0\u200B", 0}, {"\u303F\uFFFD\uE000", 3}, {"\u0378", 1}};
     for (const auto& [text, width] : cases)
-        EXPECT_EQ(columns(text), width) << text;
-    EXPECT_EQ(fit("⚡⚡⚡", 4), "⚡… ") << "a wide character never hangs over the edge";
+        EXPECT_EQ(console::columns(text), width) << text;
+    EXPECT_EQ(console::fit("⚡⚡⚡", 4), "⚡… ") << "a wide character never hangs over the edge";
 }
 
 TEST(Text, JsonHasNoControlCharacters) {
     const std::string json = "{\"a\":\"高 \\u001b \xC2\x9B \x7F \xE2\x80\xAE\"}";
-    EXPECT_EQ(json_escaped(json), R"({"a":"高 \u001b \u009b \u007f \u202e"})");
+    EXPECT_EQ(console::json_escaped(json), R"({"a":"高 \u001b \u009b \u007f \u202e"})");
 }
 
 TEST(Describe, StateFollowsTimesOfAlarm) {
@@ -89,7 +89,7 @@ TEST(Table, EveryLineFillsTheWidth) {
          {ZoHmiSrv::HMI_SUCCESS, "Füllstand von Tank 高 ist viel zu hoch\x1b[2J", "Prozess", "Abfüllanlage\n"}});
     for (std::size_t width = 0; width <= 200; ++width) {
         for (const std::string& line : table_lines(content, width, 10))
-            ASSERT_EQ(columns(line), width) << line;
+            ASSERT_EQ(console::columns(line), width) << line;
     }
     content.incomplete = {"Abfüllanlage 高"};
     const auto marked = table_lines(content, 300, 10);

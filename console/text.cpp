@@ -1,4 +1,4 @@
-#include "server/text.h"
+#include "console/text.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <cwchar>
 #include <locale.h>
 
-namespace server {
+namespace console {
 
 namespace {
 
@@ -164,4 +164,4 @@ std::string time_text(std::int64_t nanoseconds) {
     return buffer.data();
 }
 
-} // namespace server
+} // namespace console

@@ -8,7 +8,7 @@
 
 /// Text for a terminal. Names and texts come from devices, so they must not move the cursor or hide a line.
 /// All functions are [any thread].
-namespace server {
+namespace console {
 
 /// Returns UTF-8 that is safe to print on one line. Control characters, text direction marks and malformed sequences
 /// become U+FFFD.
@@ -30,4 +30,4 @@ namespace server {
 /// Returns nanoseconds since 1970 as "2024-05-01 12:34:56.789" in UTC. 0 means "not set" and gives "".
 [[nodiscard]] std::string time_text(std::int64_t nanoseconds);
 
-} // namespace server
+} // namespace console
