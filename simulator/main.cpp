@@ -153,11 +153,12 @@ int main(int argc, char** argv) {
         file = ::open("/dev/null", O_RDWR | O_CLOEXEC);
         if (file > STDERR_FILENO) ::close(file);
     }
-    CLI::App app("A simulated target system's event logger; verbs are read from standard input.", "zo-target");
+    CLI::App app("A simulated target system: an event logger and controllers; verbs are read from standard input.",
+                 "zo-target");
     std::string scenario_file;
     zo_sim::TargetOptions options;
     bool die_with_parent = false;
-    app.add_option("--scenario", scenario_file, "events, history and schedule (JSON)")->required();
+    app.add_option("--scenario", scenario_file, "events, history, schedule and controllers (JSON)")->required();
     app.add_option("--port", options.port, "TCP port, 0 for a free one")->required();
     app.add_option("--bind", options.bind, "address in numbers")->capture_default_str();
     app.add_option("--state", options.state_file, "stores log and alarms in this file");

@@ -43,10 +43,15 @@ std::string find_route(const std::string& net_id) {
 
 } // namespace
 
-zo_link::Reply DeviceLink::request(const char* operation, const nlohmann::json& fields, Clock::time_point deadline) {
-    zo_link::Reply reply;
-    const auto connection = open(deadline, reply.result);
-    return connection ? connection->request(operation, fields, until(deadline)) : reply;
+std::uint32_t DeviceLink::request(const char* operation, const nlohmann::json& fields, Clock::time_point deadline,
+                                  const Take& take) {
+    std::uint32_t code = 0;
+    const auto connection = open(deadline, code);
+    if (!connection) return code;
+    const zo_link::Reply reply = connection->request(operation, fields, until(deadline));
+    if (zo_link::failed(reply.result) || (reply.body && take(*reply.body))) return reply.result;
+    connection->close();
+    return zo_link::code::bad_answer;
 }
 
 std::shared_ptr<Connection> DeviceLink::open(Clock::time_point deadline, std::uint32_t& code) {
@@ -93,15 +98,6 @@ std::uint32_t DeviceLink::dial(Connection& connection, Clock::time_point deadlin
     } catch (...) { // out of memory or threads
         return client_error;
     }
-}
-
-void DeviceLink::drop() {
-    std::shared_ptr<Connection> broken;
-    {
-        const std::lock_guard lock(mutex_);
-        if (!dialing_) broken = connection_;
-    }
-    if (broken) broken->close();
 }
 
 void DeviceLink::close() {

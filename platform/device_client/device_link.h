@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -20,12 +21,13 @@ public:
     DeviceLink(const DeviceLink&) = delete;
     DeviceLink& operator=(const DeviceLink&) = delete;
 
-    /// Connects if needed, sends a request and blocks until its answer or the deadline. The code of the answer is one
-    /// of the link.
-    zo_link::Reply request(const char* operation, const nlohmann::json& fields, Clock::time_point deadline);
+    /// Takes the fields of an answer; false if they break the protocol.
+    using Take = std::function<bool(const nlohmann::json& answer)>;
 
-    /// Drops a connection whose peer broke the protocol.
-    void drop();
+    /// Connects if needed, sends a request and blocks until its answer or the deadline. Returns a code of the link. The
+    /// connection ends when its peer breaks the protocol.
+    std::uint32_t request(const char* operation, const nlohmann::json& fields, Clock::time_point deadline,
+                          const Take& take);
 
     /// Ends the connection and its thread. All requests, also later ones, fail.
     void close();

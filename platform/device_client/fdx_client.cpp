@@ -22,7 +22,6 @@ constexpr std::int32_t invalid_parameter = 0x741;
 constexpr std::int32_t timeout_invalid = 0x747;
 constexpr std::int32_t port_not_open = 0x748;
 constexpr std::int32_t no_address = 0x749;
-constexpr std::int32_t bad_answer = 0x754;
 /// Of the caller's buffer for a device's name, with the terminator.
 constexpr std::size_t name_size = 256;
 
@@ -55,15 +54,12 @@ std::int32_t request(std::int32_t port, const ZoHmiFdx::NrxAddr* address, const 
     const auto link = links.find(ports, port, std::to_array(address->net_id.bytes));
     if (!link) return port_not_open;
     fields["port"] = address->port;
-    const zo_link::Reply reply = link->request(operation, fields, deadline);
-    // A code of the link has the device's code in its lower half.
-    if (zo_link::failed(reply.result)) return static_cast<std::int32_t>(reply.result & 0xFFFFu);
     std::uint32_t code = 0;
-    if (!reply.body || !read_field(*reply.body, "result", code) || (code == 0 && !take(*reply.body))) {
-        link->drop();
-        return bad_answer;
-    }
-    return static_cast<std::int32_t>(code);
+    const std::uint32_t result = link->request(operation, fields, deadline, [&](const json& answer) {
+        return read_field(answer, "result", code) && (code != 0 || take(answer));
+    });
+    // A code of the link has the device's code in its lower half.
+    return static_cast<std::int32_t>(zo_link::failed(result) ? result & 0xFFFFu : code);
 }
 
 /// Copies the bytes of an answer; false if they are missing or more than asked for.
