@@ -15,6 +15,7 @@ using State = fakes::FakeDeviceClient::State;
 
 namespace {
 
+constexpr std::int32_t service_not_supported = 0x701;
 constexpr std::int32_t port_not_open = 0x748;
 
 void run_hook() {
