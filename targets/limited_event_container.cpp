@@ -180,8 +180,12 @@ void Store::index(Iterator entry) {
     const bool is_first = entry == entries_.begin() || std::prev(entry)->first.key != rank.key;
     try {
         by_pointer_.emplace(std::pair{stored.pointer.get(), listing}, entry);
-        if (is_alarm(stored.event)) by_id_.emplace(std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
-        if (!is_first) by_identity_.emplace(Identity{rank.key, stored.pointer.key().id(), rank.sequence}, entry);
+        // Ids mostly ascend.
+        if (is_alarm(stored.event))
+            by_id_.emplace_hint(by_id_.end(), std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
+        if (!is_first)
+            by_identity_.emplace_hint(by_identity_.end(), Identity{rank.key, stored.pointer.key().id(), rank.sequence},
+                                      entry);
     } catch (...) {
         unindex(entry);
         throw;

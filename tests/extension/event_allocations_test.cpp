@@ -40,7 +40,7 @@ TEST(EventAllocations, LiveEventStaysWithinMaximum) {
     max_allocations(clear);
     alarms = make<plain::AlarmPtr>(1 + count);
     EXPECT_LE(max_allocations(raise), 18U) << "a raised alarm that evicts another";
-    EXPECT_LE(max_allocations(raise), 17U) << "an alarm raised again";
+    EXPECT_LE(max_allocations(raise), 18U) << "an alarm raised again, which is stored twice for a moment";
     EXPECT_LE(max_allocations(clear), 3U) << "a cleared alarm that stays as history";
     const auto messages = make<plain::MessagePtr>(1 + 2 * count);
     EXPECT_LE(max_allocations([&](std::size_t i) { ASSERT_EQ(bench.logger->send(messages[i]), S_OK); }), 15U)
