@@ -266,7 +266,7 @@ TEST_F(StateOfDevice, ConnectionStateTellsMissingSymbols) {
     EXPECT_EQ(state.connection_state("plc").text, "No Symbol Information (Upload of symbols ended early. [plc])");
     EXPECT_TRUE(state.connection_state("plc").available);
     ASSERT_EQ(state.configure(runtime(false)).code(), 0);
-    EXPECT_EQ(state.connection_state("plc").text, "HMI_FDX_E_DISABLED (0x10003A)");
+    EXPECT_EQ(state.connection_state("plc").text, "HMI_FDX_E_DISABLED (0x10003a)");
 }
 
 TEST_F(StateOfDevice, BrowseListsLayers) {
