@@ -126,7 +126,7 @@ TEST_F(DeviceLinkTest, FailureOfTheLinkHasItsCode) {
     const Port hurried(100);
     target.run("slow read 400 1");
     EXPECT_EQ(hurried.read(), 0x745);
-    EXPECT_EQ(hurried.read(), 0) << "a late answer does not break the link";
+    EXPECT_EQ(port.read(), 0) << "a late answer does not break the link";
     target.kill();
     EXPECT_NE(port.read(), 0);
     EXPECT_EQ(port.read(), 0x1F);
@@ -139,7 +139,7 @@ TEST_F(DeviceLinkTest, AllPortsShareOneConnectionWhileOneIsOpen) {
     {
         const Port first, second;
         EXPECT_EQ(threads_of_process(), threads) << "no request, no connection";
-        target.run("slow hello 300");
+        target.run("slow hello 1000");
         std::vector<std::thread> callers;
         for (int i = 0; i < 8; ++i)
             callers.emplace_back([&] {
@@ -155,7 +155,7 @@ TEST_F(DeviceLinkTest, AllPortsShareOneConnectionWhileOneIsOpen) {
         EXPECT_EQ(sessions(), 1u);
         EXPECT_LE(requests()["hello"], 2) << "one more where the hurried port came first";
     }
-    EXPECT_EQ(threads_of_process(), threads);
+    EXPECT_TRUE(eventually([&] { return threads_of_process() == threads; })) << "a look-up of a host may end later";
     EXPECT_TRUE(eventually([&] { return sessions() == 0; }));
     const Port later;
     EXPECT_EQ(later.read(), 0);
@@ -180,7 +180,7 @@ TEST_F(DeviceLinkTest, OpeningAndClosingRacesWithRequests) {
     for (std::thread& caller : callers)
         caller.join();
     EXPECT_GT(answered, 100);
-    EXPECT_EQ(threads_of_process(), threads);
+    EXPECT_TRUE(eventually([&] { return threads_of_process() == threads; }));
 }
 
 } // namespace
