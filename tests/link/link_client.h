@@ -48,10 +48,11 @@ private:
 struct LinkClient {
     using Time = std::chrono::milliseconds;
 
-    explicit LinkClient(std::uint16_t port, Time deadline = Time(10000), const char* host = "127.0.0.1")
+    explicit LinkClient(std::uint16_t port, Time deadline = Time(10000), const char* host = "127.0.0.1",
+                        const char* role = "logger")
         : opened(connection
                      .open(host, std::to_string(port),
-                           {{"role", "logger"}, {"address", "1.2.3.4.1.1"}, {"settings", false}}, deadline)
+                           {{"role", role}, {"address", "1.2.3.4.1.1"}, {"settings", false}}, deadline)
                      .result) {}
     zo_link::Reply request(const char* operation, const nlohmann::json& fields = {}, Time deadline = Time(10000)) {
         return connection.request(operation, fields, deadline);

@@ -118,6 +118,30 @@ TEST_F(TargetTest, TruncatedAnswerAndRefusedHello) {
     EXPECT_EQ(Client(target_->port()).opened, 0u);
 }
 
+TEST_F(TargetTest, EachRoleHasItsOwnRequests) {
+    const auto open_device = [&] { return std::make_unique<Client>(target_->port(), 10s, "127.0.0.1", "device"); };
+    EXPECT_EQ(open_device()->opened, zo_link::code::not_supported) << "no controller";
+    stop();
+    json scenario = json::parse(scenario_);
+    scenario["controllers"] = {{"851", {{"symbols", {"M.x : INT := 7"}}}}};
+    scenario_ = scenario.dump();
+    start();
+
+    Client logger(target_->port());
+    const auto device = open_device();
+    ASSERT_EQ(device->opened, 0u);
+    const json read = {{"port", 851}, {"group", 0x4020}, {"offset", 0}, {"length", 2}};
+    EXPECT_EQ(logger.request("read", read).result, zo_link::code::not_supported);
+    EXPECT_EQ(device->request("get_active_alarms").result, zo_link::code::not_supported);
+    ok("raise c 1");
+    EXPECT_EQ(logger.events->wait(1).size(), 1u);
+    const zo_link::Reply reply = device->request("read", read);
+    ASSERT_EQ(reply.result, 0u);
+    EXPECT_EQ((*reply.body)["data"], json::binary({7, 0}));
+    EXPECT_TRUE(device->events->notes().empty()) << "notifications are for loggers";
+    EXPECT_EQ(device->request("read", {{"port", 851}}).result, zo_link::code::not_connected) << "dropped";
+}
+
 TEST_F(TargetTest, PlannedVerbsRunAroundTheAnswer) {
     Client client(target_->port());
     ok("during get_active_alarms raise c 1");
