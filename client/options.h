@@ -10,7 +10,7 @@ namespace fdx {
 
 enum class Format { plain, table, json, csv };
 
-/// What the command line gives for all commands.
+/// Options of the command line for all commands.
 struct Options {
     ZoHmiFdx::NrxAddr target{{}, 851};
     Format format = Format::plain;

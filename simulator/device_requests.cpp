@@ -35,7 +35,7 @@ json answer_info(DeviceSystem& devices, std::uint32_t port) {
 void spoil(Bytes& data, std::uint32_t length, const RequestPlan& plan) {
     if (plan.bytes) data = *plan.bytes;
     if (plan.missing != 0) data.resize(std::min<std::size_t>(data.size(), length - std::min(length, plan.missing)));
-    // What is too long for a frame anyway is not built.
+    // Bytes that no frame takes are not built.
     if (plan.extra != 0) data.resize(std::min(std::size_t{length} + plan.extra, 2 * max_answer_bytes));
 }
 

@@ -237,7 +237,7 @@ DeviceReply Controller::by_name(const Request& request) {
     return reply;
 }
 
-// What is written comes before what is read.
+// Writes first, then reads.
 DeviceReply Controller::memory(const Request& request) {
     const std::span<std::uint8_t> image = plant_->memory();
     const std::size_t size = std::max<std::size_t>(request.data.size(), request.length);

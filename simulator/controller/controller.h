@@ -18,7 +18,7 @@ struct DeviceReply {
     Bytes data;
 };
 
-/// What a controller answers at most.
+/// The maximum of requests and handles.
 struct ControllerLimits {
     std::uint64_t items = UINT64_MAX; ///< sub-requests of a sum
     std::uint64_t bytes = UINT64_MAX; ///< read by one request
@@ -51,7 +51,7 @@ public:
     void step(const std::string& path, double delta, double low, double high);
     /// The next of the scenario's changes; behind the last one only the revision and the handles change.
     void online_change();
-    /// Sub-requests so far, by the group of each; 0 stands for all groups that nobody answers.
+    /// Sub-requests so far, by the group of each; 0 stands for all unknown groups.
     const std::map<std::uint32_t, std::uint64_t>& sub_requests() const { return sub_requests_; }
 
 private:

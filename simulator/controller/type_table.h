@@ -11,14 +11,14 @@
 
 namespace zo_sim {
 
-/// The types of a controller: those that the scenario declares, and those that names alone tell, such as
+/// The types of a controller: those that the scenario declares, and those that names alone describe, such as
 /// "ARRAY [0..3] OF INT". Pointers to types stay valid as long as the table.
 class TypeTable {
 public:
     /// Builds all declared types, in their order. Throws ScenarioError.
     explicit TypeTable(const Node& types);
 
-    /// Throws ScenarioError, with the place of `node`, for a name that tells nothing.
+    /// Throws ScenarioError, with the place of `node`, for an unknown name.
     const Type& get(const std::string& name, const Node& node);
     /// Null for a name that was in no use so far.
     const Type* find(std::string_view name) const;

@@ -82,7 +82,7 @@ TEST_F(DeviceVerbsTest, PlanSpoilsTheAnswer) {
     EXPECT_EQ(read({"replace read 0102FF"}), data({1, 2, 255}));
     EXPECT_EQ(read({"fail read@16416 0x70A"}), (json{{"result", 0x70A}}));
     EXPECT_EQ(read({"fail read@0xF005 1", "fail write 1", "short read_write 1"}), data({60, 0}));
-    // What is missing in a request breaks the protocol.
+    // A missing field breaks the protocol.
     const json request = {
         {"port", 851u}, {"group", 0x4020u}, {"offset", 0u}, {"length", 1u}, {"data", json::binary({1})}};
     for (const auto& [operation, field] : {std::pair{"read", "length"},

@@ -83,8 +83,8 @@ TEST_F(DeviceLinkTest, EveryRequestReachesItsService) {
     EXPECT_STREQ(name.data(), "Bottling");
     EXPECT_EQ(version.build, 4024);
 
-    const NrxAddr nobody{controller.net_id, 852};
-    EXPECT_EQ(port.read(nobody), 0x6);
+    const NrxAddr unused{controller.net_id, 852};
+    EXPECT_EQ(port.read(unused), 0x6);
     EXPECT_EQ(FdxSyncReadReqEx2(port.number, nullptr, 0, 0, 0, nullptr, nullptr), 0x749);
     EXPECT_EQ(FdxSyncReadReqEx2(port.number, &controller, 0, 0, 4, nullptr, nullptr), 0x741);
     EXPECT_EQ(FdxSyncReadReqEx2(1, &controller, 0, 0, 0, nullptr, nullptr), 0x748);
@@ -114,7 +114,7 @@ TEST_F(DeviceLinkTest, FailureOfTheLinkHasItsCode) {
     for (const Case& row : cases) {
         target.run(row.verb);
         EXPECT_EQ(port.read(), row.code) << row.verb;
-        EXPECT_EQ(port.read(), 0) << "connects anew after " << row.verb;
+        EXPECT_EQ(port.read(), 0) << "connects again after " << row.verb;
         EXPECT_EQ(sessions(), row.connections) << row.verb;
     }
     std::uint16_t value = 0;
