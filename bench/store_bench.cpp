@@ -111,7 +111,7 @@ public:
     std::size_t size() const { return entries_.size(); }
 
 private:
-    // Of what ranks behind the limit all stay that are live.
+    // Evicts the entries behind the limit that are not live.
     void evict() {
         auto behind = entries_.end();
         for (std::size_t count = entries_.size(); count > limit_; --count) {
@@ -160,7 +160,7 @@ private:
 
 enum class Load { Adding, Mixed };
 
-/// A store that is full, kept from run to run, for one load: another one would leave it less than full.
+/// A full store, reused by all runs of one load. Another load would leave it partly empty.
 template <class Store>
 struct Filled {
     static Filled& of(std::int64_t capacity, Load load) {
@@ -186,7 +186,7 @@ struct Filled {
 
 constexpr std::size_t batch = 256;
 
-/// In the largest stores the place of the events in memory matters most. All are filled before any is used, so that
+/// Memory locality decides the time of the largest stores. All are filled before any is used, so that
 /// each gets contiguous memory.
 void fill_all() {
     for (const std::int64_t capacity : {1'000, 10'000, 100'000, 1'000'000}) {
@@ -284,7 +284,7 @@ BENCHMARK(add<WalkedStore>)->Name("add/walk")->Arg(1'000)->Arg(10'000);
 BENCHMARK(mix<ThisStore>)->Name("mix/this")->Arg(10'000)->Arg(100'000);
 BENCHMARK(mix<MultiIndexStore>)->Name("mix/multi_index")->Arg(10'000)->Arg(100'000);
 BENCHMARK(mix<WalkedStore>)->Name("mix/walk")->Arg(10'000);
-// Fewer alarms would lie in the processor's cache, and take less time each.
+// Fewer alarms would fit into the processor's cache and distort the ratio.
 BENCHMARK_CAPTURE(avalanche, this, false)->Name("avalanche/this")->Arg(10'000)->Arg(100'000);
 BENCHMARK_CAPTURE(avalanche, reversed, true)->Name("avalanche/reversed")->Arg(10'000)->Arg(100'000);
 

@@ -24,7 +24,7 @@ void ZoHmiEventLogger::log_message(Message message) {
     try {
         message.set_domain(context_.domain());
         host_->send_message(context_, std::move(message), false);
-    } catch (...) { // errors are reported by this function itself
+    } catch (...) { // reporting an error would call this function again
     }
 }
 

@@ -22,8 +22,8 @@ struct LockedTarget {
 /// The targets by name. The mutex is locked for single operations only. A target is destroyed after the unlock, because
 /// that can disconnect.
 ///
-/// The mutex has stripes because each localization looks a target up. With two threads on one mutex, localizing is
-/// slower than with one. [any thread]
+/// The mutex has stripes because each localization looks a target up. On a single mutex, two threads localize slower
+/// than one thread. [any thread]
 class TargetTable {
 public:
     TargetTable() = default;

@@ -10,7 +10,7 @@
 /// Lines of commands, without their actions. All functions are [any thread].
 namespace server {
 
-/// A parsed line. An empty line or a comment has neither kind nor error.
+/// A parsed line. For an empty line or a comment, kind and error are both empty.
 struct CommandLine {
     const CommandKind* kind = nullptr;
     std::vector<std::string> arguments;
@@ -21,7 +21,7 @@ struct CommandLine {
 /// before a quote or backslash. A line that begins with ";" is a comment.
 [[nodiscard]] CommandLine parse_command(std::string_view line, bool interactive);
 
-/// Returns possible arguments of a kind; empty when any text could stand there.
+/// Returns the known values of an argument kind; empty if every text is valid.
 using Candidates = std::function<std::vector<std::string>(ArgumentKind kind)>;
 
 /// Returns the completions of the last word of an interactive line, sorted, and quoted where needed.

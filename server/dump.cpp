@@ -15,7 +15,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-/// Under a steady stream of events the last attempt may still differ.
+/// With constant traffic the last attempt may still differ.
 constexpr int max_attempts = 20;
 
 ordered_json rows_json(const EventList& events) {

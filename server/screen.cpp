@@ -66,7 +66,7 @@ std::string picture(const EventList& list, const Host& host, const Console& cons
         picture += lines[i];
         if (titles) picture += plain;
     }
-    // Only from the start of a line: behind a full one the cursor still stands on its last character.
+    // Clears only from a line start: after a full line the cursor is still on its last character.
     if (lines.size() < height) picture.append("\r\n").append(clear_below);
     return picture;
 }

@@ -14,14 +14,11 @@
 #define ZO_CAPABILITY(kind) ZO_THREAD_ATTRIBUTE(capability(kind))
 #define ZO_SCOPED_CAPABILITY ZO_THREAD_ATTRIBUTE(scoped_lockable)
 #define ZO_GUARDED_BY(mutex) ZO_THREAD_ATTRIBUTE(guarded_by(mutex))
-#define ZO_PT_GUARDED_BY(mutex) ZO_THREAD_ATTRIBUTE(pt_guarded_by(mutex))
 #define ZO_REQUIRES(...) ZO_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
-#define ZO_REQUIRES_SHARED(...) ZO_THREAD_ATTRIBUTE(requires_shared_capability(__VA_ARGS__))
 #define ZO_EXCLUDES(...) ZO_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
 #define ZO_ACQUIRE(...) ZO_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define ZO_ACQUIRE_SHARED(...) ZO_THREAD_ATTRIBUTE(acquire_shared_capability(__VA_ARGS__))
 #define ZO_RELEASE(...) ZO_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
-#define ZO_RELEASE_GENERIC(...) ZO_THREAD_ATTRIBUTE(release_generic_capability(__VA_ARGS__))
 #define ZO_RETURN_CAPABILITY(mutex) ZO_THREAD_ATTRIBUTE(lock_returned(mutex))
 /// Every use needs a reason beside it.
 #define ZO_NO_THREAD_SAFETY_ANALYSIS ZO_THREAD_ATTRIBUTE(no_thread_safety_analysis)
@@ -59,10 +56,6 @@ public:
     void unlock() ZO_RELEASE() {
         locked_ = false;
         mutex_.unlock();
-    }
-    void lock() ZO_ACQUIRE() {
-        mutex_.lock();
-        locked_ = true;
     }
 
     /// Blocks until `condition` is notified, or spuriously; releases the lock meanwhile. The compiler does not look

@@ -16,8 +16,8 @@ namespace ZoHmiEventLogger {
 /// Keeps a target's live callbacks waiting while it exists. It must be released on the thread that got it.
 using LockHolder = std::shared_ptr<std::scoped_lock<std::mutex>>;
 
-/// Locks the callback mutex of a target, for longer than a scope where a holder is made of it. The compiler does not
-/// follow this lock. Only the thread that locks it may use it.
+/// Locks the callback mutex of a target. `make_holder` moves the lock out of the scope. The compiler does not follow
+/// this lock. Only the thread that locks it may use it.
 class CallbackLock {
 public:
     /// Allocates the holder, so that nothing can fail once the mutex is locked.
@@ -28,7 +28,7 @@ public:
     /// Blocks while a callback is being handled. At most once.
     void lock();
     bool owns_lock() const { return held_ && held_->lock; }
-    /// Hands the lock over; null when it is not locked.
+    /// Transfers the lock to the caller. Returns null if it is not locked.
     LockHolder make_holder();
 
 private:
@@ -62,18 +62,24 @@ public:
 
     /// Callbacks are recorded from now on. Blocks while one is being handled. [tick, server thread]
     void start_recording();
-    /// Ends the recording and returns the records. Requires a locked `callbacks`. [tick, server thread]
-    Records stop_recording(const CallbackLock& callbacks);
+    /// Ends the recording and puts the records into `records`. Requires a locked `callbacks` and empty `records`.
+    /// [tick, server thread]
+    void stop_recording(const CallbackLock& callbacks, Records& records) noexcept;
     /// The mutex for a CallbackLock. [any thread]
     std::shared_ptr<ZoHmiSrv::Mutex> mutex() const { return owned_mutex_; }
 
     /// Drops live callbacks from now on: the target has left the table. Waits for one that is being handled, except on
     /// a thread that is inside a callback itself. [any thread]
     void retire();
-    /// Counts the links that were opened; a new one ends `drop_callbacks_of`. [any thread]
+    /// Starts a new link number, which ends the drop that `drop_callbacks_of` began. [any thread]
     void link_opened() { ++link_; }
+    /// The proxy says that the link is up. Ends a drop: a link may come up behind a connect that answered a failure.
+    /// [any thread]
+    void link_is_up() {
+        if (lost_link_ == link_) ++link_;
+    }
     std::uint64_t link() const { return link_; }
-    /// Drops live callbacks until another link is opened. Returns false when that has happened already. Requires a
+    /// Drops live callbacks until another link is opened. Returns false if a newer link is already open. Requires a
     /// locked `callbacks`. [tick]
     bool drop_callbacks_of(std::uint64_t link, const CallbackLock& callbacks);
 

@@ -23,8 +23,7 @@ ZoHmiSrv::AlarmConfirmationState clamp_confirmation_state(int state);
 void convert_logged_event(ZoHmiSrv::Event& event, ZoEventLoggerFdxProxyLib::IZoLoggedEvent* item,
                           const std::string& domain, const std::string& target_name, int id);
 
-/// A live alarm. An alarm that the event has already is updated in place. It keeps its state, and its id with
-/// `keep_id`.
+/// A live alarm. Updates an alarm that is already in the event. Keeps its state, and with `keep_id` also its id.
 void convert_alarm(ZoHmiSrv::Event& event, ZoEventLoggerFdxProxyLib::IZoAlarm* alarm, const std::string& domain,
                    const std::string& target_name, int id, bool keep_id);
 

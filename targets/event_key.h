@@ -55,7 +55,7 @@ private:
 };
 
 /// Finds out whether an equal key was added, in logarithmic time. Equality is not transitive, so the texts of keys with
-/// and without an id are kept apart. For one thread at a time, also when it only looks up.
+/// and without an id are kept apart. Not thread-safe: a look-up may sort.
 class EventKeySet {
 public:
     void reserve(std::size_t keys);

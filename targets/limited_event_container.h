@@ -13,8 +13,8 @@
 
 namespace ZoHmiSrv {
 
-/// The bounded store of one target's events, ordered by the time they were received. It is used with alarms of the
-/// proxy only, so that is all that is defined.
+/// The bounded store of one target's events, ordered by the time they were received. Defined for alarms of the proxy
+/// only.
 ///
 /// An entry is live while it holds an alarm of the proxy, that is while the alarm is active on the target. Entries are
 /// ranked: newest time first, entries of one time in the order of adding. Entries that rank behind the limit are
@@ -152,7 +152,7 @@ private:
     std::uint64_t next_sequence_ = 0;
     std::map<std::pair<IZoAlarm*, Listing>, Iterator> by_pointer_;
     std::map<std::pair<int, Listing>, Iterator> by_id_;
-    // Without the first entry of each time, which the ranking leads to. So it is empty unless alarms share a time.
+    // An alarm that is the first entry of its time when it is added is left out: the ranking leads to it.
     std::map<Identity, Iterator> by_identity_;
 
     // The first entry that ranks behind the limit. All entries from there on are live. The limit is empty where an

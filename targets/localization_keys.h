@@ -35,8 +35,8 @@ private:
     std::uint64_t state_ = 0xCBF29CE484222325u;
 };
 
-// Keys of answers; the language is a locale id. Keys with a text have two forms: the one of a cache owns the text, a
-// question views the event's text.
+// Keys of answers; the language is a locale id. Keys with a text have two forms: a cache key owns the text, a question
+// key refers to the event's text.
 
 struct ClassNameKey {
     GUID event_class;

@@ -12,8 +12,8 @@ class Message;
 namespace ZoHmiEventLogger {
 
 /// Takes the reports of targets. Called by ticks, the server's threads and the proxy's callbacks at the same time.
-/// Never called with a target's event mutex held, often with its callback mutex held. So no call may wait for a
-/// callback of a target, nor for a tick: a tick waits for the callback that it finds at work.
+/// Called without the event mutex, but often with the callback mutex of the target. So no call may wait for a
+/// callback of a target, nor for a tick: a tick blocks until a running callback has returned.
 ///
 /// The order of the operations is part of the contract, and a virtual destructor would shift it.
 class ILoggingFunctions {

@@ -60,11 +60,14 @@ TargetSystem::Opening TargetSystem::open_connection() {
     {
         const MutexLock lock(connection_.mutex());
         if (!connection_.proxy()) return Opening::Failed;
-        if (connection_.query().connected) return Opening::AlreadyOpen;
+        if (connection_.query().connected) {
+            callbacks_.link_is_up();
+            return Opening::AlreadyOpen;
+        }
         const bool preload_translations = listener_->preload_translations();
         connection_.enable();
         if (!connection_.open(preload_translations)) return Opening::Failed;
-        callbacks_.link_opened(); // before anything can throw: its callbacks must come through
+        callbacks_.link_opened(); // first, so that a later exception cannot leave the callbacks dropped
     }
     listener_->log_message(trace_message("TARGET_SYSTEM_CONNECTED", {name_.c_str()}));
     return Opening::Opened;
@@ -84,47 +87,55 @@ bool TargetSystem::poll(LockHolder& holder) {
             disconnect_step();
             changed = true;
         }
-        loss_due = loss_due_ || connection_.was_connected();
-        loss_due_ = loss_due; // for the next tick if this one ends with an exception
+        if (connected) callbacks_.link_is_up();
+        loss_due = connected ? loss_due_ == Loss::Failed : loss_due_ != Loss::None || connection_.was_connected();
+        loss_due_ = loss_due ? Loss::Failed : Loss::None; // until this poll has handled it
         link = callbacks_.link();
     }
-    if (!disabled && !connected) {
+    if (connected ? loss_due : !disabled) {
+        CallbackRecorder::Records discarded; // outlives the lock, so that no object is released under it
         CallbackLock callbacks(callbacks_.mutex());
-        const Opening opening = open_connection();
-        const bool imported = opening == Opening::Opened && import_events(callbacks);
-        connected = opening != Opening::Failed;
-        if (imported || opening == Opening::AlreadyOpen) {
+        if (connected) {
+            // The poll that failed opened this link. The rows are unknown, like those of a failed import.
+            clear_lost_link(std::nullopt, callbacks, holder);
             changed = true;
-            holder = callbacks.make_holder();
-        } else if (loss_due) {
-            changed = true;
-            clear_lost_link(link, callbacks, holder);
+        } else {
+            const Opening opening = open_connection();
+            const bool imported = opening == Opening::Opened && import_events(callbacks, discarded);
+            connected = opening != Opening::Failed;
+            changed = imported || opening == Opening::AlreadyOpen;
+            if (changed)
+                holder = callbacks.make_holder();
+            else if (loss_due && !clear_lost_link(link, callbacks, holder))
+                connected = true; // the link of another thread counts as seen
+            changed |= loss_due;
         }
     }
     const MutexLock lock(connection_.mutex());
     const ConnectionStatus status = connection_.query();
     connection_.remember(status);
-    // A link that this poll saw, and that is gone by now. The status alone would not show it to the next poll.
-    loss_due_ = connected && !status.connected;
+    // This poll saw the link up, and it is down now. The status alone would hide that from the next poll.
+    loss_due_ = connected && !status.connected ? Loss::Seen : Loss::None;
     return changed;
 }
 
-// Empties the store after a lost link. Callbacks wait until the server has started over, so none is reported behind
-// that. A failed import left its lock; its link lives, so waiting callbacks are handled later. Without a link they are
-// dropped until one is opened. The import mutex comes first: an import on another thread locks the callback mutex while
-// it has the event mutex.
-void TargetSystem::clear_lost_link(std::uint64_t link, CallbackLock& callbacks, LockHolder& holder) {
+// Empties the store behind a lost link. Callbacks wait from here until the server was told to start over, so that none
+// of them is reported behind that. A failed import left its lock; its link is up, so callbacks that wait are handled
+// later. So are they without a `link`. Otherwise the callbacks of the link are dropped until another one is opened.
+// Returns false, and leaves the store unchanged, if another thread opened a link meanwhile. The import mutex comes
+// first: an import on another thread locks the callback mutex while it has the event mutex.
+bool TargetSystem::clear_lost_link(std::optional<std::uint64_t> link, CallbackLock& callbacks, LockHolder& holder) {
     if (callbacks.owns_lock()) {
         holder = callbacks.make_holder();
         clear_events_and_report();
-        return;
+        return true;
     }
     const MutexLock no_import(import_mutex_);
     callbacks.lock();
-    // Another thread that opened a link meanwhile fills the store itself.
-    const bool still_lost = callbacks_.drop_callbacks_of(link, callbacks);
+    const bool still_lost = !link || callbacks_.drop_callbacks_of(*link, callbacks);
     holder = callbacks.make_holder();
     if (still_lost) clear_events_and_report();
+    return still_lost;
 }
 
 ConnectionStatus TargetSystem::connection_status() {

@@ -45,7 +45,9 @@ EventKey logged_key(IZoLoggedEvent& item, const Timestamp& raised) {
 // for the lock that the import has taken. The destructor abandons an import that is not over.
 class TargetSystem::Import {
 public:
-    Import(TargetSystem& target, CallbackLock& callbacks) : target_(target), callbacks_(callbacks) {}
+    // `recorded` is empty and belongs to the caller, who destroys what is left of it without the lock.
+    Import(TargetSystem& target, CallbackLock& callbacks, CallbackRecorder::Records& recorded)
+        : target_(target), callbacks_(callbacks), recorded_(recorded) {}
     ~Import();
     Import(const Import&) = delete;
     Import& operator=(const Import&) = delete;
@@ -65,6 +67,7 @@ private:
 
     TargetSystem& target_;
     CallbackLock& callbacks_;
+    CallbackRecorder::Records& recorded_;
     State state_ = State::Over;
 
     CComPtr<IZoLoggedEventCollection> logged_;
@@ -76,20 +79,20 @@ private:
     EventKeySet logged_messages_;
     EventKeySet logged_alarms_;
     std::unordered_set<const IZoAlarm*> active_alarms_;
-    CallbackRecorder::Records recorded_;
 };
 
 LockHolder TargetSystem::import_events() {
+    CallbackRecorder::Records recorded;
     CallbackLock callbacks(callbacks_.mutex());
-    return import_events(callbacks) ? callbacks.make_holder() : LockHolder();
+    return import_events(callbacks, recorded) ? callbacks.make_holder() : LockHolder();
 }
 
 // Rebuilds the store from the logger. `callbacks` is locked at the end, also of a failed import: the caller decides how
 // long callbacks wait. Ticks and server threads import; the second one blocks with no other lock.
-bool TargetSystem::import_events(CallbackLock& callbacks) {
+bool TargetSystem::import_events(CallbackLock& callbacks, CallbackRecorder::Records& recorded) {
     const MutexLock one_at_a_time(import_mutex_);
     try {
-        return Import(*this, callbacks).run();
+        return Import(*this, callbacks, recorded).run();
     } catch (const CAtlException& exception) {
         listener_->log_exception(name_, exception);
     } catch (...) {
@@ -125,7 +128,7 @@ TargetSystem::Import::~Import() {
     if (state_ == State::Over) return;
     if (state_ == State::Fetching) {
         if (!callbacks_.owns_lock()) callbacks_.lock();
-        recorded_ = target_.callbacks_.stop_recording(callbacks_);
+        target_.callbacks_.stop_recording(callbacks_, recorded_);
     }
     finish();
 }
@@ -137,7 +140,7 @@ void TargetSystem::Import::finish() {
 }
 
 void TargetSystem::Import::fetch() {
-    const auto& logger = target_.connection_.proxy();
+    IZoEventLogger* const logger = target_.connection_.proxy();
     ZoAtlCom::throw_if_failed(logger->GetLoggedEvents(target_.event_limit_, logged_.put()));
     ZoAtlCom::throw_if_failed(logger->GetActiveAlarms(active_.put()));
     if (!logged_ || !active_) throw CAtlException(E_POINTER);
@@ -147,7 +150,7 @@ void TargetSystem::Import::fetch() {
 // that has the callback mutex only records, and does not lock the event mutex, until this function has returned.
 void TargetSystem::Import::lock_callbacks() {
     callbacks_.lock();
-    recorded_ = target_.callbacks_.stop_recording(callbacks_);
+    target_.callbacks_.stop_recording(callbacks_, recorded_);
     state_ = State::Filling;
 }
 

@@ -171,8 +171,8 @@ ErrorValue TargetSystem::localize_source_name(const EventReference& event, const
         always);
 }
 
-// Causes with remedies, and details: a list for a kind of event. Both need the newest interface, also where an older
-// one has the operation.
+// Causes with remedies, and details: a list for a kind of event. Both query the newest interface, although an older one
+// already has `GetCausesAndRemedies`.
 template <class Logger, class Collection>
 ErrorValue TargetSystem::list_for(const EventReference& event, LocalizationCache<EventKindKey>& cache,
                                   HRESULT (Logger::*get)(const GUID&, std::uint32_t, std::int32_t, Collection**),

@@ -10,7 +10,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <string>
 
 namespace ZoHmiSrv {
@@ -120,7 +120,7 @@ private:
 
     // target_connection.cpp
     Opening open_connection();
-    void clear_lost_link(std::uint64_t link, CallbackLock& callbacks, LockHolder& holder);
+    bool clear_lost_link(std::optional<std::uint64_t> link, CallbackLock& callbacks, LockHolder& holder);
     void disconnect_step() ZO_REQUIRES(connection_.mutex());
     void clear_events() ZO_REQUIRES(event_mutex_);
     void save_alarm_ids() ZO_REQUIRES(event_mutex_);
@@ -129,7 +129,7 @@ private:
 
     // target_import.cpp
     LockHolder import_events();
-    bool import_events(CallbackLock& callbacks);
+    bool import_events(CallbackLock& callbacks, CallbackRecorder::Records& recorded);
 
     // target_intake.cpp
     template <class Change>

@@ -39,8 +39,10 @@ protected:
     ZoHmiSrv::Mutex import_mutex_; // one import at a time
     CallbackRecorder callbacks_;
     LoggerConnection connection_;
-    // The server may still list events of a link that is gone. Counts as connected in the next poll.
-    bool loss_due_ ZO_GUARDED_BY(connection_.mutex()) = false;
+    // The server may still list events of a link that is gone. `Seen`: the last poll saw the link and its loss; it
+    // counts as connected in the next poll. `Failed`: an exception ended a poll that had to handle a loss.
+    enum class Loss : std::uint8_t { None, Seen, Failed };
+    Loss loss_due_ ZO_GUARDED_BY(connection_.mutex()) = Loss::None;
 
     ZoHmiSrv::Mutex event_mutex_;
     EventStore events_ ZO_GUARDED_BY(event_mutex_);

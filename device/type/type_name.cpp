@@ -30,8 +30,8 @@ constexpr auto characters = [] {
     return result;
 }();
 
-/// A name up to its first bracket or its end, packed for comparison. The stem finds at most one row; the rest of the
-/// text decides whether the row matches.
+/// A name up to its first bracket or its end, packed for comparison. At most one row has a given stem. The rest of the
+/// text is compared with that row.
 struct Stem {
     std::uint64_t words[2] = {};
     std::size_t length = 0; ///< 0 for a stem that no row has: empty, with a foreign character, or too long

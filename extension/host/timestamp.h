@@ -7,8 +7,8 @@
 
 namespace ZoHmiSrv {
 
-/// A count of nanoseconds: an integer, but neither bool nor a character. A `Value` is none, so its conversion to a time
-/// is not ambiguous.
+/// A count of nanoseconds: an integer, but neither bool nor a character. `Value` does not satisfy this concept;
+/// otherwise its conversion to a time would be ambiguous.
 template <class T>
 concept TimeCount = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char>;
 

@@ -22,8 +22,8 @@ public:
     virtual void on_open(std::uint64_t instance) = 0;
     /// One notification of `size` bytes. A failing code drops the connection with that code. [reader thread]
     virtual std::uint32_t on_notification(const nlohmann::json& map, std::size_t size) = 0;
-    /// Called before each answer; Reply::mark returns the number. So the owner knows which notifications were read
-    /// before the answer. [reader thread]
+    /// Called before each answer; the returned number becomes `Reply::mark`. It identifies the last notification before
+    /// the answer. [reader thread]
     virtual std::uint64_t on_answer() = 0;
     /// Called once after an open connection is lost; not after close. [reader thread]
     virtual void on_lost(std::uint32_t result) = 0;
@@ -45,8 +45,8 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Connects and says hello; `hello` has the fields beside id and op. Call it once. The timeout is the deadline of
-    /// the whole, and then that of the heartbeat until set_timeout. [any thread but the reader thread]
+    /// Connects and says hello; `hello` has the fields beside id and op. Call it once. The timeout limits connect and
+    /// hello together. It is also the heartbeat's deadline until `set_timeout`. [any thread but the reader thread]
     Reply open(const std::string& host, const std::string& port, const nlohmann::json& hello,
                std::chrono::milliseconds timeout);
 

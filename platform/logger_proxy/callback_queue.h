@@ -55,8 +55,8 @@ public:
     bool push(std::uint64_t epoch, Callback callback);
     /// Returns the sequence of the last added callback. [any thread]
     std::uint64_t mark() const;
-    /// Blocks until all callbacks up to the mark have returned from the sinks, but not on the callback thread. Returns
-    /// false when the epoch is over. [any thread]
+    /// Blocks until all callbacks up to the mark have returned from the sinks. Returns at once on the callback thread.
+    /// Returns false when the epoch is over. [any thread]
     bool wait_done(std::uint64_t epoch, std::uint64_t mark);
 
     /// Ends and joins the thread; on the thread itself leaves the join to the ThreadReaper. The last call. [any thread]

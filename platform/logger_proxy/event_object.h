@@ -40,9 +40,7 @@ public:
         return put(out, (fields & mask) != 0 ? VARIANT_TRUE : VARIANT_FALSE);
     }
     HRESULT GetSourceId(std::uint32_t* out) override { return put(out, self().snapshot()->source_id.value_or(0)); }
-    HRESULT GetSourceGuid(GUID* out) override {
-        return put(out, self().snapshot()->source_guid.value_or(GUID()));
-    }
+    HRESULT GetSourceGuid(GUID* out) override { return put(out, self().snapshot()->source_guid.value_or(GUID())); }
     HRESULT GetSourceName(char** out) override {
         const Snapshot record = self().snapshot();
         return put_text(out, record->source_name ? *record->source_name : std::string());

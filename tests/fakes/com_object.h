@@ -24,7 +24,7 @@ inline HRESULT hand_out(std::string_view text, char** out) {
     return *out ? S_OK : E_OUTOFMEMORY;
 }
 
-/// An object that starts without a reference, so make it into a CComPtr. [any thread]
+/// Starts with zero references; assign it to a CComPtr at once. [any thread]
 template <class... Interfaces>
 class ComObject : public zo_logger_proxy::CountedObject<ComObject<Interfaces...>, Interfaces...> {
 public:

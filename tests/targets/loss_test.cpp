@@ -73,13 +73,32 @@ TEST_F(Loss, IsClearedByTheNextTick) {
 }
 
 TEST_F(Loss, StaysDueWhenTheTickThrows) {
-    logger->active = {alarm(1, 1)};
+    for (const bool reconnects : {false, true}) {
+        SCOPED_TRACE(reconnects);
+        fresh_logger();
+        logger->active = {alarm(1, 1)};
+        make_connected();
+        lose_link();
+        if (!reconnects) refuse();
+        listener.plan().throw_error(
+            reconnects ? "log_message TARGET_SYSTEM_CONNECTED" : "log_message TARGET_SYSTEM_CONNECT_FAILED", "host", 1);
+        EXPECT_THROW(tick(), std::runtime_error);
+        EXPECT_TRUE(tick());
+        EXPECT_THAT(stored(), IsEmpty());
+        EXPECT_FALSE(tick());
+        listener.plan().clear();
+        release();
+    }
+}
+
+TEST_F(Loss, LinkThatComesBackByItselfIsHeard) {
     make_connected();
-    listener.plan().throw_error("log_message TARGET_SYSTEM_CONNECT_FAILED", "host", 1);
-    EXPECT_THROW(lose_in_tick(), std::runtime_error);
-    EXPECT_TRUE(tick());
-    EXPECT_THAT(stored(), IsEmpty());
+    lose_in_tick();
+    logger->connected = VARIANT_TRUE;
     EXPECT_FALSE(tick());
+    logger->fire_raised(alarm(1, 1));
+    EXPECT_THAT(stored(), testing::SizeIs(1));
+    logger->plan->clear();
 }
 
 TEST_F(Loss, TrafficLeavesNoStraggler) {

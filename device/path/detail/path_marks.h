@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-/// The marks of a path's grammar, in the sets that its operations search for.
+/// The sets of special characters that the path operations search for.
 namespace ZoHmiFdx::PathMarks {
 
 inline constexpr std::string_view separators = ".#";
@@ -14,7 +14,7 @@ inline constexpr std::string_view indices_or_operators = "[^`";
 inline constexpr std::string_view behind_array_access = "^`.#";
 inline constexpr std::string_view reduced_away = "^`[]";
 
-/// A set for passes that test every character.
+/// A set with constant-time look-up, for loops over every character.
 class Table {
 public:
     constexpr explicit Table(std::string_view marks) {
