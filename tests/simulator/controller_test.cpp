@@ -113,6 +113,18 @@ TEST_F(ControllerTest, PathLeadsToItsPlace) {
     }
 }
 
+// Clients write pointers as any number. A motor of 16 bytes must lie inside of the 652 bytes of memory.
+TEST_F(ControllerTest, PointerLeadsIntoMemoryOnly) {
+    const std::pair<std::uint64_t, std::uint32_t> cases[] = {
+        {0x10000000, ok},    {0x10000000 + 636, ok},           {0x10000000 + 637, 0x704},
+        {0x0FFFFFFF, 0x704}, {1ull << 32 | 0x10000000, 0x704}, {UINT64_MAX, 0x704}};
+    for (const auto& [address, code] : cases) {
+        const auto low = static_cast<std::uint32_t>(address);
+        EXPECT_EQ(controller.write(0x4020, 8, bytes({low, static_cast<std::uint32_t>(address >> 32)})).code, ok);
+        EXPECT_EQ(controller.read_write(0xF004, 0, 8, name("MAIN.filler.next^.speed")).code, code) << address;
+    }
+}
+
 TEST_F(ControllerTest, ArraysOfArraysTakeAllIndicesInOneBracket) {
     const json nested =
         plant_with({{"symbols", json::array({{{"name", "n"}, {"type", "ARRAY [0..1] OF ARRAY [1..3] OF INT"}}})},
@@ -407,7 +419,9 @@ TEST(ControllerScenario, FaultNamesItsPlace) {
 }
 
 TEST(DeviceSystemTest, ServicesAnswerByPort) {
-    DeviceSystem devices(Node(demo(), ""));
+    json scenario = demo();
+    scenario["system"]["routes"][1]["name"] = "Süd";
+    DeviceSystem devices(Node(scenario, ""));
     const auto text_at = [](const Bytes& data, std::size_t at, std::string_view text) {
         return std::string_view(reinterpret_cast<const char*>(data.data()) + at, text.size()) == text;
     };
@@ -415,6 +429,9 @@ TEST(DeviceSystemTest, ServicesAnswerByPort) {
     const Bytes routes = devices.read(1, 3, 1, 1000).data;
     ASSERT_EQ(routes.size(), 116u);
     EXPECT_TRUE(text_at(routes, 16, "Packaging"));
+    EXPECT_TRUE(text_at(routes, 58 + 16,
+                        "S\xfc"
+                        "d"));
     EXPECT_TRUE(text_at(routes, 52, "\x05\x0c\x52\x29\x01\x01"));
 
     // {7c1d2f30-58a4-4f0e-...}: the first three groups are little-endian.
@@ -431,6 +448,7 @@ TEST(DeviceSystemTest, ServicesAnswerByPort) {
                         "Palettierer S\xfc"
                         "d"))
         << "names of further routes are Windows-1252";
+    EXPECT_TRUE(text_at(devices.read(10000, 0x323, 1, 1000).data, 44, "Süd")) << "the main name is UTF-8";
     EXPECT_EQ(devices.read(10000, 0x323, 2, 1000).code, 0x716u);
 
     EXPECT_EQ(devices.info(10000).name, "Bottling");
