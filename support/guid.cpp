@@ -95,4 +95,11 @@ std::optional<GUID> guid_from_string(std::string_view text, bool allow_braces) {
     return std::bit_cast<GUID>(Halves{numbers >> 32 | (numbers & 0xFFFF0000) << 16 | numbers << 48, high});
 }
 
+GUID uuid_from_bytes(const unsigned char* bytes) {
+    static_assert(std::endian::native == std::endian::little);
+    GUID guid;
+    std::memcpy(&guid, bytes, sizeof guid);
+    return guid;
+}
+
 } // namespace ZoHmiSrv::Algorithm

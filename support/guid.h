@@ -29,4 +29,7 @@ namespace ZoHmiSrv::Algorithm {
 /// otherwise. Empty for any other text. [any thread]
 [[nodiscard]] ZO_EXPORT std::optional<GUID> guid_from_string(std::string_view text, bool allow_braces);
 
+/// Reads 16 bytes as a device stores an identifier: the first three groups are little-endian. [any thread]
+[[nodiscard]] ZO_EXPORT GUID uuid_from_bytes(const unsigned char* bytes);
+
 } // namespace ZoHmiSrv::Algorithm

@@ -36,6 +36,10 @@ struct ZO_EXPORT DatatypeDescription {
     FdxDataType fdx_type = FdxDataType::Void;
     std::uint32_t flags = std::uint32_t(DatatypeFlags::Initial);
     std::uint32_t parsed = 0; ///< nonzero if the details are known
+
+    /// Makes a pointer or reference stand for its target: `type_name` becomes what follows the first prefix of the
+    /// name, or of `type_name` where the name has none, and the flags no longer say that it is one.
+    void dereference();
 };
 
 } // namespace ZoHmiFdx

@@ -10,10 +10,6 @@ using namespace ZoHmiFdx;
 using ZoHmiSrv::ValueType;
 using Entries = std::vector<Attributes::Entry>;
 
-bool State::is_plc_attribute_ignored(const std::string& key) const {
-    return key.starts_with("ZoHmiSymbol.");
-}
-
 namespace {
 
 Attributes list(const Entries& entries) {

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace ZoHmiFdx {
+
+/// What several proxies to one runtime share. It belongs to the runtime and survives its online changes. The flags only
+/// ever go from true to false. [any thread]
+struct RuntimeConfigBaseCache {
+    std::atomic<std::uint32_t> revision = 0; ///< of the last upload info that was read
+    std::atomic<bool> sum_requests_supported = true;
+    std::atomic<bool> write_mask_supported = true;
+};
+
+} // namespace ZoHmiFdx

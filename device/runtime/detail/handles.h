@@ -1,0 +1,17 @@
+#pragma once
+
+#include "device/runtime/detail/runtime_entry.h"
+#include "device/runtime/handle_request.h"
+
+#include <span>
+
+namespace ZoHmiFdx {
+
+/// As `State::fetch_handles`.
+void fetch_handles(RuntimeEntry& entry, const std::shared_ptr<RuntimeConfig>& config, std::span<HandleRequest> requests,
+                   const StateOptions& options);
+/// As `State::value_failure`.
+ZoHmiSrv::ExtensionResult value_failure(RuntimeEntry& entry, RuntimeConfig& config, const HandleRequest& used,
+                                        int code);
+
+} // namespace ZoHmiFdx

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "device/path/symbol_path.h"
+#include "support/extension_result.h"
+
+#include <cstdint>
+
+namespace ZoHmiFdx {
+
+/// A path whose handle is wanted, and the answer.
+struct HandleRequest {
+    UniqueFdxPath path;
+    bool as_target = false; ///< the path is the target of a pointer
+    ZoHmiSrv::ExtensionResult result;
+    std::uint32_t handle = 0; ///< 0 for a failure
+};
+
+} // namespace ZoHmiFdx

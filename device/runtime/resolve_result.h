@@ -1,0 +1,40 @@
+#pragma once
+
+#include "device/type/attributes.h"
+#include "device/type/datatype.h"
+#include "support/extension_result.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace ZoHmiFdx {
+
+/// The types that resolving goes through, one bit each.
+enum class ResolveSettings : std::uint32_t {
+    StructAlias = 1,
+    AliasOfAlias = 2,
+    AliasIndirection = 4,
+    Pointer = 8,
+    EnumAlias = 0x10,
+    Reference = 0x20,
+    Names = StructAlias | AliasOfAlias | AliasIndirection,
+    AllButEnumAliases = Names | Pointer | Reference,
+};
+
+/// How `State::datatype` gets a type; both bits together ask the table first.
+enum class DatatypeStorage : std::uint32_t {
+    Table = 1,
+    Infer = 2, ///< from the name; the outcome is stored
+    Both = 3,
+};
+
+template <class Path>
+struct ResolveResult {
+    ZoHmiSrv::ExtensionResult result;
+    std::shared_ptr<const Datatype> type; ///< null: the type stands for itself; never null for a failure
+    Path path;                            ///< with the operators of the pointers and references on the way
+    Attributes attributes;                ///< of all types that were reached
+    bool only_names = true;               ///< no pointer or reference was on the way
+};
+
+} // namespace ZoHmiFdx
