@@ -156,6 +156,9 @@ TEST_F(HostTest, DumpHasRowsAndFreshListing) {
     EXPECT_EQ(dump["incomplete"][0], "Target");
     EXPECT_EQ(dump["rows"][0]["alarm"]["timeCleared"], 15);
     EXPECT_EQ(dump["listing"][0]["alarm"]["timeCleared"], 0);
+    EXPECT_EQ(dump["listing"][1].dump(),
+              R"({"name":"ZOEVENTLOGGER_MESSAGE","domain":"","timeReceived":20,"message":{"severity":0,)"
+              R"("timeRaised":20,"parameters":{"eventId":1.0,"targetName":"Target"}}})");
 }
 
 class CommandsTest : public HostTest {
