@@ -198,7 +198,6 @@ TEST_F(CommandsTest, WrongLineChangesNothing) {
     const std::pair<std::string, const char*> cases[]{
         {"nonsense", "unknown command \"nonsense\"; see help"},
         {"confirm 2 2", "usage: confirm ID"},
-        {"clear", "usage: clear NAME [--yes]"},
         {"clear One", "clear empties a log for good; in scripts use: clear NAME --yes"},
         {"confirm 4294967298", "\"4294967298\" is not the id of an alarm, such as 17"},
         {"show m0", no_event},

@@ -96,10 +96,8 @@ TEST(Program, FailureIsOneSentenceWithStatusOne) {
 }
 
 TEST(Program, WrongCommandLineIsOneLine) {
-    const TemporaryFile out, error;
-    EXPECT_EQ(zo_test::Process({ZO_SERVER, "--version"}, out.path(), error.path()).wait(), 0);
+    const TemporaryFile error;
     EXPECT_EQ(zo_test::Process({ZO_SERVER, "--config", "x"}, "/dev/null", error.path()).wait(), 2);
-    EXPECT_EQ(out.read(), "zo-hmi-server 0.1.0\n");
     EXPECT_EQ(error.read(), "zo-hmi-server: --extension is required; see --help\n");
 }
 

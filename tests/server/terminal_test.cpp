@@ -1,9 +1,9 @@
 // The program on a terminal: the live table, the prompt, and the terminal afterwards.
+#include "tests/support/eventually.h"
 #include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <functional>
@@ -16,7 +16,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using zo_test::TemporaryFile;
 
 /// The server with a small extension on a terminal of its own.
@@ -66,16 +65,13 @@ public:
 
 private:
     bool reads_until(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
+        return zo_test::eventually([&] {
             pollfd waiting{master_, POLLIN, 0};
             char buffer[4096];
-            if (poll(&waiting, 1, 10) <= 0) continue;
-            const ssize_t count = read(master_, buffer, sizeof buffer);
+            const ssize_t count = poll(&waiting, 1, 10) > 0 ? read(master_, buffer, sizeof buffer) : 0;
             if (count > 0) shown_.append(buffer, static_cast<std::size_t>(count));
-        }
-        return true;
+            return condition();
+        });
     }
 
     TemporaryFile config_{R"({"TARGET_SYSTEMS": {"Bottling": {"ADDRESS": "", "ENABLED": false}}})"};

@@ -21,7 +21,7 @@ protected:
         json config = config_of({{"Bottling", enabled(net_id)}});
         config["TIMEOUT"] = timeout;
         config["LIMIT_EVENT_COUNT"] = limit;
-        server.emplace(folder, config, std::vector{std::pair<std::string, std::string>(net_id, target.address())});
+        server.emplace(folder, config, Routes{{net_id, target.address()}});
     }
     /// Ends the server. Its rows and a fresh listing must agree with the logger.
     json expect_agreement() {
