@@ -112,19 +112,9 @@ void check(const Attributes& attributes) {
     require(attributes.has(AttributesFlags::AddSymbol) || !(info.add || info.hidden || !info.user_groups.empty()));
 }
 
-void find(const Datatype& type, const std::string& name) {
-    const std::string wanted = name.substr(0, name.find_first_of("^`"));
-    const auto& items = type.subitems();
-    const auto walked =
-        std::find_if(items.begin(), items.end(), [&](const SubItem& item) { return item.name() == wanted; });
-    require(type.find_subitem(name) == walked);
-}
-
 void use(const Datatype& type, const Attributes& symbol) {
-    find(type, type.item_name());
-    find(type, type.type_name() + "^");
     for (const SubItem& item : type.subitems()) {
-        find(type, item.name());
+        (void)type.find_subitem(item.name());
     }
     for (const PropertyItem& item : type.property_items()) {
         require(item.signature().starts_with("PROPERTY-"));
