@@ -178,7 +178,7 @@ private:
         case 10:
             logger_->plan->answer_any(bytes_.below(2) == 0 ? E_FAIL : S_OK, bytes_.byte());
             break;
-        case 11: {
+        case 11:
             // A callback during the import.
             if (const auto alarm = some_alarm())
                 logger_->plan->run(
@@ -186,7 +186,6 @@ private:
             logger_->connected = VARIANT_FALSE;
             connect();
             break;
-        }
         default: {
             ZoHmiSrv::Alarm alarm;
             alarm.set_id(bytes_.byte());

@@ -81,15 +81,6 @@ void convert(const UniqueFdxPath& p) {
     require(unsafe_to_unique(UnqualifiedFdxPath(p.str())).has_value() != p.includes_array_access());
 }
 
-void replace(const LookupFdxPath& p, const LookupFdxPath& from) {
-    const LookupFdxPath there = p.replace_start_copy(LookupFdxPath(), from);
-    require(there.str() == from.str() + p.str());
-    require(there.replace_start_copy(from, LookupFdxPath()) == p);
-    LookupFdxPath itself = p;
-    itself.replace_start(itself, itself);
-    require(itself == p);
-}
-
 void split(const std::string& text) {
     ConstSymbolPath p(text);
     require(p.parts().empty() == (*p.c_str() == '\0'));
@@ -125,7 +116,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     take_apart(first, &UniqueFdxPath::pop_back_restrained);
     cut(first, *data);
     convert(first);
-    replace(path<LookupFdxPath>(first.str()), path<LookupFdxPath>(second));
     split(second);
     return 0;
 }

@@ -7,12 +7,8 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace fakes {
 
@@ -25,8 +21,6 @@ public:
     /// A `name` that is not empty stands before logged texts, with a point.
     explicit CallPlan(std::string name = {}) : name_(std::move(name)) {}
     ~CallPlan() { clear(); }
-    CallPlan(const CallPlan&) = delete;
-    CallPlan& operator=(const CallPlan&) = delete;
 
     /// The call returns the code, which may be a success, and leaves its out arguments null or 0.
     void answer(std::string_view call, HRESULT code, unsigned nth = each) { add(call, nth, {}, code); }
@@ -47,15 +41,18 @@ public:
     }
     /// The call throws a std::runtime_error; the second form throws no standard exception.
     void throw_error(std::string_view call, std::string text, unsigned nth = each) {
-        add(call, nth, [text = std::move(text)] { throw std::runtime_error(text); }, {});
+        run(
+            call, [text = std::move(text)] { throw std::runtime_error(text); }, nth);
     }
     void throw_foreign(std::string_view call, unsigned nth = each) {
-        add(call, nth, [] { throw 42; }, {});
+        run(
+            call, [] { throw 42; }, nth);
     }
     /// The call blocks until the gate is opened or the plan is cleared.
     std::shared_ptr<zo_test::Gate> block(std::string_view call, unsigned nth = each) {
         auto gate = std::make_shared<zo_test::Gate>();
-        add(call, nth, [gate] { gate->wait(); }, {});
+        run(
+            call, [gate] { gate->wait(); }, nth);
         const std::lock_guard lock(mutex_);
         gates_.push_back(gate);
         return gate;
@@ -76,21 +73,15 @@ public:
         const auto found = counts_.find(call);
         return found == counts_.end() ? 0 : found->second;
     }
-    /// Logs the reads of events and collections too.
-    void log_reads(bool on) {
-        const std::lock_guard lock(mutex_);
-        log_reads_ = on;
-    }
-
-    /// The first step of each call of a fake: counts, logs, runs the hooks and returns the planned answer.
+    /// The first step of each call of a fake: counts, logs all but reads of events and collections, runs the hooks and
+    /// returns the planned answer.
     std::optional<HRESULT> enter(std::string_view call, bool is_read = false) {
         std::vector<Rule> due;
         std::optional<HRESULT> answer;
         {
             const std::lock_guard lock(mutex_);
             const std::size_t number = ++counts_[std::string(call)];
-            if (!is_read || log_reads_)
-                call_log().add(name_.empty() ? std::string(call) : name_ + "." + std::string(call));
+            if (!is_read) call_log().add(name_.empty() ? std::string(call) : name_ + "." + std::string(call));
             if (until_any_ != 0 && --until_any_ == 0) {
                 answered_ = call;
                 answer = any_code_;
@@ -114,9 +105,8 @@ private:
     };
     void add(std::string_view call, unsigned nth, std::function<void()> hook, std::optional<HRESULT> code) {
         const std::lock_guard lock(mutex_);
-        const auto found = counts_.find(call);
-        const std::size_t before = found == counts_.end() ? 0 : found->second;
-        rules_.emplace(std::string(call), Rule{nth == each ? each : before + nth, std::move(hook), code});
+        const std::string name(call);
+        rules_.emplace(name, Rule{nth == each ? each : counts_[name] + nth, std::move(hook), code});
     }
 
     const std::string name_;
@@ -124,7 +114,6 @@ private:
     std::map<std::string, std::size_t, std::less<>> counts_;
     std::multimap<std::string, Rule, std::less<>> rules_;
     std::vector<std::shared_ptr<zo_test::Gate>> gates_;
-    bool log_reads_ = false;
     std::size_t until_any_ = 0; ///< 1 for the next call, 0 for none
     HRESULT any_code_ = S_OK;
     std::string answered_;

@@ -7,7 +7,6 @@
 #include "extension/host/host.h"
 #include "extension/host/listeners.h"
 #include "extension/host/value.h"
-#include "tests/fakes/call_log.h"
 #include "tests/fakes/call_plan.h"
 #include "tests/test_headers.h"
 
@@ -29,10 +28,7 @@ public:
         bool is_event;
     };
 
-    FakeHost() = default;
     virtual ~FakeHost() = default;
-    FakeHost(const FakeHost&) = delete;
-    FakeHost& operator=(const FakeHost&) = delete;
 
     /// The whole configuration; Null at first.
     void set_config(const Value& config) {
@@ -84,27 +80,24 @@ public:
         enter(context, "execute_command", command.name(), "");
     }
     void register_listener(const Context& context, IZoHmiSrvListener* listener) override {
-        const char* kind = kind_of(listener);
-        enter(context, "register_listener", kind, kind);
+        enter(context, "register_listener", kind_of(listener), kind_of(listener));
         const std::lock_guard lock(mutex_);
-        if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
+        listeners_.emplace_back(listener->type(), listener);
     }
     void register_config_listener(const Context& context, IZoHmiSrvConfigListener* listener, Value filter) override {
         enter(context, "register_config_listener", "", "");
         const std::lock_guard lock(mutex_);
-        if (listener != nullptr) listeners_.emplace_back(listener->type(), listener);
+        listeners_.emplace_back(listener->type(), listener);
         config_filter_ = std::move(filter);
     }
     void unregister_listener(const Context& context, IZoHmiSrvListener* listener) override {
-        const char* kind = kind_of(listener);
-        enter(context, "unregister_listener", kind, kind);
+        enter(context, "unregister_listener", kind_of(listener), kind_of(listener));
         const std::lock_guard lock(mutex_);
         std::erase_if(listeners_, [listener](const auto& entry) { return entry.second == listener; });
     }
     void notify_alarm(const Context& context, AlarmNotification mode, const Alarm& alarm) override {
-        const auto number = static_cast<std::int32_t>(mode);
-        enter(context, "notify_alarm", std::to_string(number) + " " + std::to_string(alarm.id()),
-              std::to_string(number));
+        const std::string number = std::to_string(static_cast<std::int32_t>(mode));
+        enter(context, "notify_alarm", number + " " + std::to_string(alarm.id()), number);
         const std::lock_guard lock(mutex_);
         ++alarms_;
     }
@@ -129,11 +122,9 @@ public:
 
 private:
     static const char* kind_of(const IZoHmiSrvListener* listener) {
-        if (listener == nullptr) return "null";
         constexpr const char* kinds[] = {"Unknown",           "Shutdown", "AlarmProvider",
                                          "EventLocalization", "Request",  "Config"};
-        const auto number = static_cast<std::size_t>(listener->type());
-        return kinds[number < std::size(kinds) ? number : 0];
+        return kinds[static_cast<std::size_t>(listener->type())];
     }
     static std::string joined(const std::string& first, const std::string& second) {
         return second.empty() ? first : first + " " + second;
@@ -165,8 +156,5 @@ private:
     Listeners listeners_;
     std::map<std::string, Context, std::less<>> contexts_;
 };
-
-/// A server that also has the licence interface.
-class FakeLicenseHost : public FakeHost, public ILicenseHost {};
 
 } // namespace fakes

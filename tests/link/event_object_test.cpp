@@ -135,9 +135,9 @@ TEST_F(EventObjectTest, OneAlarmIsOneObject) {
     peer.restart(); // the same instance: the target restored its state
     ASSERT_EQ(connect(), S_OK);
     EXPECT_TRUE(only_alarm() == alarms[1]);
-    peer.set_instance(8); // its handle 42 is another alarm
+    peer.on("hello", [](const auto& session, std::uint32_t id, const json&) { session->accept(id, 8); });
     ASSERT_EQ(connect(), S_OK);
-    EXPECT_FALSE(only_alarm() == alarms[1]);
+    EXPECT_FALSE(only_alarm() == alarms[1]); // the handle 42 of another instance
     EXPECT_EQ(alarms[1]->Confirm(), hresult(code::not_found));
 }
 
@@ -195,7 +195,7 @@ TEST_F(EventObjectTest, ConfirmSendsTheHandle) {
     const CComPtr<IZoAlarm> alarm = only_alarm();
     ASSERT_TRUE(alarm);
     for (const std::uint32_t result : {0u, 1u, 0x9811070cu}) {
-        peer.on("confirm", [&](const auto& session, std::uint32_t id, const json&) { session->reply(id, result); });
+        peer.on("confirm", ScriptedPeer::reply(result));
         EXPECT_EQ(alarm->Confirm(), hresult(result));
     }
     EXPECT_EQ(peer.last("confirm")["handle"], 0xffffffffffffffffu);

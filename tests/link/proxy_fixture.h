@@ -9,9 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -80,7 +78,6 @@ public:
         if (inside) inside(id, object);
         const std::lock_guard lock(mutex_);
         calls_.push_back(std::move(call));
-        threads_.insert(std::this_thread::get_id());
         return S_OK;
     }
 
@@ -89,16 +86,11 @@ public:
         const std::lock_guard lock(mutex_);
         return calls_;
     }
-    std::set<std::thread::id> threads() const {
-        const std::lock_guard lock(mutex_);
-        return threads_;
-    }
     std::size_t count() const { return calls().size(); }
 
 private:
     mutable std::mutex mutex_;
     std::vector<std::string> calls_;
-    std::set<std::thread::id> threads_;
 };
 
 /// A logger object of the real library against a scripted target.

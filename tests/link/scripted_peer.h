@@ -37,16 +37,17 @@ public:
         const std::lock_guard lock(mutex_);
         handlers_[operation] = std::move(handler);
     }
-    /// Answers an operation with these fields.
-    void answer(const std::string& operation, nlohmann::json fields) {
-        on(operation, [fields = std::move(fields)](const Session& session, std::uint32_t id, const nlohmann::json&) {
-            session->reply(id, zo_link::code::ok, fields);
-        });
+    /// Returns the handler that answers with this result and these fields.
+    static Handler reply(std::uint32_t result, const nlohmann::json& fields = {}) {
+        return [=](const Session& session, std::uint32_t id, const nlohmann::json&) {
+            session->reply(id, result, fields);
+        };
     }
-
-    void set_instance(std::uint64_t instance) {
-        const std::lock_guard lock(mutex_);
-        instance_ = instance;
+    void answer(const std::string& operation, const nlohmann::json& fields) {
+        on(operation, reply(zo_link::code::ok, fields));
+    }
+    void ignore(const std::string& operation) {
+        on(operation, [](const Session&, std::uint32_t, const nlohmann::json&) {});
     }
     /// Waits for an accepted hello; returns the newest session.
     Session session() {
@@ -85,18 +86,16 @@ private:
     }
     void handle(const Session& session, std::uint32_t id, const std::string& operation, const nlohmann::json& fields) {
         Handler handler;
-        std::uint64_t instance = 0;
         {
             const std::lock_guard lock(mutex_);
             last_[operation] = fields;
-            instance = instance_;
             if (const auto it = handlers_.find(operation); it != handlers_.end()) handler = it->second;
             if (operation == zo_link::op::hello && !handler) session_ = session;
         }
         if (handler)
             handler(session, id, fields);
         else if (operation == zo_link::op::hello)
-            session->accept(id, instance);
+            session->accept(id, 7);
         else
             session->reply(id, zo_link::code::not_supported);
     }
@@ -106,7 +105,6 @@ private:
     std::mutex mutex_;
     std::map<std::string, Handler> handlers_;
     std::map<std::string, nlohmann::json> last_;
-    std::uint64_t instance_ = 7;
     Session session_;
     std::unique_ptr<zo_link::LinkServer> server_;
 };
@@ -121,12 +119,11 @@ inline zo_link::EventRecord make_record(std::uint32_t id, std::uint64_t handle =
     return record;
 }
 
-inline nlohmann::json event_fields(const zo_link::EventRecord& record) {
-    return {{"event", zo_link::event_to_json(record)}};
-}
-
-inline nlohmann::json event_fields(const zo_link::EventRecord& record, bool removed) {
-    return {{"event", zo_link::event_to_json(record)}, {"removed", removed}};
+/// Returns the fields of a notification; removed is absent if null.
+inline nlohmann::json event_fields(const zo_link::EventRecord& record, const nlohmann::json& removed = nullptr) {
+    nlohmann::json fields = {{"event", zo_link::event_to_json(record)}};
+    if (!removed.is_null()) fields["removed"] = removed;
+    return fields;
 }
 
 } // namespace zo_test

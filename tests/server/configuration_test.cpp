@@ -1,6 +1,5 @@
 #include "server/configuration.h"
 
-#include "server/host.h"
 #include "server/read_file.h"
 #include "tests/server_api/values.h"
 #include "tests/support/files.h"
@@ -14,7 +13,6 @@ using namespace server;
 using zo_test::TemporaryFile;
 using zo_test::TemporaryFolder;
 using ZoHmiSrv::Value;
-using ZoHmiSrv::ValueType;
 
 namespace {
 
@@ -64,7 +62,6 @@ TEST(Configuration, UnknownAndWrongKeysAreProblems) {
         "TARGET_SYSTEMS::a::ENABLED is missing; it must be true or false\n"
         "unknown key TARGET_SYSTEMS::a::ENABLE\n"
         "TARGET_SYSTEMS::b has the wrong type; it must be an object with ADDRESS and ENABLED\n");
-    EXPECT_TRUE(problems("{}").starts_with("TIMEOUT is missing; "));
 }
 
 TEST(ReadFile, OnlyFilesOfBoundedSize) {
@@ -81,7 +78,6 @@ TEST(ReadFile, OnlyFilesOfBoundedSize) {
     EXPECT_EQ(failure(pipe, FileKind::regular), pipe.string() + " is not a regular file") << "does not block";
     EXPECT_EQ(failure("/dev/zero", FileKind::regular), "/dev/zero is not a regular file");
     EXPECT_EQ(failure("/dev/zero", FileKind::regular_or_stream), "/dev/zero is not a regular file or a pipe");
-    EXPECT_EQ(failure(file, FileKind::regular), "cannot read " + file.string() + ": No such file or directory");
     zo_test::write_file(file, std::string(1024, 'x'));
     EXPECT_EQ(failure(file, FileKind::regular).size(), 1030u);
     zo_test::write_file(file, std::string(1025, 'x'));
@@ -99,7 +95,6 @@ TEST(Configuration, ChangesAreNewEntriesThenDeleted) {
         return all;
     };
     EXPECT_EQ(changes(R"("a": {"x": 1, "y": 2}, "b": {})", R"("b": {}, "a": {"y": 2, "x": 1})"), "");
-    EXPECT_EQ(changes(R"("a": {"x": 1, "y": 2}, "b": {})", R"("a": {"x": 1, "y": 3}, "b": {})"), "::a ");
     EXPECT_EQ(changes(R"("a": 1, "b": 2, "c": 3)", R"("b": 2, "c": 4, "d": 5)"), "::c ::d ::a deleted ");
     EXPECT_EQ(changes(R"("a": 1)", R"("a": null)"), "::a ") << "null is not missing";
     EXPECT_EQ(target_changes(parse(R"("a": 1)"), parse_configuration("{}")).size(), 1u);
@@ -108,8 +103,6 @@ TEST(Configuration, ChangesAreNewEntriesThenDeleted) {
 TEST(Configuration, BrokenFileLeavesItUnchanged) {
     const TemporaryFile file(R"({"TIMEOUT": 10, "TARGET_SYSTEMS": {"a": {"ENABLED": true}}})");
     Configuration configuration(file.path());
-    EXPECT_EQ(configuration.get("").type(), ValueType::Struct);
-    EXPECT_TRUE(configuration.get("TARGET_SYSTEMS::a::ENABLED").get_bool());
     for (const char* path : {"TARGET_SYSTEMS::b", "TIMEOUT::a", "target_systems", "TARGET_SYSTEMS::a::", "::"}) {
         EXPECT_FALSE(configuration.get(path).isset()) << path;
     }
@@ -122,18 +115,6 @@ TEST(Configuration, BrokenFileLeavesItUnchanged) {
     EXPECT_EQ(configuration.reload(), (std::vector<ConfigChange>{{"TARGET_SYSTEMS::a", false}}));
     EXPECT_FALSE(configuration.get("TARGET_SYSTEMS::a::ENABLED").get_bool());
     EXPECT_EQ(configuration.get("TIMEOUT").get_timespan().milliseconds(), 20);
-}
-
-TEST(ConfigFilter, FlagsAndPathsMustMatch) {
-    const Value root = parse_configuration(R"({"both": [{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}],
-        "change": [{"flags": 16, "paths": ["TARGET_SYSTEMS::*"]}], "one": [{"flags": 48, "paths": ["A::a"]}]})");
-    for (const int flag : {flag_change, flag_delete}) {
-        EXPECT_TRUE(asks_for(root["both"], "TARGET_SYSTEMS::a", flag));
-        EXPECT_EQ(asks_for(root["change"], "TARGET_SYSTEMS::a", flag), flag == flag_change);
-        EXPECT_FALSE(asks_for(root["both"], "TARGET::a", flag));
-        EXPECT_TRUE(asks_for(root["one"], "A::a", flag));
-        EXPECT_FALSE(asks_for(root["one"], "A::ab", flag));
-    }
 }
 
 } // namespace

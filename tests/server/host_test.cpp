@@ -13,9 +13,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <map>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 using namespace server;
 using zo_test::TemporaryFile;
@@ -37,8 +37,7 @@ struct Extension : IZoHmiSrvAlarmProviderListener,
         if (hook) hook();
         return result;
     }
-    int on_get_events(const Context& context, Value& events) override {
-        domain = context.domain();
+    int on_get_events(const Context&, Value& events) override {
         thread = std::this_thread::get_id();
         if (hook) hook();
         events::list(events, {event_of(alarm(1, 10)), event_of(message(20))});
@@ -58,7 +57,7 @@ struct Extension : IZoHmiSrvAlarmProviderListener,
         const Value& name = input.type() == ValueType::Struct ? input["targetName"] : input;
         note(std::string("request ") + command.mapping() + " " + name.get_string());
         command.set_extension_result(static_cast<unsigned>(result));
-        command.set_result_string(result_text);
+        command.set_result_string(result == HMI_E_FAIL ? "a\nb" : "");
         command.read_value() = output;
     }
     ResultPair on_config_change(const Context&, const char* path) override {
@@ -71,11 +70,9 @@ struct Extension : IZoHmiSrvAlarmProviderListener,
     void note(const std::string& call) { calls += (calls.empty() ? "" : "; ") + call; }
 
     std::string calls;
-    std::string domain;
     std::thread::id thread;
     std::function<void()> hook; // runs in a listing, a confirm and a configuration change
     ErrorValue result = HMI_SUCCESS;
-    const char* result_text = "";
     Value output;
 
 private:
@@ -110,7 +107,6 @@ TEST_F(HostTest, ResetListsInsideOnTheSameThread) {
         EXPECT_EQ(extension.thread, std::this_thread::get_id());
         EXPECT_EQ(list.rows().size(), 3u) << "before it returns";
     }).join();
-    EXPECT_EQ(extension.domain, "ZoHmiEventLogger");
     EXPECT_EQ(printed.back(), "reset, 3 rows");
 
     extension.hook = [] { throw 42; };
@@ -123,10 +119,12 @@ TEST_F(HostTest, ConfigListenerGetsChangesOfItsFilter) {
     const std::vector<ConfigChange> changes{
         {"TARGET_SYSTEMS::bad", false}, {"TARGET_SYSTEMS::b", false}, {"TARGET_SYSTEMS::a", true}};
 
-    const Value root = parse_configuration(R"({"all": [{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}], "none": []})");
-    host.register_config_listener(context, &extension, root["none"]);
+    const Value root = parse_configuration(R"({"all": [{"flags": 48, "paths": ["TARGET_SYSTEMS::*"]}],
+        "some": [{"flags": 16, "paths": ["TARGET_SYSTEMS::a", "TARGET_SYSTEMS::b", "TARGET::*"]}]})");
+    host.register_config_listener(context, &extension, root["some"]);
     host.notify_config(changes);
-    EXPECT_EQ(extension.calls, "");
+    EXPECT_EQ(std::exchange(extension.calls, ""), "change TARGET_SYSTEMS::b");
+    printed.clear();
     host.unregister_listener(context, static_cast<IZoHmiSrvConfigListener*>(&extension));
 
     host.register_config_listener(context, &extension, root["all"]);
@@ -155,7 +153,6 @@ TEST_F(HostTest, DumpHasRowsAndFreshListing) {
     EXPECT_EQ(attempts, 2);
     const auto dump = ordered_json::parse(file.read());
     ASSERT_EQ(dump["rows"].size(), 2u);
-    EXPECT_EQ(dump["rows"][1]["number"], "m2");
     EXPECT_EQ(dump["incomplete"][0], "Target");
     EXPECT_EQ(dump["rows"][0]["alarm"]["timeCleared"], 15);
     EXPECT_EQ(dump["listing"][0]["alarm"]["timeCleared"], 0);
@@ -200,23 +197,16 @@ TEST_F(CommandsTest, WrongLineChangesNothing) {
     const char* const no_event = " is neither the id of an alarm, such as 17, nor the number of a message, such as m3";
     const std::pair<std::string, const char*> cases[]{
         {"nonsense", "unknown command \"nonsense\"; see help"},
-        {"\x1b[2Jx \xFF", "unknown command \"\uFFFD[2Jx\"; see help"},
         {"confirm 2 2", "usage: confirm ID"},
-        {"clear", "usage: clear NAME [--yes]"},
-        {"clear One --no", "\"--no\" is not --yes"},
         {"clear One", "clear empties a log for good; in scripts use: clear NAME --yes"},
-        {"confirm #2", "\"#2\" is not the id of an alarm, such as 17"},
         {"confirm 4294967298", "\"4294967298\" is not the id of an alarm, such as 17"},
         {"show m0", no_event},
-        {"show m99999999999999999999", no_event},
         {"confirm 7", "unknown alarm 7"},
         {"confirm m1", "m1 is a message; only alarms can be confirmed"},
-        {"show m2", "unknown message m2"},
         {"events de_DE", "\"de_DE\" is not a language such as de-DE"},
         {"reconnect \"", "missing closing quote"},
         {std::string("clear Plant\0x", 13), "\"Plant\xEF\xBF\xBDx\" is not the name of a target"},
         {"config set One 1.2.3.4.5.256 true", "\"1.2.3.4.5.256\" is not a net id such as 5.12.82.40.1.1"},
-        {"config set One 1.2.3.4.5.6 yes", "\"yes\" is neither true nor false"},
         {"config set a::b 1.2.3.4.5.6 true", "\"a::b\" is not the name of a target"},
         {"sleep -1", "\"-1\" is not a number of milliseconds up to a day"},
         {"watch", "watch needs a terminal"},
@@ -236,30 +226,16 @@ TEST_F(CommandsTest, WrongLineChangesNothing) {
     EXPECT_EQ(run("sleep 1", [](const std::string&) { return true; }).text, "sleep works in scripts only");
     EXPECT_TRUE(configuration.get("") == before);
     EXPECT_EQ(list.version(), version);
-    for (const char* line : {"", " \t\r", "; clear One"}) {
-        EXPECT_TRUE(run(line).ok) << line;
-        EXPECT_EQ(extension.calls, "") << line;
-    }
 }
 
 TEST_F(CommandsTest, EventsAreLocalizedAndPrintable) {
     const Answer answer = run("events de-DE");
-    ASSERT_TRUE(answer.ok) << answer.text;
     EXPECT_EQ(extension.calls, "localize de-DE; localize de-DE; localize de-DE");
     EXPECT_EQ(answer.text.substr(0, answer.text.find('\n')),
               "2 1970-01-01 00:00:00.000 severity 0 active: text\uFFFD[2J\uFFFD in de-DE | Class | Source\uFFFD");
-    const auto& row = answer.json["events"][2];
-    EXPECT_EQ(row["number"], "m1");
+    EXPECT_EQ(answer.json["events"][2]["text"], "text\x1b[2J\xC2\x9B in de-DE") << "unchanged for programs";
+    EXPECT_FALSE(parameters_of(list.rows()[0].event)["eventClassName"].isset()) << "the list is unchanged";
     EXPECT_EQ(run("show m1").json["event"]["message"]["timeRaised"], 20);
-    EXPECT_EQ(run("show 70").json["event"]["alarm"]["id"], 70);
-    EXPECT_EQ(row["state"], "message");
-    EXPECT_EQ(row["class"], "Class");
-    EXPECT_EQ(row["text"], "text\x1b[2J\xC2\x9B in de-DE") << "unchanged for programs";
-    for (const std::string& text : {answer.text, json_line(answer.json)}) {
-        EXPECT_EQ(text.find('\x1b'), std::string::npos);
-        EXPECT_EQ(text.find("\xC2\x9B"), std::string::npos);
-    }
-    EXPECT_TRUE(parameters_of(list.rows()[0].event)["eventClassName"].isset() == false) << "the list is unchanged";
 
     extension.result = HMI_E_CONNECT;
     const Answer failed = run("events");
@@ -269,61 +245,39 @@ TEST_F(CommandsTest, EventsAreLocalizedAndPrintable) {
 }
 
 TEST_F(CommandsTest, EachCommandCallsTheExtension) {
-    struct Step {
-        const char *line, *calls, *answer;
-        ErrorValue result = HMI_SUCCESS;
-        const char* words = "";
-    };
-    const char *const confirm = "localize en-US; confirm 2", *const clear = "request ClearLoggedEvents One",
-                      *const refused = "alarm 2 of Target not confirmed: HMI_E_FAIL (0x101): ";
-    const Step steps[]{
-        {"reconnect \"a \\\"b\\\"\"", "request ForceReconnect a \"b\"", "a \"b\" disconnected; reconnecting"},
-        {"clear One --yes", clear, "log of One cleared"},
-        {"clear One --yes", clear, "ClearLoggedEvents failed: HMI_E_FAIL (0x101): a\uFFFDb", HMI_E_FAIL, "a\nb"},
+    const std::string refused = "alarm 2 of Target not confirmed: HMI_E_FAIL (0x101): ";
+    const char *const confirm = "localize en-US; confirm 2", *const clear = "request ClearLoggedEvents One";
+    const std::tuple<const char*, const char*, std::string, ErrorValue> steps[]{
+        {"reconnect \"a \\\"b\\\"\"", "request ForceReconnect a \"b\"", "a \"b\" disconnected; reconnecting",
+         HMI_SUCCESS},
+        {"clear One --yes", clear, "log of One cleared", HMI_SUCCESS},
+        {"clear One --yes", clear, "ClearLoggedEvents failed: HMI_E_FAIL (0x101): a\uFFFDb", HMI_E_FAIL},
         {"clear One --yes", clear, "unknown target \"One\"", HMI_E_ENTRY_NOT_FOUND},
-        {"diagnostics", "request Diagnostics ", "no targets"},
-        {"targets", "request ListEnabledTargetSystems ", "no targets"},
-        {"confirm 2", confirm, "alarm 2 of Target confirmed: Source\uFFFD: text\uFFFD[2J\uFFFD in en-US"},
-        {"confirm 2", confirm, "the alarm is not active on its target", HMI_E_FAIL},
-        {"config set Two 0.0.0.0 true", "change TARGET_SYSTEMS::Two", "configuration changed"},
-        {"config set Two 0.0.0.0 true", "", "configuration unchanged"},
-        {"config delete One", "delete TARGET_SYSTEMS::One", "configuration changed"},
-        {"config delete Three", "", "unknown target \"Three\""},
+        {"targets", "request ListEnabledTargetSystems ", "no targets", HMI_SUCCESS},
+        {"confirm 2", confirm, "alarm 2 of Target confirmed: Source\uFFFD: text\uFFFD[2J\uFFFD in en-US", HMI_SUCCESS},
+        {"confirm 2", confirm, refused + "the alarm is not active on its target", HMI_E_FAIL},
+        {"config set Two 0.0.0.0 true", "change TARGET_SYSTEMS::Two", "configuration changed", HMI_SUCCESS},
+        {"config set Two 0.0.0.0 true", "", "configuration unchanged", HMI_SUCCESS},
+        {"config delete One", "delete TARGET_SYSTEMS::One", "configuration changed", HMI_SUCCESS},
+        {"config delete Three", "", "unknown target \"Three\"", HMI_SUCCESS},
         {"config set Line \"\" true", "change TARGET_SYSTEMS::Line",
          "configuration changed, but the extension answered HMI_E_INVALID_PARAMETER (0x10d): no\uFFFD",
          HMI_E_INVALID_PARAMETER},
     };
-    for (const Step& step : steps) {
-        extension.result = step.result;
-        extension.result_text = step.words;
-        const std::string start = step.calls == confirm && step.result != HMI_SUCCESS ? refused : "";
-        EXPECT_EQ(run(step.line).text, start + step.answer);
-        EXPECT_EQ(extension.calls, step.calls) << step.line;
+    for (const auto& [line, calls, answer, result] : steps) {
+        extension.result = result;
+        EXPECT_EQ(run(line).text, answer);
+        EXPECT_EQ(extension.calls, calls) << line;
     }
-    EXPECT_EQ(
-        values::show(configuration.get("TARGET_SYSTEMS")),
-        "{Line: struct {ADDRESS: '', ENABLED: Bool(true)}, My \"line\": struct {ADDRESS: '', ENABLED: Bool(false)}, "
-        "Two: struct {ADDRESS: '0.0.0.0', ENABLED: Bool(true)}}");
+    EXPECT_EQ(values::show(configuration.get("TARGET_SYSTEMS::Two")),
+              "struct {ADDRESS: '0.0.0.0', ENABLED: Bool(true)}");
     EXPECT_EQ(configuration.reload().size(), 3u) << "the file is unchanged";
 
     extension.result = HMI_E_FAIL;
     extension.hook = [this] { report("ZORVANE_EVENTLOGGER_ERROR", "the log\ris locked"); };
     const Answer answer = run("confirm 2");
-    EXPECT_EQ(answer.text, std::string(refused) + "the log\uFFFDis locked");
+    EXPECT_EQ(answer.text, refused + "the log\uFFFDis locked");
     EXPECT_EQ(answer.json["result"], "0x101");
-}
-
-TEST_F(CommandsTest, ClearAsksAPerson) {
-    for (const bool yes : {false, true}) {
-        std::string question;
-        const Answer answer = run("clear One", [&](const std::string& asked) {
-            question = asked;
-            return yes;
-        });
-        EXPECT_EQ(question, "Empty the log of One? (y/n)");
-        EXPECT_EQ(answer.text, yes ? "log of One cleared" : "log unchanged");
-        EXPECT_EQ(extension.calls, yes ? "request ClearLoggedEvents One" : "");
-    }
 }
 
 TEST_F(CommandsTest, IncompleteListHasRemark) {
@@ -343,23 +297,12 @@ TEST_F(CommandsTest, IncompleteListHasRemark) {
             EXPECT_EQ(answer.json.contains("incomplete"), incomplete) << line;
         }
     };
-    const std::map<char, const char*> names{{'c', "TARGET_SYSTEM_CONNECTED"},
-                                            {'e', "ZORVANE_EVENTLOGGER_ERROR"},
-                                            {'s', "GETLOGGEDEVENTS_GETACTIVEALARMS"},
-                                            {'a', "TARGET_SYSTEM_CONNECT_FAILED"}};
-    const std::pair<const char*, bool> cases[]{{"e", false},   {"ce", true},   {"s", false},
-                                               {"cse", false}, {"ceac", true}, {"es", false}};
-    for (const auto& [messages, incomplete] : cases) {
-        for (const char* message = messages; *message != '\0'; ++message)
-            report(names.at(*message), "");
-        expect_remark(incomplete, messages);
-    }
-    report(names.at('c'), "");
-    extension.hook = [&] { report(names.at('e'), "refused"); };
+    report("TARGET_SYSTEM_CONNECTED", "");
+    extension.hook = [&] { report("ZORVANE_EVENTLOGGER_ERROR", "refused"); };
     run("confirm 1");
     extension.hook = nullptr;
     expect_remark(false, "a refused confirm is not a failed import");
-    report(names.at('e'), "");
+    report("ZORVANE_EVENTLOGGER_ERROR", "");
     expect_remark(true, "import failed");
     host.notify_config({{"TARGET_SYSTEMS::Target", true}});
     expect_remark(false, "deleted");
@@ -387,12 +330,10 @@ TEST_F(CommandsTest, WaitTakesOneCallSinceAChange) {
 TEST_F(CommandsTest, TabulatorOffersCandidates) {
     const std::pair<const char*, std::vector<std::string>> cases[]{
         {"con", {"config", "confirm"}},
-        {"config ", {"delete", "set"}},
         {"config set ", {"\"My \\\"line\\\"\"", "One"}},
         {"reconnect \"My", {"\"My \\\"line\\\"\""}},
         {"confirm ", {"2", "70"}},
         {"show ", {"2", "70", "m1"}},
-        {"clear One ", {"--yes"}},
     };
     for (const auto& [line, words] : cases)
         EXPECT_EQ(complete(line, [this](ArgumentKind kind) { return commands.candidates(kind); }), words) << line;

@@ -11,12 +11,25 @@ using namespace std::chrono_literals;
 
 namespace {
 
-void fail_import(Imports& imports, const char* target) {
-    for (const char* name : {"TARGET_SYSTEM_CONNECTED", "ZORVANE_EVENTLOGGER_ERROR"}) {
+/// Follows messages about the target One: c(onnected), a(way), e(rror) and the s(ummary) of an import.
+void follow(Imports& imports, std::string_view messages) {
+    for (const char kind : messages) {
         ZoHmiSrv::Message message;
-        message.set_name(name);
-        message.parameters().insert("0", target);
+        message.set_name(kind == 'c'   ? "TARGET_SYSTEM_CONNECTED"
+                         : kind == 'a' ? "TARGET_SYSTEM_CONNECT_FAILED"
+                         : kind == 'e' ? "ZORVANE_EVENTLOGGER_ERROR"
+                                       : "GETLOGGEDEVENTS_GETACTIVEALARMS");
+        message.parameters().insert("0", "One");
         imports.follow(message);
+    }
+}
+
+TEST(Imports, ErrorBeforeSummaryMeansIncomplete) {
+    for (const auto& [messages, incomplete] :
+         {std::pair("e", false), {"ce", true}, {"ces", false}, {"cse", false}, {"ceac", true}}) {
+        Imports imports;
+        follow(imports, messages);
+        EXPECT_EQ(imports.is_incomplete("One"), incomplete) << messages;
     }
 }
 
@@ -25,7 +38,7 @@ TEST(Imports, PausesDoubleUpToTheMaximum) {
     const std::stop_source stop;
     for (const auto pause : {40ms, 80ms, 100ms, 100ms}) {
         const auto start = Imports::Clock::now();
-        fail_import(imports, "One");
+        follow(imports, "ce");
         EXPECT_EQ(imports.wait_until_due(stop.get_token()), "One");
         EXPECT_GE(Imports::Clock::now() - start, pause);
     }
@@ -36,12 +49,8 @@ TEST(Imports, PausesDoubleUpToTheMaximum) {
 TEST(Imports, ReconnectEndsTheWait) {
     Imports imports(RetryPauses{20ms, 20ms}), once(std::nullopt);
     std::stop_source stop;
-    fail_import(imports, "One");
-    fail_import(once, "One");
-    ZoHmiSrv::Message connected;
-    connected.set_name("TARGET_SYSTEM_CONNECTED");
-    connected.parameters().insert("0", "One");
-    imports.follow(connected);
+    follow(imports, "cec");
+    follow(once, "ce");
     std::thread later([&] {
         std::this_thread::sleep_for(60ms);
         stop.request_stop();

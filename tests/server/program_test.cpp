@@ -16,6 +16,15 @@ namespace {
 using zo_test::eventually;
 using zo_test::TemporaryFile;
 
+/// Returns the lines of a text; each must be JSON.
+std::vector<std::string> json_lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line); lines.push_back(line))
+        EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+    return lines;
+}
+
 /// One run of the server.
 class Server {
 public:
@@ -37,12 +46,10 @@ public:
     /// Returns the diagnostic messages of the trace, each with its parameter.
     [[nodiscard]] std::vector<std::string> logged() const {
         std::vector<std::string> names;
-        std::istringstream in(trace_.read());
-        for (std::string line; std::getline(in, line);) {
+        for (const std::string& line : json_lines(trace_.read())) {
             const auto json = nlohmann::json::parse(line);
-            if (json["call"] == "send_message") {
+            if (json["call"] == "send_message")
                 names.push_back(json["name"].get<std::string>() + " " + json["parameters"]["0"].get<std::string>());
-            }
         }
         return names;
     }
@@ -65,19 +72,13 @@ TEST(Program, EndsAndUnloadsTheExtension) {
     EXPECT_NE(server.out().find("raised 5 "), std::string::npos) << server.out();
     const auto json = nlohmann::json::parse(dump.read());
     ASSERT_EQ(json["rows"].size(), 2u) << "raised in init, and listed";
-    EXPECT_EQ(json["rows"][0]["alarm"]["id"], 5);
     EXPECT_EQ(json["rows"][0]["number"], "5");
-    EXPECT_EQ(json["rows"][1]["alarm"]["id"], 6);
+    EXPECT_EQ(json["rows"][1]["number"], "6");
     EXPECT_EQ(json["listing"].size(), 2u);
 }
 
 TEST(Program, FailureIsOneSentenceWithStatusOne) {
-    struct Case {
-        const char* config;
-        const char* extension;
-        const char* sentence;
-    };
-    const Case cases[]{
+    const std::tuple<const char*, const char*, const char*> cases[]{
         {R"({"MODE": "fail"})", ZO_TEST_EXTENSION,
          "init answered HMI_E_INIT (0x105): configured to fail; "
          "configuration: TIMEOUT is missing; it must be a number of milliseconds, such as 3000\n"},
@@ -87,18 +88,16 @@ TEST(Program, FailureIsOneSentenceWithStatusOne) {
         {"{}", "/nonexistent/extension.so", "cannot load the extension"},
         {"{ broken", ZO_TEST_EXTENSION, "invalid literal\n"},
     };
-    for (const Case& c : cases) {
-        Server server(c.config, {"--seconds", "5"}, c.extension);
-        EXPECT_EQ(server.wait(), 1) << c.sentence;
-        EXPECT_NE(server.error().find(c.sentence), std::string::npos) << server.error();
+    for (const auto& [config, extension, sentence] : cases) {
+        Server server(config, {"--seconds", "5"}, extension);
+        EXPECT_EQ(server.wait(), 1) << sentence;
+        EXPECT_NE(server.error().find(sentence), std::string::npos) << server.error();
     }
 }
 
 TEST(Program, WrongCommandLineIsOneLine) {
-    const TemporaryFile out, error;
-    EXPECT_EQ(zo_test::Process({ZO_SERVER, "--version"}, out.path(), error.path()).wait(), 0);
+    const TemporaryFile error;
     EXPECT_EQ(zo_test::Process({ZO_SERVER, "--config", "x"}, "/dev/null", error.path()).wait(), 2);
-    EXPECT_EQ(out.read(), "zo-hmi-server 0.1.0\n");
     EXPECT_EQ(error.read(), "zo-hmi-server: --extension is required; see --help\n");
 }
 
@@ -149,50 +148,34 @@ TEST(Program, FullOrUnreadOutputIsReported) {
     EXPECT_NE(error.read().find("no reader of its output"), std::string::npos) << error.read();
 }
 
-TEST(Program, TraceMayUseStandardOutput) {
-    Server server("{}", {"--seconds", "0"}, ZO_TEST_EXTENSION, "-");
-    EXPECT_EQ(server.wait(), 0);
-    std::istringstream in(server.out());
-    int lines = 0;
-    for (std::string line; std::getline(in, line); ++lines)
-        EXPECT_TRUE(nlohmann::json::accept(line)) << line;
-    EXPECT_GT(lines, 5);
-    EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
-}
-
 TEST(Program, RunsItsCommandsAndEnds) {
     const TemporaryFile script("; a comment\n\nwait READY\nshow 5\n");
-    struct Case {
-        std::vector<std::string> options;
-        const char* input;
-        int status;
-        std::vector<const char*> answers; // parts of the answers, in order
-    };
-    const Case cases[]{
+    using Words = std::vector<std::string>;
+    const std::tuple<Words, const char*, int, Words> cases[]{
+        // options, input, status, parts of the answers
         {{"--script", script.path(), "--command", "show 6"}, "nonsense\n", 0, {"\"id\":5,", "\"id\":6,"}},
-        {{"--command", "confirm 5", "--command", "events"},
-         "",
-         1,
-         {"\"error\":\"alarm 5 not confirmed", "\"events\":[{"}},
+        {{"--command", "confirm 5", "--command", "events"}, "", 1, {"\"error\":\"alarm 5 not", "\"events\":[{"}},
         {{}, "nonsense\nshow 6", 1, {"\"error\":\"unknown command", "\"id\":6,"}},
     };
-    for (const Case& c : cases) {
-        std::vector<std::string> options = c.options;
+    for (auto [options, input, status, answers] : cases) {
         options.emplace_back("--json");
-        Server server("{}", options, ZO_TEST_EXTENSION, {}, c.input);
-        EXPECT_EQ(server.wait(), c.status) << server.error();
-        std::istringstream in(server.out());
-        std::vector<std::string> lines;
-        for (std::string line; std::getline(in, line);)
-            if (line.find("\"command\":\"wait") == line.npos) lines.push_back(line);
-        ASSERT_EQ(lines.size(), c.answers.size()) << server.out();
-        for (std::size_t i = 0; i < lines.size(); ++i) {
-            EXPECT_TRUE(nlohmann::json::accept(lines[i])) << lines[i];
-            EXPECT_NE(lines[i].find(c.answers[i]), std::string::npos) << lines[i];
-        }
+        Server server("{}", options, ZO_TEST_EXTENSION, {}, input);
+        EXPECT_EQ(server.wait(), status) << server.error();
+        std::vector<std::string> lines = json_lines(server.out());
+        std::erase_if(lines, [](const std::string& line) { return line.find("\"command\":\"wait") != line.npos; });
+        ASSERT_EQ(lines.size(), answers.size()) << server.out();
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            EXPECT_NE(lines[i].find(answers[i]), std::string::npos) << lines[i];
         EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
         EXPECT_EQ(server.logged().back(), "DELETED ");
     }
+}
+
+TEST(Program, TraceMayUseStandardOutput) {
+    Server server("{}", {"--seconds", "0"}, ZO_TEST_EXTENSION, "-");
+    EXPECT_EQ(server.wait(), 0);
+    EXPECT_GT(json_lines(server.out()).size(), 5u);
+    EXPECT_NE(server.error().find("log SHUTDOWN"), std::string::npos);
 }
 
 TEST(Program, EndDoesNotWaitForScript) {

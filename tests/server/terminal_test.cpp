@@ -1,9 +1,9 @@
 // The program on a terminal: the live table, the prompt, and the terminal afterwards.
+#include "tests/support/eventually.h"
 #include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <functional>
@@ -16,7 +16,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using zo_test::TemporaryFile;
 
 /// The server with a small extension on a terminal of its own.
@@ -60,25 +59,19 @@ public:
         pid_ = 0;
         termios after{};
         tcgetattr(master_, &after);
-        EXPECT_EQ(after.c_lflag, before_.c_lflag);
-        EXPECT_EQ(after.c_iflag, before_.c_iflag);
-        EXPECT_EQ(after.c_oflag, before_.c_oflag);
-        EXPECT_EQ(std::memcmp(after.c_cc, before_.c_cc, sizeof after.c_cc), 0);
+        EXPECT_EQ(std::memcmp(&after, &before_, sizeof after), 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
 private:
     bool reads_until(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
+        return zo_test::eventually([&] {
             pollfd waiting{master_, POLLIN, 0};
             char buffer[4096];
-            if (poll(&waiting, 1, 10) <= 0) continue;
-            const ssize_t count = read(master_, buffer, sizeof buffer);
+            const ssize_t count = poll(&waiting, 1, 10) > 0 ? read(master_, buffer, sizeof buffer) : 0;
             if (count > 0) shown_.append(buffer, static_cast<std::size_t>(count));
-        }
-        return true;
+            return condition();
+        });
     }
 
     TemporaryFile config_{R"({"TARGET_SYSTEMS": {"Bottling": {"ADDRESS": "", "ENABLED": false}}})"};
@@ -95,24 +88,26 @@ const std::string tabulator = "\t";
 
 TEST(Terminal, KeyOpensPromptAndWatchTheTable) {
     Terminal terminal;
-    ASSERT_TRUE(terminal.shows(enter_screen));
-    ASSERT_TRUE(terminal.shows(" 5  "));
-    terminal.type(arrow_up); // a key of several bytes, which must not reach the first command
-    ASSERT_TRUE(terminal.shows(leave_screen));
-    ASSERT_TRUE(terminal.shows("zo> "));
-    terminal.type("conf" + tabulator + "g" + tabulator + "del" + tabulator + "Bot" + tabulator + "\r");
-    ASSERT_TRUE(terminal.shows("configuration changed\r\n"));
-    terminal.type(arrow_up + "\r");
-    ASSERT_TRUE(terminal.shows("error: unknown target \"Bottling\"\r\n"));
-    terminal.type("clear Plant\r");
-    ASSERT_TRUE(terminal.shows("Empty the log of Plant? (y/n) "));
-    terminal.type("n");
-    ASSERT_TRUE(terminal.shows("log unchanged\r\n"));
-    terminal.type("watch\r");
-    ASSERT_TRUE(terminal.shows(enter_screen));
-    terminal.type("q");
-    ASSERT_TRUE(terminal.shows(leave_screen));
-    ASSERT_TRUE(terminal.shows("zo> "));
+    const std::pair<std::string, std::string> steps[]{
+        {"", enter_screen},
+        {"", " 5  "},
+        {arrow_up, leave_screen}, // a key of several bytes, which must not reach the first command
+        {"", "zo> "},
+        {"conf" + tabulator + "g" + tabulator + "del" + tabulator + "Bot" + tabulator + "\r",
+         "configuration changed\r\n"},
+        {arrow_up + "\r", "error: unknown target \"Bottling\"\r\n"},
+        {"clear Plant\r", "Empty the log of Plant? (y/n) "},
+        {"n", "log unchanged\r\n"},
+        {"clear Plant\r", "(y/n) "},
+        {"y", "error: ClearLoggedEvents failed: "},
+        {"watch\r", enter_screen},
+        {"q", leave_screen},
+        {"", "zo> "},
+    };
+    for (const auto& [keys, text] : steps) {
+        terminal.type(keys);
+        ASSERT_TRUE(terminal.shows(text));
+    }
     terminal.type("quit\r");
     EXPECT_EQ(terminal.wait(), 0);
 }
@@ -128,11 +123,10 @@ TEST(Terminal, IsRestoredAtEveryEnd) {
             terminal.type("half");
             ASSERT_TRUE(terminal.shows("half"));
         }
-        if (end == "SIGTERM") {
+        if (end == "SIGTERM")
             terminal.signal(SIGTERM);
-        } else {
+        else
             terminal.type(end.substr(0, end.find(' ')));
-        }
         EXPECT_EQ(terminal.wait(), 0);
     }
 }

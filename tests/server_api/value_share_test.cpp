@@ -175,18 +175,12 @@ Value sample_vector() {
 } // namespace
 
 TEST(ValueAlias, OperationsOnItself) {
-    struct Case {
-        const char* name;
-        std::function<void(Value&)> operation;
-        Value (*start)();
-        std::string result;
-    };
     const std::string map = show(sample_map());
     const std::string in_map = map.substr(1, map.size() - 2);
     const std::string vector = show(sample_vector());
     const std::string in_vector = vector.substr(1, vector.size() - 2);
     const std::string text = "'" + std::string(long_text) + "'";
-    const Case cases[] = {
+    const std::tuple<const char*, std::function<void(Value&)>, Value (*)(), std::string> cases[] = {
         {"v << v", [](Value& v) { v << v; }, sample_vector, "[" + in_vector + ", " + vector + "]"},
         {"v << v[2], a full vector", [](Value& v) { v << v[2]; }, sample_vector, "[" + in_vector + ", " + text + "]"},
         {"v.insert(begin, v[3])", [](Value& v) { v.insert(v.begin_vector(), v[3]); }, sample_vector,
@@ -203,13 +197,12 @@ TEST(ValueAlias, OperationsOnItself) {
         {"v[5] = v[1], a full vector", [](Value& v) { v[5] = v[1]; }, sample_vector,
          "[" + in_vector + ", Null(), " + map + "]"},
         {"v = move(v)", [](Value& v) { v = static_cast<Value&&>(v); }, sample_map, map},
-        {"v.insert(x, v)", [](Value& v) { v.insert("x", v); }, sample_map, "{" + in_map + ", x: " + map + "}"},
+        {"v.insert(x, move(v[3])), a vector", [](Value& v) { v.insert("x", std::move(v[3])); }, sample_vector,
+         "{x: 'end'}"},
         {"v.insert_or_update(a, v)", [](Value& v) { v.insert_or_update("a", v); }, sample_map,
          "{a: " + map + ", b: {c: 'short'}}"},
         {"v.insert(x, move(v[b]))", [](Value& v) { v.insert("x", std::move(v["b"])); }, sample_map,
          "{a: " + text + ", b: Null(), x: {c: 'short'}}"},
-        {"v.insert(x, move(v[3])), a vector", [](Value& v) { v.insert("x", std::move(v[3])); }, sample_vector,
-         "{x: 'end'}"},
         {"v[own short text]", [](Value& v) { v[v.get_string()] = 1; }, [] { return Value("name"); }, "{name: Int(1)}"},
         {"v[text of a member]", [](Value& v) { v[v["a"].get_string()] = 1; }, sample_map,
          "{a: " + text + ", " + long_text + ": Int(1), b: {c: 'short'}}"},
@@ -221,10 +214,10 @@ TEST(ValueAlias, OperationsOnItself) {
         {"v.set(own bytes)", [](Value& v) { v.set(static_cast<Binary>(v)); }, [] { return Value("xyz"); },
          "Binary(eHl6)"},
     };
-    for (const Case& c : cases) {
-        Value value = c.start();
-        c.operation(value);
-        EXPECT_EQ(show(value), c.result) << c.name;
+    for (const auto& [name, operation, start, result] : cases) {
+        Value value = start();
+        operation(value);
+        EXPECT_EQ(show(value), result) << name;
     }
 }
 

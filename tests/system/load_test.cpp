@@ -29,10 +29,6 @@ constexpr std::uint64_t alarm_each = 20;       // one in so many events is an al
 constexpr std::uint64_t alarms = 10;
 constexpr std::uint64_t alarms_live = 5;
 
-std::chrono::seconds duration() {
-    return std::chrono::seconds(length_of_soak("ZO_SOAK_SECONDS", 8));
-}
-
 json scenario() {
     json events = {{"100",
                     {{"kind", "message"},
@@ -182,19 +178,16 @@ Resources resources_of(pid_t process) {
 }
 
 TEST(Load, NothingIsLostOrGrows) {
-    const auto length = duration();
+    const std::chrono::seconds length(length_of_soak("ZO_SOAK_SECONDS", 8));
     // Ten seconds on a busy machine: the import must cover the time without a link and the calls lost with it.
     const std::size_t limit = 5000;
-    const auto round = std::chrono::seconds(length_of_soak(
-        "ZO_SOAK_ROUND",
-        static_cast<std::uint64_t>(
-            std::clamp<std::chrono::seconds>(length / 2, 4s, 60s).count()))); // between two losses of the links
+    const auto half = static_cast<std::uint64_t>(length.count()) / 2;
+    // Between two losses of the links.
+    const std::chrono::seconds round(length_of_soak("ZO_SOAK_ROUND", std::clamp<std::uint64_t>(half, 4, 60)));
     const TemporaryFolder folder;
-    std::array<std::string, 2> names{"One", "Two"};
-    std::array<std::string, 2> net_ids{"5.12.82.40.1.1", "5.12.82.41.1.1"};
-    std::array<Target, 2> targets{Target(folder, names[0], scenario(), false),
-                                  Target(folder, names[1], scenario(), false)};
-    json config = config_of({{names[0], enabled(net_ids[0])}, {names[1], enabled(net_ids[1])}});
+    const std::array<std::string, 2> names{"One", "Two"};
+    std::array<Target, 2> targets{Target(folder, "One", scenario(), false), Target(folder, "Two", scenario(), false)};
+    json config = config_of({{"One", enabled("5.12.82.40.1.1")}, {"Two", enabled("5.12.82.41.1.1")}});
     config["TIMEOUT"] = 10000; // also on a slow machine
     config["LIMIT_EVENT_COUNT"] = limit;
     // The trace goes through a pipe; the lines of the output are not needed.
@@ -202,7 +195,7 @@ TEST(Load, NothingIsLostOrGrows) {
     std::filesystem::create_symlink("/dev/null", folder / "server.out");
     std::atomic<std::uint64_t> sent = 0;
     Listener listener(folder / "trace.jsonl", sent);
-    Server server(folder, config, {{net_ids[0], targets[0].address()}, {net_ids[1], targets[1].address()}});
+    Server server(folder, config, {{"5.12.82.40.1.1", targets[0].address()}, {"5.12.82.41.1.1", targets[1].address()}});
     ASSERT_TRUE(eventually([&] { return listener.count("GETLOGGEDEVENTS_GETACTIVEALARMS") >= 2; }));
 
     const auto start = Clock::now();

@@ -38,9 +38,10 @@ inline std::uint64_t length_of_soak(const char* variable, std::uint64_t usual) {
     return text ? std::strtoull(text, nullptr, 10) : usual;
 }
 
-/// Writes a routes file from pairs of net id and address.
-inline void write_routes(const std::filesystem::path& file,
-                         const std::vector<std::pair<std::string, std::string>>& routes) {
+/// Pairs of net id and address.
+using Routes = std::vector<std::pair<std::string, std::string>>;
+
+inline void write_routes(const std::filesystem::path& file, const Routes& routes) {
     json table = {{"local", "5.1.2.3.1.1"}, {"routes", json::object()}};
     for (const auto& [net_id, address] : routes)
         table["routes"][net_id] = address;
@@ -152,8 +153,8 @@ private:
 /// The development server with the product, its trace and its final list.
 class Server {
 public:
-    Server(const TemporaryFolder& folder, const json& config,
-           const std::vector<std::pair<std::string, std::string>>& routes, const std::vector<std::string>& options = {})
+    Server(const TemporaryFolder& folder, const json& config, const Routes& routes,
+           const std::vector<std::string>& options = {})
         : config_(folder / "config.json"), trace_(folder / "trace.jsonl"), dump_(folder / "dump.json"),
           output_(folder / "server.out") {
         write_file(config_, config.dump());

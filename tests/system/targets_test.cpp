@@ -35,9 +35,8 @@ using Clock = std::chrono::steady_clock;
 /// any time. Only one may exist at a time.
 class LiveServer {
 public:
-    /// Routes are pairs of net id and address. A failure of the extension's `init` fails the test.
-    LiveServer(const TemporaryFolder& folder, const json& config,
-               const std::vector<std::pair<std::string, std::string>>& routes) {
+    /// A failure of the extension's `init` fails the test.
+    LiveServer(const TemporaryFolder& folder, const json& config, const Routes& routes) {
         write_file(folder / "config.json", config.dump());
         write_routes(folder / "routes.json", routes);
         setenv("ZO_ROUTES", (folder / "routes.json").c_str(), 1);
@@ -199,7 +198,7 @@ TEST(Away, ShutdownWaitsForOneTimeout) {
         const TemporaryFolder folder;
         Target target(folder, "one", quiet("bottling.json"));
         json entries = json::object();
-        std::vector<std::pair<std::string, std::string>> routes;
+        Routes routes;
         for (int i = 0; i < targets; ++i) {
             const std::string net_id = "5.12.82." + std::to_string(40 + i) + ".1.1";
             entries["Target" + std::to_string(i)] = enabled(net_id);

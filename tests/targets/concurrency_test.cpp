@@ -4,10 +4,6 @@
 #include "extension/host/event_payload.h"
 #include "tests/fakes/callback_thread.h"
 
-#include <algorithm>
-#include <atomic>
-#include <random>
-
 namespace {
 
 using namespace ZoHmiSrv;

@@ -7,12 +7,7 @@
 #include "extension/host/value.h"
 #include "targets/event_key.h"
 #include "tests/fakes/fake_events.h"
-
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <random>
-#include <stdexcept>
-#include <vector>
+#include "tests/test_headers.h"
 
 namespace {
 

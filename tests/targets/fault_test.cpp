@@ -7,10 +7,6 @@
 #include "support/numeric.h"
 #include "tests/server_api/allocations.h"
 
-#include <algorithm>
-#include <new>
-#include <set>
-
 namespace {
 
 using ZoAtlCom::CAtlException;

@@ -2,7 +2,6 @@
 
 #include "extension/host/event_payload.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 namespace {

@@ -2,9 +2,6 @@
 
 #include "extension/host/event_payload.h"
 
-#include <new>
-#include <stdexcept>
-
 namespace {
 
 using namespace ZoHmiSrv;
@@ -30,7 +27,7 @@ TEST_F(Intake, MessageIsStoredAndReported) {
     EXPECT_EQ(*next_id, 1U); // takes no id
     Value list;
     target->list_events(list);
-    EXPECT_TRUE(listener.messages().at(0) == std::as_const(list)[0].get_event().payload().get_message());
+    EXPECT_TRUE(listener.messages.at(0) == std::as_const(list)[0].get_event().payload().get_message());
 }
 
 TEST_F(Intake, AlarmIsRaisedAndRaisedAgain) {
@@ -46,7 +43,7 @@ TEST_F(Intake, AlarmIsRaisedAndRaisedAgain) {
     EXPECT_EQ(log(), (Lines{R"(log_message ACTIVE_ALARM_RAISED_AGAIN "T" 1 @9s)", "on_alarm_raised 1 @9s"}));
     EXPECT_EQ(stored(), (Lines{"2@6s", "1@9s"}));
     EXPECT_EQ(static_cast<int>(stored_alarm(1).severity()), 4);
-    EXPECT_TRUE(listener.alarms().back() == stored_alarm(1));
+    EXPECT_TRUE(listener.alarms.back() == stored_alarm(1));
     EXPECT_EQ(*next_id, 4U); // one id was wasted
     EXPECT_EQ(target->counters().active_alarms, 2U);
     EXPECT_EQ(target->counters().imported_events, 2U);
@@ -93,7 +90,7 @@ TEST_F(Intake, ClearedAndConfirmedAlarmsAreUpdated) {
                                     (row.removed ? " \"T\" true 1 @5s " : " \"T\" false 1 @5s ") + row.traced_time,
                                 row.removed ? "on_alarm_changed 1 removed" : "on_alarm_changed 1 kept"}));
         const Alarm alarm = stored_alarm(1);
-        EXPECT_TRUE(listener.alarms().back() == alarm);
+        EXPECT_TRUE(listener.alarms.back() == alarm);
         EXPECT_EQ(fakes::describe(Value(row.clear ? alarm.time_cleared() : alarm.time_confirmed())), row.traced_time);
         EXPECT_EQ((row.clear ? alarm.time_confirmed() : alarm.time_cleared()), Timestamp());
         EXPECT_EQ(static_cast<int>(alarm.confirmation_state()), 0);
@@ -139,10 +136,10 @@ TEST_F(Intake, EvictedEventsAreForgottenFirst) {
     EXPECT_EQ(log(), (Lines{"on_message @6s"}));
     logger->fire_raised(alarm(7, 71));
     expect_forgotten("@6s", {R"(log_message NEW_ALARM_RAISED "T" 2 @7s)", "on_alarm_raised 2 @7s"});
-    EXPECT_TRUE(listener.forgotten().back().payload().type() == ValueType::Message);
+    EXPECT_TRUE(listener.forgotten.back().payload().type() == ValueType::Message);
     logger->fire_cleared(first, VARIANT_TRUE); // evicts itself, and is still reported as changed
     expect_forgotten("@5s", {R"(log_message KNOWN_ALARM_CLEARED "T" true 1 @5s @now)", "on_alarm_changed 1 removed"});
-    EXPECT_EQ(listener.forgotten().back().payload().get_alarm().id(), 1);
+    EXPECT_EQ(listener.forgotten.back().payload().get_alarm().id(), 1);
     EXPECT_EQ(stored(), (Lines{"2@7s"}));
 }
 

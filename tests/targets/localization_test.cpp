@@ -3,12 +3,7 @@
 #include "targets/localization_cache.h"
 #include "targets/localization_keys.h"
 #include "tests/support/checksum.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <iterator>
-#include <string>
+#include "tests/test_headers.h"
 
 namespace {
 

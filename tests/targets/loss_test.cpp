@@ -3,8 +3,6 @@
 
 #include "tests/fakes/callback_thread.h"
 
-#include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <future>
 #include <sched.h>

@@ -7,15 +7,7 @@
 #include "tests/fakes/fake_listener.h"
 #include "tests/fakes/fake_proxy.h"
 #include "tests/support/eventually.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
+#include "tests/test_headers.h"
 
 namespace ZoHmiEventLogger {
 

@@ -36,7 +36,6 @@ TEST_F(ClientStandIn, LocalAddressOfRoutesFile) {
     const std::pair<const char*, const char*> cases[] = {
         {R"({"local":"5.1.2.3.1.1","routes":{}})", "5.1.2.3.1.1"},
         {R"({"local":"5.1.2.4"})", "5.1.2.4.1.1"},
-        {R"({"local":5})", "127.0.0.1.1.1"},
         {R"({"local":"5.1.2.256.1.1"})", "127.0.0.1.1.1"},
         {R"({"local":"5.1.2.3.1.1")", "127.0.0.1.1.1"},
     };
