@@ -3,12 +3,9 @@
 #include "tests/support/eventually.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstddef>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace fakes {

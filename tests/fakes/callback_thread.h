@@ -2,22 +2,17 @@
 
 #include "support/threading.h"
 
-#include <functional>
 #include <future>
-#include <utility>
 
 namespace fakes {
 
 /// One thread that runs posted work in order, as the proxy's callback thread does. The destructor runs what is queued.
 class CallbackThread {
 public:
-    CallbackThread() = default;
     ~CallbackThread() {
         drain();
         pool_.stop(5000, ZoHmiSrv::InterruptMode::join, false);
     }
-    CallbackThread(const CallbackThread&) = delete;
-    CallbackThread& operator=(const CallbackThread&) = delete;
 
     void post(std::function<void()> work) { pool_.post(std::move(work)); }
     /// Blocks until everything posted so far has run.

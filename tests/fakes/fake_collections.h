@@ -5,13 +5,6 @@
 #include "tests/fakes/call_plan.h"
 #include "tests/fakes/com_object.h"
 
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace fakes {
 
 using namespace ZoEventLoggerFdxProxyLib;

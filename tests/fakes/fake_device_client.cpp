@@ -2,18 +2,15 @@
 
 #include "tests/fakes/call_log.h"
 
-#include <string>
-
 using fakes::call_log;
 using fakes::device_client;
-using State = fakes::FakeDeviceClient::State;
 
 namespace {
 
 constexpr std::int32_t port_not_open = 0x748;
 
 void run_hook() {
-    const std::function<void()> hook = device_client().with_state([](State& state) { return state.hook; });
+    const std::function<void()> hook = device_client().state()->hook;
     if (hook) hook();
 }
 
@@ -26,27 +23,25 @@ fakes::FakeDeviceClient& fakes::device_client() {
 
 std::int32_t FdxPortOpenEx() {
     run_hook();
-    return device_client().with_state([](State& state) {
-        const std::int32_t port = state.refuse ? 0 : ++state.last_port;
-        if (port != 0) state.open.insert(port);
-        call_log().add("FdxPortOpenEx() = " + std::to_string(port));
-        return port;
-    });
+    const auto state = device_client().state();
+    const std::int32_t port = state->refuse ? 0 : ++state->last_port;
+    if (port != 0) state->open.insert(port);
+    call_log().add("FdxPortOpenEx() = " + std::to_string(port));
+    return port;
 }
 
 std::int32_t FdxPortCloseEx(std::int32_t port) {
     run_hook();
     call_log().add("FdxPortCloseEx(" + std::to_string(port) + ")");
-    return device_client().with_state([&](State& state) { return state.open.erase(port) == 1 ? 0 : port_not_open; });
+    return device_client().state()->open.erase(port) == 1 ? 0 : port_not_open;
 }
 
 std::int32_t FdxGetLocalAddressEx(std::int32_t port, ZoHmiFdx::NrxAddr* address) {
     call_log().add("FdxGetLocalAddressEx(" + std::to_string(port) + ")");
-    return device_client().with_state([&](State& state) {
-        if (!state.open.contains(port)) return port_not_open;
-        if (state.local_result == 0) *address = {state.local, static_cast<std::uint16_t>(port)};
-        return state.local_result;
-    });
+    const auto state = device_client().state();
+    if (!state->open.contains(port)) return port_not_open;
+    if (state->local_result == 0) *address = {state->local, static_cast<std::uint16_t>(port)};
+    return state->local_result;
 }
 
 std::int32_t FdxSyncSetTimeoutEx(std::int32_t port, std::int32_t timeout) {

@@ -1,13 +1,7 @@
 #pragma once
 
 #include "device/net/fdx_client.h"
-
-#include <cstdint>
-#include <functional>
-#include <mutex>
-#include <set>
-#include <type_traits>
-#include <utility>
+#include "tests/test_headers.h"
 
 namespace fakes {
 
@@ -23,30 +17,19 @@ public:
         std::set<std::int32_t> open;
         std::int32_t last_port = 0;
     };
-    void reset() {
-        with_state([](State& state) { state = {}; });
-    }
-    void set_local(ZoHmiFdx::NrxNetId local) {
-        with_state([&](State& state) { state.local = local; });
-    }
-    void set_local_result(std::int32_t result) {
-        with_state([&](State& state) { state.local_result = result; });
-    }
-    void refuse_ports(bool refuse) {
-        with_state([&](State& state) { state.refuse = refuse; });
-    }
-    void on_open_or_close(std::function<void()> hook) {
-        with_state([&](State& state) { state.hook = std::move(hook); });
-    }
-    [[nodiscard]] std::set<std::int32_t> open_ports() {
-        return with_state([](State& state) { return state.open; });
+    /// Returns the state, locked as long as the pointer exists.
+    [[nodiscard]] auto state() {
+        const auto unlock = [this](State*) { mutex_.unlock(); };
+        mutex_.lock();
+        return std::unique_ptr<State, decltype(unlock)>(&state_, unlock);
     }
 
-    template <class Use>
-    std::invoke_result_t<Use, State&> with_state(Use use) {
-        const std::lock_guard lock(mutex_);
-        return use(state_);
-    }
+    void reset() { *state() = {}; }
+    void set_local(ZoHmiFdx::NrxNetId local) { state()->local = local; }
+    void set_local_result(std::int32_t result) { state()->local_result = result; }
+    void refuse_ports(bool refuse) { state()->refuse = refuse; }
+    void on_open_or_close(std::function<void()> hook) { state()->hook = std::move(hook); }
+    [[nodiscard]] std::set<std::int32_t> open_ports() { return state()->open; }
 
 private:
     std::mutex mutex_;

@@ -5,15 +5,6 @@
 #include "tests/fakes/call_plan.h"
 #include "tests/fakes/com_object.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <optional>
-#include <string>
-#include <vector>
-
 namespace fakes {
 
 using namespace ZoEventLoggerFdxProxyLib;
@@ -82,19 +73,16 @@ protected:
         *out = std::invoke(read, fields_);
         return S_OK;
     }
+    /// A missing value reads as zero.
+    template <class T>
+    HRESULT read(const char* call, T* out, std::optional<T> EventFields::*field) {
+        return read(call, out, [field](const EventFields& fields) { return (fields.*field).value_or(T{}); });
+    }
     HRESULT read_text(const char* call, std::optional<std::string> EventFields::*field, char** out) {
         *out = nullptr;
         if (const auto planned = enter(call)) return *planned;
         const std::lock_guard lock(mutex_);
         return fields_.null_strings ? S_OK : hand_out((fields_.*field).value_or(""), out);
-    }
-    HRESULT read_source_flag(std::uint32_t mask, VARIANT_BOOL* out) {
-        return read("HasSourceField", out, [mask](const EventFields& fields) {
-            const bool has = (mask == SourceFieldId && fields.source_id) ||
-                             (mask == SourceFieldGuid && fields.source_guid) ||
-                             (mask == SourceFieldName && fields.source_name);
-            return has ? fields.source_flag : VARIANT_FALSE;
-        });
     }
     HRESULT fill_block(std::uint8_t** block, std::uint32_t size) {
         if (const auto planned = enter("GetArgumentData")) return *planned;
@@ -128,13 +116,16 @@ public:
     HRESULT GetEventId(std::uint32_t* out) override { return read("GetEventId", out, &EventFields::event_id); }
     HRESULT GetSeverity(std::uint32_t* out) override { return read("GetSeverity", out, &EventFields::severity); }
     HRESULT GetEventType(std::int32_t* out) override { return read("GetEventType", out, &EventFields::type); }
-    HRESULT HasSourceField(std::uint32_t mask, VARIANT_BOOL* out) override { return read_source_flag(mask, out); }
-    HRESULT GetSourceId(std::uint32_t* out) override {
-        return read("GetSourceId", out, value_of(&EventFields::source_id));
+    HRESULT HasSourceField(std::uint32_t mask, VARIANT_BOOL* out) override {
+        return read("HasSourceField", out, [mask](const EventFields& fields) {
+            const bool has = (mask == SourceFieldId && fields.source_id) ||
+                             (mask == SourceFieldGuid && fields.source_guid) ||
+                             (mask == SourceFieldName && fields.source_name);
+            return has ? fields.source_flag : VARIANT_FALSE;
+        });
     }
-    HRESULT GetSourceGuid(GUID* out) override {
-        return read("GetSourceGuid", out, value_of(&EventFields::source_guid));
-    }
+    HRESULT GetSourceId(std::uint32_t* out) override { return read("GetSourceId", out, &EventFields::source_id); }
+    HRESULT GetSourceGuid(GUID* out) override { return read("GetSourceGuid", out, &EventFields::source_guid); }
     HRESULT GetSourceName(char** out) override { return read_text("GetSourceName", &EventFields::source_name, out); }
     HRESULT GetTimeRaised(std::int64_t* out) override { return read("GetTimeRaised", out, &EventFields::raised); }
     HRESULT GetArguments(ArgumentDescriptor* out) override {
@@ -142,9 +133,7 @@ public:
     }
     HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override { return fill_block(block, size); }
     HRESULT GetJsonAttribute(char** out) override { return read_text("GetJsonAttribute", &EventFields::json, out); }
-    HRESULT GetUniqueId(std::uint32_t* out) override {
-        return read("GetUniqueId", out, value_of(&EventFields::unique_id));
-    }
+    HRESULT GetUniqueId(std::uint32_t* out) override { return read("GetUniqueId", out, &EventFields::unique_id); }
 
 protected:
     ~FakeEvent() = default;
@@ -158,12 +147,6 @@ protected:
     }
 
 private:
-    /// A missing value reads as zero.
-    template <class T>
-    static auto value_of(std::optional<T> EventFields::*field) {
-        return [field](const EventFields& fields) { return (fields.*field).value_or(T{}); };
-    }
-
     const GUID& own_;
     const GUID& json_;
 };

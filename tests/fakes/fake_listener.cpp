@@ -3,9 +3,7 @@
 #include "binding/error.h"
 #include "extension/host/value.h"
 #include "support/numeric.h"
-#include "tests/fakes/call_log.h"
 
-#include <charconv>
 #include <cstdlib>
 
 namespace fakes {
@@ -18,13 +16,6 @@ std::string describe_time(const Timestamp& time) {
     if (ns == 0) return "@0";
     if (std::labs(ns / second - Timestamp::now().seconds()) < 60) return "@now";
     return ns % second == 0 ? "@" + std::to_string(ns / second) + "s" : "@" + std::to_string(ns) + "ns";
-}
-
-std::string describe_double(double number) {
-    char text[512];
-    const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::fixed).ptr;
-    const std::string digits(text, end);
-    return digits.find('.') == std::string::npos ? digits + ".0" : digits;
 }
 
 template <class Number>
@@ -52,11 +43,10 @@ std::string describe(const Value& value) {
     case ValueType::Null:
         return "null";
     case ValueType::Bool:
-        return value.get_bool() ? "true" : "false";
     case ValueType::Int:
-        return number(value.get_int32());
     case ValueType::Double:
-        return describe_double(value.get_double());
+        text = Value(value).convert(ValueType::String).get_string();
+        return value.type() == ValueType::Double && text.find('.') == std::string::npos ? text + ".0" : text;
     case ValueType::String:
         return std::string("\"") + value.get_string() + "\"";
     case ValueType::DateTime:
@@ -122,22 +112,22 @@ void FakeListener::log_unknown_exception(const std::string& target_name) {
 
 void FakeListener::on_message(Message message) {
     enter("on_message", describe_time(message.time_raised()));
-    keep(messages_, std::move(message));
+    keep(messages, std::move(message));
 }
 
 void FakeListener::on_alarm_raised(const Alarm& alarm) {
     enter("on_alarm_raised", number(alarm.id()) + " " + describe_time(alarm.time_raised()));
-    keep(alarms_, alarm);
+    keep(alarms, alarm);
 }
 
 void FakeListener::on_alarm_changed(const Alarm& alarm, bool removed) {
     enter("on_alarm_changed", number(alarm.id()) + (removed ? " removed" : " kept"));
-    keep(alarms_, alarm);
+    keep(alarms, alarm);
 }
 
 void FakeListener::forget_event(const Event& event) {
     enter("forget_event", describe_time(event.time_received()));
-    keep(forgotten_, event);
+    keep(forgotten, event);
 }
 
 bool FakeListener::preload_translations() {

@@ -5,18 +5,12 @@
 #include "targets/logging_functions.h"
 #include "tests/fakes/call_plan.h"
 
-#include <functional>
-#include <mutex>
-#include <string>
-#include <vector>
-
 namespace fakes {
 
 using namespace ZoHmiSrv;
 
 /// A value with its type: "text", 5 (Int), 5.0 (Double), true (Bool), <0a0b> (Binary), {name=1 other=2.0}. A DateTime
-/// is
-/// @5s (whole seconds since 1970), @5ns, @0 or, within a minute of the present, @now.
+/// is @5s (whole seconds since 1970), @5ns, @0 or, within a minute of the present, @now.
 std::string describe(const Value& value);
 /// All but the parameters: "NAME@domain id=1 severity=2 state=0 confirmation=3 raised=@1s cleared=@0 confirmed=@0".
 std::string describe(const Alarm& alarm);
@@ -31,20 +25,18 @@ std::string describe(const Message& message);
 /// `plan()` changes calls, also by "log_message NAME". [any thread]
 class FakeListener : public ZoHmiEventLogger::ILoggingFunctions {
 public:
-    FakeListener() = default;
     virtual ~FakeListener() = default;
-    FakeListener(const FakeListener&) = delete;
-    FakeListener& operator=(const FakeListener&) = delete;
 
     /// Runs inside every call, on its thread, with the call's line. Set it before the calls begin.
     void set_probe(std::function<void(const std::string&)> probe) { probe_ = std::move(probe); }
     [[nodiscard]] CallPlan& plan() { return plan_; }
     bool preload = false; ///< the answer of `preload_translations`
 
-    // The arguments of on_message, of on_alarm_raised and on_alarm_changed, and of forget_event.
-    [[nodiscard]] std::vector<Message> messages() const { return copy_of(messages_); }
-    [[nodiscard]] std::vector<Alarm> alarms() const { return copy_of(alarms_); }
-    [[nodiscard]] std::vector<Event> forgotten() const { return copy_of(forgotten_); }
+    // The arguments of on_message, of on_alarm_raised and on_alarm_changed, and of forget_event. Read them while no
+    // other thread calls.
+    std::vector<Message> messages;
+    std::vector<Alarm> alarms;
+    std::vector<Event> forgotten;
 
     void log_message(Message message) override;
     void log_exception(const std::string& target_name, const std::exception& exception) override;
@@ -57,11 +49,6 @@ public:
 
 private:
     template <class T>
-    std::vector<T> copy_of(const std::vector<T>& kept) const {
-        const std::lock_guard lock(mutex_);
-        return kept;
-    }
-    template <class T>
     void keep(std::vector<T>& kept, T argument) {
         const std::lock_guard lock(mutex_);
         kept.push_back(std::move(argument));
@@ -70,10 +57,7 @@ private:
 
     CallPlan plan_;
     std::function<void(const std::string&)> probe_;
-    mutable std::mutex mutex_;
-    std::vector<Message> messages_;
-    std::vector<Alarm> alarms_;
-    std::vector<Event> forgotten_;
+    std::mutex mutex_;
 };
 
 } // namespace fakes

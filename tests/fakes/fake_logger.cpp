@@ -1,13 +1,7 @@
 #include "tests/fakes/fake_logger.h"
 
-#include "platform/logger_proxy/invoke.h"
-
-#include <algorithm>
-
 namespace fakes {
 
-using zo_logger_proxy::flag_variant;
-using zo_logger_proxy::object_variant;
 using ZoAtlCom::CComPtr;
 
 namespace {
@@ -34,37 +28,6 @@ HRESULT give_texts(const char* kind, const std::vector<ThreeTexts>& texts, std::
 }
 
 } // namespace
-
-HRESULT FakeConnectionSettings::SetPreloadTranslations(VARIANT_BOOL value) {
-    if (const auto planned = plan_->enter("SetPreloadTranslations")) return *planned;
-    preload = value;
-    return S_OK;
-}
-
-HRESULT FakeLogger::fire(std::int32_t id, std::vector<VARIANT> reversed, VARIANT* result) {
-    IDispatch* const target = sink();
-    return target ? zo_logger_proxy::invoke(*target, id, reversed, result) : S_FALSE;
-}
-
-HRESULT FakeLogger::fire_message(const MessagePtr& message) {
-    return fire(_IZoEventLoggerEvents::OnMessageSent, {object_variant(message.get())});
-}
-
-HRESULT FakeLogger::fire_raised(const AlarmPtr& alarm) {
-    return fire(_IZoEventLoggerEvents::OnAlarmRaised, {object_variant(alarm.get())});
-}
-
-HRESULT FakeLogger::fire_cleared(const AlarmPtr& alarm, VARIANT_BOOL removed) {
-    return fire(_IZoEventLoggerEvents::OnAlarmCleared, {flag_variant(removed), object_variant(alarm.get())});
-}
-
-HRESULT FakeLogger::fire_confirmed(const AlarmPtr& alarm, VARIANT_BOOL removed) {
-    return fire(_IZoEventLoggerEvents::OnAlarmConfirmed, {flag_variant(removed), object_variant(alarm.get())});
-}
-
-HRESULT FakeLogger::fire_database_changed(std::int32_t reason) {
-    return fire(_IZoEventLoggerEvents::OnDatabaseChanged, {zo_logger_proxy::number_variant(reason)});
-}
 
 HRESULT FakeLogger::connect(const char* call, const char* address, const FakeConnectionSettings* settings) {
     const auto planned = plan->enter(call);

@@ -1,20 +1,14 @@
 #pragma once
 
 #include "platform/logger_proxy/collection.h"
+#include "platform/logger_proxy/invoke.h"
 #include "tests/fakes/fake_collections.h"
 #include "tests/fakes/fake_events.h"
 
-#include <atomic>
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <optional>
-#include <string>
-#include <vector>
-
 namespace fakes {
 
+using zo_logger_proxy::flag_variant;
+using zo_logger_proxy::object_variant;
 using zo_logger_proxy::ThreeTexts;
 
 /// The arguments of a GetText call.
@@ -29,7 +23,11 @@ struct TextRequest {
 class FakeConnectionSettings final : public ComObject<IZoConnectionSettings> {
 public:
     explicit FakeConnectionSettings(std::shared_ptr<CallPlan> plan) : plan_(std::move(plan)) {}
-    HRESULT SetPreloadTranslations(VARIANT_BOOL preload) override;
+    HRESULT SetPreloadTranslations(VARIANT_BOOL value) override {
+        if (const auto planned = plan_->enter("SetPreloadTranslations")) return *planned;
+        preload = value;
+        return S_OK;
+    }
 
     VARIANT_BOOL preload = 77; ///< until it is set
 
@@ -99,13 +97,19 @@ public:
         return sink_;
     }
     /// Call the sink on this thread, as the logger does. Return S_FALSE without a sink.
-    HRESULT fire_message(const MessagePtr& message);
-    HRESULT fire_raised(const AlarmPtr& alarm);
-    HRESULT fire_cleared(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
-    HRESULT fire_confirmed(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE);
-    HRESULT fire_database_changed(std::int32_t reason);
-    /// Calls any event with the arguments in reverse order.
-    HRESULT fire(std::int32_t id, std::vector<VARIANT> reversed, VARIANT* result = nullptr);
+    HRESULT fire_message(const MessagePtr& message) {
+        return fire(Events::OnMessageSent, {object_variant(message.get())});
+    }
+    HRESULT fire_raised(const AlarmPtr& alarm) { return fire(Events::OnAlarmRaised, {object_variant(alarm.get())}); }
+    HRESULT fire_cleared(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE) {
+        return fire(Events::OnAlarmCleared, {flag_variant(removed), object_variant(alarm.get())});
+    }
+    HRESULT fire_confirmed(const AlarmPtr& alarm, VARIANT_BOOL removed = VARIANT_FALSE) {
+        return fire(Events::OnAlarmConfirmed, {flag_variant(removed), object_variant(alarm.get())});
+    }
+    HRESULT fire_database_changed(std::int32_t reason) {
+        return fire(Events::OnDatabaseChanged, {zo_logger_proxy::number_variant(reason)});
+    }
 
     HRESULT Connect(const char* address) override { return connect("Connect", address, nullptr); }
     HRESULT Disconnect() override;
@@ -131,7 +135,13 @@ public:
     HRESULT Unadvise(std::uint32_t cookie) override;
 
 private:
+    using Events = _IZoEventLoggerEvents;
+
     void* find_interface(const GUID& iid) override;
+    HRESULT fire(std::int32_t id, std::vector<VARIANT> reversed) {
+        IDispatch* const target = sink();
+        return target ? zo_logger_proxy::invoke(*target, id, reversed) : S_FALSE;
+    }
     HRESULT connect(const char* call, const char* address, const FakeConnectionSettings* settings);
 
     mutable std::mutex mutex_;

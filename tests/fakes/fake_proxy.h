@@ -2,13 +2,7 @@
 
 #include "tests/fakes/fake_logger.h"
 
-#include <cstddef>
 #include <deque>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
 
 namespace fakes {
 

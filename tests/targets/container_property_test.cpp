@@ -1,17 +1,6 @@
 #include "binding/error.h"
-#include "support/guid.h"
 #include "tests/fakes/fake_events.h"
 #include "tests/targets/reference_container.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
-#include <optional>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 

@@ -4,11 +4,7 @@
 #include "extension/host/value.h"
 #include "tests/fakes/fake_events.h"
 #include "tests/fakes/fake_listener.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <utility>
+#include "tests/test_headers.h"
 
 namespace {
 

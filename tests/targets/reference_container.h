@@ -4,13 +4,7 @@
 #include "extension/host/event_payload.h"
 #include "extension/host/value.h"
 #include "targets/limited_event_container.h"
-
-#include <cstdint>
-#include <functional>
-#include <iterator>
-#include <map>
-#include <optional>
-#include <vector>
+#include "tests/test_headers.h"
 
 // The store as plain walks over buckets: what every operation of the product's store, however it is built, has to equal
 // to the last callback.
