@@ -181,8 +181,7 @@ private:
         case 11:
             // A callback during the import.
             if (const auto alarm = some_alarm())
-                logger_->plan->run(
-                    "GetActiveAlarms", [this, alarm] { logger_->fire_raised(alarm); }, 1);
+                logger_->plan->run("GetActiveAlarms", 1, [this, alarm] { logger_->fire_raised(alarm); });
             logger_->connected = VARIANT_FALSE;
             connect();
             break;

@@ -13,9 +13,8 @@ using ZoAtlCom::detail::ZoErrorInfo;
 
 namespace {
 
-class ErrorText : public testing::Test {
-protected:
-    ~ErrorText() override { FakeProxyLibrary::instance().reset(); }
+struct ErrorText : testing::Test {
+    ~ErrorText() override { library.reset(); }
     FakeProxyLibrary& library = FakeProxyLibrary::instance();
 };
 

@@ -7,8 +7,6 @@
 #include "tests/test_headers.h"
 
 #include <future>
-#include <new>
-#include <stdexcept>
 
 using namespace ZoAtlCom;
 using namespace ZoEventLoggerFdxProxyLib;
@@ -80,14 +78,13 @@ protected:
 
 TEST_F(EventSink, CallsMethodWithArgumentsInReverse) {
     IZoAlarm* const an_alarm = alarm.get();
-    IZoMessage* const a_message = message.get();
     const struct {
         std::int32_t id;
         std::vector<VARIANT> arguments;
         const char* call;
         void* object;
     } rows[] = {
-        {2, {object_variant(message.get())}, "message 0", a_message},
+        {2, {object_variant(message.get())}, "message 0", static_cast<IZoMessage*>(message.get())},
         {3, {the_alarm()}, "raised 0", an_alarm},
         {4, {number(VT_BOOL, -1), the_alarm()}, "cleared -1", an_alarm},
         {5, {number(VT_BOOL, -1), the_alarm()}, "confirmed -1", an_alarm},
@@ -183,16 +180,11 @@ public:
     static std::span<const SinkEntry<AskingSink>> sink_entries() {
         static constexpr SinkEntry<AskingSink> entries[] = {
             {&IID_IZoAlarm, 3, [](AskingSink&, VARIANT*, VARIANT*, std::uint32_t) { return E_UNEXPECTED; }, nullptr},
-            {&IID__IZoEventLoggerEvents, 3,
-             [](AskingSink& sink, VARIANT*, VARIANT*, std::uint32_t) {
-                 sink.called = true;
-                 return E_ABORT;
-             },
+            {&IID__IZoEventLoggerEvents, 3, [](AskingSink&, VARIANT*, VARIANT*, std::uint32_t) { return E_ABORT; },
              nullptr}};
         return entries;
     }
     std::int32_t asked = 0;
-    bool called = false;
     HRESULT answer = E_NOTIMPL;
 };
 
@@ -202,10 +194,8 @@ TEST_F(EventSink, FetchesMissingFunctionInformation) {
     AskingSink asking;
     EXPECT_EQ(asking.Invoke(3, GUID{}, 0, 1, nullptr, nullptr, nullptr, nullptr), S_OK);
     EXPECT_EQ(asking.asked, 3);
-    EXPECT_FALSE(asking.called);
     asking.answer = S_OK;
     EXPECT_EQ(asking.Invoke(3, GUID{}, 0, 1, nullptr, nullptr, nullptr, nullptr), E_ABORT);
-    EXPECT_TRUE(asking.called);
 }
 
 TEST_F(EventSink, AnswersToItsInterfacesUncounted) {

@@ -12,9 +12,10 @@ using namespace ZoEventLoggerFdxProxyLib;
 
 namespace {
 
-VARIANT tagged(unsigned tag) {
+VARIANT tagged(unsigned tag, void* pointer = nullptr) {
     VARIANT variant{};
     variant.vt = static_cast<VARTYPE>(tag);
+    variant.byref = pointer;
     return variant;
 }
 
@@ -51,8 +52,7 @@ TEST(Variant, RefusesInvalidTags) {
 }
 
 TEST(Variant, CopiesStrings) {
-    VARIANT source = tagged(VT_BSTR);
-    source.bstrVal = SysAllocStringLen("a\0b", 3);
+    VARIANT source = tagged(VT_BSTR, SysAllocStringLen("a\0b", 3));
     VARIANT copy{};
     ASSERT_EQ(VariantCopy(&copy, &source), S_OK);
     EXPECT_NE(copy.bstrVal, source.bstrVal);
@@ -68,9 +68,9 @@ TEST(Variant, CopiesStrings) {
 
 TEST(Variant, CountsObjectsButNotByReference) {
     const fakes::AlarmPtr alarm(new fakes::FakeAlarm());
+    IDispatch* pointer = alarm.get();
     for (const VARTYPE tag : {VT_DISPATCH, VT_UNKNOWN}) {
-        VARIANT source = tagged(tag);
-        source.pdispVal = alarm.get();
+        const VARIANT source = tagged(tag, pointer);
         VARIANT copy{};
         ASSERT_EQ(VariantCopy(&copy, &source), S_OK);
         EXPECT_EQ(alarm->references(), 2u);
@@ -80,9 +80,7 @@ TEST(Variant, CountsObjectsButNotByReference) {
         EXPECT_EQ(alarm->references(), 1u);
         EXPECT_EQ(copy.pdispVal, nullptr);
     }
-    IDispatch* pointer = alarm.get();
-    VARIANT by_reference = tagged(VT_BYREF | VT_DISPATCH);
-    by_reference.byref = &pointer;
+    const VARIANT by_reference = tagged(VT_BYREF | VT_DISPATCH, &pointer);
     VARIANT copy{};
     ASSERT_EQ(VariantCopy(&copy, &by_reference), S_OK);
     EXPECT_EQ(copy.byref, &pointer);
@@ -91,8 +89,7 @@ TEST(Variant, CountsObjectsButNotByReference) {
 }
 
 TEST(Variant, LockedArrayStopsClearAndCopy) {
-    VARIANT source = tagged(VT_ARRAY | VT_I4);
-    source.parray = make_array("12345678");
+    VARIANT source = tagged(VT_ARRAY | VT_I4, make_array("12345678"));
     VARIANT target{};
     ASSERT_EQ(VariantCopy(&target, &source), S_OK);
     ASSERT_NE(target.parray, source.parray);
@@ -109,8 +106,7 @@ TEST(Variant, LockedArrayStopsClearAndCopy) {
     // The copies made meanwhile are released.
     EXPECT_EQ(VariantCopy(&target, &source), DISP_E_ARRAYISLOCKED);
     const fakes::AlarmPtr alarm(new fakes::FakeAlarm());
-    VARIANT object = tagged(VT_DISPATCH);
-    object.pdispVal = alarm.get();
+    const VARIANT object = tagged(VT_DISPATCH, static_cast<IDispatch*>(alarm.get()));
     EXPECT_EQ(VariantCopy(&target, &object), DISP_E_ARRAYISLOCKED);
     EXPECT_EQ(alarm->references(), 1u);
 
@@ -126,8 +122,7 @@ TEST(Variant, FailedCopyKeepsBadTargetOrEmptiesIt) {
     EXPECT_EQ(VariantCopy(&target, &number), E_INVALIDARG);
     EXPECT_EQ(target.vt, 15);
     EXPECT_EQ(target.lVal, 7);
-    target = tagged(VT_BSTR);
-    target.bstrVal = SysAllocString("old"); // leaks unless the copy clears it
+    target = tagged(VT_BSTR, SysAllocString("old")); // leaks unless the copy clears it
     const VARIANT record = tagged(VT_RECORD);
     EXPECT_EQ(VariantCopy(&target, &record), E_NOTIMPL);
     EXPECT_EQ(target.vt, VT_EMPTY);
@@ -191,39 +186,23 @@ TEST(CountedString, LengthStandsBeforeTheText) {
 }
 
 TEST(CountedString, ReallocReplacesOrKeepsTarget) {
-    enum Target { none, old };
-    const struct {
-        const char* name;
-        Target target;
-        const char* text;
-        int length; // -1: the whole text
-        int done;
-        const char* after;
-    } rows[] = {
-        {"whole text", old, "new", -1, 1, "new"},
-        {"empty text", old, "", -1, 1, ""},
-        {"null text", old, nullptr, -1, 0, "old"},
-        {"null target", none, "new", -1, 0, nullptr},
-        {"part", old, "newer", 3, 1, "new"},
-        {"all of it by length", old, "new", 3, 1, "new"},
-        {"more than there is", old, "new", 4, 0, "old"},
-        {"length 0", old, "new", 0, 0, "old"},
-        {"null text by length", old, nullptr, 1, 0, "old"},
-        {"null target by length", none, "new", 1, 0, nullptr},
+    constexpr int whole = -1;
+    const std::tuple<const char*, int, int, const char*> rows[] = {
+        {"new", whole, 1, "new"}, {"", whole, 1, ""},   {nullptr, whole, 0, "old"}, {"newer", 3, 1, "new"},
+        {"new", 3, 1, "new"},     {"new", 4, 0, "old"}, {"new", 0, 0, "old"},       {nullptr, 1, 0, "old"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        char* text = row.target == old ? SysAllocString("old") : nullptr;
-        char** target = row.target == none ? nullptr : &text;
-        const int done = row.length < 0 ? SysReAllocString(target, row.text)
-                                        : SysReAllocStringLen(target, row.text, static_cast<std::uint32_t>(row.length));
-        EXPECT_EQ(done, row.done);
-        if (row.after) {
-            EXPECT_STREQ(text, row.after);
-            EXPECT_EQ(SysStringLen(text), std::strlen(row.after));
-        }
+    for (const auto& [source, length, done, after] : rows) {
+        SCOPED_TRACE(std::string(source ? source : "null") + " " + std::to_string(length));
+        char* text = SysAllocString("old");
+        EXPECT_EQ(length == whole ? SysReAllocString(&text, source)
+                                  : SysReAllocStringLen(&text, source, static_cast<std::uint32_t>(length)),
+                  done);
+        EXPECT_STREQ(text, after);
+        EXPECT_EQ(SysStringLen(text), std::strlen(after));
         SysFreeString(text);
     }
+    EXPECT_EQ(SysReAllocString(nullptr, "new"), 0);
+    EXPECT_EQ(SysReAllocStringLen(nullptr, "new", 1), 0);
     char* text = SysAllocString("prefix-rest");
     EXPECT_EQ(SysReAllocString(&text, text + 7), 1); // by a part of itself
     EXPECT_STREQ(text, "rest");

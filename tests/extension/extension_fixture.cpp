@@ -86,8 +86,8 @@ void ExtensionTest::set_config(const char* key, const Value& value) {
     host.set_config(config);
 }
 
-void ExtensionTest::make_extension(IZoHmiSrvExtHost* with_host) {
-    extension = std::make_unique<ZoHmiEventLogger::ZoHmiEventLogger>(with_host ? with_host : &host);
+void ExtensionTest::make_extension() {
+    extension = std::make_unique<ZoHmiEventLogger::ZoHmiEventLogger>(&host);
     alive_ = true;
 }
 
@@ -104,10 +104,6 @@ void ExtensionTest::start_without_ticks() {
     set_entry("~", Value());
     take_calls();
     host.clear();
-}
-
-void ExtensionTest::tick(TimerError error) {
-    extension->on_timer(error, context_of("tick"));
 }
 
 ErrorValue ExtensionTest::change(const char* name) {
@@ -141,8 +137,7 @@ std::size_t ExtensionTest::raise_before_reset(const char* call, unsigned nth, co
                                               const std::function<void()>& change) {
     fakes::CallbackThread callbacks;
     const auto alarm = logger->make_alarm();
-    host.plan().run(
-        call, [&] { callbacks.post([&] { logger->fire_raised(alarm); }); }, nth);
+    host.plan().run(call, nth, [&] { callbacks.post([&] { logger->fire_raised(alarm); }); });
     std::size_t raised = 99, listed_in_reset = 99;
     host.plan().run("reset_temporary_events", [&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200)); // time for a callback that overtakes

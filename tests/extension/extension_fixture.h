@@ -39,14 +39,16 @@ protected:
     void set_entry(const std::string& name, const ZoHmiSrv::Value& entry);
     void set_config(const char* key, const ZoHmiSrv::Value& value);
 
-    void make_extension(ZoHmiSrv::IZoHmiSrvExtHost* with_host = nullptr);
+    void make_extension();
     /// Runs `init` with the domain "HMI".
     ZoHmiSrv::ErrorValue init();
     /// Connects the targets but starts no tick, so that only the test runs ticks. The proxy of a last target "~",
     /// removed afterwards, cannot be created: `init` then fails but keeps the other targets.
     void start_without_ticks();
     /// Runs a tick with the domain "tick".
-    void tick(ZoHmiSrv::TimerError error = ZoHmiSrv::TimerError::none);
+    void tick(ZoHmiSrv::TimerError error = ZoHmiSrv::TimerError::none) {
+        extension->on_timer(error, context_of("tick"));
+    }
     ZoHmiSrv::ErrorValue change(const char* name);
     /// Shuts down with the domain "shutdown".
     void shut_down();

@@ -47,13 +47,12 @@ TEST_F(Traffic, AllAtOnceEndsInOrder) {
     };
 
     std::atomic<bool> stop = false;
-    std::atomic<unsigned> rounds[5] = {};
-    const auto until_stop = [&](std::size_t index, auto work) {
-        return std::thread([&stop, &rounds, index, work] {
-            while (!stop) {
-                work(rounds[index].load());
-                ++rounds[index];
-            }
+    std::deque<std::atomic<unsigned>> rounds;
+    std::vector<std::thread> threads;
+    const auto repeat = [&](auto work) {
+        threads.emplace_back([&stop, &round = rounds.emplace_back(0), work] {
+            for (; !stop; ++round)
+                work(round.load());
         });
     };
     const auto raise_and_clear = [](const fakes::LoggerPtr& logger) {
@@ -66,27 +65,22 @@ TEST_F(Traffic, AllAtOnceEndsInOrder) {
             logger->fire_message(logger->make_message({.raised = fakes::file_time(100 + round)}));
         };
     };
-    std::thread threads[] = {
-        until_stop(0,
-                   [&](unsigned round) {
-                       (round % 2 ? a : b)->connected = VARIANT_FALSE;
-                       tick();
-                   }),
-        until_stop(1, raise_and_clear(a)),
-        until_stop(2, raise_and_clear(b)),
-        until_stop(3,
-                   [&](unsigned round) {
-                       set_entry("c", target_entry(round % 4 < 2 ? "5.3.3.3.1.1" : "5.3.3.3.1.2", round % 2 == 0));
-                       change("c");
-                       if (round % 5 == 0) extension->on_config_delete(Context(), "TARGET_SYSTEMS::c");
-                   }),
-        until_stop(4,
-                   [&](unsigned) {
-                       const Value events = listed();
-                       EXPECT_EQ(events.type(), ValueType::Vector);
-                       operate(events);
-                   }),
-    };
+    repeat([&](unsigned round) {
+        (round % 2 ? a : b)->connected = VARIANT_FALSE;
+        tick();
+    });
+    repeat(raise_and_clear(a));
+    repeat(raise_and_clear(b));
+    repeat([&](unsigned round) {
+        set_entry("c", target_entry(round % 4 < 2 ? "5.3.3.3.1.1" : "5.3.3.3.1.2", round % 2 == 0));
+        change("c");
+        if (round % 5 == 0) extension->on_config_delete(Context(), "TARGET_SYSTEMS::c");
+    });
+    repeat([&](unsigned) {
+        const Value events = listed();
+        EXPECT_EQ(events.type(), ValueType::Vector);
+        operate(events);
+    });
     // At least the requested time; on a loaded machine until every thread had a turn.
     const char* requested = std::getenv("ZO_SOAK_SECONDS");
     const auto end =

@@ -25,10 +25,9 @@ public:
     /// The call returns the code, which may be a success, and leaves its out arguments null or 0.
     void answer(std::string_view call, HRESULT code, unsigned nth = each) { add(call, nth, {}, code); }
     /// As `answer` for the n-th call from now on of any name, which `answered` then returns.
-    void answer_any(HRESULT code, std::size_t nth) {
+    void answer_any(HRESULT code, unsigned nth) {
+        answer(any_call, code, nth);
         const std::lock_guard lock(mutex_);
-        until_any_ = nth;
-        any_code_ = code;
         answered_.clear();
     }
     [[nodiscard]] std::string answered() const {
@@ -36,23 +35,19 @@ public:
         return answered_;
     }
     /// The hook runs on the calling thread before the work. Its exceptions leave the call.
-    void run(std::string_view call, std::function<void()> hook, unsigned nth = each) {
-        add(call, nth, std::move(hook), {});
-    }
+    void run(std::string_view call, unsigned nth, std::function<void()> hook) { add(call, nth, std::move(hook), {}); }
+    void run(std::string_view call, std::function<void()> hook) { run(call, each, std::move(hook)); }
     /// The call throws a std::runtime_error; the second form throws no standard exception.
     void throw_error(std::string_view call, std::string text, unsigned nth = each) {
-        run(
-            call, [text = std::move(text)] { throw std::runtime_error(text); }, nth);
+        run(call, nth, [text = std::move(text)] { throw std::runtime_error(text); });
     }
     void throw_foreign(std::string_view call, unsigned nth = each) {
-        run(
-            call, [] { throw 42; }, nth);
+        run(call, nth, [] { throw 42; });
     }
     /// The call blocks until the gate is opened or the plan is cleared.
     std::shared_ptr<zo_test::Gate> block(std::string_view call, unsigned nth = each) {
         auto gate = std::make_shared<zo_test::Gate>();
-        run(
-            call, [gate] { gate->wait(); }, nth);
+        run(call, nth, [gate] { gate->wait(); });
         const std::lock_guard lock(mutex_);
         gates_.push_back(gate);
         return gate;
@@ -61,7 +56,6 @@ public:
     void clear() {
         const std::lock_guard lock(mutex_);
         rules_.clear();
-        until_any_ = 0;
         for (const auto& gate : gates_)
             gate->open();
         gates_.clear();
@@ -80,15 +74,16 @@ public:
         std::optional<HRESULT> answer;
         {
             const std::lock_guard lock(mutex_);
-            const std::size_t number = ++counts_[std::string(call)];
             if (!is_read) call_log().add(name_.empty() ? std::string(call) : name_ + "." + std::string(call));
-            if (until_any_ != 0 && --until_any_ == 0) {
-                answered_ = call;
-                answer = any_code_;
+            for (const std::string_view name : {call, any_call}) {
+                const std::size_t number = ++counts_[std::string(name)];
+                const auto [first, last] = rules_.equal_range(name);
+                for (auto rule = first; rule != last; ++rule) {
+                    if (rule->second.number != each && rule->second.number != number) continue;
+                    due.push_back(rule->second);
+                    if (name == any_call) answered_ = call;
+                }
             }
-            const auto [first, last] = rules_.equal_range(call);
-            for (auto rule = first; rule != last; ++rule)
-                if (rule->second.number == each || rule->second.number == number) due.push_back(rule->second);
         }
         for (const Rule& rule : due) {
             if (rule.hook) rule.hook();
@@ -98,6 +93,7 @@ public:
     }
 
 private:
+    static constexpr std::string_view any_call = "";
     struct Rule {
         std::size_t number; ///< of the call from 1, or `each`
         std::function<void()> hook;
@@ -114,8 +110,6 @@ private:
     std::map<std::string, std::size_t, std::less<>> counts_;
     std::multimap<std::string, Rule, std::less<>> rules_;
     std::vector<std::shared_ptr<zo_test::Gate>> gates_;
-    std::size_t until_any_ = 0; ///< 1 for the next call, 0 for none
-    HRESULT any_code_ = S_OK;
     std::string answered_;
 };
 

@@ -84,14 +84,6 @@ protected:
         const std::lock_guard lock(mutex_);
         return fields_.null_strings ? S_OK : hand_out((fields_.*field).value_or(""), out);
     }
-    HRESULT read_source_flag(std::uint32_t mask, VARIANT_BOOL* out) {
-        return read("HasSourceField", out, [mask](const EventFields& fields) {
-            const bool has = (mask == SourceFieldId && fields.source_id) ||
-                             (mask == SourceFieldGuid && fields.source_guid) ||
-                             (mask == SourceFieldName && fields.source_name);
-            return has ? fields.source_flag : VARIANT_FALSE;
-        });
-    }
     HRESULT fill_block(std::uint8_t** block, std::uint32_t size) {
         if (const auto planned = enter("GetArgumentData")) return *planned;
         const std::lock_guard lock(mutex_);
@@ -124,7 +116,14 @@ public:
     HRESULT GetEventId(std::uint32_t* out) override { return read("GetEventId", out, &EventFields::event_id); }
     HRESULT GetSeverity(std::uint32_t* out) override { return read("GetSeverity", out, &EventFields::severity); }
     HRESULT GetEventType(std::int32_t* out) override { return read("GetEventType", out, &EventFields::type); }
-    HRESULT HasSourceField(std::uint32_t mask, VARIANT_BOOL* out) override { return read_source_flag(mask, out); }
+    HRESULT HasSourceField(std::uint32_t mask, VARIANT_BOOL* out) override {
+        return read("HasSourceField", out, [mask](const EventFields& fields) {
+            const bool has = (mask == SourceFieldId && fields.source_id) ||
+                             (mask == SourceFieldGuid && fields.source_guid) ||
+                             (mask == SourceFieldName && fields.source_name);
+            return has ? fields.source_flag : VARIANT_FALSE;
+        });
+    }
     HRESULT GetSourceId(std::uint32_t* out) override { return read("GetSourceId", out, &EventFields::source_id); }
     HRESULT GetSourceGuid(GUID* out) override { return read("GetSourceGuid", out, &EventFields::source_guid); }
     HRESULT GetSourceName(char** out) override { return read_text("GetSourceName", &EventFields::source_name, out); }

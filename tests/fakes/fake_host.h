@@ -23,11 +23,6 @@ using namespace ZoHmiSrv;
 /// "register_listener KIND", "unregister_listener KIND". [any thread]
 class FakeHost : public IZoHmiSrvExtHost {
 public:
-    struct SentMessage {
-        Message message;
-        bool is_event;
-    };
-
     virtual ~FakeHost() = default;
 
     /// The whole configuration; Null at first.
@@ -39,13 +34,10 @@ public:
     void set_probe(std::function<void(std::string_view)> probe) { probe_ = std::move(probe); }
     [[nodiscard]] CallPlan& plan() { return plan_; }
 
-    [[nodiscard]] std::vector<SentMessage> messages() const { return copy_of(messages_); }
-    /// Returns the diagnostic messages of that name.
+    /// Returns the messages of that name.
     [[nodiscard]] std::vector<Message> messages(std::string_view name) const {
-        const std::lock_guard lock(mutex_);
-        std::vector<Message> found;
-        for (const SentMessage& sent : messages_)
-            if (!sent.is_event && name == sent.message.name()) found.push_back(sent.message);
+        std::vector<Message> found = copy_of(messages_);
+        std::erase_if(found, [name](const Message& sent) { return sent.name() != name; });
         return found;
     }
     /// Returns the number of notify_alarm calls.
@@ -63,9 +55,8 @@ public:
         alarms_ = 0;
     }
 
-    /// Registered listeners with their kinds. A destroyed listener may still be registered, so nothing calls it.
-    using Listeners = std::vector<std::pair<ListenerType, IZoHmiSrvListener*>>;
-    [[nodiscard]] Listeners listeners() const { return copy_of(listeners_); }
+    /// Registered listeners. A destroyed listener may still be registered, so nothing calls it.
+    [[nodiscard]] std::vector<IZoHmiSrvListener*> listeners() const { return copy_of(listeners_); }
     /// The filter of the config listener.
     [[nodiscard]] Value config_filter() const { return copy_of(config_filter_); }
 
@@ -74,7 +65,7 @@ public:
         const Value& target = std::as_const(message).parameters()["0"];
         enter(context, "send_message", is_event ? "event " + name : joined(name, target.get_string()), name);
         const std::lock_guard lock(mutex_);
-        messages_.push_back({std::move(message), is_event});
+        messages_.push_back(std::move(message));
     }
     void execute_command(const Context& context, Command& command) override {
         enter(context, "execute_command", command.name(), "");
@@ -82,18 +73,18 @@ public:
     void register_listener(const Context& context, IZoHmiSrvListener* listener) override {
         enter(context, "register_listener", kind_of(listener), kind_of(listener));
         const std::lock_guard lock(mutex_);
-        listeners_.emplace_back(listener->type(), listener);
+        listeners_.push_back(listener);
     }
     void register_config_listener(const Context& context, IZoHmiSrvConfigListener* listener, Value filter) override {
         enter(context, "register_config_listener", "", "");
         const std::lock_guard lock(mutex_);
-        listeners_.emplace_back(listener->type(), listener);
+        listeners_.push_back(listener);
         config_filter_ = std::move(filter);
     }
     void unregister_listener(const Context& context, IZoHmiSrvListener* listener) override {
         enter(context, "unregister_listener", kind_of(listener), kind_of(listener));
         const std::lock_guard lock(mutex_);
-        std::erase_if(listeners_, [listener](const auto& entry) { return entry.second == listener; });
+        std::erase(listeners_, listener);
     }
     void notify_alarm(const Context& context, AlarmNotification mode, const Alarm& alarm) override {
         const std::string number = std::to_string(static_cast<std::int32_t>(mode));
@@ -151,9 +142,9 @@ private:
     mutable std::mutex mutex_;
     Value config_;
     Value config_filter_;
-    std::vector<SentMessage> messages_;
+    std::vector<Message> messages_;
     std::size_t alarms_ = 0;
-    Listeners listeners_;
+    std::vector<IZoHmiSrvListener*> listeners_;
     std::map<std::string, Context, std::less<>> contexts_;
 };
 

@@ -29,12 +29,6 @@ HRESULT give_texts(const char* kind, const std::vector<ThreeTexts>& texts, std::
 
 } // namespace
 
-HRESULT FakeConnectionSettings::SetPreloadTranslations(VARIANT_BOOL value) {
-    if (const auto planned = plan_->enter("SetPreloadTranslations")) return *planned;
-    preload = value;
-    return S_OK;
-}
-
 HRESULT FakeLogger::connect(const char* call, const char* address, const FakeConnectionSettings* settings) {
     const auto planned = plan->enter(call);
     const std::lock_guard lock(mutex_);

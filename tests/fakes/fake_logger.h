@@ -23,7 +23,11 @@ struct TextRequest {
 class FakeConnectionSettings final : public ComObject<IZoConnectionSettings> {
 public:
     explicit FakeConnectionSettings(std::shared_ptr<CallPlan> plan) : plan_(std::move(plan)) {}
-    HRESULT SetPreloadTranslations(VARIANT_BOOL preload) override;
+    HRESULT SetPreloadTranslations(VARIANT_BOOL value) override {
+        if (const auto planned = plan_->enter("SetPreloadTranslations")) return *planned;
+        preload = value;
+        return S_OK;
+    }
 
     VARIANT_BOOL preload = 77; ///< until it is set
 

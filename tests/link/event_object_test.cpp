@@ -10,6 +10,10 @@ namespace {
 
 class EventObjectTest : public ProxyTest {
 protected:
+    void SetUp() override {
+        ProxyTest::SetUp();
+        ASSERT_EQ(connect(), S_OK);
+    }
     void answer_list(const char* operation, const std::vector<zo_link::EventRecord>& records) {
         std::vector<json> items;
         for (const auto& record : records)
@@ -46,7 +50,6 @@ TEST_F(EventObjectTest, LoggedEventHasTheSentFields) {
     record.block = {1, 2, 3, 4};
     record.json = R"({"a":1})";
     answer_list("get_logged_events", {record, make_record(8)});
-    ASSERT_EQ(connect(), S_OK);
     std::vector<CComPtr<IZoLoggedEvent>> events;
     ASSERT_EQ(logged_events(2, events), S_OK);
     EXPECT_EQ(peer.last("get_logged_events")["count"], 2);
@@ -98,7 +101,6 @@ TEST_F(EventObjectTest, FieldsBringOptionalInterfaces) {
     records[2].json = "";
     records[3].extended = true;
     answer_list("get_logged_events", records);
-    ASSERT_EQ(connect(), S_OK);
     std::vector<CComPtr<IZoLoggedEvent>> events;
     ASSERT_EQ(logged_events(10, events), S_OK);
     ASSERT_EQ(events.size(), records.size());
@@ -118,7 +120,6 @@ TEST_F(EventObjectTest, OneAlarmIsOneObject) {
     };
     advise();
     answer_list("get_active_alarms", {make_record(1, 41), make_record(1, 42)});
-    ASSERT_EQ(connect(), S_OK);
     ASSERT_EQ(active_alarms(alarms), S_OK);
     ASSERT_EQ(alarms.size(), 2u);
     EXPECT_FALSE(alarms[0] == alarms[1]); // only their handles differ
@@ -143,7 +144,6 @@ TEST_F(EventObjectTest, OneAlarmIsOneObject) {
 
 TEST_F(EventObjectTest, OldListNeverSetsAnAlarmBack) {
     advise();
-    ASSERT_EQ(connect(), S_OK);
     const auto before = make_record(1, 42);
     for (std::int64_t round = 1; round <= 200; ++round) {
         auto after = before;
@@ -160,7 +160,6 @@ TEST_F(EventObjectTest, OldListNeverSetsAnAlarmBack) {
 }
 
 TEST_F(EventObjectTest, AlarmsChangeWhileRead) {
-    ASSERT_EQ(connect(), S_OK);
     auto record = make_record(1, 42);
     record.source_name = "0";
     answer_list("get_active_alarms", {record});
@@ -190,7 +189,6 @@ TEST_F(EventObjectTest, AlarmsChangeWhileRead) {
 }
 
 TEST_F(EventObjectTest, ConfirmSendsTheHandle) {
-    ASSERT_EQ(connect(), S_OK);
     answer_list("get_active_alarms", {make_record(5, 0xffffffffffffffff)});
     const CComPtr<IZoAlarm> alarm = only_alarm();
     ASSERT_TRUE(alarm);

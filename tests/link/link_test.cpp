@@ -30,7 +30,10 @@ namespace {
 /// A client without manners: bytes out, frames in.
 class RawClient {
 public:
-    explicit RawClient(std::uint16_t port) { socket_.connect({boost::asio::ip::make_address("127.0.0.1"), port}); }
+    explicit RawClient(std::uint16_t port, bool greet = true) {
+        socket_.connect({boost::asio::ip::make_address("127.0.0.1"), port});
+        EXPECT_TRUE(!greet || hello());
+    }
     void send(const Bytes& bytes) {
         boost::system::error_code ignored;
         boost::asio::write(socket_, boost::asio::buffer(bytes), ignored);
@@ -73,7 +76,6 @@ private:
 TEST(LinkServer, EndsOnlyTheFaultySession) {
     ScriptedPeer peer;
     RawClient good(peer.port());
-    ASSERT_TRUE(good.hello());
     const std::pair<bool, json> rows[] = {
         {false, {{"id", 1}, {"op", "get_active_alarms"}}}, // before the hello
         {true, {{"id", 2}, {"op", "hello"}, {"version", 1}}},
@@ -82,8 +84,7 @@ TEST(LinkServer, EndsOnlyTheFaultySession) {
         {true, nullptr}, // no frame
     };
     for (const auto& [greet, frame] : rows) {
-        RawClient bad(peer.port());
-        ASSERT_TRUE(!greet || bad.hello()) << frame;
+        RawClient bad(peer.port(), greet);
         bad.send(frame.is_null() ? Bytes{'G', 'E', 'T', ' ', '/', '\r', '\n'} : zo_link::encode_frame(frame));
         EXPECT_EQ(bad.receive(), nullptr) << frame;
     }
@@ -93,8 +94,7 @@ TEST(LinkServer, EndsOnlyTheFaultySession) {
 
 TEST(LinkServer, ClientThatDoesNotReadIsDropped) {
     ScriptedPeer peer;
-    RawClient client(peer.port());
-    ASSERT_TRUE(client.hello());
+    const RawClient client(peer.port());
     const auto session = peer.session();
     const json big = {{"text", std::string(std::size_t{8} << 20, 'x')}};
     for (int i = 0; i < 20; ++i)
@@ -105,9 +105,8 @@ TEST(LinkServer, ClientThatDoesNotReadIsDropped) {
 TEST(LinkServer, NotifiesAcceptedSessionsOnly) {
     ScriptedPeer peer;
     RawClient accepted(peer.port());
-    ASSERT_TRUE(accepted.hello());
     peer.ignore("hello");
-    RawClient waiting(peer.port());
+    RawClient waiting(peer.port(), false);
     waiting.send({{"id", 1}, {"op", "hello"}, {"version", 1}});
     ASSERT_TRUE(eventually([&] { return peer.open_sessions() == 2; }));
     peer.notify_all("database_changed", {{"reason", 2}});
@@ -120,20 +119,18 @@ TEST(LinkServer, SilentClientIsDroppedWhenFull) {
     constexpr milliseconds silence{400};
     ScriptedPeer peer({.sessions = 4, .silence = silence});
     {
-        RawClient no_hello(peer.port());
+        RawClient no_hello(peer.port(), false);
         no_hello.send(Bytes{40, 0, 0});         // not even a length
         EXPECT_EQ(no_hello.receive(), nullptr); // dropped although there is room
     }
-    RawClient lively(peer.port()), second(peer.port()), longest(peer.port()), third(peer.port());
-    EXPECT_TRUE(lively.hello() && longest.hello() && second.hello() && third.hello());
+    RawClient lively(peer.port()), longest(peer.port()), second(peer.port()), third(peer.port());
     std::this_thread::sleep_for(silence);
     EXPECT_TRUE(lively.ping());
     EXPECT_EQ(peer.open_sessions(), 4u); // silence alone drops no client after its hello
-    RawClient newcomer(peer.port());
-    EXPECT_TRUE(newcomer.hello());
+    const RawClient newcomer(peer.port());
     EXPECT_EQ(longest.receive(), nullptr);
     EXPECT_TRUE(second.ping() && third.ping() && lively.ping());
-    RawClient refused(peer.port());
+    RawClient refused(peer.port(), false);
     EXPECT_FALSE(refused.hello()); // no session is silent now
 }
 
@@ -141,8 +138,7 @@ TEST(LinkServer, KeptSessionOutlivesTheServer) {
     ScriptedPeer::Session session;
     {
         ScriptedPeer peer;
-        RawClient client(peer.port());
-        ASSERT_TRUE(client.hello());
+        const RawClient client(peer.port());
         session = peer.session();
     }
     session->notify("database_changed", {{"reason", 2}});

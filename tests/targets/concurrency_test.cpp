@@ -67,10 +67,8 @@ TEST_F(Concurrency, StormOfCallbacksLosesNoAlarm) {
     });
     std::thread server([&] {
         while (asking) {
-            Value list;
-            target->list_events(list);
-            for (std::size_t i = 0; i < list.size(); ++i) {
-                const Value& payload = std::as_const(list)[i].get_event().payload();
+            for (const Event& event : listed()) {
+                const Value& payload = event.payload();
                 if (payload.type() == ValueType::Alarm) target->confirm_alarm(payload.get_alarm());
             }
             const auto counters = target->counters();
@@ -131,8 +129,7 @@ TEST_F(Destruction, DisabledTargetOnlyUnsubscribes) {
 }
 
 TEST_F(Destruction, FailuresAreReportedAndSurvived) {
-    logger->active = {alarm(1, 1)};
-    make_connected();
+    connect_with_alarm();
     logger->plan->answer("Unadvise", E_FAIL, 1);
     logger->plan->answer("Disconnect", E_FAIL);
     logger->plan->answer("Alarm.GetUniqueId", E_ACCESSDENIED);

@@ -12,8 +12,8 @@
 namespace {
 
 using namespace ZoHmiSrv;
+using namespace ZoHmiEventLogger;
 using fakes::file_time;
-using ZoHmiEventLogger::EventStore;
 
 TEST(Container, FailuresLeaveTheCountersRight) {
     EventStore store;
@@ -38,9 +38,6 @@ TEST(Container, FailuresLeaveTheCountersRight) {
     EXPECT_EQ(list.size(), 0U);
     EXPECT_EQ(store.counters(), EventStore::Counters());
 }
-
-using namespace ZoHmiEventLogger;
-using fakes::file_time;
 
 constexpr GUID some_class{0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
 

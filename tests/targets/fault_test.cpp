@@ -21,7 +21,7 @@ protected:
     using Codes = std::multiset<HRESULT>;
 
     // From the creation to the destruction; each kind of callback comes live, and one while the import fetches.
-    Codes live_once(const std::shared_ptr<fakes::CallPlan>& plan, HRESULT code, std::size_t nth) {
+    Codes live_once(const std::shared_ptr<fakes::CallPlan>& plan, HRESULT code, unsigned nth) {
         logger->history = {logged(is_alarm, 1, 10), logged(is_message, 2, 11)};
         const auto active = alarm(3, 12), raised = alarm(5, 14);
         logger->active = {active};
@@ -91,7 +91,7 @@ TEST_F(Faults, AnyFailedCallIsReportedAndHarmless) {
     for (const bool of_library : {false, true}) {
         // S_OK: success with nothing in the out arguments.
         for (const HRESULT code : {E_FAIL, E_OUTOFMEMORY, E_NOINTERFACE, older_logger, no_answer, S_OK, S_FALSE}) {
-            for (std::size_t nth = 1;; ++nth) {
+            for (unsigned nth = 1;; ++nth) {
                 release();
                 fresh_logger();
                 const auto plan = of_library ? library().plan : logger->plan;
@@ -139,8 +139,8 @@ TEST_F(Allocations, AnyOfAConnectCanFail) {
         fresh_logger();
         logger->history = {logged(is_alarm, 1, 10), logged(is_message, 2, 11)};
         logger->active = {alarm(3, 12)};
-        logger->plan->run(
-            "GetActiveAlarms", [this] { std::thread([this] { logger->fire_raised(alarm(4, 13)); }).join(); }, 1);
+        logger->plan->run("GetActiveAlarms", 1,
+                          [this] { std::thread([this] { logger->fire_raised(alarm(4, 13)); }).join(); });
         make(3);
         bool connected = false;
         allocations::fail_after(nth);

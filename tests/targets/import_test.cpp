@@ -13,8 +13,7 @@ class Import : public TargetTest {
 protected:
     // Connects; the callbacks that `fire` sends come on their own thread while the logger's lists are being fetched.
     bool connect_while(const std::function<void()>& fire) {
-        logger->plan->run(
-            "GetActiveAlarms", [&] { std::thread(fire).join(); }, 1);
+        logger->plan->run("GetActiveAlarms", 1, [&] { std::thread(fire).join(); });
         log();
         const bool connected = connect();
         after_connected = lines = log();
@@ -48,19 +47,12 @@ TEST_F(Import, StoresLogAndActiveAlarms) {
 }
 
 TEST_F(Import, ActiveExtendedAlarmsOfTheLogAreSkipped) {
-    const struct {
-        std::int32_t type;
-        bool extended;
-        VARIANT_BOOL active;
-        bool skipped;
-    } cases[] = {{is_alarm, true, VARIANT_TRUE, true},
-                 {is_alarm, true, 1, true},
-                 {is_alarm, true, 0, false},
-                 {is_alarm, false, VARIANT_TRUE, false},
-                 {is_message, true, VARIANT_TRUE, false}};
-    for (const auto& row : cases)
-        logger->history.push_back(
-            logger->make_logged_event({.type = row.type, .is_active = row.active, .extended = row.extended}));
+    for (const fakes::EventFields& fields : {fakes::EventFields{.type = is_alarm, .is_active = VARIANT_TRUE},
+                                             {.type = is_alarm, .is_active = 1},
+                                             {.type = is_alarm, .is_active = VARIANT_FALSE},
+                                             {.type = is_alarm, .is_active = VARIANT_TRUE, .extended = false},
+                                             {.type = is_message, .is_active = VARIANT_TRUE}})
+        logger->history.push_back(logger->make_logged_event(fields));
     make();
     EXPECT_TRUE(connect_while([] {}));
     EXPECT_EQ(after_connected, (Lines{summary("100.0 5 2 0")}));

@@ -28,22 +28,18 @@ std::string kept(const Cache& cache) {
 }
 
 TEST(LocalizationCache, DropsTheOldestAnswer) {
-    struct Case {
-        std::uint64_t bound;
-        const char* kept;
-    };
-    for (const Case& row :
-         {Case{0, ""}, {1, "4:5 "}, {2, "3:4 4:5 "}, {4, "1:1 2:2 3:4 4:5 "}, {5, "1:1 2:2 3:4 4:5 "}}) {
-        Cache cache(row.bound);
+    for (const auto& [bound, expected] :
+         {std::pair{0U, ""}, {1, "4:5 "}, {2, "3:4 4:5 "}, {4, "1:1 2:2 3:4 4:5 "}, {5, "1:1 2:2 3:4 4:5 "}}) {
+        Cache cache(bound);
         for (const auto& [key, answer] : {std::pair{1, 1}, {2, 2}, {1, 3}, {3, 4}, {4, 5}}) {
             cache.store({key}, answer, 0);
             cache.find(Key{1}, [](const auto&) {}); // refreshes nothing
         }
-        EXPECT_EQ(kept(cache), row.kept) << row.bound;
+        EXPECT_EQ(kept(cache), expected) << bound;
         cache.clear();
         EXPECT_EQ(kept(cache), "");
         cache.store({7}, 8, cache.clears());
-        EXPECT_EQ(kept(cache), row.bound ? "7:8 " : "");
+        EXPECT_EQ(kept(cache), bound ? "7:8 " : "");
     }
 }
 

@@ -54,12 +54,10 @@ TEST_F(Loss, IsClearedByTheNextTick) {
     for (const auto& row : cases) {
         SCOPED_TRACE(row.about);
         fresh_logger();
-        logger->active = {alarm(1, 1)};
-        make_connected();
+        connect_with_alarm();
         if (row.reconnects) lose_link();
         if (failed(row.answer)) logger->plan->answer("GetActiveAlarms", row.answer, 1);
-        logger->plan->run(
-            row.call, [this] { lose_link(); }, row.nth);
+        logger->plan->run(row.call, row.nth, [this] { lose_link(); });
         EXPECT_EQ(tick(), row.reconnects);
         EXPECT_EQ(std::ranges::count(log(), "IsConnected"), row.reconnects ? 3 : 2);
         logger->plan->clear();
@@ -185,8 +183,7 @@ TEST_F(Loss, FoundDuringAServerThreadsImportReturns) {
     for (const bool import_fails : {false, true}) {
         SCOPED_TRACE(import_fails);
         fresh_logger();
-        logger->active = {alarm(1, 1)};
-        make_connected();
+        connect_with_alarm();
         listener.set_probe({}); // the import has the event mutex while the tick reports
         lose_link();
         if (import_fails) logger->plan->answer("GetActiveAlarms", E_FAIL, 1);

@@ -86,6 +86,12 @@ protected:
         log();
     }
 
+    // With the active alarm 1, raised at 1 s, which the logger has as 1 too.
+    void connect_with_alarm() {
+        logger->active = {alarm(1, 1)};
+        make_connected();
+    }
+
     void lose_link() { logger->connected = VARIANT_FALSE; }
     void refuse(HRESULT code = E_FAIL) { logger->plan->answer("ConnectWithSettings", code); }
 
@@ -112,13 +118,18 @@ protected:
         return line.starts_with("log_") || line.starts_with("on_") || line.starts_with("forget_event");
     }
 
-    // The stored events, oldest first: "id@1s" for alarms, "message@1s", "empty" for neither.
-    Lines stored() {
+    std::vector<ZoHmiSrv::Event> listed() {
         ZoHmiSrv::Value list;
         target->list_events(list);
+        std::vector<ZoHmiSrv::Event> events;
+        for (std::size_t i = 0; i < list.size(); ++i)
+            events.push_back(std::as_const(list)[i].get_event());
+        return events;
+    }
+    // The stored events, oldest first: "id@1s" for alarms, "message@1s", "empty" for neither.
+    Lines stored() {
         Lines lines;
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            const ZoHmiSrv::Event& event = std::as_const(list)[i].get_event();
+        for (const ZoHmiSrv::Event& event : listed()) {
             const ZoHmiSrv::Value& payload = event.payload();
             const std::string time = fakes::describe(ZoHmiSrv::Value(event.time_received()));
             if (payload.type() == ZoHmiSrv::ValueType::Alarm)
@@ -130,10 +141,8 @@ protected:
     }
     // The stored alarm of that id; an empty one when there is none.
     ZoHmiSrv::Alarm stored_alarm(int id) {
-        ZoHmiSrv::Value list;
-        target->list_events(list);
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            const ZoHmiSrv::Value& payload = std::as_const(list)[i].get_event().payload();
+        for (const ZoHmiSrv::Event& event : listed()) {
+            const ZoHmiSrv::Value& payload = event.payload();
             if (payload.type() == ZoHmiSrv::ValueType::Alarm && payload.get_alarm().id() == id)
                 return payload.get_alarm();
         }
