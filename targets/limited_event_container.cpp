@@ -41,7 +41,7 @@ void Store::add(Event& event, IZoAlarm* pointer, bool has_pointer, unsigned limi
 }
 
 void Store::replace_alarm(Position position, Event& event, IZoAlarm* pointer, unsigned limit) {
-    // In this order a failure loses nothing. One entry too many is stored meanwhile, which no caller sees.
+    // In this order a failure loses nothing. Meanwhile the store has one entry too many; no caller sees it.
     const Iterator added = insert(event, Pointer(pointer), event.time_received().nanoseconds());
     erase_alarm(position);
     evict_behind(limit, added);
@@ -117,7 +117,7 @@ IZoAlarm* Store::find_alarm_by_id(int id) const {
 void Store::erase_alarm(Position position) {
     if (!position || !position.pointer() || !is_alarm(position.event())) return;
     --counters_.active_alarms;
-    --counters_.cached_alarms; // the invalid ones are left as they are
+    --counters_.cached_alarms; // the number of invalid alarms is unchanged
     unindex(position.entry_);
     remove(position.entry_);
 }
@@ -227,8 +227,8 @@ void Store::evict(Iterator entry) {
     if (notify_on_removal_) removal_callback_(key, evicted);
 }
 
-// With an unchanged limit at most one entry is evicted: the one that was pushed behind the limit, or the suspect, which
-// has just been added or released behind it. All others there are live.
+// With an unchanged limit at most one entry is evicted: the one that was pushed behind the limit, or the suspect. The
+// suspect was just added behind the limit, or released there. All other entries behind the limit are live.
 void Store::evict_behind(unsigned limit, Iterator suspect) {
     if (limit_ != limit) {
         const auto behind_limit = [&] {
