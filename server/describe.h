@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// Events and results in a few words, safe to print on one line. All functions are [any thread].
+/// Short texts of events and results, safe to print on one line. All functions are [any thread].
 namespace server {
 
 /// Returns the name of a result and its number, then its text if there is one: "HMI_E_FAIL (0x101): no such alarm".
