@@ -76,7 +76,7 @@ HRESULT guarded(const std::shared_ptr<CallGate>& gate, Call&& call) noexcept {
 
 /// The logger's events on a sink with the methods OnMessageSent(IZoMessage*), OnAlarmRaised(IZoAlarm*),
 /// OnAlarmCleared(IZoAlarm*, VARIANT_BOOL), OnAlarmConfirmed(IZoAlarm*, VARIANT_BOOL) and
-/// OnDatabaseChanged(tagDatabaseChangeReasonEnum). Return values are dropped; exceptions become result codes.
+/// OnDatabaseChanged(tagDatabaseChangeReasonEnum). Return values are ignored; exceptions become result codes.
 template <class T>
 class EventLoggerSink {
     using Alarm = ZoEventLoggerFdxProxyLib::IZoAlarm;

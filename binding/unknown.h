@@ -11,7 +11,7 @@ struct ITypeInfo;
 struct VARIANT;
 
 /// The base of every object that crosses to the event logger's proxy. The order of the virtual operations is the
-/// contract. A virtual destructor would take two slots and move every later operation, so these interfaces have none.
+/// contract. A virtual destructor would occupy two slots and move every later operation, so these interfaces have none.
 /// No exception may leave a call.
 struct IUnknown {
     /// Stores a reference to the requested interface in `*out`, or null with E_NOINTERFACE. [any thread]
