@@ -8,7 +8,7 @@
 
 namespace ZoHmiSrv::Layout {
 
-/// The content behind the head of a block: `size` bytes, Values, members, or one object.
+/// The content behind the head of a block: `size` bytes, Values or members, or one object.
 enum BlockKind : std::uint32_t { Bytes, Elements, Members, EventBox, MessageBox, AlarmBox };
 
 /// Returns a block with room for `capacity` items of `element` bytes, and for `extra` bytes. It has no items and one

@@ -9,7 +9,7 @@ namespace ZoHmiSrv {
 namespace {
 
 /// Turns a value into an unshared Map and runs an operation with a name. The name, and a value to insert, may be a part
-/// of the old content: the content lives until the end of the operation, and the name of a shared tree is copied.
+/// of the old content. So the content lives until the end of the operation, and the name of a shared tree is copied.
 template <class Operation>
 auto as_map(Value& value, const NameKey& key, Operation operation) {
     const bool is_map = ValueAccess::is_map(value);
