@@ -63,8 +63,8 @@ void set_json_attribute(Value& parameters, IUnknown& event) {
         parameters.insert_or_update("jsonAttribute", get_text(*json, &Interface::GetJsonAttribute).get());
 }
 
-// Copies the two ranges of the logger's argument block as they are. Offsets and sizes are not trusted: ranges that do
-// not lie inside the block are left out.
+// Copies the two ranges of the logger's argument block as they are. Offsets and sizes are not trusted: ranges that are
+// not inside the block are omitted.
 template <class Interface>
 void copy_arguments(Value& parameters, Interface& event) {
     const auto arguments = get(event, &Interface::GetArguments);

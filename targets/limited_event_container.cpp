@@ -49,7 +49,7 @@ void Store::replace_alarm(Position position, Event& event, IZoAlarm* pointer, un
 
 Store::Iterator Store::insert(Event& event, Pointer held, std::int64_t key) {
     const auto entries_before = entries_.size();
-    // Times mostly ascend, and the newest entry stands in front.
+    // Times usually ascend, and the newest entry is the first one.
     const Iterator entry =
         entries_.emplace_hint(entries_.begin(), Rank{key, next_sequence_}, Entry{std::move(held), Event()});
     ++next_sequence_;
@@ -180,7 +180,7 @@ void Store::index(Iterator entry) {
     const bool is_first = entry == entries_.begin() || std::prev(entry)->first.key != rank.key;
     try {
         by_pointer_.emplace(std::pair{stored.pointer.get(), listing}, entry);
-        // Ids mostly ascend.
+        // Ids usually ascend.
         if (is_alarm(stored.event))
             by_id_.emplace_hint(by_id_.end(), std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
         if (!is_first)
@@ -208,7 +208,7 @@ void Store::remove(Iterator entry) {
 
 void Store::note_added(Iterator entry, std::uint64_t entries_before) {
     if (!limit_ || entries_before < *limit_) return; // nothing ranks behind the limit yet
-    // Only an entry in front of the boundary moves it: the last one in front is now behind the limit.
+    // Only an entry in front of the boundary moves the boundary: the last entry in front of it is now behind the limit.
     if (boundary_ == entries_.end() || entry->first < boundary_->first) --boundary_;
 }
 

@@ -26,7 +26,7 @@ TargetSystem::TargetSystem(std::string domain, ILoggingFunctions* listener, std:
     try {
         connection_.set_timeout(timeout);
     } catch (...) {
-        // The subscription refers to this object, which ends here.
+        // The subscription refers to this object, which is destroyed here.
         DispEventUnadvise(connection_.proxy());
         wait_until_idle();
         throw;
@@ -186,7 +186,7 @@ void TargetSystem::empty_store() {
     details_.clear();
 }
 
-// Empties the store even when the ids cannot be saved: the connection is gone in any case.
+// Empties the store even when the ids cannot be saved: the connection is lost in any case.
 void TargetSystem::clear_events_and_report() {
     MutexLock lock(event_mutex_);
     try {
