@@ -169,7 +169,7 @@ std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vecto
         } catch (const ZoAtlCom::CAtlException&) { // a failed state query: nothing else ends the chain
             report_current_exception(names[index]);
             return std::current_exception();
-        } catch (...) { // the server threw, or memory ran out: the chain goes on
+        } catch (...) { // the server threw, or memory ran out: the chain continues
             report_current_exception(names[index]);
             changed = changed || slot.holder;
         }

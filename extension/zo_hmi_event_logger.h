@@ -26,7 +26,7 @@ class Timespan;
 
 namespace ZoHmiEventLogger {
 
-/// The extension. The order of the bases and of the virtual operations is part of the binary interface: the server has
+/// The extension. The order of the bases and of the virtual operations is part of the binary interface. The server has
 /// a pointer to the IZoHmiSrvExt part, which is not the start of the object.
 ///
 /// The server calls the listeners on its own threads, several at once. The tick runs on a worker of `threading_`, the
@@ -57,7 +57,7 @@ public:
     /// failure. [server thread]
     ZoHmiSrv::ResultPair init(const ZoHmiSrv::Context& context) override;
     /// Stops the ticks and drops the targets. Blocks up to 5 s for each worker, then until all calls of the proxy
-    /// return, without a maximum. Requires that the caller is not inside a callback of a target: the tick can wait for
+    /// return, without a maximum. Requires that the caller is not inside a callback of a target. The tick can wait for
     /// that callback, and this call waits for the tick. [server thread]
     int on_shutdown(const ZoHmiSrv::Context& context) override;
     /// Stores the event's text in the language of a locale, and adds class name, source name, causes and details to its
@@ -67,8 +67,8 @@ public:
     /// Both apply only to paths of two parts, "TARGET_SYSTEMS::name". All other paths are ignored. [server thread]
     ZoHmiSrv::ResultPair on_config_delete(const ZoHmiSrv::Context& context, const char* path) override;
     ZoHmiSrv::ResultPair on_config_change(const ZoHmiSrv::Context& context, const char* path) override;
-    /// Runs "Diagnostics", "ForceReconnect", "ListEnabledTargetSystems" and "ClearLoggedEvents". Each command carries
-    /// its own result. Throws when "Diagnostics" cannot query the state of a connection. [server thread]
+    /// Runs "Diagnostics", "ForceReconnect", "ListEnabledTargetSystems" and "ClearLoggedEvents". Each command has its
+    /// own result. Throws when "Diagnostics" cannot query the state of a connection. [server thread]
     void on_request(const ZoHmiSrv::Context& context, ZoHmiSrv::CommandGroup& commands) override;
 
     // ILoggingFunctions [any thread]
@@ -83,7 +83,7 @@ public:
 
     /// One step of the periodic work, 500 ms after the end of the step before. Arms the next timer, unless this one was
     /// cancelled. If the state of a connection cannot be queried, reports and throws the error and arms no timer. All
-    /// other exceptions are reported, and the chain of ticks goes on. [tick]
+    /// other exceptions are reported, and the chain of ticks continues. [tick]
     void on_timer(ZoHmiSrv::TimerError error, const ZoHmiSrv::Context& context);
 
 private:

@@ -143,7 +143,7 @@ Member<T>* members_of(Block* run) noexcept {
     return reinterpret_cast<Member<T>*>(run + 1);
 }
 
-/// A run has a tag for each member (see `NameKey::tag`) behind the room for its members. A look-up compares
+/// A run has a tag for each member (see `NameKey::tag`) behind the space for its members. A look-up compares
 /// `tags_at_once` tags at a time, and reads up to `tag_padding` bytes beyond the last tag.
 inline constexpr std::size_t tags_at_once = 16;
 inline constexpr std::size_t tag_padding = tags_at_once - 1;
