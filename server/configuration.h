@@ -42,8 +42,7 @@ public:
     /// Throws std::runtime_error when the file cannot be read or parsed.
     explicit Configuration(std::filesystem::path file);
 
-    /// Returns the value at a path of keys joined by "::", or Null. The empty path and a null pointer stand for the
-    /// root.
+    /// Returns the value at a path of keys joined by "::", or Null. The empty path and a null pointer mean the root.
     [[nodiscard]] ZoHmiSrv::Value get(const char* path) const;
 
     /// Reads the file again and returns the changes below `TARGET_SYSTEMS`. Throws as the constructor does; the

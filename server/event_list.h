@@ -15,7 +15,7 @@ namespace server {
 
 /// The server's list of an extension's events: the last listing and the calls since then. [any thread]
 ///
-/// A reset asks the extension for its events, which may block, so it does not hold the lock. A call during that time
+/// A reset asks the extension for its events. That call may block, so it runs without the lock. A call during that time
 /// changes the old list at once. It is recorded and repeated on the new list. The listing may already contain the
 /// effect of the call. An alarm has an id, so a repetition does no harm. A message of a call replaces the first equal
 /// message that came only from the listing.
@@ -100,7 +100,7 @@ private:
 
     std::map<std::uint64_t, Start> listings_; // by ticket
     std::uint64_t last_ticket_ = 0;
-    std::uint64_t shown_ticket_ = 0; // of the listing behind the rows
+    std::uint64_t shown_ticket_ = 0; // of the listing from which the rows came
     std::deque<Call> calls_;         // since the start of the oldest listing in progress
     std::size_t dropped_calls_ = 0;  // index of the first one in calls_
 };

@@ -109,8 +109,8 @@ private:
 /// Returns the result of a command: that of the server, else that of the extension.
 [[nodiscard]] ZoHmiSrv::ErrorValue result_of(const ZoHmiSrv::Command& command);
 
-/// Returns whether the filter of a config listener covers a path. The filter is a Vector of Structs with "flags"
-/// and "paths". The flags must contain `flag`. One of the paths must be the path, or a start of it with "*" behind.
+/// Returns whether the filter of a config listener covers a path. The filter is a Vector of Structs with "flags" and
+/// "paths". The flags must contain `flag`. One of the paths must be the path, or a start of it followed by "*".
 [[nodiscard]] bool asks_for(const ZoHmiSrv::Value& filter, std::string_view path, int flag);
 
 /// The flags of a filter.

@@ -27,7 +27,8 @@ struct EventTexts {
 [[nodiscard]] EventTexts localize(Host& host, ZoHmiSrv::Event& event, const std::string& language);
 
 /// Caches the texts of the rows on a screen. Each text is requested once while its row is shown; a failed request is
-/// retried later. One drawing requests texts for a fraction of a second at most; the next one goes on. [one thread]
+/// retried later. One drawing requests texts for a fraction of a second at most; the next drawing continues. [one
+/// thread]
 class ShownTexts {
 public:
     /// The host must outlive this object.

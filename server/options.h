@@ -28,8 +28,8 @@ struct Options {
     [[nodiscard]] bool trace_to_stdout() const { return trace == "-"; }
 };
 
-/// Reads the command line into `options`. Returns an exit status when the program is to end at once: 0 after help or
-/// version, 2 after one line about a wrong command line on standard error.
+/// Reads the command line into `options`. Returns an exit status if the program must end at once: 0 after help or
+/// version, 2 for a wrong command line. A wrong command line causes one line on standard error.
 [[nodiscard]] std::optional<int> parse_options(int argc, const char* const* argv, Options& options);
 
 } // namespace server
