@@ -24,7 +24,7 @@ struct FunctionInfo {
     std::array<VARTYPE, 2> parameter_types{};
 };
 
-/// One event of a sink. `result` may be null; the arguments stand in reverse order.
+/// One event of a sink. `result` may be null; the arguments are in reverse order.
 template <class T>
 struct SinkEntry {
     const GUID* event_interface;

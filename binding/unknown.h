@@ -34,7 +34,7 @@ struct IDispatch : IUnknown {
                                   std::uint32_t /*language*/, std::int32_t* /*ids*/) {
         return E_NOTIMPL; ///< slot 5
     }
-    /// Slot 6. The block holds the arguments in reverse order. [any thread]
+    /// Slot 6. The block contains the arguments in reverse order. [any thread]
     virtual HRESULT Invoke(std::int32_t /*id*/, const GUID& /*reserved*/, std::uint32_t /*language*/,
                            std::uint16_t /*flags*/, DISPPARAMS* /*arguments*/, VARIANT* /*result*/,
                            EXCEPINFO* /*exception*/, std::uint32_t* /*bad_argument*/) {
