@@ -89,7 +89,7 @@ std::optional<GUID> guid_from_string(std::string_view text, bool allow_braces) {
         read_bytes(load<Half>(text, 19) | load<Half>(text, 24) << 32, load<Word>(text, 28), valid);
     if (!valid) return std::nullopt;
 
-    // Write all fields at once: copies and hashes of a GUID read it as a whole, and a processor delays a wide read
+    // Write all fields at once. Copies and hashes of a GUID read it as a whole, and a processor delays a wide read
     // after several narrow writes.
     using Halves [[gnu::vector_size(sizeof(GUID))]] = std::uint64_t;
     const std::uint64_t numbers = __builtin_bswap64(low); // the text begins with the most significant byte

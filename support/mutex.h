@@ -25,7 +25,7 @@
 
 namespace ZoHmiSrv {
 
-/// A `std::mutex` that the compiler knows as a lock. [any thread]
+/// A `std::mutex` that the compiler's analysis recognises as a lock. [any thread]
 class ZO_CAPABILITY("mutex") Mutex {
 public:
     constexpr Mutex() noexcept = default;

@@ -84,10 +84,10 @@ public:
     /// Cancels a pending timer and removes it.
     void unregister_timer(unsigned long id);
 
-    /// Stops the pool: cancels all timers, whose callbacks still run, and waits up to `timeout_ms` milliseconds for
-    /// each thread in turn. Interrupts late threads and, with `InterruptMode::join`, blocks until they end. Returns
-    /// true if a thread was late; false if none was, or if the pool was stopped before. On a pool thread, `stop` sleeps
-    /// for that thread's share of the time and never joins that thread. The last argument is not read.
+    /// Stops the pool. Cancels all timers; their callbacks still run. Waits up to `timeout_ms` milliseconds for each
+    /// thread in turn. Interrupts late threads and, with `InterruptMode::join`, blocks until they end. Returns true if
+    /// a thread was late; false if none was, or if the pool was stopped before. On a pool thread, `stop` sleeps for
+    /// that thread's share of the time and never joins that thread. The last argument is not read.
     bool stop(long timeout_ms, InterruptMode mode, bool unused);
 
     [[nodiscard]] bool stopped() const;
