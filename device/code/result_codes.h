@@ -104,8 +104,8 @@ struct PathErrors {
 [[nodiscard]] ZO_EXPORT bool is_not_supported(int code);
 [[nodiscard]] ZO_EXPORT bool is_not_supported(const ZoHmiSrv::ExtensionResult& result);
 
-/// Sets the result of a command that has not failed: the first failure stays. A failure without a text keeps the text
-/// of the command, a success replaces it.
+/// Sets the result of a command that has not failed: the first failure stays. A failure without a text leaves the text
+/// of the command unchanged; a success replaces it.
 ZO_EXPORT void set_result_or_ignore(ZoHmiSrv::Command& command, const ZoHmiSrv::ExtensionResult& result);
 
 } // namespace ZoHmiFdx
