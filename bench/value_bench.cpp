@@ -1,5 +1,5 @@
-// A Value side by side with nlohmann::json: a Struct of 30 members, as the parameters of a large event, and a Vector of
-// 1,000 of them, as a listing.
+// A Value beside nlohmann::json. A Struct of 30 members is like the parameters of a large event; a Vector of 1,000 of
+// them is like a listing.
 
 #include "extension/host/value.h"
 
