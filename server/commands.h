@@ -34,8 +34,8 @@ public:
     Commands(Host& host, const EventList& events, Configuration& configuration, std::string language)
         : host_(host), events_(events), configuration_(configuration), language_(std::move(language)) {}
 
-    /// Runs one line. The answer contains a failure. With `ask` the line comes from a person at a terminal. The caller
-    /// runs `quit` and `watch`: their kind is in the answer. A stop ends `sleep` and `wait` early.
+    /// Runs one line. A failure is returned in the answer. With `ask` the line comes from a person at a terminal. The
+    /// caller runs `quit` and `watch`: their kind is in the answer. A stop ends `sleep` and `wait` early.
     Answer run(std::string_view line, const std::stop_token& stop, const Ask& ask = {});
 
     /// Returns possible arguments of a kind.

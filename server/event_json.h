@@ -10,7 +10,7 @@
 namespace server {
 
 /// Returns a value as JSON. A Map or Struct becomes an object, a Vector an array, a Binary base64 text. Times and time
-/// spans become nanoseconds. All functions here are [any thread].
+/// spans become nanoseconds. All functions are [any thread].
 [[nodiscard]] nlohmann::ordered_json value_json(const ZoHmiSrv::Value& value);
 
 /// Returns numbers, times and parameters of an alarm, without its name and domain.

@@ -37,8 +37,8 @@ public:
     /// The context of the server's own calls; its domain is the extension's.
     [[nodiscard]] const ZoHmiSrv::Context& context() const { return context_; }
 
-    /// Reports changes to the config listener as far as its filter asks for them. Returns the text of the first
-    /// failure, else "".
+    /// Reports the changes that its filter covers to the config listener. Returns the text of the first failure, else
+    /// "".
     std::string notify_config(const std::vector<ConfigChange>& changes);
     /// Confirms an alarm through the alarm provider. Returns HMI_E_NOT_REGISTERED without a provider and
     /// HMI_E_EXTENSION_HANDLER after an exception, as `localize` and `request` do. A failure has the logger's text.

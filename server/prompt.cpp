@@ -39,7 +39,7 @@ struct Prompt::Editor {
         el_set(line, EL_PROMPT, prompt);
         el_set(line, EL_EDITOR, "emacs");
         el_set(line, EL_SIGNAL, 0);
-        // Between two lines, too, the terminal must not edit early keys.
+        // Between two lines, too, the terminal must not edit typed-ahead keys.
         el_set(line, EL_SETTY, "-x", "-icanon", "-echo", nullptr);
         el_set(line, EL_HIST, history, lines);
         el_set(line, EL_GETCFN, next_character);

@@ -22,7 +22,7 @@ using ZoHmiSrv::MutexLock;
 
 namespace {
 
-// For the logger of an older target, which has no connection settings.
+// The result of the logger of an older target, which has no connection settings.
 constexpr HRESULT settings_not_supported = hresult(0x98110701);
 
 std::string code_text(HRESULT code) {
