@@ -48,7 +48,7 @@ public:
     void set_runtime_initialized();
     [[nodiscard]] std::string unique_config_revision() const;
     void set_unique_config_revision(std::string text);
-    /// Of the upload that filled the config.
+    /// The announcement of the upload that filled the config.
     [[nodiscard]] UploadInfo upload_info() const;
     void set_upload_info(const UploadInfo& info);
     [[nodiscard]] int code_page() const;

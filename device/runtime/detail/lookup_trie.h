@@ -16,7 +16,6 @@ namespace ZoHmiFdx {
 ///
 /// A part of a path is searched below the nodes of the part before it, and below the types of these nodes. All hits
 /// count. A part with more than `max_hits` hits ends the walk; the path then counts as hidden and read-only.
-/// read-only.
 class LookupTrie {
 public:
     using Node = LookupNodeId;

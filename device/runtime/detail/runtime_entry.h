@@ -71,7 +71,7 @@ public:
         std::shared_ptr<RuntimeConnection> connection;
         ZoHmiSrv::ExtensionResult refused; ///< a failure if no request is allowed
 
-        /// Marks the begin of an upload: values are refused from now on.
+        /// Marks the start of an upload: values are refused from now on.
         void begin_upload();
         /// Stores the outcome. `fresh` is the new config, or null if the old one is up to date. If the runtime was
         /// changed during the refresh, it only returns a failure.
