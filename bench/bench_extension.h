@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-/// The extension with connected targets "T1", "T2", ... that keep `limit` events each. No tick runs: the proxy of a
-/// last target cannot be created, so `init` fails before the first tick.
+/// The extension with connected targets "T1", "T2", ... that store up to `limit` events each. No tick runs: the proxy
+/// of one more target cannot be created, so `init` fails before the first tick.
 class BenchExtension {
 public:
     BenchExtension(int targets, double limit, std::vector<plain::LoggedEventPtr> history = {})
@@ -36,7 +36,7 @@ private:
         ZoHmiSrv::Value& entries = config["TARGET_SYSTEMS"];
         for (int target = 1; target <= targets; ++target)
             entries.insert(("T" + std::to_string(target)).c_str(), entry(true));
-        entries.insert("without a proxy", entry(false)); // the last by its name
+        entries.insert("without a proxy", entry(false)); // its name sorts last
         return config;
     }
     static ZoHmiSrv::Value entry(bool enabled) {

@@ -1,6 +1,6 @@
-// Making the 100,000 datatypes of a very large controller program from their descriptions, against the bare copies; and
-// finding the members of usual and of large structures, against the walk in declared order and a hash table for each
-// type. "allocations" is the average for one type or one look-up.
+// Construction of the 100,000 datatypes of a very large controller program from their descriptions, beside plain
+// copies. Look-up of the members of usual and of large structures, beside a walk in declared order and a hash table for
+// each type. "allocations" is the average for one type or one look-up.
 
 #include "device/type/datatype.h"
 #include "tests/server_api/allocations.h"

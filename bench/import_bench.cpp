@@ -1,6 +1,7 @@
 // The import of a target whose logger has N events. Each event is also sent as a callback while the import fetches, so
 // that the import must recognise N recorded callbacks. One row uses memory that the process already has, as after a
-// reconnect; one uses new memory, as at the start. Other rows show the recognition alone, beside a walk over the keys.
+// reconnect. Another row uses new memory, as at the start. Other rows show the recognition alone, beside a walk over
+// the keys.
 
 #include "bench/bench_extension.h"
 #include "targets/event_key.h"
@@ -45,7 +46,8 @@ struct Log {
 
 enum class Memory { Kept, New };
 
-// The allocator returns memory to the system once much is free: only large imports would pay for new memory each time.
+// The allocator returns memory to the system when much memory is free. Then only large imports would pay for new memory
+// each time.
 void keep_memory() {
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     mallopt(M_MMAP_MAX, 0);

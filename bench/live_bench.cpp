@@ -1,4 +1,4 @@
-// A live alarm from the sink's Invoke to the server's notify_alarm, on a target with a full store, so that each alarm
+// A live alarm from the sink's Invoke to the server's notify_alarm. The store of the target is full, so each alarm
 // evicts an event. The rival builds the same record as nlohmann::json and copies it three times.
 
 #include "bench/bench_extension.h"

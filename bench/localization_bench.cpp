@@ -1,6 +1,6 @@
-// Localizing an alarm with five cached answers (a hit), or with five requests to a logger that answers at once (a
-// miss), on one thread and on two; the same for alarms that were never localized before (fresh); and the list of
-// 100,000 events.
+// Localization of an alarm, on one thread and on two. A hit has five cached answers. A miss sends five requests to a
+// logger that answers at once. Fresh alarms were never localized before; they use one thread. The last benchmark lists
+// up to 100,000 events.
 
 #include "bench/bench_extension.h"
 #include "support/guid.h"
@@ -52,7 +52,7 @@ void localize(benchmark::State& state, Alarm& alarm) {
     if (result != ZoHmiSrv::HMI_SUCCESS || text.empty()) state.SkipWithError("not localized");
 }
 
-/// Events that were localized before: a server localizes them again for each client and each redraw.
+/// Events that were already localized: a server localizes them again for each client and each redraw.
 std::vector<Alarm> localized(benchmark::State& state, int count) {
     std::vector<Alarm> alarms(static_cast<std::size_t>(count), make_alarm());
     for (Alarm& alarm : alarms) {
@@ -135,7 +135,7 @@ void list_events(benchmark::State& state) {
 
 BENCHMARK(hit)->Name("localize/hit")->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(fresh_hit)->Name("fresh/hit")->UseManualTime();
-// Long enough to fill the caches, as in a server that has run for a while.
+// These runs are long enough to fill the caches, as in a server that has run for some time.
 BENCHMARK(miss)->Name("localize/miss")->Threads(1)->Threads(2)->UseRealTime()->MinTime(0.5);
 BENCHMARK(fresh_miss)->Name("fresh/miss")->UseManualTime()->MinTime(0.5);
 BENCHMARK(list_events)->Name("on_get_events/this")->Arg(1'000)->Arg(10'000)->Arg(100'000);

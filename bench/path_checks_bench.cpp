@@ -1,6 +1,6 @@
-// Hidden, whitelisted and read-only of random paths of two to eight parts, in programs of 1,000 to 1,000,000 symbols,
-// beside the same tables as four trees that are walked one after the other; and the translation of a client's path,
-// asked for the first time and again. An iteration is one path.
+// The checks for hidden, whitelisted and read-only on random paths of two to eight parts, in programs of 1,000 to
+// 1,000,000 symbols. The rival has the same tables as four trees, walked one after the other. Another benchmark is the
+// translation of a client's path, for the first time and again. An iteration is one path.
 
 #include "bench/upload_program.h"
 #include "tests/device/runtime/literal_lookup.h"
@@ -52,7 +52,7 @@ void checks_this(benchmark::State& bench) {
         benchmark::DoNotOptimize(plant.config->tables_of(plant.path(i++)));
 }
 
-// As a reader and a writer ask, each with a walk of its own.
+// The checks of a reader and of a writer, each with a walk of its own.
 void checks_one_by_one(benchmark::State& bench) {
     const Plant& plant = plant_of(std::size_t(bench.range(0)));
     std::size_t i = 0;

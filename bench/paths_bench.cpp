@@ -1,5 +1,5 @@
-// Reducing the 1,000 paths of an ordinary controller program, side by side with emptying the groups in place and with a
-// regular expression. "allocations" is the average for one path. Short texts need none.
+// Reduction of the 1,000 paths of an ordinary controller program, beside emptying the groups in place and a regular
+// expression. "allocations" is the average for one path. Short texts need none.
 
 #include "device/path/symbol_path.h"
 #include "tests/device/path/path_text.h"

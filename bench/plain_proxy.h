@@ -113,7 +113,7 @@ using MessagePtr = ZoAtlCom::CComPtr<PlainMessage>;
 using LoggerInterfaces = fakes::ComObject<IZoEventLogger5, IZoEventLoggerTimeout, IConnectionPointContainer,
                                           IConnectionPoint, IZoEventLoggerClassName, IZoEventLoggerSourceName>;
 
-/// A logger without active alarms. One sink at a time; texts are the same for every question.
+/// A logger without active alarms. One sink at a time; all questions get the same texts.
 class PlainLogger final : public LoggerInterfaces {
 public:
     explicit PlainLogger(std::vector<LoggedEventPtr> logged = {}) : history(std::move(logged)) {}

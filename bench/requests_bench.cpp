@@ -1,6 +1,6 @@
-// 10,000 reads of 1 byte to 8 KiB from a device with a round trip of 0.5 ms, 500 items and 64 KiB a request. One read
-// in fifty fails, and one is too large for any request. `requests` counts the requests of one batch, `bound` is the
-// number that no packing can go below.
+// 10,000 reads of 1 byte to 8 KiB from a device with a round trip of 0.5 ms. A request has at most 500 items and 64
+// KiB. One read in fifty fails, and one is too large for any request. `requests` counts the requests of one batch;
+// `bound` is the minimum of any packing.
 
 #include "device/net/fdx_client.h"
 #include "device/request/request_batch.h"

@@ -1,6 +1,6 @@
-// The store of a target's events, filled to its limit, side by side with a Boost.MultiIndex container of the same
-// orders and with the plain walk: events added at ascending times, each of which evicts the oldest one, a mix of
-// operations on stores in which a tenth of the events are live alarms, and an avalanche of alarms of one time.
+// The store of a target's events, filled to its limit, beside a Boost.MultiIndex container of the same orders and a
+// plain walk. The first load adds events at ascending times; each evicts the oldest one. The second is a mix of
+// operations on stores in which a tenth of the events are live alarms. The third is an avalanche of alarms of one time.
 
 #include "bench/plain_proxy.h"
 #include "targets/conversion.h"
@@ -212,7 +212,8 @@ void add(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * std::int64_t{batch});
 }
 
-// A third each of adding live alarms, of letting go (nine in ten become history, the tenth is erased), and of finding.
+// One third adds live alarms, one third releases them, one third finds them. Of ten released alarms nine become
+// history; the tenth is erased.
 template <class Store>
 void mix(benchmark::State& state) {
     auto& filled = Filled<Store>::of(state.range(0), Load::Mixed);

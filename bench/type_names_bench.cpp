@@ -1,5 +1,5 @@
-// Classifying the 1,000 type names of an ordinary controller program, side by side with a search over all rows and with
-// a hash map that knows the exact names alone (no lengths of strings, no subranges, no pointers).
+// Classification of the 1,000 type names of an ordinary controller program, beside a search over all rows and a hash
+// map. The hash map has only exact names: no lengths of strings, no subranges, no pointers.
 
 #include "device/type/detail/data_type_table.h"
 #include "device/type/detail/type_name_table.h"

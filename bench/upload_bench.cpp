@@ -1,5 +1,5 @@
-// A refresh that uploads 10,000 to 1,000,000 symbols from memory, beside the same entries copied into a hash table
-// without being checked or analysed. "bytes" stay allocated for one symbol.
+// A refresh that uploads 10,000 to 1,000,000 symbols from memory. The rival copies the same entries into a hash table
+// without checks or analysis. "bytes" is the memory that stays allocated for one symbol.
 
 #include "bench/upload_program.h"
 #include "device/path/symbol_entry.h"

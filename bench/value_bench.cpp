@@ -1,5 +1,5 @@
-// A Value side by side with nlohmann::json: a Struct of 30 members, as the parameters of a large event, and a Vector of
-// 1,000 of them, as a listing.
+// A Value beside nlohmann::json. A Struct of 30 members is like the parameters of a large event; a Vector of 1,000 of
+// them is like a listing.
 
 #include "extension/host/value.h"
 
@@ -112,7 +112,7 @@ struct Listing<Json> {
     return record.find(name) != record.end();
 }
 
-// Finds each member of a record, by names that the compiler knows, as in most code.
+// Finds each member of a record by names that the compiler knows, as most code does.
 struct KnownNames {
     template <class Tree>
     std::size_t find_in(const Tree& record) const {
@@ -125,7 +125,7 @@ private:
         return (std::size_t{has(record, names[I])} + ...);
     }
 };
-// The same by names from outside.
+// The same by names that the compiler does not know.
 struct ForeignNames {
     template <class Tree>
     std::size_t find_in(const Tree& record) const {

@@ -1,6 +1,6 @@
 #pragma once
 
-// All headers that code needs to use the proxy's objects.
+// Includes all headers that the use of the proxy's objects requires.
 #include "binding/call_gate.h"
 #include "binding/com_ptr.h"
 #include "binding/counted_string.h"

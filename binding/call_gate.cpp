@@ -19,7 +19,7 @@ thread_local Works* deferred = nullptr;
 void run(std::function<void()>& work) noexcept {
     try {
         work();
-    } catch (...) { // no caller is left to report to
+    } catch (...) { // no caller remains that could get a report
     }
 }
 

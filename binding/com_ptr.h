@@ -20,7 +20,7 @@ public:
     }
     CComPtr(const CComPtr& other) : CComPtr(other.object_) {}
     CComPtr(CComPtr&& other) noexcept : object_(other.detach()) {}
-    // By value: the old reference is released last, so its object may own the new one.
+    // The parameter is a value: the old reference is released last, so its object may own the new one.
     CComPtr& operator=(CComPtr other) noexcept {
         std::swap(object_, other.object_);
         return *this;
@@ -56,13 +56,14 @@ private:
     T* object_ = nullptr;
 };
 
-/// Not a comparison with null: under gcc's sanitizer that is no constant expression.
+/// Does not compare with null: under gcc's sanitizer that comparison is no constant expression.
 template <const GUID* iid>
 inline constexpr bool is_identifier = true;
 template <>
 inline constexpr bool is_identifier<nullptr> = false;
 
-/// Queries its interface when an object of another kind is assigned; null when the object does not have it.
+/// An assignment of an object of another type queries the interface. The pointer is null if the object does not have
+/// it.
 template <class T, const GUID* iid = ZoEventLoggerFdxProxyLib::iid_of<T>>
 class CComQIPtr : public CComPtr<T> {
     static_assert(is_identifier<iid>, "this interface cannot be queried");
@@ -76,7 +77,7 @@ public:
     template <class U>
     requires(!std::is_same_v<T, U>) CComQIPtr(const CComPtr<U>& object) { query(object.get()); }
 
-    /// Queries the object and stores the interface, or null. Returns the object's answer; E_POINTER for null.
+    /// Queries the object and stores the interface, or null. Returns the object's result; E_POINTER for null.
     HRESULT query(IUnknown* object) {
         CComPtr<T> found;
         const HRESULT code = object ? object->QueryInterface(*iid, found.put_void()) : E_POINTER;

@@ -28,7 +28,7 @@ protected:
 
 /// The interface of a sink of the logger's events. The logger calls it by number, through Invoke.
 struct _IZoEventLoggerEvents : IDispatch {
-    /// Numbers of the calls and their arguments. The logger also calls 6 to 9, which mean nothing here.
+    /// Numbers of the calls and their arguments. The logger also calls 6 to 9, which are ignored here.
     enum Id : std::int32_t {
         OnMessageSent = 2,      ///< message
         OnAlarmRaised = 3,      ///< alarm

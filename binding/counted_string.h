@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-/// Text as it crosses to the proxy: a pointer to zero-terminated bytes, whose number stands in the four bytes before
-/// them. One allocation contains both. Null is a valid string of length 0. Bytes pass unchanged, inner zeros included.
-/// [any thread]
+/// A text that crosses to the proxy: a pointer to zero-terminated bytes. The four bytes before them contain their
+/// number. One allocation contains both. Null is a valid string of length 0. Bytes pass unchanged, inner zeros
+/// included. [any thread]
 namespace ZoAtlCom {
 
 /// Returns a copy of a zero-terminated text; null for a null text or when out of memory.
@@ -19,7 +19,7 @@ void SysFreeString(char* text);
 /// Replaces `*target` by a copy of `text`, which may be part of the old string. Returns 1 on success. Returns 0 when a
 /// pointer is null or memory runs out; `*target` is then unchanged.
 int SysReAllocString(char** target, const char* text);
-/// As SysReAllocString for the first `length` bytes. Returns 0 also for a length of 0 and one beyond the text.
+/// As SysReAllocString for the first `length` bytes. Returns 0 also for a length of 0 or beyond the text.
 int SysReAllocStringLen(char** target, const char* text, std::uint32_t length);
 
 /// Owns one counted string.

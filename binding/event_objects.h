@@ -5,10 +5,11 @@
 #include <cstdint>
 
 /// The event objects of the logger. Out strings are counted strings that the caller frees; null means "". Times are
-/// file times: 100 ns since 1601. Flags are VARIANT_BOOL. Numbered placeholders take the slots of unused operations.
+/// file times: 100 ns since 1601. Flags are VARIANT_BOOL. Numbered placeholders occupy the slots of unused operations.
 namespace ZoEventLoggerFdxProxyLib {
 
-/// Where the arguments of an event's text lie in its argument block: type codes, then values. Numbers of bytes.
+/// The number of arguments of an event's text, and their places in the argument block, in bytes. Type codes come first,
+/// then values.
 struct ArgumentDescriptor {
     std::uint32_t count;
     std::uint32_t types_offset;
@@ -64,8 +65,8 @@ protected:
     ~IZoLoggedEventJson() = default;
 };
 
-/// Optional: activity and arguments of a logged event. Slot 24 requires that the object also answers to
-/// IZoLoggedEventJson. [any thread]
+/// Optional: activity and arguments of a logged event. Slot 24 requires that the object also has IZoLoggedEventJson.
+/// [any thread]
 struct IZoLoggedEvent2 : IZoLoggedEventJson {
     virtual HRESULT GetIsActive(VARIANT_BOOL* out) = 0;        ///< slot 25
     virtual HRESULT GetArguments(ArgumentDescriptor* out) = 0; ///< slot 26

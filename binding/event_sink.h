@@ -15,8 +15,8 @@ namespace ZoAtlCom {
 /// The cookie of a sink that is not subscribed.
 inline constexpr std::uint32_t not_advised = 0xFEFEFEFE;
 
-/// Subscribes a sink of the event interface `iid` at an object, and unsubscribes it. It counts no references: its owner
-/// keeps it alive.
+/// Subscribes a sink of the event interface `iid` at an object, and unsubscribes it. The sink counts no references: its
+/// owner keeps it alive.
 template <unsigned id, const GUID* iid>
 class IDispEventLocator : public IDispatch {
 public:
@@ -71,7 +71,7 @@ private:
         return S_OK;
     }
 
-    // Shared with the calls inside, which leave the gate even after the sink was destroyed.
+    // Shared with the calls inside: they leave the gate even after the sink was destroyed.
     std::shared_ptr<CallGate> gate_ = std::make_shared<CallGate>();
 };
 

@@ -24,7 +24,7 @@ struct FunctionInfo {
     std::array<VARTYPE, 2> parameter_types{};
 };
 
-/// One event of a sink. `result` may be null; the arguments stand in reverse order.
+/// One event of a sink. `result` may be null; the arguments are in reverse order.
 template <class T>
 struct SinkEntry {
     const GUID* event_interface;
@@ -76,7 +76,7 @@ HRESULT guarded(const std::shared_ptr<CallGate>& gate, Call&& call) noexcept {
 
 /// The logger's events on a sink with the methods OnMessageSent(IZoMessage*), OnAlarmRaised(IZoAlarm*),
 /// OnAlarmCleared(IZoAlarm*, VARIANT_BOOL), OnAlarmConfirmed(IZoAlarm*, VARIANT_BOOL) and
-/// OnDatabaseChanged(tagDatabaseChangeReasonEnum). Return values are dropped; exceptions become result codes.
+/// OnDatabaseChanged(tagDatabaseChangeReasonEnum). Return values are ignored; exceptions become result codes.
 template <class T>
 class EventLoggerSink {
     using Alarm = ZoEventLoggerFdxProxyLib::IZoAlarm;

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 /// The event logger of one target and the library that makes it. In strings are UTF-8 and zero-terminated. Out strings
-/// are counted strings that the caller frees. Numbered placeholders take the slots of unused operations.
+/// are counted strings that the caller frees. Numbered placeholders occupy the slots of unused operations.
 namespace ZoEventLoggerFdxProxyLib {
 
 /// The settings of one connect. [any thread]
@@ -21,7 +21,7 @@ protected:
 
 /// The logger of one target. [any thread]
 struct IZoEventLogger : IDispatch {
-    /// Connects to a net id; the older way.
+    /// Connects to a net id without settings, for older targets.
     virtual HRESULT Connect(const char* address) = 0; ///< slot 7
     /// Ends the callbacks; may be called inside a callback.
     virtual HRESULT Disconnect() = 0;                              ///< slot 8

@@ -11,7 +11,7 @@ struct ITypeInfo;
 struct VARIANT;
 
 /// The base of every object that crosses to the event logger's proxy. The order of the virtual operations is the
-/// contract. A virtual destructor would take two slots and move every later operation, so these interfaces have none.
+/// contract. A virtual destructor would occupy two slots and move every later operation, so these interfaces have none.
 /// No exception may leave a call.
 struct IUnknown {
     /// Stores a reference to the requested interface in `*out`, or null with E_NOINTERFACE. [any thread]
@@ -34,7 +34,7 @@ struct IDispatch : IUnknown {
                                   std::uint32_t /*language*/, std::int32_t* /*ids*/) {
         return E_NOTIMPL; ///< slot 5
     }
-    /// Slot 6. The block holds the arguments in reverse order. [any thread]
+    /// Slot 6. The block contains the arguments in reverse order. [any thread]
     virtual HRESULT Invoke(std::int32_t /*id*/, const GUID& /*reserved*/, std::uint32_t /*language*/,
                            std::uint16_t /*flags*/, DISPPARAMS* /*arguments*/, VARIANT* /*result*/,
                            EXCEPINFO* /*exception*/, std::uint32_t* /*bad_argument*/) {

@@ -73,7 +73,7 @@ HRESULT VariantClear(VARIANT* variant) {
     const VARIANT old = *variant;
     if (!(old.vt & VT_BYREF) && (old.vt & VT_ARRAY) && old.parray && old.parray->locks) return DISP_E_ARRAYISLOCKED;
 
-    // Empty before the release, which can call this function again for the same variant.
+    // Make the variant empty before the release: the release can call this function again for the same variant.
     VariantInit(variant);
     if (old.vt & VT_BYREF) return S_OK;
     if (old.vt & VT_ARRAY)
@@ -93,7 +93,8 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source) {
     // Copy before the target is cleared: the source may belong to the object that the target references.
     VARIANT copy = *source;
     const HRESULT owned = (copy.vt & VT_BYREF) ? S_OK : make_unshared(copy);
-    // The failed copy still has the pointer of the source. The target ends empty, so that it never releases it.
+    // The failed copy still has the pointer of the source. The target becomes empty, so that it never releases that
+    // pointer.
     if (failed(owned)) VariantInit(&copy);
     const HRESULT cleared = VariantClear(target);
     if (failed(cleared)) {

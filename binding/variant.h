@@ -74,8 +74,8 @@ HRESULT VariantClear(VARIANT* variant);
 
 /// Makes `target` a copy of `source`: copies strings and arrays, adds a reference to interfaces, copies the pointer of
 /// by-reference values. Returns DISP_E_BADVARTYPE for an invalid tag of the source, or the code of a target that cannot
-/// be cleared; the target is then unchanged. Returns E_NOTIMPL for a record and E_OUTOFMEMORY; the target is then
-/// empty, because its old value is cleared first and a half copy must not be released. [any thread]
+/// be cleared; the target is then unchanged. Returns E_NOTIMPL for a record, and E_OUTOFMEMORY; the target is then
+/// empty. Its old value is cleared first, and an incomplete copy must not be released. [any thread]
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source);
 
 } // namespace ZoAtlCom

@@ -112,7 +112,7 @@ ErrorValue ZoHmiEventLogger::list_enabled_target_systems(Command& command) {
     return HMI_SUCCESS;
 }
 
-// The input is a Struct, unlike that of the reconnect, which is the name itself.
+// The input is a Struct. The input of the reconnect is the name itself.
 ErrorValue ZoHmiEventLogger::clear_logged_events(Command& command) {
     const auto target = targets_.find(std::as_const(command).write_value()["targetName"].get_string());
     return target ? result_of(target->clear_logged_events()) : HMI_E_ENTRY_NOT_FOUND;

@@ -31,7 +31,7 @@ std::uint32_t ZoHmiEventLogger::read_event_limit() {
     return static_cast<std::uint32_t>(Algorithm::saturating_cast<std::int32_t>(limit));
 }
 
-// An empty answer is not kept: the next call fetches again.
+// An empty answer is not stored: the next call fetches again.
 std::string ZoHmiEventLogger::get_local_net_id() {
     const MutexLock lock(local_net_id_mutex_);
     if (local_net_id_.empty()) local_net_id_ = fetch_local_net_id();
@@ -54,7 +54,7 @@ ResultPair ZoHmiEventLogger::on_config_change(const Context& context, const char
     if (entry.type() != ValueType::Struct && entry.type() != ValueType::Map) return HMI_E_INVALID_PARAMETER;
     if (!TargetConfig::is_complete(entry)) return HMI_E_INVALID_PARAMETER;
 
-    LockedTarget locked; // released after the reset, which live callbacks of the new target must follow
+    LockedTarget locked; // released after the reset: live callbacks of the new target must come later
     if (apply_target_config(TargetConfig(parts[1], entry), locked)) send_reset_temporary_events(context);
     return {};
 }

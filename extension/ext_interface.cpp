@@ -9,7 +9,7 @@ int ext_interface(ZoHmiSrv::IZoHmiSrvExtHost* host, ZoHmiSrv::IZoHmiSrvExt** out
         ZoHmiSrv::initialize_api(host); // before any type of that library is used
         *out_extension = new ZoHmiEventLogger::ZoHmiEventLogger(host);
         *out_version = 22.0;
-    } catch (...) { // no exception may leave a C function; the server sees that nothing was stored
+    } catch (...) { // no exception may leave a C function; the server detects that nothing was stored
     }
     return 0;
 }

@@ -10,7 +10,7 @@ class FdxHelper {
 public:
     /// Returns the first four numbers of this machine's net id; "" when they are not available.
     std::string fetch_local_net_id() const;
-    /// Would report the targets' net ids for licensing; this build reports nothing.
+    /// Does nothing in this build. It is the place to report the targets' net ids for licensing.
     void licence_targets(const std::set<std::string>& net_ids, const std::string& local) const;
     /// Returns a configured net id with its placeholders resolved; see actualize_net_id.
     std::string actualize(std::string address, const std::string& local, bool keep_loopback) const;

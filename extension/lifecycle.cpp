@@ -71,7 +71,7 @@ ResultPair ZoHmiEventLogger::init(const Context& context) {
         }
         arm_timer();
         register_config_listener();
-    } catch (...) { // every exception from the first registration on ends here, whatever its kind
+    } catch (...) { // catches every exception since the first registration
         *stopping_ = true;
         unregister_listeners(context);
         stop_threads();
@@ -142,8 +142,8 @@ void ZoHmiEventLogger::on_timer(TimerError error, const Context& context) {
     guard([&] { failed_poll = run_tick(context, slots); });
     if (failed_poll) std::rethrow_exception(failed_poll);
     bool armed = guard([this] { arm_timer(); });
-    // Live callbacks of new connections follow the reset. All locks are released before any target is destroyed, which
-    // can take long.
+    // Live callbacks of new connections come after the reset. All locks are released before any target is destroyed,
+    // because destruction can take long.
     for (LockedTarget& slot : slots)
         slot.holder.reset();
     // Only a tick reconnects: when the next timer cannot be allocated, try again later.
@@ -169,7 +169,7 @@ std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vecto
         } catch (const ZoAtlCom::CAtlException&) { // a failed state query: nothing else ends the chain
             report_current_exception(names[index]);
             return std::current_exception();
-        } catch (...) { // thrown by the server, or out of memory: the chain goes on
+        } catch (...) { // the server threw, or memory ran out: the chain continues
             report_current_exception(names[index]);
             changed = changed || slot.holder;
         }
@@ -180,7 +180,7 @@ std::exception_ptr ZoHmiEventLogger::run_tick(const Context& context, std::vecto
 
 // The next tick repeats a refused reset. Otherwise the server would keep showing events of lost targets.
 void ZoHmiEventLogger::send_reset_temporary_events(const Context& context) {
-    reset_due_ = false; // before the calls, so that a refusal on another thread is not lost
+    reset_due_ = false; // cleared before the calls, so that a refusal on another thread is not lost
     try {
         log_message(trace_message("RESET_TEMPORARY_EVENTS", {}));
         host_->reset_temporary_events(context);

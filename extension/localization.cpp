@@ -22,8 +22,8 @@ constexpr char target_not_found[] = "TARGET_NOT_FOUND";
 /// Class name, source name, causes with remedies, details.
 constexpr std::size_t max_new_parameters = 4;
 
-/// The answers for one event. A Null member needs no write: the event has that answer. Servers localize the same
-/// event for each client and each redraw, and writing is most of the work.
+/// The answers for one event. A Null member needs no write: the event already has that answer. Servers localize the
+/// same event for each client and each redraw. Without this rule, writes would be most of the work.
 struct Localization {
     String text{""};
     Value class_name, source_name, causes, details;
@@ -48,7 +48,7 @@ ErrorValue ZoHmiEventLogger::on_localize_event(const Context&, const char* local
     if (language == 0) return HMI_E_UNEXPECTED;
     if (event.type() != ValueType::Message && event.type() != ValueType::Alarm) return HMI_E_INVALID_TYPE;
 
-    // All or nothing: until every answer has arrived the event is only read.
+    // Strong guarantee: the event is only read until every answer has arrived.
     Value& parameters = event.parameters();
     const Value& target_name = std::as_const(parameters)["targetName"];
     const auto target = target_name.isset() ? targets_.find(target_name.get_string()) : nullptr;

@@ -19,7 +19,7 @@ constexpr char unknown_error[] = "An error occurred in the communication with th
 
 } // namespace
 
-// A refused diagnostic message must not stop the work that follows it: an alarm, an import, a reset, the next tick.
+// A refused diagnostic message must not stop the next step: an alarm, an import, a reset or a tick.
 void ZoHmiEventLogger::log_message(Message message) {
     try {
         message.set_domain(context_.domain());
@@ -68,7 +68,7 @@ void ZoHmiEventLogger::on_alarm_changed(const Alarm& alarm, bool removed) {
     host_->notify_alarm(context_, removed ? AlarmNotification::Removed : AlarmNotification::Changed, alarm);
 }
 
-// The event that replaced this one must still be reported, so no exception leaves.
+// The caller must still report the event that replaced this one, so no exception leaves.
 void ZoHmiEventLogger::forget_event(const Event& event) {
     try {
         host_->forget_event(context_, event);

@@ -15,7 +15,7 @@ struct TargetConfig {
     bool enabled = false;
 
     TargetConfig() = default;
-    /// Reads ADDRESS and ENABLED only when the entry has both. An incomplete entry makes a target that stays disabled.
+    /// Reads ADDRESS and ENABLED only when the entry has both. The target of an incomplete entry stays disabled.
     TargetConfig(std::string key, const ZoHmiSrv::Value& entry);
 
     static bool is_complete(const ZoHmiSrv::Value& entry);

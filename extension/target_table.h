@@ -22,7 +22,7 @@ struct LockedTarget {
 /// The targets by name. The mutex is locked for single operations only. A target is destroyed after the unlock, because
 /// that can disconnect.
 ///
-/// The mutex has stripes because each localization looks a target up. On a single mutex, two threads localize slower
+/// The mutex has stripes because each localization looks a target up. With a single mutex, two threads localize slower
 /// than one thread. [any thread]
 class TargetTable {
 public:

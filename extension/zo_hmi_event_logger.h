@@ -26,7 +26,7 @@ class Timespan;
 
 namespace ZoHmiEventLogger {
 
-/// The extension. The order of the bases and of the virtual operations is part of the binary interface: the server has
+/// The extension. The order of the bases and of the virtual operations is part of the binary interface. The server has
 /// a pointer to the IZoHmiSrvExt part, which is not the start of the object.
 ///
 /// The server calls the listeners on its own threads, several at once. The tick runs on a worker of `threading_`, the
@@ -45,8 +45,9 @@ public:
     /// Requires that `on_shutdown` ran; unregisters nothing.
     ~ZoHmiEventLogger() override;
 
-    /// Confirms a live alarm at the logger of the target that its parameters name. A callback reports the change later.
-    /// Returns HMI_E_ENTRY_NOT_FOUND for an unknown target, HMI_E_FAIL when the logger refuses. [server thread]
+    /// Confirms a live alarm at the logger of its target; the alarm's parameters name the target. A callback reports
+    /// the change later. Returns HMI_E_ENTRY_NOT_FOUND for an unknown target, HMI_E_FAIL when the logger refuses.
+    /// [server thread]
     ZoHmiSrv::ErrorValue on_confirm_alarm(const ZoHmiSrv::Context& context, ZoHmiSrv::Alarm& alarm) override;
     /// Appends the events of all targets, one target after the other in the order of their names. [server thread]
     int on_get_events(const ZoHmiSrv::Context& context, ZoHmiSrv::Value& events) override;
@@ -55,19 +56,19 @@ public:
     /// Reads the configuration, creates and connects the targets and starts the tick. An unreachable target is no
     /// failure. [server thread]
     ZoHmiSrv::ResultPair init(const ZoHmiSrv::Context& context) override;
-    /// Stops the ticks and drops the targets. Blocks up to 5 s for each worker, then without a bound until calls of the
-    /// proxy return. Requires that the caller is not inside a callback of a target: the tick can wait for that
-    /// callback, and this call waits for the tick. [server thread]
+    /// Stops the ticks and drops the targets. Blocks up to 5 s for each worker, then until all calls of the proxy
+    /// return, without a maximum. Requires that the caller is not inside a callback of a target. The tick can wait for
+    /// that callback, and this call waits for the tick. [server thread]
     int on_shutdown(const ZoHmiSrv::Context& context) override;
     /// Stores the event's text in the language of a locale, and adds class name, source name, causes and details to its
-    /// parameters. Unless it returns success, event and text are unchanged. [server thread]
+    /// parameters. On failure event and text are unchanged. [server thread]
     ZoHmiSrv::ErrorValue on_localize_event(const ZoHmiSrv::Context& context, const char* locale,
                                            ZoHmiSrv::EventPayload& event, ZoHmiSrv::String& text) override;
-    /// Both act on paths of two parts, "TARGET_SYSTEMS::name", and ignore shorter and longer paths. [server thread]
+    /// Both apply only to paths of two parts, "TARGET_SYSTEMS::name". All other paths are ignored. [server thread]
     ZoHmiSrv::ResultPair on_config_delete(const ZoHmiSrv::Context& context, const char* path) override;
     ZoHmiSrv::ResultPair on_config_change(const ZoHmiSrv::Context& context, const char* path) override;
-    /// Runs "Diagnostics", "ForceReconnect", "ListEnabledTargetSystems" and "ClearLoggedEvents". Each command carries
-    /// its own result. Throws when "Diagnostics" cannot query the state of a connection. [server thread]
+    /// Runs "Diagnostics", "ForceReconnect", "ListEnabledTargetSystems" and "ClearLoggedEvents". Each command has its
+    /// own result. Throws when "Diagnostics" cannot query the state of a connection. [server thread]
     void on_request(const ZoHmiSrv::Context& context, ZoHmiSrv::CommandGroup& commands) override;
 
     // ILoggingFunctions [any thread]
@@ -81,8 +82,8 @@ public:
     bool preload_translations() override;
 
     /// One step of the periodic work, 500 ms after the end of the step before. Arms the next timer, unless this one was
-    /// cancelled. When the state of a connection cannot be queried, reports the error, throws it and arms no timer. All
-    /// other exceptions are reported, and the chain of ticks goes on. [tick]
+    /// cancelled. If the state of a connection cannot be queried, reports and throws the error and arms no timer. All
+    /// other exceptions are reported, and the chain of ticks continues. [tick]
     void on_timer(ZoHmiSrv::TimerError error, const ZoHmiSrv::Context& context);
 
 private:

@@ -93,7 +93,7 @@ CommandLine parse_command(std::string_view line, bool interactive) {
 }
 
 std::vector<std::string> complete(std::string_view line, const Candidates& candidates) {
-    // The last word begins behind the last blank outside quotes.
+    // The last word begins after the last blank outside quotes.
     std::size_t start = 0;
     bool inside = false;
     for (std::size_t i = 0; i < line.size(); ++i) {

@@ -17,8 +17,8 @@ struct CommandLine {
     std::string error; ///< printable; set when the command is unknown or its arguments are wrong
 };
 
-/// Words are separated by blanks. A word in double quotes may contain blanks or be empty; inside, a backslash stands
-/// before a quote or backslash. A line that begins with ";" is a comment.
+/// Words are separated by blanks. A word in double quotes may contain blanks or be empty; inside, a backslash precedes
+/// a quote or backslash. A line that begins with ";" is a comment.
 [[nodiscard]] CommandLine parse_command(std::string_view line, bool interactive);
 
 /// Returns the known values of an argument kind; empty if every text is valid.

@@ -30,7 +30,7 @@ bool is_event(std::string_view word) {
     return is_number(word.substr(1), 1, std::numeric_limits<std::int64_t>::max());
 }
 
-/// Names end at a zero byte elsewhere, and would then be those of another target.
+/// In the rest of the program a name ends at a zero byte. A name with a zero byte would mean another target.
 bool is_target(std::string_view word) {
     return !word.empty() && word.find("::") == word.npos && word.find('\0') == word.npos;
 }

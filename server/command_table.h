@@ -53,7 +53,7 @@ struct ArgumentRule {
 [[nodiscard]] std::span<const CommandKind> command_kinds();
 [[nodiscard]] const ArgumentRule& rule_of(ArgumentKind kind);
 
-/// Returns the arguments of a command without the unused places behind them.
+/// Returns the arguments of a command without the unused places after them.
 [[nodiscard]] std::span<const Argument> arguments_of(const CommandKind& kind);
 
 /// Returns a form such as "confirm ID" or "events [LANG]".

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::chrono::seconds default_wait(10);
 
-/// A command that failed, in words and with the number of the extension's result if there is one.
+/// A failed command: its text, and the number of the extension's result if there is one.
 struct Failure : std::runtime_error {
     explicit Failure(const std::string& words, ErrorValue number = HMI_SUCCESS)
         : std::runtime_error(words), result(number) {}
@@ -193,7 +193,7 @@ void Commands::confirm(const CommandLine& command, Answer& answer) {
     const EventTexts texts = localize(host_, localized, language_);
     host_.history().clear();
     if (const ResultPair result = host_.confirm(*alarm); result.result() != HMI_SUCCESS) {
-        // Without words the logger was not asked: the extension found no live alarm of that id.
+        // A result without a text means that the logger was not asked: the extension found no live alarm of that id.
         const bool asked = *result.text() != '\0' || result.result() != HMI_E_FAIL;
         throw Failure(name + " not confirmed: " +
                           result_text(result.result(), asked ? result.text() : "the alarm is not active on its target"),

@@ -14,8 +14,7 @@
 
 namespace server {
 
-/// The result of a command, for people and as JSON: {"command": line, "ok": true, ...} or
-/// {..., "ok": false, "error": ...}.
+/// The result of a command as text and as JSON: {"command": line, "ok": true, ...} or {..., "ok": false, "error": ...}.
 struct Answer {
     bool ok = true;
     std::string text; ///< printable lines, without the end of the last line; may be empty
@@ -24,19 +23,19 @@ struct Answer {
     std::string language;              ///< of `watch`
 };
 
-/// Asks a person a printable question and returns whether the answer was yes.
+/// Asks the operator a printable question. Returns true for yes.
 using Ask = std::function<bool(const std::string& question)>;
 
 /// Runs an operator's commands. They call into the extension and may block, so they must not run inside a host call.
 /// [one thread]
 class Commands {
 public:
-    /// The references must outlive this object. The language applies where a command names none.
+    /// The references must outlive this object. The language is the default of commands that name none.
     Commands(Host& host, const EventList& events, Configuration& configuration, std::string language)
         : host_(host), events_(events), configuration_(configuration), language_(std::move(language)) {}
 
-    /// Runs one line. A failure stands in the answer. With `ask` the line comes from a person at a terminal. `quit` and
-    /// `watch` are left to the caller, who finds their kind in the answer. A stop ends `sleep` and `wait` early.
+    /// Runs one line. The answer contains a failure. With `ask` the line comes from a person at a terminal. The caller
+    /// runs `quit` and `watch`: their kind is in the answer. A stop ends `sleep` and `wait` early.
     Answer run(std::string_view line, const std::stop_token& stop, const Ask& ask = {});
 
     /// Returns possible arguments of a kind.
@@ -52,7 +51,7 @@ private:
     void clear(const CommandLine& command, Answer& answer, const Ask& ask);
     void configure(const CommandLine& command, Answer& answer);
     void pause(const CommandLine& command, const std::stop_token& stop);
-    /// Runs a command of the extension, for a target if it is named. Throws when it failed.
+    /// Runs a command of the extension, for a target if one is named. Throws when it failed.
     ZoHmiSrv::Command request(const char* mapping, ZoHmiSrv::Value input, const std::string& target);
     void add_incomplete(Answer& answer) const;
     [[nodiscard]] EventRow row(const std::string& name) const;

@@ -10,10 +10,10 @@
 
 namespace server {
 
-/// Returns a configuration text as the tree that extensions read. An object is a Struct, but `TARGET_SYSTEMS` is a Map;
-/// `TIMEOUT`, a number of milliseconds, is a TimeSpan, and `LIMIT_EVENT_COUNT` a Double. Throws std::runtime_error with
-/// the reason when the text is not a JSON object or nests too deep. A key with "::" or a zero byte throws, too: no path
-/// can name it.
+/// Returns a configuration text as the tree that extensions read. An object becomes a Struct, but `TARGET_SYSTEMS` a
+/// Map. `TIMEOUT`, a number of milliseconds, becomes a TimeSpan, and `LIMIT_EVENT_COUNT` a Double. Throws
+/// std::runtime_error with the reason if the text is not a JSON object or nests too deep. Throws also for a key with
+/// "::" or a zero byte: no path can name it.
 [[nodiscard]] ZoHmiSrv::Value parse_configuration(std::string_view json);
 
 /// A fault in a configuration.
@@ -22,7 +22,7 @@ struct ConfigProblem {
     bool fatal = false; ///< the extension does not start with it
 };
 
-/// Returns the keys that the extension does not know, misses, or expects with another type.
+/// Returns the keys that are unknown to the extension, are missing, or have the wrong type.
 [[nodiscard]] std::vector<ConfigProblem> configuration_problems(const ZoHmiSrv::Value& root);
 
 /// One entry of `TARGET_SYSTEMS` that has changed.
@@ -42,8 +42,7 @@ public:
     /// Throws std::runtime_error when the file cannot be read or parsed.
     explicit Configuration(std::filesystem::path file);
 
-    /// Returns the value at a path of keys joined by "::", or Null. The empty path and a null pointer stand for the
-    /// root.
+    /// Returns the value at a path of keys joined by "::", or Null. The empty path and a null pointer mean the root.
     [[nodiscard]] ZoHmiSrv::Value get(const char* path) const;
 
     /// Reads the file again and returns the changes below `TARGET_SYSTEMS`. Throws as the constructor does; the

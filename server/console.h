@@ -6,14 +6,15 @@
 
 namespace server {
 
-/// The server's plain lines: printed to a stream, or only kept while an operator uses the terminal. [any thread]
+/// The server's plain lines. They are printed to a stream, or only stored while an operator uses the terminal. [any
+/// thread]
 class Console {
 public:
     explicit Console(std::FILE* stream) : stream_(stream) {}
 
     /// Writes printable text and ends the line.
     void print(const std::string& text);
-    /// From now on only the last line is kept and none is written.
+    /// Stores only the last line from now on, and writes none.
     void set_quiet();
     [[nodiscard]] std::string last() const;
     /// Returns the errno of the first line that could not be written, or 0.

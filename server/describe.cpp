@@ -12,7 +12,7 @@ using ZoHmiSrv::ValueType;
 
 namespace {
 
-/// A time as such, any other value as the library converts it.
+/// A time as a readable time; any other value as the library converts it.
 std::string parameter_text(const Value& value) {
     if (value.type() == ValueType::DateTime) return console::time_text(static_cast<Timestamp>(value).nanoseconds());
     return console::printable(Value(value).convert(ValueType::String).get_string());

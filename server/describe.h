@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// Events and results in a few words, safe to print on one line. All functions are [any thread].
+/// Short texts of events and results, safe to print on one line. All functions are [any thread].
 namespace server {
 
 /// Returns the name of a result and its number, then its text if there is one: "HMI_E_FAIL (0x101): no such alarm".
@@ -15,8 +15,8 @@ namespace server {
 /// event; "-" for a message that is not listed.
 [[nodiscard]] std::string event_number(const EventRow& row);
 
-/// Returns "active", "cleared" or "invalid", each also with " confirmed" behind it. "removed" is an alarm that its
-/// target dropped before it was cleared. A message gives "message", anything else "".
+/// Returns "active", "cleared" or "invalid", each with " confirmed" after it if the alarm is confirmed. "removed" is an
+/// alarm that its target dropped before it was cleared. A message gives "message", any other event "".
 [[nodiscard]] std::string state_text(const EventRow& row);
 
 /// The columns of a row.
@@ -39,8 +39,8 @@ struct RowText {
 /// Returns a message's name and the texts of its parameters in order: "TARGET_SYSTEM_CONNECTED Bottling".
 [[nodiscard]] std::string message_line(const ZoHmiSrv::Message& message);
 
-/// Returns the members of a Map, Struct or Vector, one a line behind `indent`; inner members get two blanks more. There
-/// is no line end behind the last line. Anything else gives "".
+/// Returns the members of a Map, Struct or Vector, one a line, each after `indent`; inner members get two more blanks.
+/// There is no line end after the last line. Any other value gives "".
 [[nodiscard]] std::string value_lines(const ZoHmiSrv::Value& value, const std::string& indent);
 
 /// Returns all fields of an alarm or message in such lines.

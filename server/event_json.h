@@ -9,8 +9,8 @@
 
 namespace server {
 
-/// Returns a value as JSON: a Map or Struct as an object, a Vector as an array, a Binary as base64 text, times and time
-/// spans as nanoseconds. All functions here are [any thread].
+/// Returns a value as JSON. A Map or Struct becomes an object, a Vector an array, a Binary base64 text. Times and time
+/// spans become nanoseconds. All functions here are [any thread].
 [[nodiscard]] nlohmann::ordered_json value_json(const ZoHmiSrv::Value& value);
 
 /// Returns numbers, times and parameters of an alarm, without its name and domain.

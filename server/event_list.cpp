@@ -123,13 +123,14 @@ std::uint64_t EventList::begin_listing() {
 std::size_t EventList::finish_listing(std::uint64_t ticket, Value listed) {
     const std::lock_guard lock(mutex_);
     const Start start = listings_.extract(ticket).mapped();
-    // Otherwise the list already comes from a listing that began later.
+    // Otherwise a listing that began later has already replaced the list.
     if (ticket > shown_ticket_) {
         EventRows fresh = adopt(std::move(listed), start.next_row);
         settled_.clear();
         for (std::size_t i = start.first_call - dropped_calls_; i < calls_.size(); ++i) {
             Call call = calls_[i];
-            // The message was in the extension's store before this listing began, so the listing decides.
+            // The message was in the extension's store before this listing began. The listing decides whether it still
+            // exists.
             if (call.absorbed && call.row < start.next_row) continue;
             apply(fresh, call);
         }

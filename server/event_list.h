@@ -15,10 +15,10 @@ namespace server {
 
 /// The server's list of an extension's events: the last listing and the calls since then. [any thread]
 ///
-/// A reset asks the extension for its events, which may block, so it does not hold the lock. A call during that time
-/// changes the old list at once, is recorded, and is repeated on the new list. The listing may contain the effect of
-/// the call already. An alarm has an id, so a repetition does no harm. A message of a call replaces the first equal
-/// message that only the listing has brought.
+/// A reset asks the extension for its events. That call may block, so it runs without the lock. A call during that time
+/// changes the old list at once. It is recorded and repeated on the new list. The listing may already contain the
+/// effect of the call. An alarm has an id, so a repetition does no harm. A message of a call replaces the first equal
+/// message that came only from the listing.
 class EventList {
 public:
     /// Fills a Value with a Vector of Events, as an alarm provider does.
@@ -43,7 +43,7 @@ public:
     /// change of it.
     Outcome notify_alarm(std::int32_t mode, const ZoHmiSrv::Alarm& alarm);
 
-    /// Appends a message event. A message that the extension has just forgotten, since its store is full, is not added.
+    /// Appends a message event. Does not add a message that the extension has just forgotten because its store is full.
     Outcome add_message(const ZoHmiSrv::Message& message);
 
     /// Removes the row of an event. An alarm is found by its id, any other event by time received and payload.
@@ -100,7 +100,7 @@ private:
 
     std::map<std::uint64_t, Start> listings_; // by ticket
     std::uint64_t last_ticket_ = 0;
-    std::uint64_t shown_ticket_ = 0; // of the listing behind the rows
+    std::uint64_t shown_ticket_ = 0; // of the listing from which the rows came
     std::deque<Call> calls_;         // since the start of the oldest listing in progress
     std::size_t dropped_calls_ = 0;  // index of the first one in calls_
 };

@@ -26,7 +26,7 @@ void ExtensionLibrary::Unload::operator()(void* handle) const {
 }
 
 ExtensionLibrary::ExtensionLibrary(const std::filesystem::path& file, ZoHmiSrv::IZoHmiSrvExtHost* host) {
-    // dlopen searches a name without a slash in other folders.
+    // For a name without a slash, dlopen searches other folders.
     handle_.reset(dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!handle_) throw std::runtime_error("cannot load the extension: " + last_error());
     auto* entry = reinterpret_cast<Entry*>(dlsym(handle_.get(), "ext_interface"));

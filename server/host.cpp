@@ -46,8 +46,8 @@ const char* alarm_verb(AlarmNotification mode) {
 
 constexpr const char* error_message = "ZORVANE_EVENTLOGGER_ERROR";
 
-/// The logger's words about the call into the extension that this thread is in; null outside of such a call. The
-/// extension sends them as a message from inside the call.
+/// The logger's text about this thread's current call into the extension; null outside of such a call. The extension
+/// sends the text as a message during the call.
 thread_local std::string* words_of_call = nullptr;
 
 class Words {
@@ -135,7 +135,7 @@ std::string Host::notify_config(const std::vector<ConfigChange>& changes) {
                   result_text(result.result(), result.text()));
         if (failure.empty() && !done) failure = std::string(what) + " threw";
         if (failure.empty() && result.result() != HMI_SUCCESS) failure = result_text(result.result(), result.text());
-        // Of a changed target the remark stays until its next import: the extension may have left it as it was.
+        // The remark of a changed target stays until its next import: the extension may not have replaced the target.
         if (change.deleted || !configuration_.get((change.path + "::ENABLED").c_str()).get_bool()) {
             imports_.forget(target_of(change));
         }

@@ -26,22 +26,22 @@ namespace server {
 /// extension ends in the call; it is printed and counts as a failure. [any thread]
 class Host final : public ZoHmiSrv::IZoHmiSrvExtHost {
 public:
-    /// Prints one line about a call. Called with a lock held that all host calls take, so that lines come in the order
-    /// of the calls: it must not call back.
+    /// Prints one line about a call. Runs under a lock of all host calls, so that lines come in the order of the calls.
+    /// It must not call back.
     using Print = std::function<void(const std::string& line)>;
 
-    /// The three objects must outlive this one. Without pauses a failed import is not repeated.
+    /// The three objects must outlive this one. Without `pauses` a failed import is not retried.
     Host(const Configuration& configuration, EventList& events, Trace& trace, Print print,
          std::optional<RetryPauses> pauses = RetryPauses{});
 
     /// The context of the server's own calls; its domain is the extension's.
     [[nodiscard]] const ZoHmiSrv::Context& context() const { return context_; }
 
-    /// Reports changes to the config listener as far as its filter asks for them. Returns the first failure in words,
-    /// else "".
+    /// Reports changes to the config listener as far as its filter asks for them. Returns the text of the first
+    /// failure, else "".
     std::string notify_config(const std::vector<ConfigChange>& changes);
     /// Confirms an alarm through the alarm provider. Returns HMI_E_NOT_REGISTERED without a provider and
-    /// HMI_E_EXTENSION_HANDLER after an exception, as `localize` and `request` do. A failure has the logger's words.
+    /// HMI_E_EXTENSION_HANDLER after an exception, as `localize` and `request` do. A failure has the logger's text.
     ZoHmiSrv::ResultPair confirm(ZoHmiSrv::Alarm alarm);
     /// Localizes an event for a language tag such as "de-DE".
     ZoHmiSrv::ErrorValue localize(const char* language, ZoHmiSrv::EventPayload& event, ZoHmiSrv::String& text);
@@ -49,14 +49,14 @@ public:
     ZoHmiSrv::Command request(const char* mapping, ZoHmiSrv::Value input = {});
     /// Gets the events of the alarm provider. Returns false without a provider and after a failure.
     bool list_events(ZoHmiSrv::Value& events);
-    /// Replaces the list of events by those of the alarm provider. A server does so after `init`, since that imports
+    /// Replaces the list of events by those of the alarm provider. A server calls this after `init`, which imports
     /// without a notification, and on request of the extension.
     void relist(const char* why);
     /// Calls the shutdown listener. Returns false when there is none.
     bool shut_down();
     /// Runs a call into the extension and prints its exception; false after an exception.
     bool guarded(const char* what, const std::function<void()>& call);
-    /// Prints a line of the server's own.
+    /// Prints a line of the server itself.
     void print(const std::string& line);
     /// The extension's calls; each is recorded after the list has taken it.
     [[nodiscard]] CallHistory& history() { return history_; }
@@ -100,7 +100,7 @@ private:
     const Print print_;
     ZoHmiSrv::Context context_;
 
-    // Held while a host call is traced, listed and printed; never while the extension is called.
+    // Locked while a host call is traced, listed and printed; never during a call of the extension.
     std::mutex order_mutex_;
     mutable std::mutex listeners_mutex_;
     std::vector<Listener> listeners_;
@@ -109,8 +109,8 @@ private:
 /// Returns the result of a command: that of the server, else that of the extension.
 [[nodiscard]] ZoHmiSrv::ErrorValue result_of(const ZoHmiSrv::Command& command);
 
-/// Returns whether the filter of a config listener covers a path. The filter is a Vector of Structs with "flags"
-/// and "paths". The flags must contain `flag`. One of the paths must be the path, or a start of it with "*" behind.
+/// Returns whether the filter of a config listener covers a path. The filter is a Vector of Structs with "flags" and
+/// "paths". The flags must contain `flag`. One of the paths must be the path, or a start of it followed by "*".
 [[nodiscard]] bool asks_for(const ZoHmiSrv::Value& filter, std::string_view path, int flag);
 
 /// The flags of a filter.

@@ -88,7 +88,7 @@ std::optional<std::string> Imports::wait_until_due(const std::stop_token& stop) 
         if (first == targets_.end()) {
             changed_.wait(lock, stop, [this] { return first_due() != targets_.end(); });
         } else if (const auto due = *first->second.due; Clock::now() < due) {
-            // Another target may become due earlier, and this one may be imported meanwhile.
+            // Meanwhile another target may become due earlier, or this target may be imported.
             changed_.wait_until(lock, stop, due, [&] {
                 const auto now_first = first_due();
                 return now_first == targets_.end() || *now_first->second.due != due;

@@ -19,8 +19,8 @@ struct RetryPauses {
     std::chrono::steady_clock::duration max = std::chrono::minutes(5);
 };
 
-/// Knows the targets whose last import failed, and when each is to be reconnected. The extension does not repeat a
-/// failed import while the link is up, so its list would stay incomplete. [any thread]
+/// Lists the targets whose last import failed, with the time of each reconnect. The extension does not retry a failed
+/// import while the link is up, so its list would stay incomplete. [any thread]
 class Imports {
 public:
     using Clock = std::chrono::steady_clock;
@@ -28,7 +28,7 @@ public:
     /// Without pauses no reconnect becomes due.
     explicit Imports(std::optional<RetryPauses> pauses = RetryPauses{}) : pauses_(pauses) {}
 
-    /// Follows the extension's messages: an error between "connected" and the summary of the import means a failed
+    /// Reads the extension's messages: an error between "connected" and the summary of the import means a failed
     /// import. Returns a printable line when an import failed, else "".
     std::string follow(const ZoHmiSrv::Message& message);
     /// Schedules the next reconnect of a target that could not be disconnected.

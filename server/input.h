@@ -28,7 +28,7 @@ public:
     std::optional<char> byte();
     /// Returns the next line without its line feed, cut at 64 KiB; nothing at the end.
     std::optional<std::string> line();
-    /// Drops all bytes received so far.
+    /// Drops all bytes that have arrived.
     void drop();
 
 private:
@@ -50,8 +50,8 @@ public:
     KeyMode(const KeyMode&) = delete;
     KeyMode& operator=(const KeyMode&) = delete;
 
-    /// Restores this mode after another program has changed it, such as a shell that stops and continues this process.
-    /// Returns whether it had to.
+    /// Restores this mode if another program has changed it, such as a shell that stops and continues this process.
+    /// Returns true if the mode was changed.
     bool renew();
 
 private:

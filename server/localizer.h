@@ -19,7 +19,7 @@ struct EventTexts {
     ZoHmiSrv::ErrorValue result = ZoHmiSrv::HMI_SUCCESS;
     std::string text;        ///< else the event's name
     std::string class_name;  ///< else the class's GUID
-    std::string source_name; ///< else the source's own name
+    std::string source_name; ///< else the name in the event
 };
 
 /// Gets an event's texts; on success the extension has extended the event's parameters. Blocks until the target's
@@ -27,7 +27,8 @@ struct EventTexts {
 [[nodiscard]] EventTexts localize(Host& host, ZoHmiSrv::Event& event, const std::string& language);
 
 /// Caches the texts of the rows on a screen. Each text is requested once while its row is shown; a failed request is
-/// repeated later. One drawing requests texts for a fraction of a second at most; the next one goes on. [one thread]
+/// retried later. One drawing requests texts for a fraction of a second at most; the next drawing continues. [one
+/// thread]
 class ShownTexts {
 public:
     /// The host must outlive this object.

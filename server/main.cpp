@@ -37,7 +37,7 @@ void print_failure(const std::string& line) {
     std::fprintf(stderr, "zo-hmi-server: %s\n", console::printable(line).c_str());
 }
 
-/// Prints the faults of the configuration. Before a start the fatal ones are left to `init_failure`.
+/// Prints the faults of the configuration. Before a start, `init_failure` prints the fatal ones.
 void print_warnings(const Configuration& configuration, Host& host, bool running) {
     for (const ConfigProblem& problem : configuration_problems(configuration.get("")))
         if (running || !problem.fatal) host.print("warning: configuration: " + console::printable(problem.text));
@@ -54,7 +54,7 @@ void reload(Configuration& configuration, Host& host) {
     }
 }
 
-/// Reconnects targets whose import failed: the extension imports again after a connect only.
+/// Reconnects targets whose import failed: the extension imports only after a connect.
 void repeat_imports(Host& host, const std::stop_token& stop) {
     while (const auto target = host.imports().wait_until_due(stop)) {
         host.print("reconnecting " + host.imports().label(*target));
@@ -157,7 +157,7 @@ int run(const Options& options) {
 } // namespace server
 
 int main(int argc, char** argv) {
-    // The next open file would take the number of a closed standard stream, and so its output.
+    // The next opened file would get the number of a closed standard stream, and then its output.
     while (true) {
         const int file = open("/dev/null", O_RDWR | O_CLOEXEC);
         if (file > STDERR_FILENO) close(file);
@@ -167,7 +167,7 @@ int main(int argc, char** argv) {
     // times the memory in use. The fixed threshold returns free memory at the end of the heap.
     mallopt(M_ARENA_MAX, 1);
     mallopt(M_TRIM_THRESHOLD, 128 * 1024);
-    // Lines are edited in UTF-8 in any environment; numbers and times are not affected.
+    // Lines are edited in UTF-8 in any environment. The format of numbers and times is unchanged.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     server::Options options;
     if (const auto status = server::parse_options(argc, argv, options)) return *status;

@@ -87,7 +87,7 @@ void Operator::run_pipe(const std::stop_token& stop) {
         any = true;
         go_on = run_command(*line, stop);
     }
-    // An input that was empty from the start, such as /dev/null, does not end the server.
+    // An input without any byte, such as /dev/null, does not end the server.
     if (any) end_server();
 }
 
@@ -119,7 +119,7 @@ void Operator::run_terminal(const std::stop_token& stop) {
     bool go_on = watch(events_, host_, console_, input, options_.language);
     if (go_on) std::puts("help: the commands; watch: the table again; quit: the end of the server");
     const Ask ask = [&input](const std::string& question) {
-        input.drop(); // keys typed ahead are no answer
+        input.drop(); // earlier keys are no answer
         std::printf("%s ", question.c_str());
         std::fflush(stdout);
         const char key = input.byte().value_or('n');

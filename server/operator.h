@@ -19,8 +19,8 @@ public:
     Operator(const Options& options, Host& host, const EventList& events, Configuration& configuration,
              Console& console);
 
-    /// Runs the commands until there are no more, then ends the server by a SIGTERM. Without a source of commands it
-    /// does nothing. A stop ends it early. Throws nothing. Must not run inside a host call. [one thread]
+    /// Runs the commands until there are no more, then ends the server by a SIGTERM. Does nothing without a source of
+    /// commands. A stop ends the run early. Throws nothing. Must not run inside a host call. [one thread]
     void run(const std::stop_token& stop) noexcept;
 
     /// Returns the reason of a failure after `run`, or "".
@@ -43,8 +43,8 @@ private:
     std::string failure_;
 };
 
-/// Returns whether a person can see a table and type commands: standard input and output are a terminal, and this
-/// process is in its foreground.
+/// Returns true if an operator can see a table and type commands. Standard input and output must be a terminal, and
+/// this process must be in its foreground.
 [[nodiscard]] bool has_terminal();
 
 } // namespace server

@@ -39,7 +39,7 @@ struct Prompt::Editor {
         el_set(line, EL_PROMPT, prompt);
         el_set(line, EL_EDITOR, "emacs");
         el_set(line, EL_SIGNAL, 0);
-        // Between the lines, too, the terminal must not edit keys that are typed ahead.
+        // Between two lines, too, the terminal must not edit early keys.
         el_set(line, EL_SETTY, "-x", "-icanon", "-echo", nullptr);
         el_set(line, EL_HIST, history, lines);
         el_set(line, EL_GETCFN, next_character);
@@ -70,7 +70,7 @@ struct Prompt::Editor {
         while (const auto byte = of(line).input.byte()) {
             std::size_t taken = std::mbrtowc(character, &*byte, 1, &state);
             if (taken == static_cast<std::size_t>(-1)) {
-                // The byte that broke off a character may begin the next one.
+                // The byte that ended an incomplete character may begin the next one.
                 state = {};
                 taken = std::mbrtowc(character, &*byte, 1, &state);
                 if (taken == static_cast<std::size_t>(-1)) state = {};
@@ -85,7 +85,7 @@ struct Prompt::Editor {
         const std::string_view text(info->buffer, static_cast<std::size_t>(info->cursor - info->buffer));
         const std::vector<std::string> words = complete(text, of(line).candidates);
         if (words.empty()) return CC_REFRESH_BEEP;
-        // The typed part of the word is the longest end of the text that all words begin with.
+        // The typed part of the word is the longest end of the text with which all completions begin.
         const std::string start = common_start(words);
         std::size_t there = std::min(text.size(), start.size());
         while (!start.starts_with(text.substr(text.size() - there)))

@@ -11,7 +11,7 @@ namespace server {
 class Input;
 
 /// A line editor on the terminal, with a history and with completion by the tabulator. Use it in a `KeyMode`, so that
-/// no key typed ahead is lost. [one thread]
+/// no early key is lost. [one thread]
 class Prompt {
 public:
     /// The input must outlive this object.

@@ -46,14 +46,15 @@ Signals::~Signals() {
 }
 
 void Signals::listen(const std::stop_token& stop) {
-    int steps = 0; // with a blocked output
+    int steps = 0; // while an output is blocked
     for (bool ending = false;;) {
         siginfo_t info{};
         const int number = ending ? sigtimedwait(&set_, &info, &step) : sigwaitinfo(&set_, &info);
         if (stop.stop_requested()) return;
         if (number > 0) {
             post(number);
-            // After its own commands this process waits for the reader of their answers.
+            // A signal of this process does not set `ending`: after its own commands it waits for the reader of their
+            // answers.
             ending = ending || (number != SIGHUP && info.si_pid != getpid());
         } else if (ending) {
             steps = is_writable(STDOUT_FILENO) && is_writable(STDERR_FILENO) ? 0 : steps + 1;

@@ -11,12 +11,12 @@
 
 namespace server {
 
-/// Takes SIGINT, SIGTERM and SIGHUP as numbers to wait for instead of handlers. Made in main before any other thread
-/// starts, so that every thread inherits the blocked signals. SIGPIPE is ignored: a closed output is an error of that
-/// output.
+/// Receives SIGINT, SIGTERM and SIGHUP as numbers to wait for, without handlers. Construct it in main before any other
+/// thread starts, so that every thread inherits the blocked signals. SIGPIPE is ignored: a closed output is an error of
+/// that output.
 ///
-/// An output without a reader blocks its writer, and then no orderly end is possible. So after a SIGINT or SIGTERM of
-/// another process, this process exits with status 1 when an output has blocked for two seconds.
+/// An output without a reader blocks its writer, and then an orderly end is impossible. So a SIGINT or SIGTERM of
+/// another process starts a check. This process exits with status 1 once an output has blocked for two seconds.
 class Signals {
 public:
     using Clock = std::chrono::steady_clock;
@@ -38,7 +38,7 @@ private:
     sigset_t set_{};
     std::mutex mutex_;
     std::condition_variable received_;
-    std::deque<int> numbers_; // with mutex_ held
+    std::deque<int> numbers_; // guarded by mutex_
     std::jthread thread_;
 };
 

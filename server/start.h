@@ -20,8 +20,8 @@ struct Start {
     bool reload = false;                        ///< SIGHUP came before its end
 };
 
-/// Runs `init` on a thread of its own, while this one waits for signals. An extension may try many targets there, each
-/// for its whole timeout. SIGINT and SIGTERM call the shutdown listener, which makes `init` end early.
+/// Runs `init` on a thread of its own, while this one waits for signals. In `init` an extension may try many targets,
+/// each for its whole timeout. SIGINT and SIGTERM call the shutdown listener, which makes `init` end early.
 [[nodiscard]] Start start(ZoHmiSrv::IZoHmiSrvExt& extension, Host& host, Signals& signals);
 
 } // namespace server

@@ -26,9 +26,9 @@ struct TableContent {
 /// Lines above the rows of the list.
 inline constexpr std::size_t table_header_lines = 3;
 
-/// Returns the table as lines of exactly `width` columns, at most `height` of them: counts, the note, titles, and the
-/// rows that fit. On a narrow screen the widest texts shrink first, then the line is cut. Incomplete targets stand in
-/// front of the counts, and get "!" in their rows.
+/// Returns the table as at most `height` lines of exactly `width` columns: counts, the note, titles, and the rows that
+/// fit. On a narrow screen the widest texts shrink first, then the line is cut. Incomplete targets are named before the
+/// counts and have "!" in their rows.
 [[nodiscard]] std::vector<std::string> table_lines(const TableContent& content, std::size_t width, std::size_t height);
 
 } // namespace server

@@ -12,8 +12,9 @@
 
 namespace server {
 
-/// Writes the calls of an extension, one JSON object a line, each flushed at once: "t" (nanoseconds since 1970),
-/// "call", and "name", "is_event", "mode", "parameters" and "alarm" where they apply. [any thread]
+/// Writes the calls of an extension, one JSON object a line. Flushes each line at once. The members are "t"
+/// (nanoseconds since 1970), "call", and "name", "is_event", "mode", "parameters" and "alarm" where they apply. [any
+/// thread]
 class Trace {
 public:
     /// "-" is standard output, an empty name writes nothing. Throws std::runtime_error when the file cannot be opened.
@@ -25,7 +26,7 @@ public:
     void alarm(std::int32_t mode, const ZoHmiSrv::Alarm& alarm);
     void forgotten(const ZoHmiSrv::Event& event);
 
-    /// Returns whether a line could not be written; the reason was printed to standard error.
+    /// Returns true if a line could not be written; the reason was printed to standard error.
     [[nodiscard]] bool failed() const;
 
 private:

@@ -11,7 +11,7 @@ namespace ZoHmiSrv {
 
 class Value;
 
-/// The detail of a readable error text. There is one form; callers of the library pass it.
+/// The detail of a readable error text. Only one form exists; callers of the library pass it.
 enum class ErrorMessageDetails : std::int32_t { standard = 0 };
 
 /// Returns the short name of a result number, such as "FAIL" for 0x101; "" for a number without a name. [any thread]
@@ -21,7 +21,7 @@ enum class ErrorMessageDetails : std::int32_t { standard = 0 };
 /// [any thread]
 [[nodiscard]] ZO_EXPORT std::string get_error_string_pretty(ErrorValue error, ErrorMessageDetails details);
 
-/// Inserts an error under `name` into `value`, which becomes a Map unless it is a Map or Struct. The error is a Struct
+/// Inserts an error under `name` into `value`. Makes `value` a Map unless it is a Map or Struct. The error is a Struct
 /// with "code" (Int), "message" (String) and, unless `reason` is null or empty, "reason" (String). A null or empty
 /// `message` is replaced by the readable text of the error. [any thread]
 ZO_EXPORT void add_error(Value& value, const char* name, ErrorValue error, const char* message, const char* reason);

@@ -6,7 +6,7 @@
 
 namespace ZoHmiSrv::File {
 
-/// Returns the current directory of the process, "" when it cannot be found out. [any thread]
+/// Returns the current directory of the process, or "" if it is not available. [any thread]
 [[nodiscard]] ZO_EXPORT std::string current_directory();
 
 } // namespace ZoHmiSrv::File

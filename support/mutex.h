@@ -20,12 +20,12 @@
 #define ZO_ACQUIRE_SHARED(...) ZO_THREAD_ATTRIBUTE(acquire_shared_capability(__VA_ARGS__))
 #define ZO_RELEASE(...) ZO_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define ZO_RETURN_CAPABILITY(mutex) ZO_THREAD_ATTRIBUTE(lock_returned(mutex))
-/// Every use needs a reason beside it.
+/// Every use requires a reason beside it.
 #define ZO_NO_THREAD_SAFETY_ANALYSIS ZO_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 namespace ZoHmiSrv {
 
-/// A `std::mutex` that the compiler knows as a lock. [any thread]
+/// A `std::mutex` that the compiler's analysis recognises as a lock. [any thread]
 class ZO_CAPABILITY("mutex") Mutex {
 public:
     constexpr Mutex() noexcept = default;

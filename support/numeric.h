@@ -10,8 +10,8 @@
 
 namespace ZoHmiSrv::Algorithm {
 
-/// Returns a double as an integer, rounded towards zero. NaN gives 0; a number outside the range gives its nearest end.
-/// [any thread]
+/// Returns a double as an integer, rounded towards zero. NaN gives 0; a number outside the range gives the nearest
+/// limit. [any thread]
 template <std::integral T>
 [[nodiscard]] constexpr T saturating_cast(double number) noexcept {
     using limits = std::numeric_limits<T>;

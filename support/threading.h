@@ -23,9 +23,9 @@ enum class TimerError : std::int32_t {
     failed = 2,    ///< the wait failed otherwise
 };
 
-/// How `Threading::stop` treats interrupted threads that did not end in time.
+/// How `Threading::stop` treats interrupted threads that do not end in time.
 enum class InterruptMode : std::int32_t {
-    join = 0,  ///< waits for them without a bound
+    join = 0,  ///< waits for them without a maximum
     leave = 1, ///< detaches them; every value but 0 means this
 };
 
@@ -38,7 +38,7 @@ public:
     Work& operator=(const Work&) = delete;
 
     [[nodiscard]] bool owns_work() const;
-    /// Drops the work; the threads leave their loop once nothing else is left to do.
+    /// Drops the work; the threads leave their loop once the context has no other work.
     void reset();
 
 private:
@@ -66,8 +66,8 @@ public:
     void post(std::function<void()> function);
 
     /// Calls back once, `ms` milliseconds from now; a negative time counts as 0. Returns the timer's id, or 0 on a
-    /// stopped pool, which drops the callback. A cancelled timer calls back too. Callbacks that still wait for a thread
-    /// when `stop` times out are dropped.
+    /// stopped pool, which drops the callback. A cancelled timer calls back too. If `stop` times out, callbacks that
+    /// still wait for a thread are dropped.
     unsigned long start_new_timer(long ms, const std::function<void(TimerError)>& callback);
 
     /// Makes a timer for `start_timer` that does not run yet. Returns its id, or 0 on a stopped pool.
@@ -84,9 +84,9 @@ public:
     /// Cancels a pending timer and removes it.
     void unregister_timer(unsigned long id);
 
-    /// Stops the pool: cancels all timers, whose callbacks still run, and waits up to `timeout_ms` milliseconds for
-    /// each thread in turn. Interrupts late threads and, with `InterruptMode::join`, blocks until they end. Returns
-    /// true if a thread was late; false if none was, or if the pool was stopped before. On a pool thread it sleeps for
+    /// Stops the pool. Cancels all timers; their callbacks still run. Waits up to `timeout_ms` milliseconds for each
+    /// thread in turn. Interrupts late threads and, with `InterruptMode::join`, blocks until they end. Returns true if
+    /// a thread was late; false if none was, or if the pool was stopped before. On a pool thread, `stop` sleeps for
     /// that thread's share of the time and never joins that thread. The last argument is not read.
     bool stop(long timeout_ms, InterruptMode mode, bool unused);
 

@@ -25,8 +25,8 @@ constexpr bool is_ascii(char c) {
 
 enum class Decoded : unsigned char { character, truncated, malformed };
 
-/// Removes one character from the front of `text`, which must not be empty. A sequence that only misses its last bytes
-/// is truncated. After a truncated or malformed sequence `text` is unchanged.
+/// Removes one character from the front of `text`, which must not be empty. A sequence is truncated if only its last
+/// bytes are missing. After a truncated or malformed sequence `text` is unchanged.
 Decoded decode_one(std::string_view& text, char32_t& character) {
     const auto lead = static_cast<unsigned char>(text.front());
     if (lead < 0x80) {
@@ -207,7 +207,7 @@ std::string utf8_to_windows1252(std::string_view text) {
         if (c < 0x80 || (c >= 0xA0 && c <= 0xFF)) {
             result += static_cast<char>(c);
         } else if (c > 0xFF) {
-            // Bytes without a character stand in the table under their own number, from 0x80 to 0x9F; those are
+            // The table has the undefined bytes under their own number, from 0x80 to 0x9F. These characters are
             // dropped.
             const auto* found = std::ranges::find(windows1252_upper_controls, c);
             if (found != std::end(windows1252_upper_controls))

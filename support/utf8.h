@@ -42,8 +42,8 @@ namespace ZoHmiSrv::UTF8 {
 /// Returns the text of an exception unchanged: on this platform it is UTF-8.
 [[nodiscard]] ZO_EXPORT std::string exception_to_utf8(std::string_view text);
 
-/// Frees an argument vector of `count` entries. Requires that the vector and each entry come from new[]. Null does
-/// nothing; a negative count means no entries.
+/// Frees an argument vector of `count` entries. Requires that the vector and each entry come from new[]. Does nothing
+/// for null; a negative count means no entries.
 ZO_EXPORT void clear_winmain(char** argv, int count);
 
 } // namespace ZoHmiSrv::UTF8

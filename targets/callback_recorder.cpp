@@ -31,14 +31,14 @@ void CallbackRecorder::start_recording() {
     recording_ = true;
 }
 
-// Without analysis: the compiler does not know that `callbacks` locks this mutex.
-// Swaps: an import that ran out of memory ends here, and a deque allocates even to be empty.
+// Without analysis: the compiler does not know that `callbacks` locks this mutex. The swap allocates nothing: an import
+// that ran out of memory also ends here. Even an empty deque allocates.
 void CallbackRecorder::stop_recording(const CallbackLock&, Records& records) noexcept ZO_NO_THREAD_SAFETY_ANALYSIS {
     recording_ = false;
     recorded_.swap(records);
 }
 
-// The callback mutex would not do: a tick can hold it until it has polled all other targets.
+// This function does not use the callback mutex: a tick can keep that locked until it has polled all other targets.
 void CallbackRecorder::retire() {
     retired_ = true;
     if (ZoAtlCom::CallGate::is_inside()) return;

@@ -25,7 +25,7 @@ public:
     CallbackLock(const CallbackLock&) = delete;
     CallbackLock& operator=(const CallbackLock&) = delete;
 
-    /// Blocks while a callback is being handled. At most once.
+    /// Blocks while a callback is being handled. Call it at most once.
     void lock();
     bool owns_lock() const { return held_ && held_->lock; }
     /// Transfers the lock to the caller. Returns null if it is not locked.
@@ -47,7 +47,7 @@ public:
 
     explicit CallbackRecorder(std::shared_ptr<const std::atomic<bool>> stopping);
 
-    /// While recording, keeps what `record` returns. Otherwise calls `handle`, unless callbacks are dropped. Blocks
+    /// While recording, stores the result of `record`. Otherwise calls `handle`, unless callbacks are dropped. Blocks
     /// while a CallbackLock or a holder exists. [proxy callback]
     template <class Record, class Handle>
     void receive(Record&& record, Handle&& handle) {
@@ -68,12 +68,12 @@ public:
     /// The mutex for a CallbackLock. [any thread]
     std::shared_ptr<ZoHmiSrv::Mutex> mutex() const { return owned_mutex_; }
 
-    /// Drops live callbacks from now on: the target has left the table. Waits for one that is being handled, except on
-    /// a thread that is inside a callback itself. [any thread]
+    /// Drops all later live callbacks: the target has left the table. Blocks while a callback is being handled. Returns
+    /// at once on a thread that is inside a callback. [any thread]
     void retire();
     /// Starts a new link number, which ends the drop that `drop_callbacks_of` began. [any thread]
     void link_opened() { ++link_; }
-    /// The proxy says that the link is up. Ends a drop: a link may come up behind a connect that answered a failure.
+    /// The proxy reports that the link is up. Ends a drop: a link may come up after its connect returned a failure.
     /// [any thread]
     void link_is_up() {
         if (lost_link_ == link_) ++link_;
@@ -94,7 +94,7 @@ private:
     bool recording_ ZO_GUARDED_BY(mutex_) = false;
     Records recorded_ ZO_GUARDED_BY(mutex_);
 
-    ZoHmiSrv::Mutex handling_mutex_; // one live callback while it is handled
+    ZoHmiSrv::Mutex handling_mutex_; // locked while one live callback is handled
     const std::shared_ptr<const std::atomic<bool>> stopping_;
     std::atomic<bool> retired_ = false;
     std::atomic<std::uint64_t> link_ = 0;

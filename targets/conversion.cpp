@@ -32,7 +32,7 @@ namespace {
 constexpr char alarm_name[] = "ZOEVENTLOGGER_ALARM";
 constexpr char message_name[] = "ZOEVENTLOGGER_MESSAGE";
 
-// Those of an event, and the answers that localization adds.
+// The parameters of an event, and those that localization adds.
 constexpr std::size_t max_parameters = 10 + 4;
 
 // Confirmation states of alarms from the log. The log shows only whether a confirmation was required and given.
@@ -63,8 +63,8 @@ void set_json_attribute(Value& parameters, IUnknown& event) {
         parameters.insert_or_update("jsonAttribute", get_text(*json, &Interface::GetJsonAttribute).get());
 }
 
-// Copies the two ranges of the logger's argument block as they are. Offsets and sizes are not trusted: ranges that do
-// not lie inside the block are left out.
+// Copies the two ranges of the logger's argument block as they are. Offsets and sizes are not trusted: ranges that are
+// not inside the block are omitted.
 template <class Interface>
 void copy_arguments(Value& parameters, Interface& event) {
     const auto arguments = get(event, &Interface::GetArguments);
@@ -85,7 +85,7 @@ void copy_arguments(Value& parameters, Interface& event) {
     parameters["data"].set(Binary(block.get() + arguments.data_offset, arguments.data_size));
 }
 
-// The event has the payload's name, and its time raised in place of the time of arrival.
+// The event gets the payload's name. Its time received is the payload's time raised.
 template <class Payload>
 void complete(Event& event, Payload& payload) {
     event.set_name(payload.name());

@@ -54,8 +54,8 @@ private:
     Occurrence occurrence_;
 };
 
-/// Finds out whether an equal key was added, in logarithmic time. Equality is not transitive, so the texts of keys with
-/// and without an id are kept apart. Not thread-safe: a look-up may sort.
+/// Checks in logarithmic time whether an equal key was added. Equality is not transitive, so the texts of keys with and
+/// without an id are kept apart. Not thread-safe: a look-up may sort.
 class EventKeySet {
 public:
     void reserve(std::size_t keys);

@@ -41,7 +41,7 @@ void Store::add(Event& event, IZoAlarm* pointer, bool has_pointer, unsigned limi
 }
 
 void Store::replace_alarm(Position position, Event& event, IZoAlarm* pointer, unsigned limit) {
-    // In this order a failure loses nothing. One entry too many is stored meanwhile, which no caller sees.
+    // In this order a failure loses nothing. Meanwhile the store has one entry too many; no caller sees it.
     const Iterator added = insert(event, Pointer(pointer), event.time_received().nanoseconds());
     erase_alarm(position);
     evict_behind(limit, added);
@@ -49,7 +49,7 @@ void Store::replace_alarm(Position position, Event& event, IZoAlarm* pointer, un
 
 Store::Iterator Store::insert(Event& event, Pointer held, std::int64_t key) {
     const auto entries_before = entries_.size();
-    // Times mostly ascend, and the newest entry stands in front.
+    // Times usually ascend, and the newest entry is the first one.
     const Iterator entry =
         entries_.emplace_hint(entries_.begin(), Rank{key, next_sequence_}, Entry{std::move(held), Event()});
     ++next_sequence_;
@@ -117,7 +117,7 @@ IZoAlarm* Store::find_alarm_by_id(int id) const {
 void Store::erase_alarm(Position position) {
     if (!position || !position.pointer() || !is_alarm(position.event())) return;
     --counters_.active_alarms;
-    --counters_.cached_alarms; // the invalid ones are left as they are
+    --counters_.cached_alarms; // the number of invalid alarms is unchanged
     unindex(position.entry_);
     remove(position.entry_);
 }
@@ -180,7 +180,7 @@ void Store::index(Iterator entry) {
     const bool is_first = entry == entries_.begin() || std::prev(entry)->first.key != rank.key;
     try {
         by_pointer_.emplace(std::pair{stored.pointer.get(), listing}, entry);
-        // Ids mostly ascend.
+        // Ids usually ascend.
         if (is_alarm(stored.event))
             by_id_.emplace_hint(by_id_.end(), std::pair{stored.event.payload().get_alarm().id(), listing}, entry);
         if (!is_first)
@@ -208,7 +208,7 @@ void Store::remove(Iterator entry) {
 
 void Store::note_added(Iterator entry, std::uint64_t entries_before) {
     if (!limit_ || entries_before < *limit_) return; // nothing ranks behind the limit yet
-    // Only an entry in front of the boundary moves it: the last one in front is now behind the limit.
+    // Only an entry in front of the boundary moves the boundary: the last entry in front of it is now behind the limit.
     if (boundary_ == entries_.end() || entry->first < boundary_->first) --boundary_;
 }
 
@@ -227,8 +227,8 @@ void Store::evict(Iterator entry) {
     if (notify_on_removal_) removal_callback_(key, evicted);
 }
 
-// With an unchanged limit at most one entry is evicted: the one that was pushed behind the limit, or the suspect, which
-// has just been added or released behind it. All others there are live.
+// With an unchanged limit at most one entry is evicted: the one that was pushed behind the limit, or the suspect. The
+// suspect was just added behind the limit, or released there. All other entries behind the limit are live.
 void Store::evict_behind(unsigned limit, Iterator suspect) {
     if (limit_ != limit) {
         const auto behind_limit = [&] {

@@ -16,8 +16,8 @@ namespace ZoHmiSrv {
 /// The bounded store of one target's events, ordered by the time they were received. Defined for alarms of the proxy
 /// only.
 ///
-/// An entry is live while it holds an alarm of the proxy, that is while the alarm is active on the target. Entries are
-/// ranked: newest time first, entries of one time in the order of adding. Entries that rank behind the limit are
+/// An entry is live while it references an alarm of the proxy: as long as the alarm is active on the target. Entries
+/// are ranked: newest time first, entries of one time in the order of adding. Entries that rank behind the limit are
 /// evicted unless they are live. Live entries take places in the ranking and can exceed the limit.
 ///
 /// It has no lock of its own [event mutex held]. Adding, finding and evicting take logarithmic time.
@@ -85,37 +85,37 @@ public:
     LimitedEventContainer& operator=(const LimitedEventContainer&) = delete;
 
     void set_removal_callback(RemovalCallback callback) { removal_callback_ = std::move(callback); }
-    /// With false evictions call nothing.
+    /// If `notify` is false, evictions do not call the callback.
     void set_notify(bool notify) { notify_on_removal_ = notify; }
 
-    /// Takes the event by swap and evicts what no longer fits. The key is `key` if `use_key` is set, else the event's
-    /// time received. With `has_pointer` the entry holds `pointer`, which may be null. Asks the proxy for the pointer's
-    /// key. Throws CAtlException when that fails; nothing is added then.
+    /// Takes the event by swap. Evicts the entries that no longer fit. The key is `key` if `use_key` is set, else the
+    /// event's time received. With `has_pointer` the entry references `pointer`, which may be null. Asks the proxy for
+    /// the pointer's key. Throws CAtlException when that fails; nothing is added then.
     void add(Event& event, IZoAlarm* pointer, bool has_pointer, unsigned limit, long key, bool use_key);
     /// Adds a copy of a message as an event of its own.
     void add_message(const Message& message, unsigned limit, long key, bool use_key);
 
-    /// The first live entry with an equal key. Asks the proxies of the entries that have the key's time and that had
-    /// its id when they were added, in the order of adding, and throws what they throw. An alarm whose raised time or
-    /// id has changed since is not found.
+    /// The first live entry with an equal key. Asks the alarms of the entries that have the key's time and had its id
+    /// when they were added. Asks in the order of adding; exceptions pass through. An alarm whose raised time or id has
+    /// changed since is not found.
     Position find_alarm(const ZoHmiEventLogger::AlarmKey& key);
-    /// The first live entry (oldest time first) that holds this very object.
+    /// The first live entry (oldest time first) that references this very object.
     Position find_pointer(IZoAlarm* pointer);
     /// The object of the first live entry whose alarm has this id, or null.
     IZoAlarm* find_alarm_by_id(int id) const;
 
-    /// Removes a live alarm and adds the event in its place, which holds `pointer`. Strong guarantee: if the proxy call
-    /// fails or memory runs out, nothing changes.
+    /// Removes a live alarm and adds the event in its place, with `pointer` as its alarm. Strong guarantee: if the
+    /// proxy call fails or memory runs out, nothing changes.
     void replace_alarm(Position position, Event& event, IZoAlarm* pointer, unsigned limit);
     /// Removes a live alarm without calling back; does nothing for any other entry.
     void erase_alarm(Position position);
     /// Releases the object of a live alarm, which stays as history if it ranks within the limit.
     void release_alarm(Position position, unsigned limit);
-    /// Evicts what does not fit.
+    /// Evicts the entries that do not fit.
     void prune(unsigned limit);
 
-    /// Makes `out` a Vector (a Vector keeps its elements), appends a copy of each event, oldest time first, and sets
-    /// the imported counters to what was listed.
+    /// Makes `out` a Vector; a Vector keeps its elements. Appends a copy of each event, oldest time first. Sets the
+    /// imported counters to the listed numbers.
     void list(Value& out);
     void clear();
 
@@ -152,11 +152,11 @@ private:
     std::uint64_t next_sequence_ = 0;
     std::map<std::pair<IZoAlarm*, Listing>, Iterator> by_pointer_;
     std::map<std::pair<int, Listing>, Iterator> by_id_;
-    // An alarm that is the first entry of its time when it is added is left out: the ranking leads to it.
+    // This index omits an alarm that was the first entry of its time when it was added: the ranking finds it.
     std::map<Identity, Iterator> by_identity_;
 
-    // The first entry that ranks behind the limit. All entries from there on are live. The limit is empty where an
-    // exception ended the last eviction, so that the next one sweeps again.
+    // The first entry that ranks behind the limit. All entries from there on are live. The limit is empty after an
+    // exception ended an eviction, so that the next eviction sweeps again.
     std::optional<std::uint64_t> limit_;
     Iterator boundary_;
 

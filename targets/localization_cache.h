@@ -12,9 +12,9 @@
 namespace ZoHmiEventLogger {
 
 /// Caches answers of a logger. First in, first out: a look-up does not refresh, and storing a known key changes
-/// nothing. Keys have `hash()` and `==`. A question may have another form with the same two that converts to a key. The
-/// lock is a leaf, locked for one operation; readers share it. Answers are texts or shared trees, so copies take no
-/// memory. [any thread]
+/// nothing. Keys have `hash()` and `==`. A question may be of another type that converts to a key and has the same
+/// `hash()` and `==`. The lock is a leaf, locked for one operation; readers share it. Answers are texts or shared
+/// trees, so copies take no memory. [any thread]
 template <class Key>
 class LocalizationCache {
 public:

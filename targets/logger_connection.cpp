@@ -22,7 +22,7 @@ using ZoHmiSrv::MutexLock;
 
 namespace {
 
-// The logger of an older target, which knows no connection settings.
+// For the logger of an older target, which has no connection settings.
 constexpr HRESULT settings_not_supported = hresult(0x98110701);
 
 std::string code_text(HRESULT code) {

@@ -43,11 +43,11 @@ public:
     void release_proxy() { proxy_.release(); }
 
     const std::string& net_id() const { return net_id_; }
-    /// True until the first connect: the target was never asked to connect. It is never set again. [any thread]
+    /// True until the first connect of the target, and never again. [any thread]
     bool disabled() const { return disabled_; }
     void enable() { disabled_ = false; }
 
-    /// Held during a connect or disconnect.
+    /// Locked during a connect or disconnect.
     ZoHmiSrv::Mutex& mutex() ZO_RETURN_CAPABILITY(mutex_) { return mutex_; }
     /// Asks the proxy. Throws CAtlException when that fails.
     ConnectionStatus query() ZO_REQUIRES(mutex_);

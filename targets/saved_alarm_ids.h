@@ -9,12 +9,12 @@
 
 namespace ZoHmiEventLogger {
 
-/// The ids that alarms had when their connection was lost, and that they get again. They are kept until an import
-/// succeeds. The bound limits the memory of a target whose imports never succeed. [event mutex held]
+/// The ids that alarms had when their connection was lost, and that they get again. They stay until an import succeeds.
+/// The bound limits the memory of a target whose imports never succeed. [event mutex held]
 class SavedAlarmIds {
 public:
-    /// Adds the ids of alarms that are live now. A saved alarm keeps its older id. At most 65,536 ids stay, or as many
-    /// as `ids` has if that is more; those that were live the longest time ago are dropped. Throws as the order of
+    /// Adds the ids of alarms that are live now. A saved alarm keeps its older id. The maximum is 65,536 ids, or the
+    /// number of `ids` if that is more. Drops the ids of the alarms that were live longest ago. Throws as the order of
     /// keys does; some ids may have been added then.
     void add(const std::map<AlarmKey, int>& ids);
     std::optional<int> find(const AlarmKey& key) const;

@@ -26,7 +26,7 @@ TargetSystem::TargetSystem(std::string domain, ILoggingFunctions* listener, std:
     try {
         connection_.set_timeout(timeout);
     } catch (...) {
-        // The subscription refers to this object, which ends here.
+        // The subscription refers to this object, which is destroyed here.
         DispEventUnadvise(connection_.proxy());
         wait_until_idle();
         throw;
@@ -96,7 +96,7 @@ bool TargetSystem::poll(LockHolder& holder) {
         CallbackRecorder::Records discarded; // outlives the lock, so that no object is released under it
         CallbackLock callbacks(callbacks_.mutex());
         if (connected) {
-            // The poll that failed opened this link. The rows are unknown, like those of a failed import.
+            // The failed poll opened this link. The rows are unknown, as after a failed import.
             clear_lost_link(std::nullopt, callbacks, holder);
             changed = true;
         } else {
@@ -114,16 +114,16 @@ bool TargetSystem::poll(LockHolder& holder) {
     const MutexLock lock(connection_.mutex());
     const ConnectionStatus status = connection_.query();
     connection_.remember(status);
-    // This poll saw the link up, and it is down now. The status alone would hide that from the next poll.
+    // This poll saw the link up, and the link is down now. The next poll cannot detect this loss from the status alone.
     loss_due_ = connected && !status.connected ? Loss::Seen : Loss::None;
     return changed;
 }
 
-// Empties the store behind a lost link. Callbacks wait from here until the server was told to start over, so that none
-// of them is reported behind that. A failed import left its lock; its link is up, so callbacks that wait are handled
-// later. So are they without a `link`. Otherwise the callbacks of the link are dropped until another one is opened.
-// Returns false, and leaves the store unchanged, if another thread opened a link meanwhile. The import mutex comes
-// first: an import on another thread locks the callback mutex while it has the event mutex.
+// Empties the store after the loss of a link. `holder` blocks live callbacks until the caller has reset the server.
+// After a failed import `callbacks` is already locked and the link is up: blocked callbacks are handled later. The same
+// is true without a `link`. Otherwise the callbacks of the link are dropped until another link is opened, so that none
+// is reported after the reset. Returns false, with the store unchanged, if another thread opened a link meanwhile. The
+// import mutex comes first: an import on another thread locks the callback mutex while it has the event mutex.
 bool TargetSystem::clear_lost_link(std::optional<std::uint64_t> link, CallbackLock& callbacks, LockHolder& holder) {
     if (callbacks.owns_lock()) {
         holder = callbacks.make_holder();
@@ -186,7 +186,7 @@ void TargetSystem::empty_store() {
     details_.clear();
 }
 
-// Empties the store even when the ids cannot be saved: the connection is gone in any case.
+// Empties the store even when the ids cannot be saved: the connection is lost in any case.
 void TargetSystem::clear_events_and_report() {
     MutexLock lock(event_mutex_);
     try {

@@ -45,7 +45,7 @@ EventKey logged_key(IZoLoggedEvent& item, const Timestamp& raised) {
 // for the lock that the import has taken. The destructor abandons an import that is not over.
 class TargetSystem::Import {
 public:
-    // `recorded` is empty and belongs to the caller, who destroys what is left of it without the lock.
+    // Requires an empty `recorded`. The caller destroys its remaining records after the lock is released.
     Import(TargetSystem& target, CallbackLock& callbacks, CallbackRecorder::Records& recorded)
         : target_(target), callbacks_(callbacks), recorded_(recorded) {}
     ~Import();
@@ -75,7 +75,7 @@ private:
     std::int32_t logged_count_ = 0;
     std::int32_t skipped_count_ = 0;
     std::int32_t active_count_ = 0;
-    // Identify the recorded callbacks whose events the lists show already.
+    // These keys identify the recorded callbacks whose events are already in the lists.
     EventKeySet logged_messages_;
     EventKeySet logged_alarms_;
     std::unordered_set<const IZoAlarm*> active_alarms_;
@@ -87,8 +87,8 @@ LockHolder TargetSystem::import_events() {
     return import_events(callbacks, recorded) ? callbacks.make_holder() : LockHolder();
 }
 
-// Rebuilds the store from the logger. `callbacks` is locked at the end, also of a failed import: the caller decides how
-// long callbacks wait. Ticks and server threads import; the second one blocks with no other lock.
+// Rebuilds the store from the logger. `callbacks` is locked on return, also from a failed import: the caller decides
+// how long callbacks wait. Ticks and server threads import. The second thread blocks without any other lock.
 bool TargetSystem::import_events(CallbackLock& callbacks, CallbackRecorder::Records& recorded) {
     const MutexLock one_at_a_time(import_mutex_);
     try {
@@ -146,8 +146,8 @@ void TargetSystem::Import::fetch() {
     if (!logged_ || !active_) throw CAtlException(E_POINTER);
 }
 
-// Everywhere else the callback mutex is locked before the event mutex, which is locked here. That is safe: a callback
-// that has the callback mutex only records, and does not lock the event mutex, until this function has returned.
+// Everywhere else the callback mutex is locked before the event mutex. Here the event mutex is already locked. That is
+// safe: until this function returns, a callback with the callback mutex only records. It does not lock the event mutex.
 void TargetSystem::Import::lock_callbacks() {
     callbacks_.lock();
     target_.callbacks_.stop_recording(callbacks_, recorded_);
@@ -194,8 +194,8 @@ void TargetSystem::Import::add_active_alarms() {
     }
 }
 
-// Handles the recorded callbacks whose events the lists do not show yet. The listener gets none of these events: the
-// server lists them later. A database change makes all records behind it void.
+// Handles the recorded callbacks whose events are not in the lists. The listener gets none of these events: the server
+// lists them later. A database change makes all later records invalid.
 bool TargetSystem::Import::replay() {
     std::unordered_set<const IZoAlarm*> raised;
     for (; !recorded_.empty(); recorded_.pop_front()) {
@@ -212,7 +212,7 @@ bool TargetSystem::Import::replay() {
         }
         IZoAlarm* const alarm = record.alarm.get();
         if (active_alarms_.contains(alarm) || logged_alarms_.contains(record.alarm.key())) continue;
-        // The change of an alarm that the lists do not show creates it first.
+        // If the lists do not show an alarm, its first change creates the alarm.
         if (record.kind == RecordedCallback::OnAlarmRaised || !raised.contains(alarm)) {
             target_.handle_alarm_raised(alarm, true);
             raised.insert(alarm);

@@ -50,9 +50,9 @@ struct TargetSystem::AlarmChange {
     bool now_for_no_time;
 };
 
-// Changes the store. The host is never called under the event mutex, so the listener gets the evicted events after it
-// is unlocked and before anything else, even when `change` or a call of the listener throws. Rethrows the first
-// exception.
+// Changes the store, then reports the evicted events to the listener. The host is never called under the event mutex,
+// so the mutex is unlocked first. The evicted events come before any other report. They are reported even if `change`
+// or a call of the listener throws. Rethrows the first exception.
 template <class Change>
 void TargetSystem::change_events(Change&& change) {
     std::vector<Event> evicted;
@@ -180,7 +180,7 @@ void TargetSystem::handle_alarm_changed(IZoAlarm* proxy, std::int16_t removed_fl
     if (!replay) listener_->on_alarm_changed(*alarm, removed);
 }
 
-// The tick sees the lost connection, and the import after it rebuilds the store.
+// The next tick detects the lost connection. Its import rebuilds the store.
 void TargetSystem::handle_database_changed(DatabaseChangeReason reason, bool) {
     connection_.call(&IZoEventLogger::Disconnect);
     listener_->log_message(trace_message("DATABASE_CHANGED", {name_.c_str(), reason_text(reason)}));

@@ -89,8 +89,8 @@ List share_content(List list) {
 } // namespace
 
 // The common part of the five operations. A cached answer is used even while the target is away. `question` returns
-// Null when the logger has no such interface: that is a success, and is not cached. No lock is held during a question,
-// so two threads that miss the cache both ask.
+// Null when the logger has no such interface: that is a success, and is not cached. No mutex is locked during a
+// question, so two threads that miss the cache both ask.
 template <class Cache, class Key, class Take, class Question, class Keep>
 ErrorValue TargetSystem::localize(Cache& cache, const Key& key, Take&& take, Question&& question, Keep&& keep) {
     if (cache.find(key, take)) return ZoHmiSrv::HMI_SUCCESS;

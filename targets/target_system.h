@@ -44,29 +44,29 @@ public:
     /// Disconnects, and waits until no callback is inside the object. Must not run inside one: see `destroy`.
     virtual ~TargetSystem();
 
-    /// Deletes a target; on a thread that is inside a callback, of this or another target, once that has returned.
-    /// The deleter of shared pointers to targets. [any thread]
+    /// Deletes a target. On a thread that is inside a callback of any target, deletes it after that callback has
+    /// returned. The deleter of shared pointers to targets. [any thread]
     static void destroy(TargetSystem* target);
 
     /// False when there is no proxy; such a target stays disabled. [any thread]
     bool proxy_created() const { return connection_.proxy() != nullptr; }
-    /// True until the first `connect`: the target was never asked to connect. [any thread]
+    /// True until the first `connect` of the target. [any thread]
     bool disabled() const { return connection_.disabled(); }
-    /// Drops live callbacks from now on: the target has left the table and lives until its last user is done. Waits
-    /// for one that is being handled, so that no event of it reaches the server later. A thread that is inside a
-    /// callback does not wait. [any thread]
+    /// Drops all later live callbacks: the target has left the table and lives until its last user is done. Blocks
+    /// while a callback is being handled, so that no event reaches the server later. Returns at once on a thread that
+    /// is inside a callback. [any thread]
     void retire() { callbacks_.retire(); }
     /// The resolved net id. [any thread]
     std::string net_id() const { return connection_.net_id(); }
 
     /// Connects unless connected, and imports the logger's events. After an import `holder` keeps live callbacks
-    /// waiting, so that the caller can make the server list the events first. Returns true when connected already or
+    /// waiting, so that the caller can make the server list the events first. Returns true when already connected or
     /// imported. Throws CAtlException when the connection's state cannot be queried. [tick, server thread]
     bool connect(LockHolder& holder);
-    /// One step of the connection: finds a loss, and tries to reconnect once. Returns true when the server must list
+    /// One step of the connection: detects a loss, and tries to reconnect once. Returns true when the server must list
     /// the events again; after an import or a loss `holder` keeps live callbacks waiting until then. Blocks while a
-    /// live callback is handled, so no host call may wait for a tick inside one. Throws as `connect` does; a loss is
-    /// then found again by the next poll. [tick]
+    /// live callback is handled, so no host call may wait for a tick inside one. Throws as `connect` does; the next
+    /// poll then detects the loss again. [tick]
     bool poll(LockHolder& holder);
     /// Ends the connection and the subscription for good. [any thread]
     void disconnect();
@@ -88,8 +88,8 @@ public:
     /// @name Localization
     /// Each asks the logger unless a cache has the answer. Returns HMI_E_CONNECT when the target is disabled or away,
     /// and HMI_E_UNEXPECTED, after a report, when the logger raised an error. On success the last argument is unchanged
-    /// where the event has no key for the question, where the logger has no interface for it, and where the answer
-    /// equals `present`, the one in the event. [any thread]
+    /// if the event has no key or the logger no interface for the question. It is also unchanged if the answer equals
+    /// `present`, the answer in the event. [any thread]
     /// @{
     ZoHmiSrv::ErrorValue localize_text(const EventReference& event, ZoHmiSrv::String& text);
     /// Sets "" where the event has no class or the logger no interface.

@@ -39,8 +39,8 @@ protected:
     ZoHmiSrv::Mutex import_mutex_; // one import at a time
     CallbackRecorder callbacks_;
     LoggerConnection connection_;
-    // The server may still list events of a link that is gone. `Seen`: the last poll saw the link and its loss; it
-    // counts as connected in the next poll. `Failed`: an exception ended a poll that had to handle a loss.
+    // The server may still list events of a lost link. `Seen`: the last poll saw the link and its loss; the next poll
+    // treats the link as previously connected. `Failed`: an exception ended a poll that had to handle a loss.
     enum class Loss : std::uint8_t { None, Seen, Failed };
     Loss loss_due_ ZO_GUARDED_BY(connection_.mutex()) = Loss::None;
 

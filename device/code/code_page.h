@@ -11,7 +11,7 @@ namespace ZoHmiFdx {
 inline constexpr int code_page_windows1252 = 1252;
 inline constexpr int code_page_utf8 = 65001;
 
-/// Text in UTF-8 is not checked.
+/// Does not check text in UTF-8.
 [[nodiscard]] ZO_EXPORT std::string to_utf8(const std::string& text, int code_page);
 /// Drops characters that are not in the code page. Throws `std::range_error` if it must convert malformed UTF-8.
 [[nodiscard]] ZO_EXPORT std::string utf8_to_codepage(const std::string& text, int code_page);

@@ -56,7 +56,7 @@ TranslatedState connection_state_from_error(int code, const std::string& detail)
         return {closed("No Symbol Information (", hex(code)), false};
     case FDX_SYNC_TIMEOUT:
         return {closed("Timeout (", hex(code)), false};
-    // The target answers, and is usable without symbols.
+    // The target responds, and is usable without symbols.
     case HMI_FDX_E_UPLOAD_DATA:
         return {closed("No Symbol Information (", detail.empty() ? hex(code) : detail), true};
     default:

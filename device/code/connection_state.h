@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-/// States of a device and of the connection to it, as text for a person. [any thread]
+/// States of a device and of the connection to it, as readable text. [any thread]
 namespace ZoHmiFdx {
 
 struct SymbolsInfo;
@@ -57,8 +57,8 @@ struct TranslatedState {
 /// A running and a stopped device are available.
 [[nodiscard]] ZO_EXPORT TranslatedState translate_state(nFdxState state);
 
-/// The state after a failed request. Only missing symbol information (0x100031) leaves the target available; only its
-/// text shows `detail`.
+/// The state after a failed request. Only missing symbol information (0x100031) leaves the target available. Only the
+/// text of that code contains `detail`.
 [[nodiscard]] ZO_EXPORT TranslatedState connection_state_from_error(int code, const std::string& detail);
 
 /// The failure of an operation on the runtime `name`, which is unavailable for `reason`.

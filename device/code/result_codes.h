@@ -19,8 +19,8 @@ class Command;
 ///     0x100010 to 0x10004C  errors of this library           HMI_FDX_E_
 ///     0x9811xxxx            one of the others as an HRESULT, the code in the low 16 bits
 ///
-/// Bit 20 (0x100000) marks the codes of this library. The HRESULT form has it set too, by chance. No function fails.
-/// [any thread]
+/// Bit 20 (0x100000) marks the codes of this library. In the HRESULT form this bit is also set, by chance. No function
+/// fails. [any thread]
 namespace ZoHmiFdx {
 
 enum HMI_FDX_CONSTANTS : std::int32_t {
@@ -92,7 +92,7 @@ struct PathErrors {
 /// The name and the number: "ERR_TARGETPORTNOTFOUND (0x06)".
 [[nodiscard]] ZO_EXPORT std::string fdx_error_to_string_with_code(int code);
 
-/// The code, or its low 16 bits: they turn the HRESULT form into the plain form. A failure with a low half of zero then
+/// Returns the code, or its low 16 bits, which are the plain form of an HRESULT. A failure with a low half of zero then
 /// becomes a success.
 [[nodiscard]] ZO_EXPORT int translate_fdx_error_code(int code, bool remove_high_word);
 
@@ -104,8 +104,8 @@ struct PathErrors {
 [[nodiscard]] ZO_EXPORT bool is_not_supported(int code);
 [[nodiscard]] ZO_EXPORT bool is_not_supported(const ZoHmiSrv::ExtensionResult& result);
 
-/// Sets the result of a command that has not failed: the first failure stays. A failure without a text keeps the text
-/// of the command, a success replaces it.
+/// Sets the result of a command that has not failed: the first failure stays. A failure without a text leaves the text
+/// of the command unchanged; a success replaces it.
 ZO_EXPORT void set_result_or_ignore(ZoHmiSrv::Command& command, const ZoHmiSrv::ExtensionResult& result);
 
 } // namespace ZoHmiFdx

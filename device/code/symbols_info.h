@@ -11,7 +11,7 @@ namespace ZoHmiFdx {
 struct SymbolsInfo {
     /// The result of the last refresh.
     ZoHmiSrv::ExtensionResult last_refresh;
-    /// Of the upload in use; the target gives another number after each online change.
+    /// The number of the upload in use; the target changes it after each online change.
     std::uint32_t revision = 0;
     std::size_t symbols = 0;   ///< that are stored
     std::size_t datatypes = 0; ///< that are stored, inferred ones included

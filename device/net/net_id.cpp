@@ -30,8 +30,8 @@ std::string join(const std::uint8_t* bytes, std::size_t count) {
 
 /// Fills `net_id` from the text. False if the text is no net id; some numbers may be written then.
 ///
-/// The lenient end is intended: the last character of the text is not tested for a digit, and text behind the
-/// sixth number is not read.
+/// The lenient end is intended. The last character of the text is not tested for a digit. Text behind the sixth number
+/// is not read.
 bool parse(const char* text, NrxNetId& net_id) {
     const char* number = text;
     std::size_t index = 0;

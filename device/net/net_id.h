@@ -9,8 +9,8 @@
 
 namespace ZoHmiFdx {
 
-/// Six numbers, in text joined by dots. The first four name the host, the last two a part of it. Four zeros in front
-/// make the net id relative to this machine.
+/// Six numbers; in text, dots join them. The first four name the host, the last two a part of it. A net id that begins
+/// with four zeros is relative to this machine.
 struct NrxNetId {
     std::uint8_t bytes[6] = {};
 
@@ -46,26 +46,26 @@ ZO_EXPORT void nrx_net_id_from_string(NrxAddr* out, const std::string& text);
 
 [[nodiscard]] ZO_EXPORT bool is_net_id_relative(NrxNetId net_id);
 
-/// Puts the host of this machine in front of a relative net id. The net id stays relative if the device client does not
-/// know the local one. An absolute net id needs no call of the client. [any thread]
+/// Replaces the zeros of a relative net id by the host of this machine. The net id stays relative if the device client
+/// does not know the local net id. An absolute net id needs no call of the client. [any thread]
 [[nodiscard]] ZO_EXPORT NrxAddr make_net_id_absolute(NrxAddr address);
 [[nodiscard]] ZO_EXPORT NrxNetId make_net_id_absolute(NrxNetId net_id);
 /// The same with the host of `base`.
 [[nodiscard]] ZO_EXPORT NrxNetId make_net_id_absolute(NrxNetId net_id, NrxNetId base);
 
 /// The first four numbers of the local net id, or "" if the device client fails. Opens a port for the call, or uses the
-/// given port (0 gives ""). [any thread]
+/// given port. Port 0 gives "". [any thread]
 [[nodiscard]] ZO_EXPORT std::string fetch_local_remote_netid_base();
 [[nodiscard]] ZO_EXPORT std::string fetch_local_remote_netid_base(int port);
 
-/// Adds a configured net id to a set, in a form in which each machine appears once. ".1.1" completes four numbers, and
+/// Adds a configured net id to a set, in a form that is unique for each machine. ".1.1" completes four numbers, and
 /// `local` replaces "127.0.0.1" and "0.0.0.0" at the start. The test is for a prefix of the text: "127.0.0.10" begins
 /// with "127.0.0.1" too. [any thread]
 ZO_EXPORT void insert_distinct_net_id(std::set<std::string>& net_ids, std::string id, const std::string& local);
 
 /// Resolves the placeholder at the start of a configured net id. Without `keep_loopback`, "127.0.0.1" becomes `local`
-/// and "0.0.0.0" becomes "127.0.0.1". With it, "0.0.0.0" becomes `local` and "127.0.0.1" stays. "127.0.0.1" takes the
-/// place of an empty `local`. [any thread]
+/// and "0.0.0.0" becomes "127.0.0.1". With it, "0.0.0.0" becomes `local` and "127.0.0.1" stays. "127.0.0.1" replaces an
+/// empty `local`. [any thread]
 [[nodiscard]] ZO_EXPORT std::string actualize_net_id(std::string id, const std::string& local, bool keep_loopback);
 
 } // namespace ZoHmiFdx

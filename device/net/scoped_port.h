@@ -7,7 +7,7 @@
 namespace ZoHmiFdx {
 
 /// Serialises the opening and closing of client ports in this process. A thread locks it for one call of the device
-/// client, and locks nothing else meanwhile. The mutex outlives every static object.
+/// client, and locks no other mutex meanwhile. The mutex outlives every static object.
 [[nodiscard]] ZO_EXPORT std::mutex& fdx_port_open_mutex();
 
 /// A client port that is open for the lifetime of the object. [any thread]

@@ -16,7 +16,7 @@ constexpr const char* path_separator() noexcept {
 }
 
 /// One of the server's own symbol names, "domain::symbol::member". The first access to its parts splits the text and
-/// fills a cache: two threads must not call non-const methods of one object at once.
+/// fills a cache. So two threads must not call non-const methods of one object at once.
 class ZO_EXPORT ConstSymbolPath {
 public:
     /// The whole text.

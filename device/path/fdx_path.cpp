@@ -26,13 +26,13 @@ std::pair<std::string, char> cut_at_mark(std::string& text, std::size_t mark) {
 
 std::size_t find_level_mark(const std::string& text) noexcept {
     std::size_t mark = text.find_last_of(PathMarks::levels);
-    // Indices are one level: neither a "," inside them nor a mark right behind a "]" ends it.
+    // All indices are one level: neither a "," inside them nor a mark directly behind a "]" ends the level.
     while (mark != npos && mark != 0 && text[mark] != '.' && (text[mark] == ',' || text[mark - 1] == ']'))
         mark = text.find_last_of(PathMarks::levels, mark - 1);
     return mark;
 }
 
-/// The start of the trailing operators: behind the last character that is no operator, or 0.
+/// Returns the start of the trailing operators: the position behind the last other character, or 0.
 std::size_t find_operators(const std::string& text) noexcept {
     return text.find_last_not_of(PathMarks::operators) + 1;
 }

@@ -17,9 +17,9 @@ class NativeFdxPath;
 class SanitizedUniqueFdxPath;
 class LookupFdxPath;
 
-/// The text of a symbol's path, in UTF-8, and its grammar. "." separates parts, "#" stands before a method. A part may
-/// end in groups of indices, "arr[1,2][3]", and then in dereference operators: "^" for a pointer, "`" for a reference.
-/// A path that begins with "." is global: its first part is empty.
+/// The text of a symbol's path, in UTF-8, and its grammar. "." separates parts; "#" precedes a method. A part may end
+/// in groups of indices, "arr[1,2][3]", and then in dereference operators: "^" for a pointer, "`" for a reference. A
+/// path that begins with "." is global: its first part is empty.
 ///
 /// `Derived` is the spelling of the text (symbol_path.h), so that the compiler keeps spellings apart. No operation
 /// checks the text: malformed text passes through. [any thread]
@@ -47,12 +47,12 @@ public:
     /// part stays: the result is "" and 0 then.
     std::pair<std::string, char> pop_back();
     /// As `pop_back`, but the index groups of the last part are a level of their own: "a.b[1][2]" gives "1][2]" and
-    /// '['. One step removes all groups, so `full_depth` is not the number of steps. A method right behind indices goes
-    /// with them. Any mark at the start of the text ends a part.
+    /// '['. One step removes all groups, so `full_depth` is not the number of steps. The step also removes a method
+    /// directly behind the indices. Any mark at the start of the text ends a part.
     std::pair<std::string, char> pop_back_restrained();
     /// Cuts the last part at its first index group or operator. Returns the rest.
     std::string remove_indices_and_dereference_operators();
-    /// Cuts and returns the trailing operators. A text of operators alone stays.
+    /// Cuts and returns the trailing operators. A text of operators alone is unchanged.
     std::string trim_dereference_operators();
     /// Cuts the text to `n` bytes. Returns the rest.
     std::string shrink(std::size_t n);

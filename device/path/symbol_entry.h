@@ -7,7 +7,7 @@
 namespace ZoHmiFdx {
 
 /// The head of a device's record of one symbol, which has `entry_length` bytes. Name, type name and comment follow in
-/// the device's code page, each with an end mark that its length does not count. Data that the flags announce comes
+/// the device's code page, each with an end mark that its length does not count. The data that the flags indicate comes
 /// last. The struct is packed because records follow each other at any address. No field is checked.
 struct [[gnu::packed]] FdxSymbolEntry {
     std::uint32_t entry_length;

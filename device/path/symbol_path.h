@@ -27,7 +27,7 @@ namespace ZoHmiFdx {
 
 struct FdxSymbolEntry;
 
-/// The unchecked text of a client. Spelling and aliases may differ from the device's.
+/// The unchecked text of a client. Its spelling and aliases may differ from those of the device.
 class ZO_EXPORT UnqualifiedFdxPath : public FdxPath<UnqualifiedFdxPath> {
 public:
     UnqualifiedFdxPath() = default;
@@ -77,14 +77,14 @@ public:
 /// `simplify(sanitize(path))` in one pass.
 [[nodiscard]] ZO_EXPORT LookupFdxPath to_lookup(const UniqueFdxPath& path);
 
-/// The text with every index group emptied to "[]". An unclosed bracket stays, with the text behind it.
+/// The text with every index group emptied to "[]". An unclosed bracket and the text behind it are unchanged.
 [[nodiscard]] ZO_EXPORT std::string sanitize_path(const UniqueFdxPath& path);
-/// The same, but "" for a path without a complete group: nothing is copied then.
+/// The same, but "" for a path without a complete group. Then nothing is copied.
 [[nodiscard]] ZO_EXPORT std::string sanitized_path_if_contaminated(const UniqueFdxPath& path);
 /// The text without "^", "`", "[" and "]".
 [[nodiscard]] ZO_EXPORT std::string simplify_path(const SanitizedUniqueFdxPath& path);
 
-/// Takes the text as exact without a request to the device. No value for a path with indices.
+/// Treats the text as exact, without a request to the device. Returns no value for a path with indices.
 [[nodiscard]] ZO_EXPORT std::optional<UniqueFdxPath> unsafe_to_unique(const UnqualifiedFdxPath& path);
 
 /// @name Texts of parts, as the pops of a path return them

@@ -10,8 +10,8 @@
 
 namespace ZoHmiFdx {
 
-/// The shape of an array, the outermost dimension first. No array has no dimensions. The numbers come from the device:
-/// no allocation may use them unchecked. A plain value. [any thread]
+/// The shape of an array, the outermost dimension first. A type that is no array has no dimensions. The numbers come
+/// from the device: check them before an allocation. A plain value. [any thread]
 class ZO_EXPORT ArrayInfo {
 public:
     struct Dimension {
@@ -28,7 +28,7 @@ public:
     [[nodiscard]] const Dimension& dimension(std::size_t i) const { return dimensions_.at(i); }
     /// One below the lower bound for a dimension without elements. Saturates. Throws `std::out_of_range`.
     [[nodiscard]] std::int64_t max_index(std::size_t i) const;
-    /// The total is unchanged until the next calculation.
+    /// The total stays unchanged until the next calculation.
     void add_dimension(std::int32_t lower_bound, std::uint64_t nr_of_elements) {
         dimensions_.push_back({lower_bound, nr_of_elements});
     }

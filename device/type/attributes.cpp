@@ -44,7 +44,7 @@ AttributesFlags Attributes::flags_by_key(const std::string& key) noexcept {
 
 bool Attributes::has(const std::string& key) const noexcept {
     const AttributesFlags key_flags = flags_by_key(key);
-    // No flag, no entry. A set flag proves nothing: several keys share it.
+    // Without the flag there is no entry. A set flag does not prove an entry: several keys share the flag.
     return (key_flags == AttributesFlags::None || has(key_flags)) && has_entry(key);
 }
 
@@ -87,7 +87,7 @@ AddSymbolAttributeInfo Attributes::analyze_add_symbol_attribute() const {
 void Attributes::merge(const Attributes& other) {
     if (&other == this) return;
     flags_ = flags_ | other.flags_;
-    // The room is reserved, so views of the keys stay valid while entries are appended.
+    // The space is reserved, so views of the keys stay valid while entries are appended.
     entries_.reserve(entries_.size() + other.entries_.size());
     std::unordered_set<std::string_view> keys;
     const bool use_set = other.entries_.size() > 1 && entries_.size() + other.entries_.size() > few_entries;

@@ -49,7 +49,7 @@ struct AddSymbolAttributeInfo {
     static constexpr int full_access = 1;
     static constexpr int read_access = 2;
 
-    std::map<std::string, int> user_groups; ///< the access of each group by its name: one bit or both
+    std::map<std::string, int> user_groups; ///< the access of each group by the group's name: one bit or both
     bool add = false;
     bool hidden = false;
 };

@@ -50,7 +50,7 @@ enum class FdxDataType : std::uint32_t {
 [[nodiscard]] ZO_EXPORT bool is_fundamental_type(FdxDataType type);
 /// The server's type for its values.
 [[nodiscard]] ZO_EXPORT ZoHmiSrv::ValueType equivalent_hmi_datatype(FdxDataType type);
-/// The name of a type that the device does not name. Empty for strings and composites.
+/// The name for a type whose name the device does not send. Empty for strings and composites.
 [[nodiscard]] ZO_EXPORT std::string default_itemname(FdxDataType type);
 /// True for the integers, except the signed integer of seven bytes.
 [[nodiscard]] ZO_EXPORT bool fdx_type_can_have_subrange(FdxDataType type);

@@ -31,7 +31,7 @@ int element_size(const DatatypeDescription& description) {
     const std::uint64_t total = description.array_info.total_nr_of_elements();
     if (total == 0 || total > std::uint64_t(std::numeric_limits<std::int64_t>::max())) return 0;
     const std::int64_t size = description.size / static_cast<std::int64_t>(total);
-    return static_cast<int>(size); // the amount never exceeds the whole size
+    return static_cast<int>(size); // the magnitude never exceeds that of the whole size
 }
 
 /// Elements of a basic type have dialects. Other types have dialects if they have members.

@@ -37,8 +37,8 @@ struct ZO_EXPORT DatatypeDescription {
     std::uint32_t flags = std::uint32_t(DatatypeFlags::Initial);
     std::uint32_t parsed = 0; ///< nonzero if the details are known
 
-    /// Makes a pointer or reference stand for its target: `type_name` becomes what follows the first prefix of the
-    /// name, or of `type_name` where the name has none, and the flags no longer say that it is one.
+    /// Replaces a pointer or reference by its target. `type_name` becomes the text behind the first prefix of the name,
+    /// or of `type_name` if the name has no prefix. Clears the flags of pointer and reference.
     void dereference();
 };
 

@@ -4,8 +4,8 @@
 
 namespace ZoHmiFdx {
 
-/// The flags of a type description; with the deduced flags, of a `Datatype`. The flags of the device's entries have
-/// other bits.
+/// The flags of a type description. With the deduced flags, they are those of a `Datatype`. The flags of the device's
+/// entries have other bits.
 enum class DatatypeFlags : std::uint32_t {
     PlainType = 1u << 0,
     Reference = 1u << 1,

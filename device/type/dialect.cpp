@@ -10,7 +10,7 @@ constexpr std::string_view both_suffixes = " ReadOnly ShowRecursively";
 constexpr std::string_view readonly_suffix = both_suffixes.substr(0, 9);
 constexpr std::string_view recursive_suffix = both_suffixes.substr(9);
 
-/// All suffixes end in this letter, most names do not.
+/// All suffixes end in this letter; most names do not.
 bool may_have_suffix(const std::string& name) {
     return name.ends_with('y');
 }

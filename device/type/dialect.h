@@ -29,7 +29,7 @@ ZO_EXPORT void remove_dialect_suffix(std::string& name);
 [[nodiscard]] ZO_EXPORT bool has_dialect_suffix(const std::string& name);
 /// True if the name ends in " ReadOnly", or in " ReadOnly ShowRecursively".
 [[nodiscard]] ZO_EXPORT bool has_readonly_dialect_suffix(const std::string& name);
-/// True if the name is empty, or a suffix alone. False for " ShowRecursively" alone: it counts as a name.
+/// True if the name is empty or only a suffix. False for " ShowRecursively" alone: that text counts as a name.
 [[nodiscard]] ZO_EXPORT bool empty_or_only_dialect_suffix(const std::string& name);
 
 /// Returns the name with the suffixes of `flags` in place of its own.

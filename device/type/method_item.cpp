@@ -27,7 +27,7 @@ std::string MethodItem::signature() const {
         text += "-VOID";
     if (parameters_.empty()) return text;
 
-    // The groups: inputs, outputs, both ways.
+    // The groups: inputs, outputs, parameters of both directions.
     std::vector<std::pair<int, std::string>> texts;
     texts.reserve(parameters_.size());
     for (const MethodParameterItem& parameter : parameters_) {

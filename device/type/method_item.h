@@ -32,7 +32,7 @@ struct ZO_EXPORT MethodParameterItem {
     std::string name;
     std::string type_name;
     std::string comment;
-    unsigned flags = 0; ///< without `out` an input, with or without `in`
+    unsigned flags = 0; ///< an input unless `out` is set, with or without `in`
     int size = 0;       ///< in bytes, from the device
 
     [[nodiscard]] bool is_out_or_inout() const noexcept { return (flags & out) != 0; }
@@ -61,8 +61,9 @@ public:
     [[nodiscard]] bool has_out_or_inout_parameters() const noexcept;
 
     /// Identifies the method in generated names, independent of the order of its parameters. Inputs come first, then
-    /// outputs, then both ways, each group sorted: "METHOD-RETURNING-INT-PARAMETERS-a-INT--b-OUT-BOOL--c-IN_OUT-REAL".
-    /// "METHOD-VOID" without parameters and return type.
+    /// outputs, then parameters of both directions; each group is sorted:
+    /// "METHOD-RETURNING-INT-PARAMETERS-a-INT--b-OUT-BOOL--c-IN_OUT-REAL". "METHOD-VOID" without parameters and return
+    /// type.
     [[nodiscard]] std::string signature() const;
 
 private:

@@ -83,7 +83,7 @@ constexpr bool is_string(FdxDataType type) {
 bool matches(const TypeNameRow& row, const char* name, std::size_t stem_length) {
     const char* rest = name + stem_length;
     if (row.match == TypeNameMatch::Exact) {
-        const char* rest_of_row = row.name.data() + stem_length; // empty for most rows
+        const char* rest_of_row = row.name.data() + stem_length; // is empty for most rows
         return *rest == *rest_of_row && (*rest == '\0' || std::strcmp(rest, rest_of_row) == 0);
     }
     return *rest == '\0' || *rest == '(' || (*rest == '[' && is_string(row.type));

@@ -19,9 +19,9 @@ inline constexpr int FDXERR_DEVICE_INVALIDDATA = 0x706;
 /// Classifies a type by its name, or by `base_name` if the name is empty and `base_name` is not null. `size` is the
 /// size in bytes that the device sent, -1 for unknown.
 ///
-/// Returns 0 and writes both outputs for a known name. An `hmi_type` of Vector stays: an array stays an array. Returns
-/// 0 and writes nothing for an unknown name. Returns `FDXERR_DEVICE_INVALIDDATA` and writes nothing for a null name,
-/// and for a size that is not the size of the type. A type of several sizes, and a pointer, requires a size. Outputs
+/// Returns 0 and writes both outputs for a known name. An `hmi_type` of Vector is unchanged: an array stays an array.
+/// Returns 0 and writes nothing for an unknown name. Returns `FDXERR_DEVICE_INVALIDDATA` and writes nothing for a null
+/// name, and for a size that is not the size of the type. A type of several sizes and a pointer require a size. Outputs
 /// may be null. Allocates nothing.
 [[nodiscard]] ZO_EXPORT int parse_fdx_type_string(int size, const char* name, ZoHmiSrv::ValueType* hmi_type,
                                                   FdxDataType* fdx_type, const char* base_name);
@@ -42,9 +42,9 @@ inline constexpr int FDXERR_DEVICE_INVALIDDATA = 0x706;
 /// False for the bit fields "BIT2" to "BIT7".
 [[nodiscard]] ZO_EXPORT bool is_direct_access_supported_for_type(const std::string& name);
 
-/// The bytes of a string whose length stands in the name, its end mark included: 81 for "STRING(80)", and for a
-/// `WString` two for each character. The number comes from the device, so the result may be any 32-bit number:
-/// "STRING(x)" gives 1, "STRING(-5)" wraps. No value for a name without a length.
+/// The bytes of a string, its end mark included, from the length in its type name: 81 for "STRING(80)". A `WString` has
+/// two bytes for each character. The number comes from the device, so the result may be any 32-bit number: "STRING(x)"
+/// gives 1, "STRING(-5)" wraps. No value for a name without a length.
 [[nodiscard]] ZO_EXPORT std::optional<unsigned> parse_size_from_string_typename(const std::string& name,
                                                                                 FdxDataType type);
 

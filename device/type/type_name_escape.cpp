@@ -28,7 +28,8 @@ constexpr Replacement next_range = {", ", "_"};
 constexpr Replacement next_range_without_blank = {",", "_"};
 
 /// Returns, for each position, the end of an array range that begins there: the next "," or "]" outside of inner
-/// brackets, or `none`. Works from the back: a forward search from each array takes quadratic time on unclosed arrays.
+/// brackets, or `none`. Searches from the back: a forward search from each array takes quadratic time on unclosed
+/// arrays.
 std::vector<std::size_t> find_range_ends(std::string_view text) {
     std::vector<std::size_t> ends(text.size() + 1, none);
     std::vector<std::size_t> closing;
@@ -106,7 +107,7 @@ private:
         take_word();
     }
 
-    /// Requires more text behind the match.
+    /// Requires more text after the match.
     bool take(const Replacement& replacement, State next) {
         const std::size_t behind = at_ + replacement.text.size();
         if (behind >= name_.size() || !name_.substr(at_).starts_with(replacement.text)) return false;
@@ -116,7 +117,7 @@ private:
         return true;
     }
 
-    /// Takes the text up to and with the next blank, or the rest.
+    /// Appends the text up to the next blank and the blank itself, or the rest of the text.
     void take_word() {
         const std::size_t blank = name_.find(' ', at_);
         append_chunk(blank == none ? name_.size() : blank + 1);

@@ -50,7 +50,7 @@ public:
     /// Returns a value of the extension's configuration by its path: keys joined with "::", "" for the whole. Returns
     /// Null for an unknown path.
     virtual Value get_config_value(const Context& context, const char* path) = 0;
-    /// The server removes all events of this extension and requests them again.
+    /// Requests that the server removes all events of this extension and lists them again.
     virtual void reset_temporary_events(const Context& context) = 0;
     virtual void set_display_name(const Context& context, const char* name) = 0;
 

@@ -32,8 +32,8 @@ enum class ListenerType : std::int32_t {
     Config = 5
 };
 
-/// The common base of all listeners. The server calls them on several threads at once, from `register_listener` to
-/// `unregister_listener`. An extension with several listener interfaces has this base several times, so it registers
+/// The common base of all listeners. From `register_listener` to `unregister_listener`, the server calls them on
+/// several threads at once. An extension with several listener interfaces has this base several times, so it registers
 /// each interface.
 class ZOHMISRV_API IZoHmiSrvListener {
 public:

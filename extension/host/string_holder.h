@@ -8,7 +8,7 @@
 
 namespace ZoHmiSrv {
 
-/// Holds one UTF-8 text; null counts as "". Copies never allocate: they share a long text.
+/// Owns one UTF-8 text; null counts as "". Copies never allocate: they share a long text.
 class ZOHMISRV_API String {
 public:
     /// A short text that the compiler knows costs no call.

@@ -51,8 +51,8 @@ public:
     Value(Value&& other) noexcept;
     ~Value();
 
-    /// The right side is taken by value, before the left side is evaluated: `v["new"] = v["old"]` is safe, and
-    /// `v["x"] = std::move(v)` puts the old content into the new member.
+    /// The right side is copied or moved before the left side is evaluated. So `v["new"] = v["old"]` is safe. `v["x"] =
+    /// std::move(v)` puts the old content into the new member.
     Value& operator=(Value other) noexcept;
     Value& operator=(const Event& event);
     void swap(Value& other) noexcept;

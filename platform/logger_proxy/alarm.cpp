@@ -44,7 +44,7 @@ ZoAtlCom::CComPtr<Alarm> AlarmTable::get(AlarmKey key, Snapshot record, std::uin
     {
         const std::lock_guard lock(mutex_);
         const auto [it, added] = alarms_.try_emplace(key, nullptr);
-        // An alarm without a reference waits for this lock to remove its entry; it needs a new object.
+        // An object without references is waiting for this lock to remove its entry. Its alarm needs a new object.
         if (it->second == nullptr || !it->second->try_add_ref()) {
             try {
                 it->second = new Alarm(shared_from_this(), key);
@@ -66,7 +66,7 @@ AlarmTable::Pin::Pin(AlarmTable& table) : table_(table) {
 }
 
 AlarmTable::Pin::~Pin() {
-    // Released after the unlock: the destruction of an alarm locks this mutex.
+    // Destroyed after the unlock: the destruction of an alarm locks this mutex.
     std::vector<ZoAtlCom::CComPtr<Alarm>> unpinned;
     const std::lock_guard lock(table_.mutex_);
     if (--table_.pins_ == 0) unpinned.swap(table_.pinned_);

@@ -32,7 +32,7 @@ public:
     HRESULT GetTimeCleared(std::int64_t* out) override { return put(out, snapshot()->cleared); }
     HRESULT GetConfirmationState(std::int32_t* out) override { return put(out, snapshot()->confirmation); }
     HRESULT GetTimeConfirmed(std::int64_t* out) override { return put(out, snapshot()->confirmed); }
-    /// Sends the confirmation to the target; fails once the logger is gone. [any thread]
+    /// Sends the confirmation to the target; fails after the destruction of the logger. [any thread]
     HRESULT Confirm() override;
 
     Snapshot snapshot() const;
@@ -54,8 +54,8 @@ private:
     std::uint64_t sequence_ = 0;
 };
 
-/// Finds the object of each referenced alarm, so that one alarm is one object. The table references no alarm itself,
-/// except while a list is being read: a callback sent after the list must not destroy an object with newer fields.
+/// Finds the object of each referenced alarm, so that one alarm is one object. The table itself references no alarm,
+/// except while a list is being read. Then a callback sent after the list cannot destroy an object with newer fields.
 class AlarmTable : public std::enable_shared_from_this<AlarmTable> {
 public:
     explicit AlarmTable(std::weak_ptr<LoggerLink> link) : link_(std::move(link)) {}

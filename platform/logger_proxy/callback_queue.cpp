@@ -43,7 +43,7 @@ bool CallbackQueue::unadvise(std::uint32_t cookie) {
         sinks_.erase(it);
         if (!on_callback_thread_locked()) progress_.wait(lock, [&] { return running_cookie_ != cookie; });
     }
-    // On the callback thread this may destroy the sink inside its own call; nothing uses it after that call.
+    // On the callback thread this may destroy the sink inside its own call. Nothing uses the sink after that call.
     sink->Release();
     return true;
 }
@@ -104,7 +104,7 @@ std::uint64_t CallbackQueue::mark() const {
 bool CallbackQueue::wait_done(std::uint64_t epoch, std::uint64_t mark) {
     std::unique_lock lock(mutex_);
     if (on_callback_thread_locked()) return epoch == epoch_;
-    // A callback of an earlier epoch may still run; it too was sent before the mark.
+    // A callback of an earlier epoch may still run. It was also sent before the mark.
     progress_.wait(lock, [&] {
         if (epoch != epoch_) return true;
         const bool none_waits = waiting_.empty() || waiting_.front().sequence > mark;
@@ -160,7 +160,7 @@ void CallbackQueue::run() {
 
 void CallbackQueue::deliver(const Callback& callback, std::uint64_t epoch, AlarmTable& alarms) {
     const auto argument = make_argument(callback, alarms);
-    // By cookie: sinks come and go during the calls, and cookies only grow.
+    // Find the next sink by its cookie: sinks are added and removed during the calls, and cookies only grow.
     std::uint32_t called = 0;
     for (;;) {
         IDispatch* sink = nullptr;
@@ -177,7 +177,7 @@ void CallbackQueue::deliver(const Callback& callback, std::uint64_t epoch, Alarm
     }
 }
 
-// What the sink answers changes nothing here.
+// The result of the sink is ignored.
 void CallbackQueue::invoke(const Callback& callback, IDispatch* argument, IDispatch& sink) {
     VARIANT object = object_variant(argument);
     VARIANT flag_and_object[] = {flag_variant(callback.removed), object};

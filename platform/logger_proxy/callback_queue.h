@@ -16,7 +16,8 @@ struct IDispatch;
 
 namespace zo_logger_proxy {
 
-/// A queue beyond either maximum drops the connection: a slow sink must not use up the memory of the process.
+/// The connection is dropped when the queue exceeds either maximum: a slow sink must not exhaust the memory of the
+/// process.
 inline constexpr std::size_t max_waiting_callbacks = 65536;
 inline constexpr std::size_t max_waiting_bytes = std::size_t{64} << 20;
 
@@ -43,7 +44,7 @@ public:
 
     /// Ends the current epoch and starts a new one. Returns its number; 0 after `stop`. [any thread]
     std::uint64_t begin(std::shared_ptr<AlarmTable> alarms);
-    /// Ends the current epoch; the second form only if it is the given one. [any thread]
+    /// Ends the current epoch. The second form does so only if the current epoch is the given one. [any thread]
     void end();
     void end(std::uint64_t epoch);
 
@@ -59,7 +60,8 @@ public:
     /// Returns false when the epoch is over. [any thread]
     bool wait_done(std::uint64_t epoch, std::uint64_t mark);
 
-    /// Ends and joins the thread; on the thread itself leaves the join to the ThreadReaper. The last call. [any thread]
+    /// Ends and joins the thread. On the thread itself, the ThreadReaper joins it later. Must be the last call. [any
+    /// thread]
     void stop();
 
 private:

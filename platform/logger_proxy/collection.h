@@ -15,7 +15,7 @@
 
 namespace zo_logger_proxy {
 
-/// A list that never changes. `Interface` is that of the collection, `Item` that of its items. [any thread]
+/// A list that never changes. `Interface` is the interface of the collection, `Item` that of its items. [any thread]
 template <class Interface, class Item>
 class Collection final : public CountedObject<Collection<Interface, Item>, Interface> {
 public:

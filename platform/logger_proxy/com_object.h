@@ -34,7 +34,7 @@ bool answers_to(const GUID& iid) {
 }
 
 /// A reference-counted object. `Derived` has
-///     void* find_interface(const GUID& iid);  returns the pointer to hand out, or null
+///     void* find_interface(const GUID& iid);  returns the interface pointer, or null
 /// and may hide `destroy`.
 template <class Derived, class... Interfaces>
 class CountedObject : public Interfaces... {
@@ -56,7 +56,7 @@ public:
         return left;
     }
 
-    /// Adds a reference and returns true, unless the last one is gone already. [any thread]
+    /// Adds a reference and returns true. Returns false if the last reference was already released. [any thread]
     bool try_add_ref() {
         std::uint32_t count = count_.load(std::memory_order_relaxed);
         while (count != 0)

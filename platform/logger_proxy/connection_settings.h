@@ -8,7 +8,8 @@
 
 namespace zo_logger_proxy {
 
-/// Queried on settings of a caller to get the ConnectionSettings object itself: the interface cannot read a flag back.
+/// Identifies the ConnectionSettings object itself in a query on a caller's settings: the interface cannot read a flag
+/// back.
 inline constexpr GUID IID_own_settings{0x6E9D2F14, 0x3B67, 0x4C0A, {0x9D, 0x15, 0x42, 0xE8, 0x77, 0x0B, 0x5C, 0xF3}};
 
 /// The settings of one connect. [any thread]

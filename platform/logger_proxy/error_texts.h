@@ -6,7 +6,7 @@
 
 namespace zo_logger_proxy {
 
-/// The texts of the link's own codes. The caller explains all other codes.
+/// The texts of the link's own codes. The caller has the texts of all other codes.
 struct ErrorText {
     std::uint32_t code;
     const char* text;

@@ -54,7 +54,7 @@ public:
         const auto args = self().snapshot()->args;
         return put(out, {args[0], args[1], args[2], args[3], args[4]});
     }
-    /// Copies at most the bytes that both sides have; the rest of the caller's block is unchanged.
+    /// Copies only as many bytes as both blocks have. The rest of the caller's block is unchanged.
     HRESULT GetArgumentData(std::uint8_t** block, std::uint32_t size) override {
         if (block == nullptr || *block == nullptr) return E_POINTER;
         const Snapshot record = self().snapshot();
@@ -74,7 +74,7 @@ private:
     Derived& self() { return static_cast<Derived&>(*this); }
 };
 
-/// An event of the log, as the list brought it. [any thread]
+/// An event of the log, as it was in the list. [any thread]
 class LoggedEvent final : public EventObject<LoggedEvent, ZoEventLoggerFdxProxyLib::IZoLoggedEvent2> {
 public:
     explicit LoggedEvent(Snapshot record) : record_(std::move(record)) {}

@@ -32,26 +32,26 @@ public:
 
     /// Drops the current connection and connects to the net id. `preload` is sent with `settings` only. [any thread]
     std::uint32_t connect(const std::string& address, bool settings, bool preload);
-    /// Drops the connection, also one that is being opened. Never blocks for a callback. [any thread]
+    /// Drops the connection, even one that is still being opened. Never blocks for a callback. [any thread]
     void disconnect();
     /// Makes no round trip. [any thread]
     bool is_connected() const;
 
     /// Reads the map of an answer; returns false for an invalid answer.
     using Reader = std::function<bool(nlohmann::json& answer)>;
-    /// Sends a request and reads its answer, unless the answer is a failure. Drops a peer with an invalid answer.
-    /// [any thread]
+    /// Sends a request and reads its answer, unless the answer is a failure. Drops the connection after an invalid
+    /// answer. [any thread]
     std::uint32_t request(const char* operation, const nlohmann::json& fields, const Reader& read);
 
     /// Stores the newest `count` logged events, oldest first. Blocks until all callbacks sent before the answer have
     /// returned. [any thread]
     std::uint32_t logged_events(std::uint32_t count, std::vector<Snapshot>& events);
-    /// Stores the active alarms; blocks as `logged_events`. [any thread]
+    /// Stores the active alarms; blocks as `logged_events` does. [any thread]
     std::uint32_t active_alarms(std::vector<ZoAtlCom::CComPtr<Alarm>>& alarms);
     /// Confirms an alarm of the current target instance. [any thread]
     std::uint32_t confirm(const AlarmKey& alarm);
 
-    /// Disconnects and ends the callback thread. The last call. [any thread]
+    /// Disconnects and ends the callback thread. Must be the last call. [any thread]
     void close();
 
 private:

@@ -22,8 +22,8 @@ HRESULT put(T* out, const T& value) {
     return S_OK;
 }
 
-/// Stores a counted string that the caller frees: a 32-bit length, the bytes and a zero in one malloc allocation. The
-/// binding's own functions belong to the caller's side of the interface and are not used here.
+/// Stores a counted string that the caller frees: a 32-bit length, the bytes and a zero in one malloc allocation. This
+/// library does not use the binding's functions: they belong to the caller's side of the interface.
 inline HRESULT put_text(char** out, const std::string& text) {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;

@@ -12,7 +12,7 @@ ThreadReaper& ThreadReaper::instance() {
 
 ThreadReaper::~ThreadReaper() {
     for (Entry& entry : threads_) {
-        // The callback itself may have called exit.
+        // The callback itself may have called `exit`.
         if (entry.thread.get_id() == std::this_thread::get_id())
             entry.thread.detach();
         else

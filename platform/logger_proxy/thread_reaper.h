@@ -8,8 +8,8 @@
 
 namespace zo_logger_proxy {
 
-/// Joins threads that cannot be joined by their own object, because the object was destroyed on that very thread. The
-/// library must not be unloaded while such a thread runs its code. [any thread]
+/// Joins threads that their own object cannot join, because the object was destroyed on that same thread. The library
+/// must not be unloaded while such a thread runs its code. [any thread]
 class ThreadReaper {
 public:
     /// The one reaper of this library. Its destruction, at unload or exit, joins the remaining threads.
@@ -20,7 +20,7 @@ public:
     ThreadReaper(const ThreadReaper&) = delete;
     ThreadReaper& operator=(const ThreadReaper&) = delete;
 
-    /// Takes over a thread, which sets `ended` as its last step.
+    /// Takes over a thread. The thread sets `ended` as its last step.
     void add(std::thread thread, std::shared_ptr<const std::atomic<bool>> ended);
     /// Joins the threads that have ended.
     void reap();

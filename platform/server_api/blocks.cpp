@@ -18,7 +18,7 @@ void deallocate(Block* block) noexcept {
 }
 
 bool share(Block* block) noexcept {
-    // Half of the range: threads that add owners at once cannot wrap the count.
+    // The maximum is half of the range: threads that add owners at the same time cannot wrap the count.
     constexpr std::uint32_t maximum = std::numeric_limits<std::uint32_t>::max() / 2;
     std::atomic_ref owners(block->owners);
     if (owners.fetch_add(1, std::memory_order_relaxed) < maximum) return true;

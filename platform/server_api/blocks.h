@@ -8,7 +8,7 @@
 
 namespace ZoHmiSrv::Layout {
 
-/// The content behind the head of a block: `size` bytes, Values, members, or one object.
+/// The content behind the head of a block: `size` bytes, Values or members, or one object.
 enum BlockKind : std::uint32_t { Bytes, Elements, Members, EventBox, MessageBox, AlarmBox };
 
 /// Returns a block with room for `capacity` items of `element` bytes, and for `extra` bytes. It has no items and one
@@ -32,7 +32,7 @@ inline char* bytes_of(Block* block) noexcept {
     return reinterpret_cast<char*>(block + 1);
 }
 
-/// The maximum of members in a run. A Map with more members is a chain of runs in name order: an insertion moves at
+/// The maximum of members in a run. A Map with more members is a chain of runs in name order. An insertion moves at
 /// most this many members, and a look-up finds its run through the index.
 inline constexpr std::size_t run_limit = 128;
 

@@ -22,7 +22,7 @@ SharedName* head_of(const char* text) noexcept {
 MemberName MemberNames::make(const NameKey& key) {
     MemberName name{};
     if (!key.is_long()) {
-        // From the words: the Value that contained the text may have moved.
+        // Copied from the words: the Value that contained the text may have moved.
         std::memcpy(name.bytes_, key.words, sizeof name.bytes_);
         return name;
     }

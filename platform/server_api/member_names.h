@@ -24,7 +24,7 @@ struct MemberNames {
 
     /// Byte-wise: negative, 0 or positive.
     static int compare(const MemberName& name, const NameKey& key) noexcept {
-        // The first eight bytes mostly decide. The other words of a long name are no part of its text.
+        // The first eight bytes usually decide. The other words of a long name are not part of its text.
         if (const int order = compare_words(NameKey::load(name.bytes_), key.words[0]); order != 0) return order;
         if (name.is_shared() || key.is_long()) return compare_texts(name, key);
         const int order = compare_words(NameKey::load(name.bytes_ + 8), key.words[1]);

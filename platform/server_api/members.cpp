@@ -39,7 +39,7 @@ std::size_t run_for(const MemberIndex& index, const NameKey& key) noexcept {
     return static_cast<std::size_t>(after - index.runs.begin()) - 1;
 }
 
-/// Sets the place of the member, or the run for a new member of that name.
+/// Sets the place of the member. Without such a member, sets the run for a new member of that name.
 void search(ValueAccess::Place& place, Block* block, const MemberIndex* index, const NameKey& key) noexcept {
     if (block == nullptr) return;
     place.ordinal = index == nullptr ? 0 : run_for(*index, key);
@@ -177,7 +177,7 @@ Value& ValueAccess::emplace(Value& map, Place& place, const NameKey& key, Value&
 Iterator<Value> ValueAccess::erase(Value& map, Place place) noexcept {
     Block* run = place.run;
     MapMember* at = members_of(run) + place.at;
-    // Destroyed last: the Map is consistent by then.
+    // Destroyed last: at that time the Map is consistent.
     const Value dropped = std::move(at->value);
     MemberNames::release(at->name);
     move_members(at, at + 1, run->size - place.at - 1);

@@ -70,7 +70,8 @@ struct ValueAccess {
     static Block* allocate_run(std::size_t capacity);
     /// Returns the member's place, or a place that is not `found`.
     static Place find(const Value& map, const NameKey& key) noexcept;
-    /// Returns the member's place, or the place for a new member of that name. Quick for a name behind the last.
+    /// Returns the member's place, or the place for a new member of that name. Quick for a name that follows the last
+    /// one.
     static Place locate(const Value& map, const NameKey& key) noexcept;
     /// Inserts a member at the result of `locate`. Strong guarantee: a failed allocation changes nothing.
     static Value& emplace(Value& map, Place& place, const NameKey& key, Value& value);
@@ -103,7 +104,7 @@ struct ValueAccess {
 
     /// @name Trees
     /// Copies a Value that needs no new block into raw memory: one without heap content, with bytes, or with a shared
-    /// tree. Returns false, with nothing done, for all others.
+    /// tree. Returns false for all others, and changes nothing.
     static bool copy_plain(const Value& from, void* to) noexcept {
         if (from.on_heap()) {
             const bool shares = block(from)->kind == Layout::Bytes || is_shared(from);

@@ -9,7 +9,7 @@ namespace ZoHmiSrv {
 namespace {
 
 /// Turns a value into an unshared Map and runs an operation with a name. The name, and a value to insert, may be a part
-/// of the old content: the content lives until the end of the operation, and the name of a shared tree is copied.
+/// of the old content. So the content lives until the end of the operation, and the name of a shared tree is copied.
 template <class Operation>
 auto as_map(Value& value, const NameKey& key, Operation operation) {
     const bool is_map = ValueAccess::is_map(value);
@@ -57,7 +57,7 @@ Iterator<Value> Value::insert_member(const NameKey& name, Value&& value) {
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
         if (!place.found) {
-            Value taken = std::move(value); // a member moves in the insertion
+            Value taken = std::move(value); // `value` may be a member, which the insertion moves
             ValueAccess::emplace(*this, place, key, taken);
         }
         return ValueAccess::iterator(place.run, members_of(place.run) + place.at);
@@ -68,7 +68,7 @@ Iterator<Value> Value::insert_or_update_member(const NameKey& name, Value&& valu
     if (&value == this) return insert_or_update_member(name, Value(*this));
     return as_map(*this, name, [&](const NameKey& key) {
         ValueAccess::Place place = ValueAccess::locate(*this, key);
-        Value taken = std::move(value); // a member moves in the insertion
+        Value taken = std::move(value); // `value` may be a member, which the insertion moves
         if (place.found)
             members_of(place.run)[place.at].value.swap(taken);
         else

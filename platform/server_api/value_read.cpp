@@ -19,8 +19,8 @@ std::string_view text_of(const Value& value) noexcept {
 
 template <class T>
 const T& read_box(const Value& value, ValueType type) noexcept {
-    // Constructed in place without an allocation, and never destroyed: a thread of the server may read after the static
-    // objects of the library are destroyed.
+    // Constructed in place without an allocation, and never destroyed. A thread of the server may read it after the
+    // destruction of the library's static objects.
     alignas(T) static std::byte place[sizeof(T)];
     static const T& empty = *new (place) T();
     return value.type() == type ? ValueAccess::boxed<T>(value) : empty;

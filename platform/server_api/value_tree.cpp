@@ -26,8 +26,8 @@ struct CopyJob {
 
 class TreeCopy {
 public:
-    /// A Value that is not copied yet is a Null, and a block is attached before it is filled: the incomplete copy can
-    /// be destroyed at any time.
+    /// A Value that is not copied yet is a Null, and a block is attached before it is filled. So the incomplete copy
+    /// can be destroyed at any time.
     void run(const Value& from, Value& to) {
         tree(from, to, 0);
         while (!later_.empty()) {
@@ -103,7 +103,7 @@ private:
             last = run;
             if (MemberIndex* copied = ValueAccess::index(to)) copied->runs.push_back(run);
             std::memcpy(tags_of(run), tags_of(source), source->size);
-            // All bytes at once. Shared names and heap content are corrected before the run owns the member.
+            // Copies all bytes at once. Shared names and heap content are corrected before the run owns the member.
             std::memcpy(static_cast<void*>(members_of(run)), members_of(source), source->size * sizeof(MapMember));
             for (std::size_t i = 0; i < source->size; ++i) {
                 const MapMember& member = members_of(source)[i];

@@ -50,7 +50,7 @@ Value& Value::operator<<(const Value& value) {
 
 Value& Value::operator<<(Value&& value) {
     if (&value == this) return *this << Value(*this);
-    Value taken = std::move(value); // an element moves in the insertion
+    Value taken = std::move(value); // `value` may be an element, which the insertion moves
     set_type(ValueType::Vector).make_unshared();
     new (ValueAccess::open_gap(*this, element_count())) Value(std::move(taken));
     return *this;
@@ -93,7 +93,7 @@ VectorIterator<Value> Value::insert(VectorIterator<Value> position, Value&& valu
 
 void Value::resize(std::size_t count, const Value& fill) {
     if (type_ != ValueType::Vector || count > element_count()) {
-        const Value kept(fill); // an element moves when the block grows
+        const Value kept(fill); // `fill` may be an element, which moves when the block grows
         set_type(ValueType::Vector).make_unshared();
         const Block* before = ValueAccess::block(*this);
         if (before != nullptr && before->capacity < count)

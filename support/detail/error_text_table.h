@@ -13,11 +13,11 @@ struct ErrorTextRow {
 
 /// In ascending order of the number.
 ///
-/// These names of the server have no number that an extension gets to see, and so no row: ERROR, EXCLUDED,
-/// RESTART_REQUIRED ("Restart required"), CHECKSUM ("Checksum mismatch"), INVALID_CHECKSUM ("Invalid checksum"),
-/// CHECKSUM_UNEXPECTED ("Checksum unexpected"), CHECKSUM_MATCH, SIGNATURE ("Invalid signature"), SIGNATURE_MISSING
-/// ("Signature missing"), SIGNATURE_MISMATCH ("Signature mismatch"), KEY_MISSING ("Security key missing") and
-/// INITIALIZE_PASSWORD ("Password not initialized").
+/// These names of the server have no number that an extension can get, and so no row: ERROR, EXCLUDED, RESTART_REQUIRED
+/// ("Restart required"), CHECKSUM ("Checksum mismatch"), INVALID_CHECKSUM ("Invalid checksum"), CHECKSUM_UNEXPECTED
+/// ("Checksum unexpected"), CHECKSUM_MATCH, SIGNATURE ("Invalid signature"), SIGNATURE_MISSING ("Signature missing"),
+/// SIGNATURE_MISMATCH ("Signature mismatch"), KEY_MISSING ("Security key missing") and INITIALIZE_PASSWORD ("Password
+/// not initialized").
 inline constexpr ErrorTextRow error_text_table[] = {
     {HMI_E_SUCCESS, "SUCCESS", "No Error: Success"},
     {HMI_E_FINISHED, "FINISHED", "No Error: Finished"},

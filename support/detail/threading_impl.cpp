@@ -14,8 +14,8 @@ namespace ZoHmiSrv {
 
 namespace {
 
-/// Returns the context's hint of how many threads run it. With 1 the context would omit locks and wake-ups that threads
-/// added later need; its largest values have special meanings.
+/// Returns the context's hint of how many threads run it. The hint 1 would omit locks and wake-ups that threads added
+/// later need. The largest hints have special meanings.
 int concurrency_hint(unsigned long threads) {
     return static_cast<int>(std::clamp(threads, 2UL, 1024UL));
 }
@@ -48,7 +48,7 @@ void run_until_done(boost::asio::io_context& context) {
             return;
         } catch (const boost::thread_interrupted&) {
             return;
-        } catch (...) { // NOLINT(bugprone-empty-catch): no caller is left to report to
+        } catch (...) { // NOLINT(bugprone-empty-catch): no caller remains that could get a report
         }
     }
 }
@@ -103,7 +103,7 @@ unsigned long ThreadingImpl::start_new_timer(long ms, const Callback& callback) 
     const auto timer = make_timer();
     timer->expires_at(expiry_after(ms));
 
-    // `stop` sets its flag before it locks this mutex: it cancels a wait, or the wait does not start.
+    // `stop` sets its flag before it locks this mutex: either it cancels a wait, or the wait does not start.
     const MutexLock lock(timer_mutex_);
     if (stopped()) return 0;
     const unsigned long id = ++last_timer_id_;
@@ -181,9 +181,9 @@ bool ThreadingImpl::stop(long timeout_ms, InterruptMode mode) {
     if (stopped_.exchange(true, std::memory_order_acq_rel)) return false;
     // An interruption of a pool thread must not end this function early.
     const boost::this_thread::disable_interruption uninterrupted;
-    // A thread that saw the flag unset has started its wait once this mutex is free, and the wait counts as work. A
-    // wait started after the token below is dropped could find the context out of work, and its callback would never
-    // run.
+    // Once this mutex is free, each thread that saw the flag unset has started its wait, and the wait counts as work.
+    // Without this lock, a wait could start after the token below is dropped. The context could then be out of work,
+    // and the callback would never run.
     { const MutexLock lock(timer_mutex_); }
 
     ThreadTable threads;

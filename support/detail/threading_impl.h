@@ -19,9 +19,9 @@ namespace ZoHmiSrv {
 /// The state that a Threading handle shares with the waits that it started.
 ///
 /// Ownership: the handle and every pending wait own this object. This object and every pool thread own the context. The
-/// context owns the waits in its queue. A wait left in the queue would close a cycle, so the handle's destructor calls
-/// `release_context`. The last owner of the context is then the handle, or a pool thread that has left its loop: the
-/// context is never destroyed while a thread runs it.
+/// context owns the waits in its queue. A wait that stays in the queue would close a cycle, so the handle's destructor
+/// calls `release_context`. The last owner of the context is then the handle, or a pool thread that has left its loop.
+/// So the context is never destroyed while a thread runs it.
 ///
 /// No thread locks both mutexes, and neither is locked while a thread is joined or a callback runs.
 class ThreadingImpl : public std::enable_shared_from_this<ThreadingImpl> {

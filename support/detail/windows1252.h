@@ -2,8 +2,8 @@
 
 namespace ZoHmiSrv::UTF8 {
 
-/// The characters of the Windows-1252 bytes 0x80 to 0x9F. The five bytes that the code page leaves undefined stand for
-/// the control character of their own number. All other bytes are the character of their own number.
+/// The characters of the Windows-1252 bytes 0x80 to 0x9F. The five bytes that the code page does not define mean the
+/// control character of their own number. All other bytes mean the character of their own number.
 inline constexpr char32_t windows1252_upper_controls[32] = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,

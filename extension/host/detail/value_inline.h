@@ -5,8 +5,8 @@
 #include <cstring>
 #include <utility>
 
-// The bodies of `Value` that code of the extension compiles in place: a look-up by a known name, a walk and a move cost
-// no call.
+// The operations of `Value` that are inlined into the extension. A look-up by a known name, a walk and a move cost no
+// call.
 namespace ZoHmiSrv {
 
 inline Value::Value(bool boolean) noexcept {

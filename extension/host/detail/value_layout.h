@@ -10,8 +10,8 @@
 #include <emmintrin.h>
 #endif
 
-// The memory of values. The library owns it. The layout is public so that a walk costs no calls, and so that a look-up
-// by a name that the compiler knows costs only the comparison.
+// The memory of values. The library owns it. The layout is public so that a walk costs no calls. A look-up by a name
+// that the compiler knows costs only the comparison.
 namespace ZoHmiSrv::Layout {
 
 struct MemberIndex;
@@ -81,7 +81,7 @@ struct FoundMember {
 static_assert(std::endian::native == std::endian::little, "names are read as words whose first byte is the lowest");
 
 /// A name to look up. Its bytes are three words, padded with zeros, as in a MemberName; a long name has only the first
-/// word. No loop combines the parts of a word, so a name that the compiler knows becomes three constants.
+/// word. No loop combines the parts of a word. So the compiler reduces a known name to three constants.
 struct NameKey {
     using Words = std::uint64_t[3]; // the checks of std::array would prevent constants
 
@@ -143,7 +143,7 @@ Member<T>* members_of(Block* run) noexcept {
     return reinterpret_cast<Member<T>*>(run + 1);
 }
 
-/// A run has a tag for each member (see `NameKey::tag`) behind the room for its members. A look-up compares
+/// A run has a tag for each member (see `NameKey::tag`) behind the space for its members. A look-up compares
 /// `tags_at_once` tags at a time, and reads up to `tag_padding` bytes beyond the last tag.
 inline constexpr std::size_t tags_at_once = 16;
 inline constexpr std::size_t tag_padding = tags_at_once - 1;
