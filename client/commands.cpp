@@ -31,7 +31,7 @@ std::string hex_of(const RequestProxy::Bytes& bytes) {
     return text;
 }
 
-/// "0a0b", or "text:..." for the bytes of a text.
+/// Reads "0a0b", or "text:..." for the bytes of a text.
 std::optional<RequestProxy::Bytes> bytes_of(const std::string& word) {
     constexpr std::string_view prefix = "text:";
     if (word.starts_with(prefix)) return RequestProxy::Bytes(word.begin() + prefix.size(), word.end());
@@ -105,7 +105,7 @@ void state(Device& device, Output& output, const Call&) {
     output.end();
 }
 
-// Each line is asked for by itself: a target may have some of them alone.
+// One request for each line, because a target may have only some of them.
 void info(Device& device, Output& output, const Call&) {
     RequestProxy& requests = device.requests();
     output.begin({"field", "value"});
@@ -126,7 +126,7 @@ void info(Device& device, Output& output, const Call&) {
             text += (text.empty() ? "" : ".") + std::to_string(product.first[i] | product.first[i + 1] << 8);
         return text;
     });
-    // The identity has a port of its own.
+    // The identity has its own port.
     RequestProxy identity(static_cast<unsigned long>(device.port()), {device.address().net_id, identity_port}, {},
                           false, {});
     const auto id = identity.system_id();

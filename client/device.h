@@ -11,26 +11,26 @@
 
 namespace fdx {
 
-/// The target of the command line: its requests, and its runtime with the symbols. Connected by the first request.
-/// [one thread]
+/// The target of the command line: its requests, and its runtime with the symbols. The first request connects it. [one
+/// thread]
 class Device {
 public:
     explicit Device(const Options& options);
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
-    /// False when no client port could be opened.
+    /// Returns false if no client port could be opened.
     [[nodiscard]] bool valid() const noexcept { return port_.valid(); }
     [[nodiscard]] int port() const noexcept { return port_.port(); }
     [[nodiscard]] const ZoHmiFdx::NrxAddr& address() const noexcept { return options_.target; }
     [[nodiscard]] ZoHmiFdx::RequestProxy& requests() noexcept { return requests_; }
     [[nodiscard]] ZoHmiFdx::State& state() noexcept { return state_; }
 
-    /// Uploads the symbols unless those in use are the target's.
+    /// Uploads the symbols unless the current ones match the target.
     ZoHmiSrv::ExtensionResult refresh();
     [[nodiscard]] ZoHmiFdx::State::Runtime runtime() { return state_.runtime_config(name); }
 
-    /// Of the one runtime.
+    /// The name of the one runtime.
     static inline const std::string name = "PLC";
 
 private:

@@ -14,7 +14,7 @@ namespace {
 
 using namespace fdx;
 
-/// Names of commands, and paths of symbols behind the last delimiter.
+/// Returns completions: names of commands, and symbol paths after the last delimiter.
 std::vector<std::string> complete(Device& device, const std::string& start) {
     std::vector<std::string> found;
     const auto keep = [&](const std::string& text) {

@@ -10,7 +10,7 @@ namespace fdx {
 
 enum class Format { plain, table, json, csv };
 
-/// Options of the command line for all commands.
+/// The options of the command line for all commands.
 struct Options {
     ZoHmiFdx::NrxAddr target{{}, 851};
     Format format = Format::plain;
@@ -21,7 +21,7 @@ struct Options {
     ZoHmiFdx::RequestLimits limits;
 };
 
-/// Exit codes of the program. The first failure of several commands counts.
+/// The exit codes of the program. If several commands fail, the first failure decides.
 namespace status {
 inline constexpr int done = 0;
 inline constexpr int failed = 1;
@@ -30,13 +30,14 @@ inline constexpr int not_connected = 3;
 inline constexpr int timed_out = 4;
 } // namespace status
 
-/// Reads "NETID[:PORT]"; the port is 851 where none is given, and four numbers get ".1.1". Nothing for other texts.
+/// Reads "NETID[:PORT]". The default port is 851; a net ID of four numbers gets ".1.1". Returns nothing for other
+/// texts.
 [[nodiscard]] std::optional<ZoHmiFdx::NrxAddr> parse_address(const std::string& text);
 
-/// Reads "ITEMS,BYTES,HANDLES". Nothing for other texts.
+/// Reads "ITEMS,BYTES,HANDLES". Returns nothing for other texts.
 [[nodiscard]] std::optional<ZoHmiFdx::RequestLimits> parse_limits(const std::string& text);
 
-/// Reads a number in decimal or, behind 0x, hexadecimal digits. Nothing for other texts.
+/// Reads a number in decimal digits, or in hexadecimal digits after 0x. Returns nothing for other texts.
 [[nodiscard]] std::optional<std::uint32_t> parse_number(const std::string& text);
 
 } // namespace fdx

@@ -85,7 +85,7 @@ std::string Output::text_of(const ordered_json& cell) {
     return console::printable(cell.is_string() ? cell.get_ref<const std::string&>() : dump(cell));
 }
 
-// In quotes where a cell has separators or quotes.
+// A cell with separators or quotes is put in quotes.
 void Output::print_csv(const std::vector<std::string>& cells) const {
     std::string line;
     for (const std::string& cell : cells) {

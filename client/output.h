@@ -11,8 +11,8 @@
 
 namespace fdx {
 
-/// The rows that a command gives, and its failures. An aligned table waits for all rows; the other formats print each
-/// row at once. Nothing of a device's texts moves the cursor.
+/// Prints the rows and the failures of a command. An aligned table waits for all rows; the other formats print each row
+/// at once. A device's text cannot move the cursor.
 class Output {
 public:
     using Row = std::vector<nlohmann::ordered_json>; // texts, numbers, booleans and objects
@@ -25,12 +25,12 @@ public:
     /// Ends the list.
     void end();
 
-    /// A failure in one line on standard error: the path or another noun, the code with its name, and the text.
+    /// Prints a failure in one line on standard error: the path or another noun, the code with its name, and the text.
     void fail(const std::string& noun, const ZoHmiSrv::ExtensionResult& result);
     void fail(const std::string& noun, int code) { fail(noun, ZoHmiSrv::ExtensionResult(code)); }
     void usage_error(const std::string& text);
 
-    /// Of all commands so far.
+    /// Returns the exit code for all commands so far.
     [[nodiscard]] int status() const noexcept { return status_; }
 
 private:

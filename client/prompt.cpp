@@ -11,7 +11,8 @@ namespace {
 
 const Completions* completions_in_use = nullptr;
 
-/// One completion a call, with memory of malloc; null behind the last. No exception may pass the editor.
+/// Returns one completion for each call, in memory of malloc; null after the last one. No exception may reach the
+/// editor.
 char* next_completion(const char* start, int index) {
     static std::vector<std::string> found;
     try {

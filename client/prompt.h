@@ -7,11 +7,11 @@
 
 namespace fdx {
 
-/// Completions of a word that was begun.
+/// Returns the completions of an incomplete word.
 using Completions = std::function<std::vector<std::string>(const std::string& start)>;
 
-/// Reads the next line on the terminal, with history and with completion by the tabulator; nothing at the end of the
-/// input. [one thread]
+/// Reads the next line from the terminal, with history and tab completion. Returns nothing at the end of the input.
+/// [one thread]
 [[nodiscard]] std::optional<std::string> prompt_line(const std::string& prompt, const Completions& completions);
 
 } // namespace fdx

@@ -16,7 +16,7 @@ namespace {
 using nlohmann::ordered_json;
 using ZoHmiFdx::UnqualifiedFdxPath;
 
-/// Reports a failed refresh. False where there are no symbols: those of an earlier upload go on answering.
+/// Reports a failed refresh. Returns false if there are no symbols; the symbols of an earlier upload stay usable.
 bool refreshed(Device& device, Output& output) {
     const auto result = device.refresh();
     if (result.code() == 0) return true;
@@ -62,9 +62,9 @@ void path(Device& device, Output& output, const Call& call) {
     output.end();
 }
 
-// entry PATH: the device's own record, which may be cut at 255 bytes.
+// entry PATH: the device's own record, which may be truncated at 255 bytes.
 void entry(Device& device, Output& output, const Call& call) {
-    (void)device.refresh(); // for the code page; a device may have entries without an upload
+    (void)device.refresh(); // for the code page; entries can exist without an upload
     const int code_page = device.runtime()->code_page();
     const auto [bytes, code] = device.requests().info_by_name(ZoHmiFdx::utf8_to_codepage(call.words[0], code_page));
     if (code != 0) return output.fail(call.words[0], code);
@@ -87,7 +87,7 @@ void entry(Device& device, Output& output, const Call& call) {
     output.end();
 }
 
-// find GLOB: among the uploaded symbols, without regard to case.
+// find GLOB: searches the uploaded symbols, without regard to case.
 void find(Device& device, Output& output, const Call& call) {
     if (!refreshed(device, output)) return;
     const auto runtime = device.runtime();
@@ -103,13 +103,13 @@ void find(Device& device, Output& output, const Call& call) {
     output.end();
 }
 
-/// "BYTE", or "BYTE.BIT" of a packed bit, whose offset counts bits.
+/// Returns "BYTE", or "BYTE.BIT" for a packed bit, whose offset counts bits.
 std::string offset_text(const ZoHmiFdx::SubItem& member, bool packed) {
     if (!packed) return std::to_string(member.offset());
     return std::to_string(member.offset() / 8) + "." + std::to_string(member.offset() % 8);
 }
 
-// type NAME: one row for the type itself, and one for each member, enumerator, property and method.
+// type NAME: one row for the type, and one for each member, enumerator, property and method.
 void type(Device& device, Output& output, const Call& call) {
     if (!refreshed(device, output)) return;
     const auto runtime = device.runtime();

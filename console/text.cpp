@@ -16,7 +16,7 @@ struct Range {
     wchar_t last;
 };
 
-/// Characters that a terminal may act on: control characters, line separators, direction marks.
+/// Characters that a terminal may interpret: control characters, line separators, direction marks.
 constexpr std::array unprintable_ranges{
     Range{0x00, 0x1F},     Range{0x7F, 0x9F},     Range{0x061C, 0x061C}, Range{0x200E, 0x200F},
     Range{0x2028, 0x202E}, Range{0x2066, 0x2069}, Range{0xFEFF, 0xFEFF},
@@ -32,7 +32,7 @@ bool within(const std::array<Range, N>& ranges, wchar_t code) {
                        [code](const Range& range) { return code >= range.first && code <= range.last; });
 }
 
-/// While it lives, this thread's characters are UTF-8 whatever the process has set.
+/// During its lifetime, this thread reads and writes UTF-8, whatever locale the process has.
 class Utf8Locale {
 public:
     Utf8Locale() : before_(uselocale(utf8())) {}
@@ -60,14 +60,14 @@ Character first_character(std::string_view text) {
     Character character;
     std::mbstate_t state{};
     const std::size_t length = std::mbrtowc(&character.code, text.data(), text.size(), &state);
-    // The library takes the old forms of up to six bytes, too.
+    // The library also accepts the old sequences of up to six bytes.
     if (length > 4 || character.code > highest_code_point) return {};
     character.length = std::max<std::size_t>(length, 1); // a zero byte has the length 0
     character.valid = true;
     return character;
 }
 
-/// Characters that the library does not know count as one column.
+/// Returns the columns of a character. An unknown character counts as one column.
 std::size_t width_of(wchar_t code) {
     const int width = wcwidth(code);
     return width < 0 ? 1 : static_cast<std::size_t>(width);
@@ -131,7 +131,7 @@ std::string fit(std::string_view text, std::size_t width) {
         used += width_of(character.code);
         bytes += character.length;
     }
-    // A wide character that does not fit leaves a blank.
+    // A wide character that does not fit is replaced by a blank.
     return std::string(text.substr(0, bytes)).append(ellipsis) + std::string(width - 1 - used, ' ');
 }
 

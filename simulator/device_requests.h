@@ -11,12 +11,12 @@
 
 namespace zo_sim {
 
-/// Returns the fields of the answer to a request of the role "device", with what is planned for it; nothing if a field
-/// of the request is missing or has a wrong type. [io thread]
+/// Returns the fields of the answer to a request of the role "device", with all planned faults. Empty if a field of the
+/// request is missing or has a wrong type. [io thread]
 std::optional<nlohmann::json> answer_device(DeviceSystem& devices, const std::string& operation,
                                             const nlohmann::json& fields, const RequestPlan& plan);
 
-/// "@0xF005"; "@other" for a group that no service has. [any thread]
+/// Returns a text such as "@0xF005"; "@other" for a group that no service has. [any thread]
 std::string group_text(std::uint32_t group);
 
 } // namespace zo_sim

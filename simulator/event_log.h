@@ -18,8 +18,8 @@ FileTime file_time_now();
 /// Confirmation states on the link.
 enum class Confirmation : std::int32_t { none = 0, waits = 2, confirmed = 3, left_without = 4 };
 
-/// One event of the log. `record.active` says whether the alarm is raised now; `record.uid` and, for alarms,
-/// `record.handle` are its number.
+/// One event of the log. `record.active` says whether the alarm is raised now. Its number is in `record.uid` and, for
+/// alarms, in `record.handle`.
 struct Occurrence {
     std::uint64_t number = 0;
     zo_link::EventRecord record;
@@ -28,7 +28,7 @@ struct Occurrence {
 
 enum class ChangeKind : std::uint8_t { message, raised, cleared, confirmed, database };
 
-/// One change. The state file stores changes in their order, then the clients are notified.
+/// One change. The state file stores changes in their order; then the clients are notified.
 struct Change {
     ChangeKind kind = ChangeKind::message;
     Occurrence occurrence;             // not for database
@@ -48,10 +48,10 @@ enum class Outcome : std::uint8_t {
 /// The logger's log and its active alarms, without files, links or clocks. [one thread at a time]
 class EventLog {
 public:
-    /// With more than `max_size` finished events the oldest quarter is erased. Requires at least 1.
+    /// If the log has more than `max_size` finished events, the oldest quarter is erased. Requires at least 1.
     explicit EventLog(std::size_t max_size);
 
-    /// Restores the content of a state file. The next occurrence gets `next_number` or a higher number.
+    /// Restores the content of a state file. The number of the next occurrence is at least `next_number`.
     void restore(std::vector<Occurrence> occurrences, std::uint64_t next_number);
 
     /// Sets the record's times, states, number and handle. Times increase strictly: a raised time is `now`, or just
@@ -59,10 +59,10 @@ public:
     Outcome raise(zo_link::EventRecord alarm, FileTime now);
     Outcome clear(std::uint64_t handle, FileTime now);
     Outcome confirm(std::uint64_t handle, FileTime now);
-    /// Removes the alarm from the list in any state; clients see it as cleared.
+    /// Removes the alarm from the list in any state. Clients see it as cleared.
     Outcome reset(std::uint64_t handle, FileTime now);
     void send(zo_link::EventRecord message, FileTime now);
-    /// Erases all events but active alarms.
+    /// Erases all events except active alarms.
     void clear_log(std::int32_t reason);
 
     /// Returns the handle of the active alarm with the class, event id and source of `like`; 0 if there is none.
@@ -82,7 +82,7 @@ public:
     std::vector<Occurrence> occurrences() const;
 
 private:
-    // Raised time first, so that the log is in order of time.
+    // The raised time comes first, so the log is in order of time.
     using Key = std::pair<FileTime, std::uint64_t>;
 
     FileTime stamp(FileTime now);

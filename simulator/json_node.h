@@ -19,7 +19,7 @@ namespace zo_sim {
 
 using nlohmann::json;
 
-/// A value of the scenario, with its place in the file for errors.
+/// A value of the scenario, with its place in the file for error texts.
 class Node {
 public:
     Node(const json& value, std::string place) : value_(&value), place_(std::move(place)) {}
@@ -28,7 +28,7 @@ public:
         throw ScenarioError((place_.empty() ? "the scenario" : place_) + ": " + what);
     }
 
-    /// Requires an object with no other members than these.
+    /// Requires an object with no members except these.
     const Node& object(std::initializer_list<const char*> names) const {
         if (!value_->is_object()) fail("must be an object");
         for (const auto& [name, value] : value_->items()) {
@@ -86,7 +86,7 @@ public:
     std::uint32_t u32() const {
         return static_cast<std::uint32_t>(integer(0, std::numeric_limits<std::uint32_t>::max()));
     }
-    /// A number, or its text, which is hexadecimal behind "0x".
+    /// Reads a number, or a text with a number; the prefix "0x" marks hexadecimal.
     std::uint32_t u32_or_text() const {
         if (!is_text()) return u32();
         std::string_view digits = text();

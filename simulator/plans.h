@@ -17,31 +17,31 @@ struct RequestPlan {
     bool truncate = false;
     std::uint32_t missing = 0;                       // bytes fewer than asked for
     std::uint32_t extra = 0;                         // bytes more than asked for
-    std::optional<std::vector<std::uint8_t>> bytes;  // in place of the answer's
-    std::vector<std::shared_ptr<const Verb>> before; // done before the answer
-    std::vector<std::shared_ptr<const Verb>> after;  // done after the answer
+    std::optional<std::vector<std::uint8_t>> bytes;  // replaces the answer's data
+    std::vector<std::shared_ptr<const Verb>> before; // run before the answer
+    std::vector<std::shared_ptr<const Verb>> after;  // run after the answer
 };
 
-/// A request, as plans distinguish them.
+/// The properties of a request that plans distinguish.
 struct RequestKind {
     std::string operation;
     std::optional<std::int32_t> language;
     std::optional<std::uint32_t> group;
 };
 
-/// The faults that `fail`, `slow`, `truncate`, `short`, `long`, `replace`, `during` and `after` plan. [one thread at a
+/// The planned faults of `fail`, `slow`, `truncate`, `short`, `long`, `replace`, `during` and `after`. [one thread at a
 /// time]
 class Plans {
 public:
-    /// Adds one of these verbs; `normal` removes those of its operation, language and group.
+    /// Adds one of these verbs. `normal` removes the verbs of its operation, language and group.
     void add(const Verb& verb);
 
-    /// Returns the plan for a request, and counts it on the verbs with a number of requests. The oldest of several
-    /// codes is used and the others wait; delays add up.
+    /// Returns the plan for a request, and counts the request on verbs with a limited number of requests. If several
+    /// codes are planned, the oldest one is used and the others wait. Delays add up.
     RequestPlan take(const RequestKind& request);
 
 private:
-    std::vector<Verb> verbs_; // `count` requests are left, 0 for always
+    std::vector<Verb> verbs_; // `count` is the number of remaining requests, 0 for all
 };
 
 } // namespace zo_sim

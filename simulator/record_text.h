@@ -15,7 +15,7 @@ namespace zo_sim {
 /// Returns an event record for the state file and for `list`: the map of the link, with the argument block in
 /// hexadecimal digits. [any thread]
 nlohmann::json record_to_text_json(const zo_link::EventRecord& record);
-/// Reads such a record; false if the map is none. [any thread]
+/// Reads such a record. Returns false if the map is not a record. [any thread]
 bool record_from_text_json(nlohmann::json map, zo_link::EventRecord& record);
 
 /// Returns bytes as hexadecimal digits. [any thread]

@@ -40,12 +40,12 @@ struct EventDefinition {
     bool alarm = false;
     std::uint32_t severity = 0;
     bool confirmation = false;
-    std::string source; // key, or empty
+    std::string source; // a key, or empty
     LocalizedText text;
     std::vector<std::string> argument_names;
-    std::vector<Argument> arguments; // one default for each name, of the argument's type
+    std::vector<Argument> arguments; // one default for each name, with the argument's type
     BlockLayout layout = BlockLayout::types_first;
-    std::optional<ArgumentBlock> raw; // replaces the block of the arguments
+    std::optional<ArgumentBlock> raw; // replaces the argument block
     std::optional<std::string> json;
     std::vector<Advice> causes;
     std::vector<Advice> details;
@@ -89,7 +89,8 @@ struct Scenario {
     /// Finds a class by key or by GUID text; null if there is none.
     const EventClass* find_class(std::string_view name) const;
     const EventClass* find_class(const GUID& guid) const;
-    /// Returns the text in that language, in another variant of it (same low ten bits), or in the default language.
+    /// Returns the text in that language. If it is missing, returns another variant of the language (same low ten
+    /// bits), or the default language.
     const std::string& in_language(const LocalizedText& text, std::int32_t language) const;
 };
 
@@ -98,7 +99,7 @@ struct ScenarioError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Reads and checks a scenario; its verbs are checked by the target. Throws ScenarioError. [any thread]
+/// Reads and checks a scenario, except its verbs, which the target checks. Throws ScenarioError. [any thread]
 Scenario parse_scenario(std::string_view json);
 /// Reads a regular file of at most 64 MiB. Throws ScenarioError. [any thread]
 Scenario load_scenario(const std::string& path);

@@ -21,23 +21,23 @@ struct StateError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Reads a state file. Empty if there is no file. Skips half a line at the end; throws StateError for any other damage,
-/// for a file that is no regular one, and for one larger than 1 GiB. [any thread]
+/// Reads a state file. Empty if there is no file. Skips an incomplete last line. Throws StateError for any other
+/// damage, for a file that is not regular, and for a file above 1 GiB. [any thread]
 std::optional<State> load_state(const std::string& path);
 
-/// The log on disk: one JSON object a line. The first line has the instance and the next number. Each other line
-/// replaces the older version of one occurrence, or erases some. Changes are appended; now and then the whole is
-/// written to a new file, which is renamed over the old one. Written data survives the process, not the machine.
-/// [one thread at a time]
+/// The log on disk: one JSON object in each line. The first line has the instance and the next number. Each other line
+/// replaces the older version of one occurrence, or erases some. Changes are appended. From time to time the whole
+/// state is written to a new file, which is renamed over the old one. Written data survives the process, not the
+/// machine. [one thread at a time]
 class StateFile {
 public:
-    /// Locks PATH.lock until its end. Throws StateError if another process has that lock.
+    /// Locks PATH.lock for its lifetime. Throws StateError if another process has that lock.
     explicit StateFile(std::string path);
     ~StateFile();
     StateFile(const StateFile&) = delete;
     StateFile& operator=(const StateFile&) = delete;
 
-    /// Writes the whole state; later changes are appended to it. Throws StateError.
+    /// Writes the whole state. Later changes are appended to it. Throws StateError.
     void rewrite(std::uint64_t instance, const EventLog& log);
     /// Throws StateError.
     void append(const std::vector<Change>& changes);

@@ -26,7 +26,7 @@
 
 namespace zo_sim {
 
-/// In bytes; a longer line of input is an error.
+/// In bytes. A longer line of input is an error.
 inline constexpr std::size_t longest_line = std::size_t{1} << 20;
 
 struct TargetOptions {
@@ -35,19 +35,19 @@ struct TargetOptions {
     std::string state_file; // empty: none
 };
 
-/// One simulated target: the log, the controllers, and the clients, verbs and schedule that change it. All of it runs
-/// on the thread of `io`. A change goes to the state file first, then to the clients.
+/// One simulated target: the log and the controllers, with the clients, verbs and schedule that change them. All of it
+/// runs on the thread of `io`. A change is written to the state file first, then sent to the clients.
 class Target {
 public:
-    /// Get lines without their end: the output of verbs, and the errors of the schedule. [io thread]
+    /// Receive lines without line ends: the output of verbs, and the errors of the schedule. [io thread]
     struct Output {
         std::function<void(const std::string& line)> print;
         std::function<void(const std::string& line)> error;
     };
 
     /// Restores the state or plays the history, then listens and starts the schedule. `quit` stops `io`, which must
-    /// live longer. Throws ScenarioError, StateError or std::runtime_error. A state file that cannot be written later
-    /// throws StateError out of `io.run()`.
+    /// outlive this object. Throws ScenarioError, StateError or std::runtime_error. If the state file cannot be written
+    /// later, `io.run()` throws StateError.
     Target(boost::asio::io_context& io, Scenario scenario, const TargetOptions& options, Output output);
     /// Requires that `io` has stopped.
     ~Target();
@@ -116,7 +116,7 @@ private:
     std::map<std::uint64_t, nlohmann::json> hellos_; // of the accepted sessions, by number
 
     const Clock::time_point start_ = Clock::now();
-    std::vector<std::pair<Verb, std::chrono::milliseconds>> schedule_; // with its period, 0 for once
+    std::vector<std::pair<Verb, std::chrono::milliseconds>> schedule_; // each with its period, 0 for once
     std::set<std::pair<Clock::time_point, std::size_t>> due_;          // index into schedule_
     boost::asio::steady_timer schedule_timer_;
 

@@ -16,10 +16,10 @@ struct TextAnswer {
     nlohmann::json body;
 };
 
-/// Returns whether the operation is one of get_text, class_name, source_name, causes_remedies and details. [any thread]
+/// Returns whether the operation is get_text, class_name, source_name, causes_remedies or details. [any thread]
 bool is_text_operation(const std::string& operation);
 
-/// Answers such an operation from the scenario. `fields` comes from a client. [any thread]
+/// Answers such an operation from the scenario. `fields` are unchecked fields of a client. [any thread]
 TextAnswer answer_text(const Scenario& scenario, const std::string& operation, const nlohmann::json& fields);
 
 } // namespace zo_sim

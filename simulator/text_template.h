@@ -9,13 +9,13 @@
 
 namespace zo_sim {
 
-// Texts with placeholders: "{name}", "{name:2}" for a number with that many decimals (0 to 9), "{{" for a brace.
+// Texts with placeholders: "{name}"; "{name:2}" for a number with two decimals (0 to 9); "{{" for a brace.
 
-/// Checks a text against the names of its event's arguments. Returns the error, empty for a good text. [any thread]
+/// Checks a text against the names of its event's arguments. Returns the error; empty if there is none. [any thread]
 std::optional<std::string> check_template(std::string_view text, std::span<const std::string> names);
 
-/// Replaces placeholders by arguments, `arguments[i]` for `names[i]`, and by "?" for a missing one. Numbers have a
-/// decimal point in every language. [any thread]
+/// Replaces the placeholder `names[i]` by `arguments[i]`, and a missing argument by "?". Numbers have a decimal point
+/// in every language. [any thread]
 std::string fill_template(std::string_view text, std::span<const std::string> names,
                           std::span<const Argument> arguments);
 

@@ -8,8 +8,7 @@
 #include <vector>
 
 /// Writes the blocks in which a controller uploads its symbols and types. Texts are bytes in the controller's code
-/// page, numbers go out little-endian. Nothing is checked but that each length fits its field: hostile entries are
-/// wanted too.
+/// page; numbers are little-endian. Only the length of each field is checked, because tests need malformed entries too.
 namespace zo_sim {
 
 using UploadBytes = std::vector<unsigned char>;
@@ -51,15 +50,15 @@ struct UploadMethod {
 
 struct UploadProperty;
 
-/// A type, or a member, which has no members of its own.
+/// A type or a member. Members have no members of their own.
 struct UploadEntry {
     std::string name;
     std::string type;             ///< base, element or target
     std::uint32_t size = 0;       ///< bytes or bits
     std::uint32_t code = 0x41;    ///< of the type
     std::uint32_t offset = 0;     ///< in the parent, bytes or bits
-    bool counts_bits = false;     ///< size and offset do
-    std::uint32_t type_flags = 0; ///< for the description: bits 3, 8, 9 and 16
+    bool counts_bits = false;     ///< size and offset count bits
+    std::uint32_t type_flags = 0; ///< bits 3, 8, 9 and 16, for the description
     std::vector<UploadDimension> dimensions;
     std::vector<UploadEntry> members;
     UploadAttributes attributes;
@@ -75,11 +74,11 @@ struct UploadProperty {
     std::uint8_t marks = 1; ///< 1 getter, 2 setter
 };
 
-/// Append an entry. Throw `std::length_error` for a text or list that is too long for its field.
+/// Append an entry. Throw `std::length_error` if a text or list is too long for its field.
 void append_symbol(UploadBytes& block, const UploadSymbol& symbol);
 void append_datatype(UploadBytes& block, const UploadEntry& type);
 
-/// The answer that announces both blocks.
+/// Returns the answer that announces both blocks.
 [[nodiscard]] UploadBytes upload_info(const UploadBytes& symbols, std::size_t symbol_count,
                                       const UploadBytes& datatypes, std::size_t datatype_count, std::uint32_t revision,
                                       std::uint32_t code_page = 0);

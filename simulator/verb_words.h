@@ -11,14 +11,14 @@
 
 #include <nlohmann/json.hpp>
 
-/// The words and numbers of a verb's line. Inside the simulator only; all throw VerbError.
+/// The words and numbers of a verb's line. Only for use inside the simulator. All functions throw VerbError.
 namespace zo_sim {
 
 inline std::string in_quotes(std::string_view word) {
     return "'" + std::string(word) + "'";
 }
 
-/// The words of a line. A word, or the value behind its '=', is literal or a JSON string.
+/// The words of a line. A word is literal or a JSON string; so is the value after its '='.
 class Words {
 public:
     explicit Words(std::string_view line) : rest_(line) { skip_spaces(); }
@@ -32,7 +32,7 @@ public:
         end_word();
         return word;
     }
-    /// Takes NAME=VALUE; false, and nothing is taken, if the next word has no '='.
+    /// Reads NAME=VALUE. If the next word has no '=', returns false and reads nothing.
     bool next_assignment(std::string& name, std::string& value) {
         const std::size_t end = rest_.find_first_of(" \t\"=");
         if (end == std::string_view::npos || end == 0 || rest_[end] != '=') return false;
@@ -92,7 +92,7 @@ Number number(Words& words, const char* what, Number lowest, Number highest) {
     return number;
 }
 
-/// Reads a number in decimal or, behind 0x, hexadecimal digits.
+/// Reads a number in decimal digits, or in hexadecimal digits after 0x.
 inline bool read_unsigned(std::string_view word, std::uint32_t& number) {
     const bool hex = word.starts_with("0x");
     return read_number(word.substr(hex ? 2 : 0), number, hex ? 16 : 10);

@@ -49,7 +49,7 @@ enum class VerbKind : std::uint8_t {
     item,
 };
 
-/// The arguments of a verb of a controller. Each member names the kinds that use it.
+/// The arguments of a controller's verb. Each member names the kinds that use it.
 struct DeviceVerb {
     std::uint32_t port = 0;
     std::string path;                                   // peek, poke, step, item
@@ -83,7 +83,7 @@ struct Verb {
     std::uint32_t number = 0;              // short, long: bytes
     std::vector<std::uint8_t> bytes;       // replace
     DeviceVerb device;                     // the verbs of a controller
-    std::string text;                      // the line
+    std::string text;                      // the input line
 };
 
 /// The text names the error in the line.
@@ -94,11 +94,11 @@ struct VerbError : std::runtime_error {
 /// Reads one line. Throws VerbError. [any thread]
 Verb parse_verb(std::string_view line, const Scenario& scenario);
 
-/// Returns whether targets have this operation; the second, whether it is one of the role "device". [any thread]
+/// Both return whether an operation is known: the first for targets, the second for the role "device". [any thread]
 bool is_operation(std::string_view word);
 bool is_device_operation(std::string_view word);
 
-/// Returns whether the verb changes log and alarms only: a history may have it. [any thread]
+/// Returns whether the verb changes only log and alarms. Only such verbs can be in a history. [any thread]
 bool is_logger_verb(const Verb& verb);
 
 } // namespace zo_sim

@@ -12,19 +12,19 @@ namespace ZoHmiFdx {
 class ZO_EXPORT FdxRuntime {
 public:
     FdxRuntime() = default;
-    /// `text` is carried along and compared, nothing else.
+    /// `text` is only stored and compared.
     FdxRuntime(std::string name, NrxAddr address, std::string text);
 
     [[nodiscard]] const std::string& name() const noexcept { return name_; }
     [[nodiscard]] const NrxAddr& address() const noexcept { return address_; }
     [[nodiscard]] const std::string& text() const noexcept { return text_; }
 
-    /// The record was filled in.
+    /// True after the record was filled in.
     [[nodiscard]] bool initialized() const noexcept { return has(initialized_bit); }
     [[nodiscard]] bool enabled() const noexcept { return has(enabled_bit); }
-    /// Only symbols of a whitelist are served.
+    /// The runtime serves only symbols of a whitelist.
     [[nodiscard]] bool uses_whitelisting() const noexcept { return has(whitelisting_bit); }
-    /// A value is read before a part of it is written. On unless it was switched off.
+    /// A write to a part of a value reads the whole value first. On by default.
     [[nodiscard]] bool read_before_write_enabled() const noexcept { return !has(no_read_before_write_bit); }
     [[nodiscard]] bool is_read_only() const noexcept { return has(read_only_bit); }
 
@@ -34,7 +34,7 @@ public:
     void set_read_before_write_enabled(bool on) noexcept { set(no_read_before_write_bit, !on); }
     void set_is_read_only(bool on) noexcept { set(read_only_bit, on); }
 
-    /// Compares both texts, the port and the flags but for `initialized`. A changed net ID goes unseen.
+    /// Compares name, text, port and flags. Ignores the flag `initialized` and the net ID.
     [[nodiscard]] friend bool operator==(const FdxRuntime& left, const FdxRuntime& right) noexcept {
         return left.name_ == right.name_ && left.text_ == right.text_ && left.address_.port == right.address_.port &&
                ((left.flags_ ^ right.flags_) & ~initialized_bit) == 0;

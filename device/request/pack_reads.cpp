@@ -7,7 +7,7 @@ namespace ZoHmiFdx {
 
 namespace {
 
-/// Items in ascending order of size, from which the largest one that fits is taken.
+/// The remaining items in ascending order of size. A search returns the largest item that fits.
 class Stock {
 public:
     explicit Stock(std::span<const std::uint64_t> sizes) : order_(sizes.size()), below_(sizes.size() + 1) {
@@ -19,7 +19,7 @@ public:
         std::iota(below_.begin(), below_.end(), std::size_t{0});
     }
 
-    /// The place behind the largest item of at most `size` bytes, 0 when there is none.
+    /// Returns the place behind the largest remaining item of at most `size` bytes; 0 if there is none.
     std::size_t find(std::uint64_t size) {
         const auto end = std::ranges::upper_bound(sizes_, size);
         return left_at_or_below(static_cast<std::size_t>(end - sizes_.begin()));
@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    /// Follows the places that were taken, and shortens the way for the next search.
+    /// Skips the places that were taken, and shortens the path for the next search.
     std::size_t left_at_or_below(std::size_t place) {
         while (below_[place] != place) {
             below_[place] = below_[below_[place]];
@@ -44,11 +44,11 @@ private:
 
     std::vector<std::size_t> order_;
     std::vector<std::uint64_t> sizes_;
-    std::vector<std::size_t> below_; // by place: itself, or a place below it when the item was taken
+    std::vector<std::size_t> below_; // by place: the place itself, or a lower place once its item was taken
 };
 
-/// Fills one request after the other. `even` takes items near the average that the rest of the request has room for,
-/// so that large and small ones share requests; otherwise the largest that fits is taken.
+/// Fills one request after the other. By default each request takes the largest item that fits. With `even` a request
+/// first takes items near the average size that still fits, so that large and small items share requests.
 Packing pack(std::span<const std::uint64_t> sizes, std::uint64_t max_items, std::uint64_t max_bytes, bool even) {
     Stock stock(sizes);
     Packing packing;

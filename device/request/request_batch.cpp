@@ -88,7 +88,7 @@ void RequestBatch::send_reads(RequestProxy& proxy) {
         if (item.kind != Kind::Read) continue;
         const std::uint64_t size = item.read_length + code_size;
         if (size > max_bytes) {
-            send_single(proxy, item); // fits alone, or answers that it is too large
+            send_single(proxy, item); // succeeds alone, or gets the code for an item that is too large
         } else {
             numbers.push_back(i);
             sizes.push_back(size);
@@ -105,8 +105,8 @@ void RequestBatch::send_reads(RequestProxy& proxy) {
     }
 }
 
-// Writes and read-writes: a run of one kind is cut where the next item would pass a limit, which is the fewest requests
-// that keep the order.
+// Writes and read-writes. A run of one kind is cut where the next item would exceed a limit. This is the smallest
+// number of requests that keeps the order.
 void RequestBatch::send_in_order(RequestProxy& proxy) {
     const RequestLimits& limits = proxy.limits();
     std::vector<std::size_t> run;

@@ -10,16 +10,16 @@
 
 namespace ZoHmiFdx {
 
-/// Any number of reads, writes and read-writes of one target, sent in few requests.
+/// Sends any number of reads, writes and read-writes of one target in few requests.
 ///
-/// Reads go first, in whatever order fills the requests best; one must not depend on a write of the same batch. Writes
-/// and read-writes follow in the order of adding. Each item has an answer of its own: a failure of one hides no other.
-/// Items that a sum cannot carry, and all items of a target without sums, go one by one. One thread at a time.
+/// Reads are sent first, in the order that fills the requests best. No read may depend on a write of the same batch.
+/// Writes and read-writes follow in the order in which they were added. Each item has its own result. An item that does
+/// not fit a sum is sent alone. For a target without sums, all items are sent one by one. One thread at a time.
 class ZO_EXPORT RequestBatch {
 public:
     using View = RequestProxy::View;
 
-    /// Each returns the number of the item, counted from 0. The bytes are copied.
+    /// Returns the number of the item, counted from 0. Copies the bytes.
     std::size_t add_read(std::uint32_t group, std::uint32_t offset, std::uint32_t length);
     std::size_t add_write(std::uint32_t group, std::uint32_t offset, View bytes);
     std::size_t add_read_write(std::uint32_t group, std::uint32_t offset, std::uint32_t read_length, View bytes);
@@ -27,14 +27,14 @@ public:
     [[nodiscard]] std::size_t size() const noexcept { return items_.size(); }
     void clear() noexcept;
 
-    /// Sends all items, and those of an earlier call again. Blocks for as long as the requests take. Throws
+    /// Sends all items, also those that an earlier call sent. Blocks for as long as the requests take. Throws
     /// std::bad_alloc; items that were not sent by then have the code 0x10004B.
     void send(RequestProxy& proxy);
 
-    /// The code of the item; of an item whose request failed as a whole the request's.
+    /// Returns the code of the item. If the whole request failed, the item has the code of the request.
     [[nodiscard]] int code(std::size_t item) const { return items_[item].code; }
-    /// Of a read that succeeded all bytes, of a read-write the bytes that came, else nothing. Valid until the next
-    /// `send`, `clear` or destruction.
+    /// Returns all bytes of a successful read, and the received bytes of a read-write; empty for any other item. Valid
+    /// until the next `send`, `clear` or destruction.
     [[nodiscard]] View bytes(std::size_t item) const { return items_[item].bytes; }
 
 private:
@@ -62,7 +62,7 @@ private:
 
     std::vector<Item> items_;
     RequestProxy::Bytes written_;
-    std::vector<RequestProxy::Bytes> answers_; // what the items' bytes lie in
+    std::vector<RequestProxy::Bytes> answers_; // memory of the items' bytes
 };
 
 } // namespace ZoHmiFdx

@@ -5,7 +5,7 @@
 
 namespace ZoHmiFdx {
 
-/// The most that one request may ask of a target. By default nothing is limited.
+/// The limits of one request to a target. By default there is no limit.
 struct RequestLimits {
     static constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
 

@@ -20,13 +20,13 @@ constexpr std::uint32_t info_by_name_size = 255;
 constexpr std::uint32_t group_product_version = 0xA0;
 constexpr std::uint32_t group_system_id = 0x01010004;
 constexpr std::uint32_t offset_system_id = 1;
-constexpr std::size_t device_name_size = 256; // more than any name; the client is given no size
+constexpr std::size_t device_name_size = 256; // more than any name; the client call takes no size
 
 RequestProxy::View view_of(const ZoHmiSrv::Binary& bytes) {
     return {bytes.data(), bytes.size()};
 }
 
-/// The characters of a name. The terminator lies behind the view, for clients that look for one.
+/// Returns the characters of a name. The terminator follows the view, because some clients look for one.
 RequestProxy::View view_of(const std::string& name) {
     return {reinterpret_cast<const unsigned char*>(name.c_str()), name.size()};
 }
@@ -169,7 +169,7 @@ int RequestProxy::write_data_to(std::uint32_t group, std::uint32_t offset, View 
 RequestProxy::Data RequestProxy::read_write_at(std::uint32_t group, std::uint32_t offset, const ZoHmiSrv::Binary& bytes,
                                                std::uint64_t size) {
     Data data = write_and_read(group, offset, size, view_of(bytes));
-    // The library's own code has no high word to remove.
+    // This library's own code has no high word to remove.
     if (data.second != HMI_FDX_E_REQUEST_TOO_LARGE) data.second = translate_fdx_error_code(data.second, true);
     return data;
 }

@@ -21,7 +21,7 @@ using ZoHmiSrv::ValueType;
 
 constexpr int no_more_routes = 0x716;
 constexpr std::uint32_t group_enumerate_remote = 0x323;
-constexpr std::uint32_t route_count_limit = 65'536; // of the system service: its indices are asked one by one
+constexpr std::uint32_t route_count_limit = 65'536; // of the system service: one request for each index
 constexpr std::uint32_t route_record_limit = 0x600; // bytes
 constexpr std::size_t route_head_size = 44;
 constexpr std::size_t additional_head_size = 24;
@@ -41,7 +41,7 @@ RequestProxy proxy_to(int port, const NrxNetId& target, std::uint16_t service) {
     return {static_cast<unsigned long>(port), NrxAddr{target, service}, RequestLimits(), false, nullptr};
 }
 
-/// A record of the device, read within the bytes that came.
+/// The received bytes of a record of the device. Only `name` checks its range; call `has` before the other functions.
 class Record {
 public:
     explicit Record(RequestProxy::View bytes) : bytes_(bytes) {}
@@ -49,12 +49,12 @@ public:
     bool has(std::uint64_t at, std::uint64_t size) const { return at <= bytes_.size() && size <= bytes_.size() - at; }
     NrxNetId net_id(std::size_t at) const { return copy<NrxNetId>(at); }
     std::uint32_t number(std::size_t at) const { return copy<std::uint32_t>(at); }
-    /// Characters up to the first zero, at most `size`.
+    /// Returns the characters up to the first zero, at most `size`.
     std::string text(std::size_t at, std::size_t size) const {
         const std::string_view field(reinterpret_cast<const char*>(bytes_.data()) + at, size);
         return std::string(field.substr(0, field.find('\0')));
     }
-    /// The name of a field of `length` bytes with its terminator; "?" for one that is empty or does not fit.
+    /// Returns a name of `length` bytes, which count its terminator; "?" if it is empty or does not fit.
     std::string name(std::uint64_t at, std::uint32_t length) const {
         return length > 1 && has(at, length) ? text(at, length - 1) : no_name;
     }
@@ -70,7 +70,7 @@ private:
     RequestProxy::View bytes_;
 };
 
-// The main name is UTF-8 already, the additional ones are not: that is how system services answer.
+// System services send the main name in UTF-8, but not the additional names.
 void append_system_service_record(Value& out, const Record& record) {
     const std::uint64_t name_at = std::uint64_t{route_head_size} + record.number(32);
     const std::uint32_t name_length = record.number(36);

@@ -6,8 +6,8 @@
 
 namespace ZoHmiFdx {
 
-/// Returns what tells this server from others: the current directory, and right behind it the identifier of this
-/// machine's system (upper case), where that can be read. Opens a client port for the call. [any thread]
+/// Returns a text that identifies this server. It is the current directory, directly followed by the system identifier
+/// of this machine (upper case) if that can be read. Opens a client port for the call. [any thread]
 [[nodiscard]] ZO_EXPORT std::string server_id();
 
 } // namespace ZoHmiFdx

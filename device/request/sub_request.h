@@ -5,7 +5,7 @@
 
 namespace ZoHmiFdx {
 
-/// A sub-request of a sum of reads or of writes, as it lies on the wire.
+/// A sub-request of a sum of reads or of writes, in wire format.
 struct FdxReq {
     FdxReq() = default;
     FdxReq(std::uint32_t group, std::uint32_t offset, std::uint32_t bytes)
@@ -16,7 +16,7 @@ struct FdxReq {
     std::uint32_t length = 0; ///< bytes
 };
 
-/// A sub-request of a sum of read-writes, as it lies on the wire.
+/// A sub-request of a sum of read-writes, in wire format.
 struct FdxReqWrite {
     FdxReqWrite() = default;
     FdxReqWrite(std::uint32_t group, std::uint32_t offset, std::uint32_t bytes_read, std::uint32_t bytes_written)

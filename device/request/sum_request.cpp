@@ -32,7 +32,7 @@ void put_number(Bytes& bytes, std::size_t at, std::uint32_t number) {
     std::memcpy(bytes.data() + at, &number, sizeof number);
 }
 
-/// How the sub-requests of one sum group lie on the wire.
+/// The wire format of the sub-requests of one sum group.
 struct Layout {
     std::size_t descriptor_size;
     std::size_t answer_head_size; ///< of each item, in front of all data
@@ -42,7 +42,7 @@ Layout layout_of(std::uint32_t group) {
     return group == group_sum_read_write ? Layout{sizeof(FdxReqWrite), pair_size} : Layout{sizeof(FdxReq), code_size};
 }
 
-/// One sub-request, whatever its sum.
+/// One sub-request of any kind of sum.
 struct SubRequest {
     std::uint32_t index_group = 0;
     std::uint32_t index_offset = 0;
@@ -62,8 +62,8 @@ SubRequest sub_request_at(std::uint32_t group, View descriptors, std::size_t ind
     return {wire.index_group, wire.index_offset, 0, wire.length};
 }
 
-/// The overall code of a single request that stands for a sum: failures of the connection alone. Any other code is the
-/// item's affair.
+/// Returns the overall code for a single request that replaces a sum. Only connection failures count. Any other code
+/// belongs to the item.
 int adopt_req_error_for_fake_sum_req(int code) {
     switch (code) {
     case 0x6:
@@ -77,7 +77,7 @@ int adopt_req_error_for_fake_sum_req(int code) {
     }
 }
 
-/// Gives each item of a sum of reads or writes whose code or data did not come the code 0x705.
+/// Sets the code 0x705 for each read or write whose code or data are missing.
 void mark_missing(std::uint32_t group, View descriptors, std::size_t count, Bytes& bytes, std::size_t came) {
     std::uint64_t data_end = count * code_size;
     for (std::size_t i = 0; i < count && (i + 1) * code_size <= bytes.size(); ++i) {
@@ -89,7 +89,7 @@ void mark_missing(std::uint32_t group, View descriptors, std::size_t count, Byte
     }
 }
 
-/// The same for read-writes, whose returned lengths then add up to the data that came.
+/// Does the same for read-writes. The returned lengths then add up to the received data.
 void fit_returned_lengths(std::size_t count, Bytes& bytes, std::size_t came) {
     std::size_t end = count * pair_size;
     for (std::size_t i = 0; i < count && (i + 1) * pair_size <= bytes.size(); ++i) {
@@ -108,8 +108,8 @@ void fit_returned_lengths(std::size_t count, Bytes& bytes, std::size_t came) {
 
 } // namespace
 
-/// One sum on its way: decides, splits, sends, and joins what came. Halves are views into the caller's buffer; a buffer
-/// is built only for a half that is sent and whose data lie apart from its descriptors.
+/// One sum in progress: splits and sends the sum, and joins the answers. Halves are views into the caller's buffer. A
+/// half gets a new buffer only if it is sent and its data do not directly follow its descriptors.
 class SumRequest {
 public:
     SumRequest(RequestProxy& proxy, std::uint32_t group) : proxy_(proxy), group_(group), layout_(layout_of(group)) {}
@@ -207,7 +207,7 @@ private:
         return code;
     }
 
-    /// Descriptors and data in one run. Only the second half of a sum with data needs a copy.
+    /// Returns descriptors and data in one range. Only the second half of a sum with data needs a copy.
     static View wire_of(const Piece& piece, Bytes& built) {
         if (piece.data.empty()) return piece.descriptors;
         if (piece.descriptors.data() + piece.descriptors.size() == piece.data.data())
@@ -218,7 +218,7 @@ private:
         return built;
     }
 
-    /// The request of a target without sums, answered in the layout of a sum.
+    /// Sends one sub-request to a target without sums. The answer has the layout of a sum.
     int execute_single(const Piece& piece, Answer& answer) {
         const SubRequest item = sub_request_at(group_, piece.descriptors, 0);
         if (item.write_length > piece.data.size()) {
@@ -268,7 +268,7 @@ private:
         answer.bytes = std::move(bytes);
     }
 
-    /// The codes of all pieces, then the data of all.
+    /// Returns the codes of all pieces, then the data of all pieces.
     Bytes join() {
         if (answers_.empty()) return {};
         if (answers_.size() == 1) return std::move(answers_.front().bytes);
@@ -291,7 +291,7 @@ private:
     const std::uint32_t group_;
     const Layout layout_;
     std::vector<Answer> answers_;
-    bool malformed_ = false; // what the descriptors say does not fit the buffer
+    bool malformed_ = false; // the descriptors contradict the size of the buffer
 };
 
 RequestProxy::Data RequestProxy::do_multiple_reads(unsigned long n, View bytes, std::uint64_t read_length) {
@@ -339,8 +339,8 @@ void RequestProxy::dont_use_write_mask(unsigned long n, std::span<unsigned char>
         std::memcpy(bytes.data() + i * sizeof(FdxReq), &group, sizeof group);
 }
 
-// The loop tests behind the reading, against a bound that counts codes where the position counts bytes: so it sees a
-// quarter of the list. Callers depend on it.
+// The bound counts codes, but the position counts bytes. So the loop tests only a quarter of the list, and always at
+// least one code. Callers depend on it.
 bool RequestProxy::contains_error_code(View bytes, int code) {
     if (bytes.size() < code_size) return false;
     std::size_t at = 0;

@@ -9,13 +9,13 @@
 
 namespace ZoHmiFdx {
 
-/// The record of one symbol. Records that several threads see are replaced, never changed.
+/// The record of one symbol. A record that several threads share is replaced, never changed.
 class ZO_EXPORT SymbolInfo {
 public:
-    /// Values of `handle_state`; any other one means that no handle was asked for.
+    /// Values of `handle_state`. Any other value means that no handle was requested.
     static constexpr std::uint8_t handle_valid = 2;
     static constexpr std::uint8_t handle_failed = 3;
-    static constexpr std::uint8_t handle_failed_as_target = 4; ///< the path was asked as the target of a pointer
+    static constexpr std::uint8_t handle_failed_as_target = 4; ///< the path was requested as the target of a pointer
 
     std::uint32_t handle = 0;
     std::uint32_t index_group = 0;
@@ -26,9 +26,10 @@ public:
     std::uint8_t handle_state = 0;
 
     [[nodiscard]] bool is_valid_handle() const noexcept { return handle_state == handle_valid && handle != 0; }
-    /// A code of the device or of this library; 0 for a symbol with a handle.
+    /// Returns a code of the device or of this library; 0 for a symbol with a handle.
     [[nodiscard]] std::int32_t get_handle_error() const noexcept;
-    /// False when the device said that it does not know the symbol. `second_kind` asks for the target of a pointer.
+    /// Returns false if the device answered that it does not know the symbol. `second_kind` refers to a request for the
+    /// target of a pointer.
     [[nodiscard]] bool fetch_handle_worth_trying(bool second_kind) const noexcept;
 
     [[nodiscard]] const std::string& datatype_without_dialect() const noexcept { return datatype_without_dialect_; }
@@ -39,11 +40,11 @@ private:
 
 public:
     std::string method_name;
-    std::uint32_t data_type = 0; ///< the device's code of the type
+    std::uint32_t data_type = 0; ///< the device's type code
     std::string comment;
     bool is_toplayer_field = false;
 
-    /// The text of `method_name` behind the last "#", up to the first dereference operator.
+    /// Returns the part of `method_name` after the last "#", up to the first dereference operator.
     [[nodiscard]] std::string method_name_without_dereference_operators() const;
 };
 

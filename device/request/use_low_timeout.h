@@ -4,7 +4,8 @@
 
 namespace ZoHmiFdx {
 
-/// Gives a client port another timeout for a scope. A saved timeout of 0 or less is not restored. [any thread]
+/// Sets another timeout for a client port for the lifetime of this object. Does not restore a saved timeout of 0 or
+/// less. [any thread]
 class ZO_EXPORT UseLowTimeout {
 public:
     UseLowTimeout(unsigned port, int milliseconds);

@@ -24,7 +24,7 @@ enum EntryFlags : std::uint32_t {
     has_properties = 0x8000,
 };
 
-/// The bits of an entry that go into a description.
+/// Bits of an entry that a description uses.
 constexpr std::uint32_t description_flags = std::uint32_t(DatatypeFlags::Initial) |
                                             std::uint32_t(DatatypeFlags::BitArray) |
                                             (DatatypeFlags::SizeZeroAllowed | DatatypeFlags::Union);
@@ -32,7 +32,7 @@ constexpr std::uint32_t max_count = 1u << 31;
 constexpr std::uint8_t getter_mark = 1;
 constexpr std::uint8_t setter_mark = 2;
 
-/// The fields that types, members and properties share.
+/// Fields of types, members and properties.
 struct DatatypeHead {
     std::uint32_t for_description;
     std::uint32_t offset;
@@ -47,7 +47,7 @@ struct DatatypeHead {
 
     [[nodiscard]] bool has(EntryFlags flag) const noexcept { return (flags & flag) != 0; }
     [[nodiscard]] std::uint32_t size_in_bytes() const noexcept { return size_in_full_bytes(flags, size); }
-    /// From the start of the parent.
+    /// Bytes from the start of the parent.
     [[nodiscard]] std::uint64_t end_in_bits() const noexcept {
         return (std::uint64_t{offset} + size) * (has(size_in_bits) ? 1 : 8);
     }
@@ -84,7 +84,7 @@ ArrayInfo read_dimensions(EntryReader& reader, unsigned count, const std::string
     return {std::move(dimensions), element};
 }
 
-/// A member or property: an entry whose own parts count for nothing but its attributes.
+/// Reads a member or property. Of its own parts, only the attributes count.
 struct MemberEntry {
     DatatypeHead head;
     Attributes attributes;
@@ -181,7 +181,8 @@ void read_properties(EntryReader& reader, int code_page, std::vector<PropertyIte
     }
 }
 
-/// By name, then by type name, where the device calls a type composite that is none.
+/// Corrects the code by name, then by type name. The device sends a composite code for some types that are not
+/// composite.
 std::uint32_t amended_code(const DatatypeDescription& type, std::uint32_t code) {
     const unsigned by_name = amend_fdx_datatype(type.size, type.item_name.c_str(), code);
     return amend_fdx_datatype(type.size, type.type_name.c_str(), by_name);

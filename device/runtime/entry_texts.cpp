@@ -8,7 +8,7 @@ namespace ZoHmiFdx {
 
 namespace {
 
-/// Calls `take(name, value)` for each attribute that is complete.
+/// Calls `take(name, value)` for each complete attribute.
 template <class Take>
 void for_each_attribute(EntryReader& reader, Take take) {
     const auto count = reader.number<std::int16_t>();
@@ -25,7 +25,7 @@ void for_each_attribute(EntryReader& reader, Take take) {
 } // namespace
 
 std::string entry_text(std::string_view text, int code_page) {
-    // Nearly all texts are ASCII, which all code pages share.
+    // Nearly all texts are ASCII, which is the same in all code pages.
     const bool is_ascii = std::ranges::all_of(text, [](char c) { return (static_cast<unsigned char>(c) & 0x80) == 0; });
     return is_ascii ? std::string(text) : to_utf8(std::string(text), code_page);
 }

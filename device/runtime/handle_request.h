@@ -7,12 +7,12 @@
 
 namespace ZoHmiFdx {
 
-/// A path whose handle is wanted, and the answer.
+/// A request for the handle of a path, and its answer.
 struct HandleRequest {
     UniqueFdxPath path;
     bool as_target = false; ///< the path is the target of a pointer
     ZoHmiSrv::ExtensionResult result;
-    std::uint32_t handle = 0; ///< 0 for a failure
+    std::uint32_t handle = 0; ///< 0 on failure
 };
 
 } // namespace ZoHmiFdx

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int handle_is_unknown = 0x711;
 
-/// One call of `fetch_handles`: known handles are answered at once, the others are fetched in one batch.
+/// One call of `fetch_handles`. Known handles are answered at once; one batch fetches the others.
 class Fetch {
 public:
     Fetch(RuntimeEntry& entry, RuntimeConfig& config, std::span<HandleRequest> requests, const StateOptions& options)
@@ -120,7 +120,7 @@ private:
                 device_failure(is_error(code) ? code : HMI_FDX_E_INVALID_SYMBOL_HANDLE, request.path.str());
         }
     }
-    /// Known handles are as stale as those that were asked for.
+    /// A failure applies to known handles too: they are as stale as the new ones.
     void answer_all(const ExtensionResult& result) {
         for (HandleRequest& request : requests_) {
             if (is_error(request.result)) continue;

@@ -12,19 +12,19 @@
 
 namespace ZoHmiFdx {
 
-/// Values behind shared pointers by path, of which the oldest are evicted. Its lock is a leaf. [any thread]
+/// A map from path to shared pointer that evicts its oldest entries. Its lock is a leaf. [any thread]
 template <class Key, class Value>
 class LimitedConcurrentMap {
 public:
     using Pointer = std::shared_ptr<const Value>;
 
-    /// Null when there is no entry.
+    /// Returns null if there is no entry.
     [[nodiscard]] Pointer get(const Key& key) const {
         const ZoHmiSrv::MutexLock lock(mutex_);
         const auto found = entries_.find(key);
         return found == entries_.end() ? nullptr : found->second;
     }
-    /// Enters or replaces the value; a replaced one keeps its age.
+    /// Adds or replaces the value. A replaced entry keeps its age.
     void set(const Key& key, Pointer value) {
         const ZoHmiSrv::MutexLock lock(mutex_);
         const auto [entry, is_new] = entries_.try_emplace(key);

@@ -71,12 +71,12 @@ std::vector<LookupTrie::Node> LookupTrie::children_in_any_case(Node parent, std:
     return found;
 }
 
-/// Takes the parts of a path one by one.
+/// Walks over the parts of a path one by one.
 class LookupTrie::Walk {
 public:
     explicit Walk(const LookupTrie& trie) noexcept : trie_(trie) { hits_[0].add(trie.symbols()); }
 
-    /// False when the walk has ended.
+    /// Returns false when the walk has ended.
     bool step(std::string_view part) noexcept {
         const Hits& from = hits_[current_];
         Hits& found = hits_[1 - current_];
@@ -97,7 +97,7 @@ public:
 private:
     struct Hits {
         std::array<Node, max_hits> nodes;
-        unsigned count = 0; // one more than there is room for where nodes are missing
+        unsigned count = 0; // `max_hits` + 1 if some hits are missing
 
         void add(Node node) noexcept {
             const unsigned known = std::min(count, max_hits);
@@ -148,8 +148,8 @@ Mark mark_at(std::string_view text, std::size_t at) noexcept {
     return at < text.size() ? marks[static_cast<unsigned char>(text[at])] : Mark::Separator;
 }
 
-/// The end of the operators and groups at `at`; npos where they are not those of a well-formed part. The content of
-/// groups belongs to the path's exact spelling alone; in a sanitized path all groups are empty.
+/// Returns the end of the operators and groups at `at`; npos if they are malformed. Only an exact path has content in
+/// its groups. In a sanitized path all groups are empty.
 std::size_t end_of_marks(std::string_view text, std::size_t at, bool groups_are_empty) noexcept {
     for (;;) {
         switch (mark_at(text, at)) {
@@ -170,7 +170,7 @@ std::size_t end_of_marks(std::string_view text, std::size_t at, bool groups_are_
     }
 }
 
-/// Calls `step` with each part of a path, without its marks. False for a path that has to be reduced first.
+/// Calls `step` with each part of a path, without its marks. Returns false if the path must be reduced first.
 template <class Step>
 bool for_each_part(std::string_view text, bool groups_are_empty, Step step) {
     for (std::size_t start = 0;;) {

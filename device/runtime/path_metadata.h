@@ -5,7 +5,7 @@
 
 namespace ZoHmiFdx {
 
-/// One path in all its spellings. Made once and then only read, since threads share it.
+/// One path in all its spellings. Threads share it, so it is constant after its creation.
 class ZO_EXPORT PathMetadata {
 public:
     PathMetadata() = default;
@@ -16,7 +16,7 @@ public:
     [[nodiscard]] const SanitizedUniqueFdxPath& sanitized() const noexcept { return sanitized_; }
     [[nodiscard]] const LookupFdxPath& lookup() const noexcept { return lookup_; }
 
-    /// Empties all spellings.
+    /// Clears all spellings.
     void reset() noexcept;
 
 private:

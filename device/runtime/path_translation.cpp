@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::size_t max_spellings = 64;
 
-/// Finds the stored symbols that a text may begin with, shortest first, and walks on from each until one leads to the
-/// end of the text.
+/// Finds the stored symbols that begin a text, shortest first. Walks on from each until one walk reaches the end of the
+/// text.
 class Translation {
 public:
     Translation(RuntimeConfig& config, std::string_view text)
@@ -36,7 +36,7 @@ public:
     }
 
 private:
-    /// A beginning of the text in the spelling of the tables.
+    /// The start of the text, in the spelling of the tables.
     struct Prefix {
         LookupTrie::Node node;
         std::string text;
@@ -73,7 +73,7 @@ private:
         }
         return longer;
     }
-    /// No value where the walk does not find its way.
+    /// Returns no value if the walk fails.
     std::optional<TranslatePathResult> walk_from(const std::string& prefix, std::size_t end, Spelling spelling) {
         const auto symbol = config_.symbols().get(prefix);
         if (!symbol) return std::nullopt;

@@ -22,7 +22,8 @@ constexpr char folded(char c) noexcept {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-/// The item with this name; failing that, where the case may differ, the first whose letters are the same.
+/// Returns the item with this name. If there is none and the case may differ, returns the first match without regard to
+/// case.
 template <class Items>
 auto find_item(const Items& items, std::string_view name, Spelling spelling) {
     auto found = std::ranges::find_if(items, [&](const auto& item) { return item.name() == name; });
@@ -33,7 +34,7 @@ auto find_item(const Items& items, std::string_view name, Spelling spelling) {
 }
 
 const SubItem* find_member(const Datatype& type, std::string_view name, Spelling spelling) {
-    // Exact names have an index in large types.
+    // Large types have an index of exact names.
     if (const auto exact = type.find_subitem(std::string(name)); exact != type.subitems().end()) return &*exact;
     if (const SubItem* const member = find_item(type.subitems(), name, spelling)) return member;
     return find_item(type.property_items(), name, spelling);
@@ -117,7 +118,7 @@ bool PathWalk::step_to_method() {
 }
 
 bool PathWalk::step_to_element() {
-    // Adjacent groups count together: "[1][2]" is "[1,2]".
+    // Adjacent groups count together: "[1][2]" equals "[1,2]".
     std::vector<std::int64_t> indices;
     do {
         const std::size_t close = text_.find(']', at_);
@@ -155,7 +156,7 @@ bool PathWalk::take_dimensions(const std::vector<std::int64_t>& indices) {
 }
 
 bool PathWalk::step_to_target() {
-    // Only names: the operator in the text stands for the pointer itself.
+    // Resolves names only: the operator in the text belongs to the pointer itself.
     const auto named = resolve_type(config_, path_, *type_, false, false, ResolveSettings::Names);
     if (is_error(named.result)) return fail(named.result.code(), "Recursive type");
     if (named.type) type_ = named.type;
@@ -163,7 +164,7 @@ bool PathWalk::step_to_target() {
     if (!type_->is_indirection_strict() || type_->is_reference() != is_reference)
         return fail(HMI_FDX_E_INVALID_SYMBOL_TYPE,
                     is_reference ? "Symbol is not a reference" : "Symbol is not a pointer");
-    // A name may stand for several indirections at once; the text need not spell all of them.
+    // One name may resolve to several indirections. The text may omit some of their operators.
     for (const char needed : dereference_operators_of(*type_)) {
         path_.append_indices_and_dereference_operators(std::string(1, needed));
         if (at_ < text_.size() && text_[at_] == needed) ++at_;

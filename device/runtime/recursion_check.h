@@ -8,11 +8,11 @@
 
 namespace ZoHmiFdx {
 
-/// The keys that a recursive walk is working on. One thread at a time.
+/// The keys of a recursive walk in progress. One thread at a time.
 template <class Key>
 class RecursionCheck {
 public:
-    /// Enters the key; returns whether it was there already, which means that the walk came back to it.
+    /// Adds the key. Returns true if it was already there: the walk has come back to it.
     bool enter(const Key& key) { return !keys_.insert(key).second; }
     void leave(const Key& key) { keys_.erase(key); }
     [[nodiscard]] bool contains(const Key& key) const { return keys_.contains(key); }
@@ -21,11 +21,11 @@ private:
     std::set<Key, std::less<>> keys_;
 };
 
-/// Where a walk over lookup tables stands.
+/// The position of a walk over lookup tables.
 struct RecursionInfo {
-    LookupFdxPath path; ///< reached so far
+    LookupFdxPath path; ///< the path reached so far
     LookupFlag asked = LookupFlag::None;
-    LookupFlag answered = LookupFlag::None; ///< those of `asked` that are decided
+    LookupFlag answered = LookupFlag::None; ///< the flags of `asked` that are decided
 };
 
 } // namespace ZoHmiFdx

@@ -16,7 +16,7 @@ bool has(ResolveSettings settings, ResolveSettings setting) {
     return (std::uint32_t(settings) & std::uint32_t(setting)) != 0;
 }
 
-/// The deduced flags of the types that a resolve with these settings goes through.
+/// Returns the deduced flags of the types that a resolve with these settings follows.
 std::uint32_t deduced_flags(ResolveSettings settings, bool follow_indirections) {
     using enum DatatypeFlags;
     std::uint32_t flags = 0;
@@ -29,7 +29,7 @@ std::uint32_t deduced_flags(ResolveSettings settings, bool follow_indirections) 
     return flags;
 }
 
-/// A pointer or reference that the settings leave alone.
+/// Returns whether the settings do not follow this pointer or reference.
 bool stays(const Datatype& type, ResolveSettings settings) {
     return type.is_indirection_strict() &&
            !has(settings, type.is_reference() ? ResolveSettings::Reference : ResolveSettings::Pointer);
@@ -42,7 +42,7 @@ TypePointer void_type(const RuntimeConfig& config) {
     return std::make_shared<const Datatype>(std::move(description));
 }
 
-/// Not analysed: the compiler cannot follow a lock whose state is an argument.
+/// Without analysis: the compiler cannot track a lock whose state is an argument.
 TypePointer find(RuntimeConfig& config, const std::string& name, bool mutex_held) ZO_NO_THREAD_SAFETY_ANALYSIS {
     return mutex_held ? find_or_infer_not_locking(config, name) : find_or_infer(config, name);
 }
@@ -69,7 +69,7 @@ ResolveResult<Path> resolve_type(RuntimeConfig& config, const Path& path, const 
         resolved.result = text;
         resolved.type = void_type(config);
     };
-    RecursionCheck<TypePointer> passed; // keeps them, so that no other type gets the place of one
+    RecursionCheck<TypePointer> passed; // keeps the types alive, so that no address is reused
     const Datatype* current = &type;
     for (std::size_t step = 0; step < limit && (current->flags() & mask) != 0 && !stays(*current, settings); ++step) {
         if (step == max_steps || (resolved.type && passed.enter(resolved.type))) {

@@ -9,7 +9,7 @@
 
 namespace ZoHmiFdx {
 
-/// The types that resolving goes through, one bit each.
+/// The types that a resolve follows, one bit each.
 enum class ResolveSettings : std::uint32_t {
     StructAlias = 1,
     AliasOfAlias = 2,
@@ -21,20 +21,20 @@ enum class ResolveSettings : std::uint32_t {
     AllButEnumAliases = Names | Pointer | Reference,
 };
 
-/// How `State::datatype` gets a type; both bits together ask the table first.
+/// The source of a type for `State::datatype`. With both bits, the table comes first.
 enum class DatatypeStorage : std::uint32_t {
     Table = 1,
-    Infer = 2, ///< from the name; the outcome is stored
+    Infer = 2, ///< from the name; the result is stored
     Both = 3,
 };
 
 template <class Path>
 struct ResolveResult {
     ZoHmiSrv::ExtensionResult result;
-    std::shared_ptr<const Datatype> type; ///< null: the type stands for itself; never null for a failure
-    Path path;                            ///< with the operators of the pointers and references on the way
-    Attributes attributes;                ///< of all types that were reached
-    bool only_names = true;               ///< no pointer or reference was on the way
+    std::shared_ptr<const Datatype> type; ///< null: the type stands for itself; never null on failure
+    Path path;                            ///< with the operators of the followed pointers and references
+    Attributes attributes;                ///< of all followed types
+    bool only_names = true;               ///< no pointer or reference was followed
 };
 
 } // namespace ZoHmiFdx

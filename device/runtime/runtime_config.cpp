@@ -103,7 +103,7 @@ bool RuntimeConfig::is_topmost_layer_by_path(const UniqueFdxPath& path, bool onl
         const auto fetched = is_own_record_.find(prefix);
         return fetched == is_own_record_.end() || !fetched->second;
     };
-    // The name of a global path's first part is empty, and no symbol has it.
+    // The first part of a global path is empty, and no symbol has an empty name.
     for (std::size_t end = text.find_first_of("#.[", 1); end < text.size(); end = text.find_first_of("#.[", end + 1))
         if (is_part_of_the_way(text.substr(0, end))) return false;
     return true;

@@ -25,11 +25,11 @@ namespace ZoHmiFdx {
 
 class LookupTrie;
 
-/// Everything that is known about one runtime between two online changes. Records are constants behind shared pointers.
-/// A config that a refresh replaced stays as it is: users that took the pointer go on with it.
+/// All data of one runtime between two online changes. Records are constants behind shared pointers. A refresh replaces
+/// the config; users of the old one can still use it, unchanged.
 ///
-/// Locks, outer to inner: symbol mutex, datatype mutex, lookup mutex; the tables' own locks are leaves. No request is
-/// made under any of them. [any thread]
+/// Locks, outer to inner: symbol mutex, datatype mutex, lookup mutex. The locks of the tables are leaves. No request is
+/// sent under any of them. [any thread]
 class ZO_EXPORT RuntimeConfig {
 public:
     using Symbols = SharedLookupTable<UniqueFdxPath, const SymbolInfo, true>;
@@ -48,17 +48,17 @@ public:
     void set_runtime_initialized();
     [[nodiscard]] std::string unique_config_revision() const;
     void set_unique_config_revision(std::string text);
-    /// Of the upload that the config was filled with.
+    /// The announcement of the upload that filled the config.
     [[nodiscard]] UploadInfo upload_info() const;
     void set_upload_info(const UploadInfo& info);
     [[nodiscard]] int code_page() const;
-    /// Bytes of a pointer or reference, 8 unless the upload shows another size.
+    /// Bytes of a pointer or reference: 8, unless the upload has another size.
     [[nodiscard]] int pointer_size() const noexcept { return pointer_size_; }
     void set_pointer_size(int bytes) noexcept { pointer_size_ = bytes; }
     /// @}
 
     /// @name Records
-    /// Lock the mutex to read a table and write it in one step. Single operations need no mutex.
+    /// Lock the mutex to read and write a table in one step. Single operations need no mutex.
     /// @{
     [[nodiscard]] Symbols& symbols() noexcept { return symbols_; }
     [[nodiscard]] const Symbols& symbols() const noexcept { return symbols_; }
@@ -69,31 +69,31 @@ public:
         return datatype_mutex_;
     }
     [[nodiscard]] PathResults& path_results() noexcept { return path_results_; }
-    /// The types as they were uploaded.
+    /// The types as uploaded.
     [[nodiscard]] const Datatypes& unmodified_upload_info() const noexcept { return unmodified_; }
     void backup_unmodified_upload_info();
 
-    /// The type under the empty name. With `create` it is stored where it is missing, else the result is null.
+    /// Returns the type with the empty name. If it is missing: with `create` creates it, else returns null.
     std::shared_ptr<const Datatype> dummy_void_type(bool create);
 
-    /// The symbol is stored with a valid handle.
+    /// Returns whether the symbol is stored with a valid handle.
     [[nodiscard]] bool handle_already_fetched(const UniqueFdxPath& path) const;
-    /// The symbol is marked as one of the top layer.
+    /// Returns whether the symbol is marked as part of the top layer.
     [[nodiscard]] bool is_toplayer_field(const UniqueFdxPath& path) const;
-    /// No stored symbol is a part of the way to this one. With `only_real`, symbols count that were uploaded or hold a
-    /// handle.
+    /// Returns whether no stored symbol is a parent of this path. With `only_real`, only symbols count that were
+    /// uploaded or have a handle.
     [[nodiscard]] bool is_topmost_layer_by_path(const UniqueFdxPath& path, bool only_real) const;
     /// @}
 
     /// @name Paths
-    /// Unknown paths are in no table: on a runtime with a whitelist they are not hidden. Tables that are rebuilt are
-    /// replaced in one step.
+    /// Unknown paths are in no table, so a whitelist does not hide them. Rebuilt tables replace the old ones in one
+    /// step.
     /// @{
-    /// A copy of one of the tables.
+    /// Returns a copy of one of the tables.
     [[nodiscard]] LookupTable get_lookup_table(LookupFlag flag) const;
-    /// Throws `std::runtime_error` for a flag that names no table, unless the path is empty.
+    /// Throws `std::runtime_error` if the flag names no table and the path is not empty.
     [[nodiscard]] bool is_in_lookup_table(LookupFlag flag, const LookupFdxPath& path) const;
-    /// All tables that the path is in.
+    /// Returns all tables that contain the path.
     [[nodiscard]] LookupFlag tables_of(const UniqueFdxPath& path) const;
     [[nodiscard]] bool is_readonly(const UniqueFdxPath& path) const;
     [[nodiscard]] bool is_readonly(const SanitizedUniqueFdxPath& path) const;
@@ -108,12 +108,12 @@ public:
 
     /// @name Handles
     /// @{
-    /// Stores the outcome of fetching a handle. A path that was not uploaded gets a record of its own. Returns the
-    /// valid handles that were dropped so that at most `max_paths` paths keep one, the oldest first.
+    /// Stores the result of a handle request. A path that was not uploaded gets its own record. If more than
+    /// `max_paths` paths have a handle, evicts the oldest ones. Returns the valid handles that were dropped.
     std::vector<int> store_handle(const UniqueFdxPath& path, const SymbolInfo& outcome, std::size_t max_paths);
-    /// Forgets the handle of a path, if it is this one.
+    /// Drops the handle of a path if it equals `handle`.
     void drop_handle(const UniqueFdxPath& path, std::uint32_t handle);
-    /// Forgets all handles and returns the valid ones.
+    /// Drops all handles and returns the valid ones.
     std::vector<int> take_handles();
     /// @}
 
@@ -131,7 +131,7 @@ private:
     bool is_readonly_path(const Path& path) const;
     template <class Path>
     bool is_hidden_path(const Path& path) const;
-    /// Replaces the record of `path`; a record of its own that has nothing left to say goes.
+    /// Removes the handle from the record of `path`. Erases a record that exists only for the handle.
     int forget_handle(const UniqueFdxPath& path) ZO_REQUIRES(symbol_mutex_);
 
     Symbols symbols_;
@@ -149,7 +149,7 @@ private:
 
     std::atomic<int> pointer_size_ = 8;
     PathResults path_results_;
-    /// Paths whose handles were fetched, oldest first; true for those with a record of their own.
+    /// Paths whose handles were fetched, oldest first. The value is true if the path has its own record.
     std::deque<UniqueFdxPath> fetched_ ZO_GUARDED_BY(symbol_mutex_);
     std::unordered_map<UniqueFdxPath, bool, FdxPathHash, FdxPathEqual> is_own_record_ ZO_GUARDED_BY(symbol_mutex_);
 };

@@ -42,7 +42,7 @@ ExtensionResult RuntimeEntry::configure(const FdxRuntime& runtime, const StateOp
         fresh = std::make_shared<RuntimeConnection>(runtime.address(), options);
         if (!fresh->valid()) return device_failure(FDX_PORT_NOT_OPEN, name_);
     }
-    // Ports are closed behind the unlock.
+    // Ports close after the unlock.
     std::shared_ptr<RuntimeConnection> old;
     const MutexLock lock(mutex_);
     const bool moved = phase_ != Phase::NotConfigured && description_.address() != runtime.address();
@@ -181,7 +181,8 @@ ExtensionResult RuntimeEntry::Refresh::conclude(const ExtensionResult& result, c
         entry_.info_.symbols = fresh->symbols().size();
         entry_.info_.datatypes = fresh->datatypes().size();
     }
-    // A handle that went stale since the info was read asks for one more refresh.
+    // Corrects the code by name, then by type name. The device sends a composite code for some types that are not
+    // composite.
     if (fresh || stale_notes_ == entry_.stale_notes_) entry_.stale_ = false;
     entry_.phase_ = Phase::Ready;
     return result;

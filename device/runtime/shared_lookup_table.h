@@ -16,15 +16,15 @@ namespace ZoHmiFdx {
 template <class Key, class Value, bool shared_pointers>
 class SharedLookupTable;
 
-/// Records behind shared pointers, by a text key (a path or a string). Every operation is atomic for itself; a record
-/// is replaced, never changed. Each shard has a lock, a leaf under which nothing is called but the function of
-/// `for_each`. [any thread]
+/// Records behind shared pointers, with a text key (a path or a string). Each operation is atomic. A record is
+/// replaced, never changed. Each shard has a lock, which is a leaf. Under it, only the function of `for_each` is
+/// called. [any thread]
 template <class Key, class Value>
 class SharedLookupTable<Key, Value, true> {
 public:
     using Pointer = std::shared_ptr<Value>;
 
-    /// Null when there is no record.
+    /// Returns null if there is no record.
     [[nodiscard]] Pointer get(std::string_view key) const {
         Shard& shard = shard_of(key);
         const ZoHmiSrv::MutexLock lock(shard.mutex);
@@ -46,13 +46,13 @@ public:
     void set(const Key& key, Pointer pointer) { set_impl_ptr(key, std::move(pointer)); }
     /// Stores a copy.
     void set_impl(const Key& key, const Value& value) { set_impl_ptr(key, std::make_shared<Value>(value)); }
-    /// Replaces the record, or enters it.
+    /// Adds or replaces the record.
     void set_impl_ptr(const Key& key, Pointer pointer) {
         Shard& shard = shard_of(text_of(key));
         const ZoHmiSrv::MutexLock lock(shard.mutex);
         shard.records.insert_or_assign(key, std::move(pointer));
     }
-    /// Enters an empty record where there is none; returns the record.
+    /// Adds an empty record if there is none. Returns the record.
     Pointer set_default_construct_impl(const Key& key) {
         Shard& shard = shard_of(text_of(key));
         const ZoHmiSrv::MutexLock lock(shard.mutex);
@@ -60,7 +60,7 @@ public:
         if (!pointer) pointer = std::make_shared<Value>();
         return pointer;
     }
-    /// Enters the record unless there is one; returns whether it did.
+    /// Adds the record if there is none. Returns whether it did.
     bool add(Key key, Pointer pointer) {
         Shard& shard = shard_of(text_of(key));
         const ZoHmiSrv::MutexLock lock(shard.mutex);
@@ -92,8 +92,8 @@ public:
             shard.records.clear();
         }
     }
-    /// Calls `visit(key, pointer)` for each record, with the lock of its shard locked: `visit` must not use this table.
-    /// The order is any.
+    /// Calls `visit(key, pointer)` for each record, in any order. The lock of the shard is locked, so `visit` must not
+    /// use this table.
     template <class Visit>
     void for_each(Visit visit) const {
         for (Shard& shard : *shards_) {
@@ -102,7 +102,7 @@ public:
                 visit(key, pointer);
         }
     }
-    /// The same; `visit` may put another pointer in the place of the one that it is given.
+    /// Does the same, but `visit` may replace the pointer.
     template <class Visit>
     void update_each(Visit visit) {
         for (Shard& shard : *shards_) {
@@ -111,7 +111,7 @@ public:
                 visit(key, pointer);
         }
     }
-    /// A copy of all records.
+    /// Returns a copy of all records.
     [[nodiscard]] std::vector<std::pair<Key, Pointer>> snapshot() const {
         std::vector<std::pair<Key, Pointer>> records;
         records.reserve(size());

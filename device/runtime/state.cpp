@@ -97,7 +97,7 @@ ExtensionResult State::add_datatype(const Runtime& runtime, View entry) {
 }
 
 void State::update_attributes_based_on_symbol_entry(const Runtime& runtime, View entry) {
-    // The answer is filled up with zeros, or cut.
+    // The answer is padded with zeros, or truncated.
     std::uint32_t length = 0;
     if (entry.size() >= sizeof length) std::memcpy(&length, entry.data(), sizeof length);
     entry = entry.first(std::min<std::size_t>(length, entry.size()));

@@ -9,13 +9,13 @@
 
 namespace ZoHmiFdx {
 
-/// The translation of a client's path. A failure has a result and nothing else.
+/// The translation of a client's path. On failure, only `result` is set.
 struct TranslatePathResult {
     ZoHmiSrv::ExtensionResult result;
     PathMetadata path;
-    std::string type_name;        ///< without dialect; of a method the type that it returns
-    Attributes attributes;        ///< of the last part alone
-    std::string method_name;      ///< empty for a path that is no method
+    std::string type_name;        ///< without dialect; for a method its return type
+    Attributes attributes;        ///< only of the last part
+    std::string method_name;      ///< empty if the path is not a method
     std::size_t dereferences = 0; ///< operators at the end of the unique path
 };
 

@@ -21,7 +21,7 @@ std::int32_t array_size(std::uint64_t elements, std::int32_t element_size) {
     return element_size <= 0 || elements > max / size ? 0 : static_cast<std::int32_t>(elements * size);
 }
 
-/// Null if the name says nothing about the type.
+/// Returns null if the name does not describe the type.
 TypePointer infer(const RuntimeConfig& config, const std::string& name, int nesting) {
     DatatypeDescription type = build_type(name).description();
     if (type.hmi_type == ValueType::Vector) {
@@ -36,7 +36,7 @@ TypePointer infer(const RuntimeConfig& config, const std::string& name, int nest
         }
     } else if ((type.flags & (DatatypeFlags::Pointer | DatatypeFlags::Reference)) != 0) {
         type.size = config.pointer_size();
-        // A size that no pointer has leaves the type without a class.
+        // If no pointer has this size, the type stays without a class.
         if (parse_fdx_type_string(type.size, name.c_str(), &type.hmi_type, &type.fdx_type, nullptr) == 0)
             type.parsed = 1;
     } else if (type.hmi_type == ValueType::Null) {

@@ -24,7 +24,8 @@ std::vector<std::string> contained_types(const Datatype& type) {
 
 namespace {
 
-/// Tarjan's strongly connected components, with a stack of its own: the depth is the device's.
+/// Finds strongly connected components with Tarjan's algorithm. It has its own stack, because the device decides the
+/// depth.
 class Components {
 public:
     using Edges = std::unordered_map<std::string, std::vector<std::string>>;

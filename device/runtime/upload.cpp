@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint64_t max_chunk = 64 * 1024;
 constexpr int max_tries = 3;
-constexpr int invalid_offset = 0x703; // of a chunk behind the end of its block
+constexpr int invalid_offset = 0x703; // the offset of a chunk is beyond the end of its block
 
 /// The requests and records of one refresh.
 class Upload {
@@ -35,7 +35,7 @@ public:
         return {};
     }
 
-    /// Fills a fresh config with the upload that `info` announces.
+    /// Fills a new config with the upload that `info` announces.
     ExtensionResult fill(const UploadInfo& info, std::shared_ptr<RuntimeConfig>& fresh) {
         total_ = std::uint64_t{info.symbol_bytes} + info.datatype_bytes;
         done_ = 0;
@@ -68,12 +68,12 @@ public:
         return {};
     }
 
-    /// The revision must be the same before and behind the upload.
+    /// Retries until the revision is the same before and after the upload.
     ExtensionResult run(UploadInfo info, std::shared_ptr<RuntimeConfig>& fresh) {
         for (int tries = 0; tries < max_tries; ++tries) {
             const ExtensionResult filled = fill(info, fresh);
-            // A change in the middle makes a block look broken, or ends it early. A target that does not answer is not
-            // asked again.
+            // A change during the upload makes a block look malformed, or ends it early. After any other failure there
+            // is no retry.
             if (is_error(filled) && filled.code() != HMI_FDX_E_UPLOAD_DATA && filled.code() != invalid_offset)
                 return filled;
             UploadInfo behind;
@@ -137,7 +137,7 @@ ExtensionResult refresh_runtime(State& state, RuntimeEntry& entry, const StateOp
     result = upload.run(info, fresh);
     result = refresh.conclude(result, is_error(result) ? nullptr : fresh);
     if (!is_error(result)) {
-        // The target forgets them with the change itself or now.
+        // The target drops the handles with the change, or now.
         const std::vector<int> handles = refresh.config->take_handles();
         if (!handles.empty()) (void)refresh.connection->proxy.release_handles(handles);
     }

@@ -19,13 +19,13 @@ ExtensionResult malformed(const RuntimeConfig& config, const char* kind, std::si
            << kind << " entry " << index << " is malformed";
 }
 
-/// The bytes of the next entry, which no other entry overlaps; failed for one that is shorter than its head or longer
+/// Returns the bytes of the next entry; entries never overlap. Fails if the entry is shorter than its head or longer
 /// than the rest.
 EntryReader next_entry(EntryReader& block, std::size_t head) {
     return block.entry(head);
 }
 
-/// An upload of a small controller shows pointers of another size than the usual one.
+/// Stores the pointer size. The upload of a small controller has pointers of an unusual size.
 void note_pointer_size(RuntimeConfig& config, const std::string& type_name, std::int64_t size) {
     if ((size == 2 || size == 4 || size == 8) && is_indirection_strict(type_name))
         config.set_pointer_size(static_cast<int>(size));

@@ -8,18 +8,18 @@
 
 namespace ZoHmiFdx {
 
-/// A target's announcement of its uploads, as it lies on the wire.
+/// A target's announcement of its uploads, in wire format.
 struct UploadInfo {
     std::uint32_t symbol_bytes = 0;
     std::uint32_t datatype_bytes = 0;
     std::uint32_t symbols = 0;
     std::uint32_t datatypes = 0;
     std::uint32_t revision = 0;
-    std::uint32_t code_page = 0; ///< 0 for the usual one
+    std::uint32_t code_page = 0; ///< 0 for the default
 
     friend bool operator==(const UploadInfo&, const UploadInfo&) = default;
 
-    /// No value for an answer that is too short.
+    /// Returns no value if the answer is too short.
     static std::optional<UploadInfo> read(std::span<const unsigned char> bytes) {
         UploadInfo info;
         if (bytes.size() < sizeof info) return std::nullopt;

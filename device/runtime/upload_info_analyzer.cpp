@@ -25,7 +25,7 @@ std::shared_ptr<const Datatype> empty_record(const std::string& name) {
     return std::make_shared<const Datatype>(std::move(description));
 }
 
-/// A type with a value of its own that is not put together of others.
+/// Returns whether the type has a value of its own and no parts.
 bool is_elementary(const Datatype& type) {
     switch (type.hmi_type()) {
     case ValueType::Null:
@@ -85,12 +85,12 @@ void UploadInfoAnalyzer::empty_types_inside_themselves() {
 
 void UploadInfoAnalyzer::mark_fields_of_topmost_layer() {
     RuntimeConfig::Symbols& symbols = config_->symbols();
-    const MutexLock lock(config_->symbol_mutex()); // keeps the keys where they are
+    const MutexLock lock(config_->symbol_mutex()); // keeps the keys at their addresses
     std::vector<const UniqueFdxPath*> paths;
     paths.reserve(symbols.size());
     symbols.for_each([&](const UniqueFdxPath& path, const auto&) { paths.push_back(&path); });
     std::erase_if(paths, [&](const auto* path) { return !config_->is_topmost_layer_by_path(*path, false); });
-    // In the order of the table, so that no record has to be searched.
+    // Follows the order of the table, so it need not search any record.
     auto marked = paths.begin();
     symbols.update_each([&](const UniqueFdxPath& path, std::shared_ptr<const SymbolInfo>& symbol) {
         if (marked == paths.end() || *marked != &path) return;
@@ -108,7 +108,7 @@ void UploadInfoAnalyzer::mark_aliases() {
         mark_aliases_helper(name, visits);
 }
 
-// Base types first. A chain that leads back into itself stays unmarked.
+// Base types come first. A chain that returns to itself stays unmarked.
 void UploadInfoAnalyzer::mark_aliases_helper(std::string name, Visits& visits) {
     std::vector<std::string> chain;
     while (!name.empty() && visits.try_emplace(name, Visit::Open).second) {
@@ -148,7 +148,7 @@ void UploadInfoAnalyzer::mark_type(const Datatype& type) {
     }
 }
 
-// An alias of an alias hides from its own flags that it ends at a pointer.
+// The flags of an alias of an alias do not show that it ends at a pointer.
 void UploadInfoAnalyzer::mark_array(const Datatype& array) {
     const auto element = config_->datatypes().get(element_name(array));
     if (!element) return;

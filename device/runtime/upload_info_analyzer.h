@@ -14,20 +14,20 @@ namespace ZoHmiFdx {
 class LookupTrieBuilder;
 class State;
 
-/// Prepares an upload for use: runs over the symbols and types of a config and replaces records. Call the operations in
+/// Prepares an upload for use: visits the symbols and types of a config and replaces records. Call the operations in
 /// the order of their declaration. One thread at a time.
 class ZO_EXPORT UploadInfoAnalyzer {
 public:
     UploadInfoAnalyzer(State& state, std::shared_ptr<RuntimeConfig> config);
 
-    /// Infers every type that a type or symbol names and that was not uploaded. A name that tells no type gets an empty
-    /// record. A type that contains itself by value becomes an empty record too.
+    /// Infers every type that a type or symbol names and that was not uploaded. A name that describes no type gets an
+    /// empty record. A type that contains itself by value becomes an empty record too.
     void infer_missing_datatypes();
     void mark_fields_of_topmost_layer();
     void mark_aliases();
-    /// Gives the aliases of enumerations the enumerators.
+    /// Copies the enumerators of enumerations to their aliases.
     void resolve_items_of_enum_aliases();
-    /// The tables are replaced in one step.
+    /// Replaces the tables in one step.
     void build_lookup_tables();
 
 private:

@@ -12,12 +12,12 @@ namespace {
 using namespace std::chrono_literals;
 using zo_link::Connection;
 
-/// Of the heartbeat. The timeouts of ports may be much shorter, and belong to their requests alone.
+/// The timeout of the heartbeat. The timeout of a port may be much shorter; it applies only to requests of that port.
 constexpr std::chrono::milliseconds heartbeat_timeout = 5s;
 constexpr std::uint32_t client_error = 0x98110740;
 constexpr char loopback[] = "127.0.0.1.1.1";
 
-/// Notifications are for loggers.
+/// Ignores notifications: they are for logger clients.
 class Events final : public zo_link::ConnectionEvents {
 public:
     void on_open(std::uint64_t) override {}
@@ -31,7 +31,7 @@ std::chrono::milliseconds until(DeviceLink::Clock::time_point deadline) {
     return std::max(left, 0ms);
 }
 
-/// "host:port" of a net id; empty without a route. The loopback net id and the local one are the same machine.
+/// Returns "host:port" of a net id; empty without a route. The loopback net id and the local one are the same machine.
 std::string find_route(const std::string& net_id) {
     const auto path = zo_link::default_routes_path(reinterpret_cast<const void*>(&FdxPortOpenEx));
     const auto routes = zo_link::read_routes(path).value_or(zo_link::Routes());
@@ -63,7 +63,7 @@ std::shared_ptr<Connection> DeviceLink::open(Clock::time_point deadline, std::ui
             code = zo_link::code::timeout;
             return nullptr;
         }
-        // The other port may have had a shorter timeout; every other failure is ours too.
+        // A timeout may come from the shorter timeout of the other port. Any other failure also ends this call.
         if (zo_link::failed(last_code_) && last_code_ != zo_link::code::timeout) {
             code = last_code_;
             return nullptr;
@@ -95,7 +95,7 @@ std::uint32_t DeviceLink::dial(Connection& connection, Clock::time_point deadlin
                                            {{"role", "device"}, {"address", net_id_}}, until(deadline));
         connection.set_timeout(heartbeat_timeout);
         return reply.result;
-    } catch (...) { // out of memory or threads
+    } catch (...) { // out of memory, or no free thread
         return client_error;
     }
 }

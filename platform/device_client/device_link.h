@@ -10,8 +10,8 @@
 #include <mutex>
 #include <string>
 
-/// The connection to one net id, shared by all ports of the process. The first request makes it, and so does the next
-/// request after a loss. One thread connects; the others wait for it. [any thread]
+/// The connection to one net id, shared by all ports of the process. The first request connects; after a loss, the next
+/// request reconnects. One thread connects; the others wait for it. [any thread]
 class DeviceLink {
 public:
     using Clock = std::chrono::steady_clock;
@@ -21,27 +21,27 @@ public:
     DeviceLink(const DeviceLink&) = delete;
     DeviceLink& operator=(const DeviceLink&) = delete;
 
-    /// Takes the fields of an answer; false if they break the protocol.
+    /// Reads the fields of an answer. Returns false if they break the protocol.
     using Take = std::function<bool(const nlohmann::json& answer)>;
 
-    /// Connects if needed, sends a request and blocks until its answer or the deadline. Returns a code of the link. The
-    /// connection ends when its peer breaks the protocol.
+    /// Connects if needed, sends a request and blocks until its answer or the deadline. Returns a code of the link.
+    /// Ends the connection if its peer breaks the protocol.
     std::uint32_t request(const char* operation, const nlohmann::json& fields, Clock::time_point deadline,
                           const Take& take);
 
-    /// Ends the connection and its thread. All requests, also later ones, fail.
+    /// Ends the connection and its thread. All current and later requests fail.
     void close();
 
 private:
-    /// Returns the open connection; null, and the code, where there is none.
+    /// Returns the open connection. Without one, returns null and sets the code.
     std::shared_ptr<zo_link::Connection> open(Clock::time_point deadline, std::uint32_t& code);
     std::uint32_t dial(zo_link::Connection& connection, Clock::time_point deadline) const;
 
     const std::string net_id_;
-    std::mutex mutex_; // guards what follows
+    std::mutex mutex_; // guards the members below
     std::condition_variable dialed_;
     std::shared_ptr<zo_link::Connection> connection_;
-    std::uint64_t attempts_ = 0; // that have ended
+    std::uint64_t attempts_ = 0; // completed attempts
     std::uint32_t last_code_ = zo_link::code::ok;
     bool dialing_ = false;
     bool closed_ = false;

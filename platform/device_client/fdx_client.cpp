@@ -22,7 +22,7 @@ constexpr std::int32_t invalid_parameter = 0x741;
 constexpr std::int32_t timeout_invalid = 0x747;
 constexpr std::int32_t port_not_open = 0x748;
 constexpr std::int32_t no_address = 0x749;
-/// Of the caller's buffer for a device's name, with the terminator.
+/// Bytes of the caller's buffer for a device's name, with the terminator.
 constexpr std::size_t name_size = 256;
 
 constinit PortTable ports;
@@ -33,7 +33,7 @@ using nlohmann::json;
 using zo_link::read_field;
 namespace op = zo_link::op;
 
-/// Returns this machine's net id from the routes file, the loopback one without such a file.
+/// Returns this machine's net id from the routes file; the loopback net id if there is no file.
 ZoHmiFdx::NrxNetId local_net_id() {
     const auto path = zo_link::default_routes_path(reinterpret_cast<const void*>(&FdxPortOpenEx));
     const auto routes = zo_link::read_routes(path).value_or(zo_link::Routes());
@@ -43,7 +43,8 @@ ZoHmiFdx::NrxNetId local_net_id() {
     return net_id;
 }
 
-/// Sends a request to a device. `take` reads the answer's fields where its code is 0; false breaks the protocol.
+/// Sends a request to a device. `take` reads the answer's fields if its code is 0. It returns false if they break the
+/// protocol.
 template <typename Take>
 std::int32_t request(std::int32_t port, const ZoHmiFdx::NrxAddr* address, const char* operation, json fields,
                      const Take& take) {
@@ -58,11 +59,11 @@ std::int32_t request(std::int32_t port, const ZoHmiFdx::NrxAddr* address, const 
     const std::uint32_t result = link->request(operation, fields, deadline, [&](const json& answer) {
         return read_field(answer, "result", code) && (code != 0 || take(answer));
     });
-    // A code of the link has the device's code in its lower half.
+    // A code of the link contains the device's code in its lower half.
     return static_cast<std::int32_t>(zo_link::failed(result) ? result & 0xFFFFu : code);
 }
 
-/// Copies the bytes of an answer; false if they are missing or more than asked for.
+/// Copies the bytes of an answer. Returns false if they are missing or more than requested.
 bool take_bytes(const json& answer, std::uint32_t length, void* buffer, std::uint32_t* bytes_read) {
     std::vector<std::uint8_t> data;
     if (!read_field(answer, "data", data) || data.size() > length) return false;
@@ -71,7 +72,7 @@ bool take_bytes(const json& answer, std::uint32_t length, void* buffer, std::uin
     return true;
 }
 
-/// Runs a call of the interface, which no exception may leave.
+/// Runs a call of the interface. No exception may leave the interface.
 template <typename Call>
 std::int32_t guarded(const Call& call) {
     try {
@@ -134,7 +135,7 @@ std::int32_t FdxSyncReadReqEx2(std::int32_t port, const ZoHmiFdx::NrxAddr* addre
 std::int32_t FdxSyncWriteReqEx(std::int32_t port, const ZoHmiFdx::NrxAddr* address, std::uint32_t index_group,
                                std::uint32_t index_offset, std::uint32_t length, const void* buffer) {
     if (buffer == nullptr && length != 0) return invalid_parameter;
-    if (length > zo_link::max_frame_size) return invalid_size; // before it is copied
+    if (length > zo_link::max_frame_size) return invalid_size; // checked before the copy
     return guarded([&] {
         return request(port, address, op::write,
                        {{"group", index_group}, {"offset", index_offset}, {"data", bytes_of(buffer, length)}},

@@ -6,14 +6,14 @@
 #include <mutex>
 #include <optional>
 
-/// The open client ports of this process. It has no destructor: threads and static objects that outlive it may use it.
-/// All functions are [any thread].
+/// The open client ports of this process. It has no destructor, because threads and static objects that outlive it may
+/// use it. All functions are [any thread].
 class PortTable {
 public:
-    /// Opens a port with the default timeout; 0 if all are in use. Numbers are used in turn, so that the number of a
-    /// closed port does not return at once.
+    /// Opens a port with the default timeout; returns 0 if all ports are in use. Numbers are used in turn, so the
+    /// number of a closed port is not reused at once.
     std::int32_t open();
-    /// Returns false if the port is not open, like the other functions.
+    /// Returns false if the port is not open. So do the other functions.
     bool close(std::int32_t port);
     bool is_open(std::int32_t port);
     /// Returns whether any port is open.

@@ -33,7 +33,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds shortest_heartbeat{20};
 constexpr milliseconds longest_heartbeat{5000};
-// A deadline so far away counts as none, and keeps the clock from overflowing.
+// A deadline that far away counts as none. This prevents an overflow of the clock.
 constexpr milliseconds longest_timeout{std::chrono::hours(24 * 365)};
 
 Clock::time_point deadline_of(milliseconds timeout) {
@@ -71,16 +71,16 @@ struct Connection::Impl {
     boost::asio::steady_timer heartbeat{io};
     Dialer dialer{io, socket};
 
-    mutable std::mutex mutex;              // guards what follows, to the blank line
+    mutable std::mutex mutex;              // guards the members down to the blank line
     std::atomic<State> state{State::idle}; // written under the mutex
     RequestTable requests;
-    std::deque<std::vector<std::uint8_t>> unsent; // the first one is being written while `writing`
+    std::deque<std::vector<std::uint8_t>> unsent; // while `writing`, the first one is being written
     std::size_t unsent_bytes = 0;
     std::uint32_t hello_id = 0;
     std::vector<std::uint8_t> hello_frame;
     bool writing = false;
 
-    // Of the reader thread alone.
+    // Used only by the reader thread.
     FrameReader frames;
     std::array<std::uint8_t, std::size_t{64} << 10> chunk{};
     std::uint32_t ping_id = 0; // 0: no ping waits for its answer
@@ -97,7 +97,7 @@ void Connection::Impl::run() {
             io.run();
             return;
         } catch (...) {
-            // Out of memory, or the owner failed: the link cannot go on.
+            // Memory ran out, or a function of the owner failed: the link cannot continue.
             fail(code::bad_answer);
         }
     }
@@ -131,7 +131,7 @@ void Connection::Impl::received(std::size_t size) {
     read();
 }
 
-/// Returns false after the connection has ended.
+/// Returns false if the connection has ended.
 bool Connection::Impl::handle(json& map, std::size_t size) {
     std::uint32_t result = code::bad_answer;
     if (map.contains("note")) {
@@ -157,7 +157,8 @@ bool Connection::Impl::handle_answer(json& map, std::size_t size) {
     return requests.take(id, result, map, size, mark);
 }
 
-/// Opens the link by the answer to the hello; false if the answer breaks the protocol. After a refusal open() closes.
+/// Opens the link after the answer to the hello. Returns false if the answer breaks the protocol. After a refusal,
+/// open() closes the connection.
 bool Connection::Impl::open_by(std::uint32_t result, const json& hello) {
     if (failed(result) || state != State::opening) return true;
     std::uint32_t version = 0;
@@ -177,7 +178,7 @@ bool Connection::Impl::handle_pong(std::uint32_t result) {
     return true;
 }
 
-/// Queues a frame for the writer; false if too many bytes wait already.
+/// Queues a frame for the writer. Returns false if too many bytes are waiting.
 bool Connection::Impl::send_locked(std::vector<std::uint8_t> frame) {
     if (unsent_bytes + frame.size() > max_unsent_bytes) return false;
     unsent_bytes += frame.size();
@@ -216,7 +217,7 @@ void Connection::Impl::arm_heartbeat() {
 void Connection::Impl::beat() {
     if (state != State::open) return;
     if (ping_id != 0) {
-        // While bytes lie unread, this thread is late, and the answer may be among them.
+        // Unread bytes mean that this thread is late. The answer may be among them.
         error_code ignored;
         const int patience = socket.available(ignored) != 0 ? 2 : 1;
         if (Clock::now() >= ping_sent + patience * milliseconds(timeout_ms.load())) return fail(code::timeout);
@@ -225,13 +226,13 @@ void Connection::Impl::beat() {
         const std::lock_guard lock(mutex);
         ping_id = requests.next_id();
         ping_sent = Clock::now();
-        // A full queue drops this ping, and so the connection is lost.
+        // If the queue is full, this ping is dropped, and the connection is lost later.
         send_locked(encode_frame({{"id", ping_id}, {"op", op::ping}}));
     }
     arm_heartbeat();
 }
 
-/// Ends all requests. The reader thread's own objects are closed by the caller.
+/// Ends all requests. The caller closes the reader thread's own objects.
 void Connection::Impl::end_locked(std::uint32_t result) {
     state = State::ended;
     requests.end(result);
@@ -314,7 +315,7 @@ Reply Connection::request(const char* operation, const json& fields, millisecond
     }
     impl_->requests.add(id);
     reply = impl_->requests.wait(lock, id, deadline);
-    // The target still counts abandoned requests, and drops the link at the next one: the link is lost.
+    // The target still counts abandoned requests and would drop the link at the next one. So the link counts as lost.
     if (reply.result == code::timeout && impl_->requests.exhausted())
         boost::asio::post(impl_->io, [impl = impl_.get()] { impl->fail(code::timeout); });
     return reply;

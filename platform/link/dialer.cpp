@@ -59,7 +59,7 @@ void Dialer::await_lookup(std::uint16_t port) {
 
 void Dialer::finish(const error_code& error) {
     if (error) return done_(connect_code(error));
-    ::fcntl(socket_.native_handle(), F_SETFD, FD_CLOEXEC); // a program that the host starts must not inherit the link
+    ::fcntl(socket_.native_handle(), F_SETFD, FD_CLOEXEC); // programs that the host starts must not inherit the link
     error_code ignored;
     socket_.set_option(tcp::no_delay(true), ignored);
     done_(code::ok);

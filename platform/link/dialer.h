@@ -13,17 +13,17 @@
 
 namespace zo_link {
 
-/// Connects a socket to a host, after a look-up of its name. Inside platform/link only. [thread of the io_context]
+/// Looks up a host's name and connects a socket to it. Inside platform/link only. [thread of the io_context]
 class Dialer {
 public:
     using Done = std::function<void(std::uint32_t result)>;
 
-    /// The socket belongs to the caller. To cancel a connect, close it and call `cancel`.
+    /// The caller owns the socket. To cancel a connect, close the socket and call `cancel`.
     Dialer(boost::asio::io_context& io, boost::asio::ip::tcp::socket& socket) : socket_(socket), timer_(io) {}
 
-    /// Calls `done` once, possibly at once; not after `cancel`.
+    /// Calls `done` once, possibly at once; never after `cancel`.
     void dial(const std::string& host, const std::string& port, Done done);
-    /// Stops to wait for the look-up.
+    /// Ends the wait for the look-up.
     void cancel() { timer_.cancel(); }
 
 private:

@@ -35,7 +35,7 @@ bool read_integer(const json* value, T& out) {
     return true;
 }
 
-/// Reads a field if it is there; a missing one leaves `value` unchanged.
+/// Reads a field if it is present; a missing field leaves `value` unchanged.
 template <typename T>
 bool read_optional(const json& map, const char* name, T& value) {
     return find(map, name) == nullptr || read_field(map, name, value);

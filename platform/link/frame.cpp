@@ -19,7 +19,7 @@ void write_length(std::vector<std::uint8_t>& frame) {
         frame[i] = static_cast<std::uint8_t>(length >> (8 * i));
 }
 
-/// The first byte of an item and the number that belongs to it.
+/// The first byte of an item, and the number that follows it.
 struct Head {
     unsigned major = 0;
     unsigned info = 0;
@@ -92,7 +92,7 @@ const char* frame_error_text(FrameError error) {
 }
 
 FrameCheck check_cbor(std::span<const std::uint8_t> bytes) {
-    std::array<std::uint64_t, max_nesting> left{}; // items still to come, for each open array or map
+    std::array<std::uint64_t, max_nesting> left{}; // remaining items of each open array or map
     std::size_t depth = 0;
     std::size_t position = 0;
     std::size_t memory = 0;
@@ -117,7 +117,7 @@ FrameCheck check_cbor(std::span<const std::uint8_t> bytes) {
             break;
         case 4:
         case 5:
-            // Every item takes at least one byte, so the number is bounded before it is doubled.
+            // Every item takes at least one byte. So the number is limited before it is doubled.
             if (head.number > rest) return {FrameError::malformed};
             children = head.major == 5 ? head.number * 2 : head.number;
             break;
@@ -151,7 +151,7 @@ std::vector<std::uint8_t> encode_frame(const nlohmann::json& map) {
 }
 
 std::vector<std::vector<std::uint8_t>> encode_list(std::uint32_t id, const std::vector<nlohmann::json>& items) {
-    // Of the map around the items.
+    // Size and memory of the map around the items.
     constexpr std::size_t head_size = 64;
     constexpr std::size_t head_memory = 16 * item_memory;
     std::vector<std::vector<std::uint8_t>> frames;

@@ -15,39 +15,40 @@ enum class FrameError : std::uint8_t {
     none,
     oversize,   ///< the length field is above max_frame_size
     empty,      ///< the length field is 0
-    malformed,  ///< not the one form of CBOR that the link uses, or bytes missing or left over
+    malformed,  ///< not the form of CBOR that the link uses, or missing or extra bytes
     too_deep,   ///< nested deeper than max_nesting
     too_costly, ///< needs more memory than max_frame_memory
     not_a_map,
 };
 
-/// Returns a few plain words for logs. [any thread]
+/// Returns a short description for logs. [any thread]
 const char* frame_error_text(FrameError error);
 
-/// Result of a check: the error, and without one the memory that the item needs once it is built.
+/// The result of a check: the error; without an error, the memory of the parsed item.
 struct FrameCheck {
     FrameError error = FrameError::none;
     std::size_t memory = 0;
 };
 
-/// Walks CBOR without building anything and without recursion: definite lengths only, no tags, depth and memory
-/// limited, nothing after the one item. The library's parser recurses, so nothing reaches it unchecked. [any thread]
+/// Checks CBOR without recursion and without parsing it into objects. Lengths are definite, tags are not allowed, and
+/// nothing follows the one item. Depth and memory are limited. The library's parser recurses, so all input is checked
+/// first. [any thread]
 FrameCheck check_cbor(std::span<const std::uint8_t> bytes);
 
-/// Returns length and CBOR of one map; empty if a receiver would refuse the frame. [any thread]
+/// Returns the length and the CBOR of one map. Empty if a receiver would refuse the frame. [any thread]
 std::vector<std::uint8_t> encode_frame(const nlohmann::json& map);
 
-/// Returns the frames of the answer that carries `items` as its list, in as many parts as needed. Empty if one item
-/// alone is too large for a frame. [any thread]
+/// Returns the frames of an answer with the list `items`, in as many parts as needed. Empty if one item alone is too
+/// large for a frame. [any thread]
 std::vector<std::vector<std::uint8_t>> encode_list(std::uint32_t id, const std::vector<nlohmann::json>& items);
 
-/// Cuts a byte stream into frames. The first error stays. [one thread at a time]
+/// Cuts a byte stream into frames. After the first error, the error stays. [one thread at a time]
 class FrameReader {
 public:
-    /// Appends any number of bytes, split anywhere.
+    /// Appends any number of bytes, split at any point.
     void append(std::span<const std::uint8_t> bytes);
 
-    /// Reads the next complete frame; false if there is none. `size` gets its length without the length field.
+    /// Reads the next complete frame. Returns false if there is none. `size` is its length without the length field.
     bool next(nlohmann::json& map, std::size_t& size);
 
     FrameError error() const { return error_; }

@@ -25,12 +25,12 @@ namespace {
 using boost::asio::ip::tcp;
 using boost::system::error_code;
 
-// After a failed accept, for example when no descriptor is free.
+// The delay after a failed accept, for example when no descriptor is free.
 constexpr std::chrono::milliseconds accept_pause{50};
 
 } // namespace
 
-/// Sessions share the io_context: one that its owner still keeps stays usable after the server is gone.
+/// Sessions share the io_context, so a session stays usable if its owner keeps it longer than the server.
 struct LinkServer::Impl : std::enable_shared_from_this<Impl> {
     Impl(ServerEvents owner, ServerLimits allowed)
         : io(std::make_shared<boost::asio::io_context>(1)), events(std::move(owner)), limits(allowed) {}
@@ -47,7 +47,7 @@ struct LinkServer::Impl : std::enable_shared_from_this<Impl> {
     tcp::acceptor acceptor{*io};
     boost::asio::steady_timer retry{*io};
     std::uint16_t port = 0;
-    std::uint64_t last_number = 0; // of the server thread
+    std::uint64_t last_number = 0; // used only by the server thread
 
     std::mutex mutex; // guards the sessions
     std::map<std::uint64_t, std::shared_ptr<Session>> sessions;
@@ -83,13 +83,13 @@ void LinkServer::Impl::accept() {
         try {
             if (make_room()) add(std::move(socket));
         } catch (...) {
-            // Out of memory: this client is refused, the next one may find some.
+            // Out of memory: this client is refused; the next one may succeed.
         }
         accept();
     });
 }
 
-/// Returns whether one more session has a place. In a full table the longest silent one is ended.
+/// Returns whether there is room for one more session. In a full table, ends the session that has been silent longest.
 bool LinkServer::Impl::make_room() {
     std::shared_ptr<Session> longest_silent;
     {
@@ -104,7 +104,7 @@ bool LinkServer::Impl::make_room() {
         }
     }
     if (!longest_silent) return false;
-    longest_silent->end(); // locks the mutex to leave the table
+    longest_silent->end(); // locks the mutex to remove itself from the table
     return true;
 }
 
@@ -131,7 +131,7 @@ void LinkServer::Impl::run() {
             io->run();
             return;
         } catch (...) {
-            // A handler ran out of memory; its session ends by its own heartbeat or by stop.
+            // A handler ran out of memory. Its session ends by its own heartbeat or by stop.
         }
     }
 }
@@ -169,7 +169,7 @@ void LinkServer::notify_all(const char* kind, const nlohmann::json& fields) {
 void LinkServer::stop() {
     const std::lock_guard join_lock(impl_->join_mutex);
     if (!impl_->thread.joinable()) return;
-    // After everything is closed the thread runs out of work, and no handler is left that keeps a session alive.
+    // After everything is closed, the thread runs out of work. No remaining handler keeps a session alive.
     boost::asio::post(*impl_->io, [impl = impl_.get()] {
         error_code ignored;
         impl->acceptor.close(ignored);

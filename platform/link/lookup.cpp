@@ -19,12 +19,12 @@ struct Lookup::Found {
     Found& operator=(const Found&) = delete;
 
     std::atomic<bool> done = false;
-    addrinfo* first = nullptr; // of the thread until done
+    addrinfo* first = nullptr; // used only by the thread until `done`
 };
 
 namespace {
 
-/// Keeps the library of this code loaded. A program stays loaded anyway, and dlopen fails for it.
+/// Keeps the library of this code loaded. A program always stays loaded, and dlopen fails for it.
 void keep_loaded() {
     static const char here = 0;
     Dl_info library{};

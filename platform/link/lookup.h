@@ -10,19 +10,19 @@
 
 namespace zo_link {
 
-/// A look-up of a host's name that can be cancelled at any time. A name server may not answer for long, so a thread of
-/// its own waits for it and may outlive this object. Inside platform/link only. [one thread]
+/// A look-up of a host's name that can be cancelled at any time. A name server may take long to answer. So the look-up
+/// has its own thread, which may outlive this object. Inside platform/link only. [one thread]
 class Lookup {
 public:
-    /// Throws std::system_error if there is no thread.
+    /// Throws std::system_error if no thread can be created.
     explicit Lookup(const std::string& host);
-    /// Cancels. A library whose thread still waits stays loaded for good.
+    /// Cancels the look-up. If its thread is still waiting, the library stays loaded until the process ends.
     ~Lookup();
     Lookup(const Lookup&) = delete;
     Lookup& operator=(const Lookup&) = delete;
 
     bool done() const;
-    /// Returns the host's addresses, none if it was not found. Requires done().
+    /// Returns the host's addresses; none if the host was not found. Requires done().
     std::vector<boost::asio::ip::tcp::endpoint> endpoints(std::uint16_t port) const;
 
 private:

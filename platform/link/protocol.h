@@ -11,15 +11,16 @@ inline constexpr std::uint32_t protocol_version = 1;
 /// Limits, the same on both sides.
 inline constexpr std::size_t max_frame_size = std::size_t{16} << 20;
 inline constexpr std::size_t max_nesting = 16;
-/// Memory of a frame that was read: each data item and each key weighs `item_memory` bytes, a text or byte string its
-/// length on top. In bytes a list or map can weigh a hundred times as much as its frame.
+/// The limit for the memory of a received frame. Each data item and each key counts `item_memory` bytes; a text or byte
+/// string adds its length. A list or map can need a hundred times as much memory as its frame.
 inline constexpr std::size_t max_frame_memory = std::size_t{32} << 20;
 inline constexpr std::size_t item_memory = 96;
 inline constexpr std::size_t max_outstanding_requests = 256;
 inline constexpr std::size_t max_unsent_bytes = std::size_t{64} << 20;
 inline constexpr std::size_t max_list_items = std::size_t{1} << 20;
 inline constexpr std::size_t max_list_bytes = std::size_t{256} << 20;
-/// A list answer is cut into parts of about this many bytes, and of at most this many items and this much memory.
+/// A list answer is cut into parts of about this many bytes. Each part has at most this many items and this much
+/// memory.
 inline constexpr std::size_t list_part_size = std::size_t{4} << 20;
 inline constexpr std::size_t list_part_items = std::size_t{64} << 10;
 inline constexpr std::size_t list_part_memory = max_frame_memory / 2;
@@ -41,7 +42,7 @@ inline constexpr std::uint32_t not_connected = 0x98110748;
 inline constexpr std::uint32_t bad_answer = 0x98110754;
 } // namespace code
 
-/// Returns whether a code is a failure: negative as a signed 32-bit number.
+/// Returns whether a code is a failure, that is, negative as a signed 32-bit number.
 constexpr bool failed(std::uint32_t result) {
     return (result & 0x80000000u) != 0;
 }

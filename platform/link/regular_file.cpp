@@ -30,7 +30,7 @@ std::string size_text(std::size_t bytes) {
 int open_regular_file(const std::string& path, int flags) {
     constexpr mode_t all_may_read = 0644;
     const int file = ::open(path.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, all_may_read);
-    // A pipe without a reader cannot be opened for writing.
+    // Opening a pipe for writing fails if the pipe has no reader.
     if (file < 0 && errno == ENXIO) throw FileError("is not a regular file", ENXIO);
     if (file < 0) throw last_error();
     struct stat found {};

@@ -15,7 +15,7 @@ bool RequestTable::exhausted() const {
 bool RequestTable::take(std::uint32_t id, std::uint32_t result, json& map, std::size_t size, std::uint64_t mark) {
     if (id > last_id_) return false;
     const auto it = pending_.find(id);
-    if (it == pending_.end()) return false; // answered already
+    if (it == pending_.end()) return false; // already answered
     Pending& request = it->second;
     if (request.done) return false;
     const auto more = map.find("more");

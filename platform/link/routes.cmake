@@ -1,4 +1,4 @@
-# The readers of files: of the routes file, shared by the stand-ins that resolve net ids, and of any regular file.
+# File readers: one for the routes file, shared by the stand-ins that resolve net ids, and one for any regular file.
 include_guard(GLOBAL)
 add_library(zo_routes STATIC ${CMAKE_CURRENT_LIST_DIR}/regular_file.cpp ${CMAKE_CURRENT_LIST_DIR}/routes.cpp)
 target_include_directories(zo_routes PUBLIC ${PROJECT_SOURCE_DIR})

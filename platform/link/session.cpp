@@ -45,7 +45,7 @@ void Session::start() {
     ::fcntl(socket_.native_handle(), F_SETFD, FD_CLOEXEC);
     error_code ignored;
     socket_.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
-    // A client without a hello takes the place of others.
+    // A client without a hello takes up a place that others need.
     greeting_.expires_after(longest_silence_);
     greeting_.async_wait([self = shared_from_this()](const error_code& error) {
         if (!error && self->hello_.is_null()) self->end();
@@ -68,13 +68,13 @@ void Session::end() {
     try {
         if (ended) ended(shared_from_this());
     } catch (...) {
-        // The owner failed; the session has ended.
+        // A function of the owner failed; the session has ended.
     }
 }
 
 std::optional<std::chrono::steady_clock::time_point> Session::last_heard() {
     const std::lock_guard lock(mutex_);
-    // A stalled session does not read, so its client only seems silent.
+    // The server does not read from a stalled session, so its client only seems silent.
     if (stalled_ || hello_.is_null()) return std::nullopt;
     return last_heard_;
 }
@@ -95,7 +95,7 @@ void Session::read() {
                             });
 }
 
-/// Handles the frames at hand and goes on reading, unless stalled or ended.
+/// Handles the received frames and continues to read, unless the session is stalled or ended.
 void Session::process() {
     json map;
     std::size_t size = 0;
@@ -121,7 +121,7 @@ void Session::handle(const json& map) {
     std::string operation;
     if (!read_field(map, "id", id) || !read_field(map, "op", operation)) return end();
     const bool is_hello = operation == op::hello;
-    if (is_hello != hello_.is_null()) return end(); // must come first, and once
+    if (is_hello != hello_.is_null()) return end(); // the hello comes first, and only once
     if (operation == op::ping) {
         const std::lock_guard lock(mutex_);
         return push_locked(encode_answer(id, code::ok, json()));
@@ -139,7 +139,7 @@ void Session::handle(const json& map) {
         reply(id, code::not_supported);
 }
 
-/// Notes a request that needs an answer; false if it must not come now.
+/// Records a request that needs an answer. Returns false if the request is not allowed now.
 bool Session::expect(std::uint32_t id, bool is_hello) {
     const std::lock_guard lock(mutex_);
     if (is_hello) hello_id_ = id;
@@ -182,7 +182,7 @@ void Session::push_locked(Bytes frame, bool last) {
     if (unsent_.size() == 1) boost::asio::post(*io_, [self = shared_from_this()] { self->write(); });
 }
 
-/// Sends an answer in its parts, once for each request.
+/// Sends an answer in its parts. Each request gets only one answer.
 void Session::answer_locked(std::uint32_t id, std::vector<std::vector<std::uint8_t>> frames, bool last) {
     if (unanswered_.erase(id) == 0) return;
     for (auto& frame : frames) {
@@ -198,7 +198,7 @@ void Session::reply(std::uint32_t id, std::uint32_t result, const json& fields) 
     std::vector<std::vector<std::uint8_t>> frames;
     frames.push_back(encode_answer(id, result, fields));
     const std::lock_guard lock(mutex_);
-    // A refused hello ends the connection.
+    // After a refused hello, the connection ends.
     answer_locked(id, std::move(frames), id == hello_id_ && !accepted_ && failed(result));
 }
 
@@ -220,7 +220,7 @@ void Session::accept(std::uint32_t id, std::uint64_t instance) {
     if (id != hello_id_ || accepted_) return;
     answer_locked(id, std::move(frames), false);
     accepted_ = true;
-    // The hello was read before its request went to the caller of this function.
+    // The hello was read before the caller got its request.
     std::string role;
     notified_ = !read_field(hello_, "role", role) || role != "device";
 }
@@ -245,7 +245,7 @@ void Session::stall(bool on) {
     stalled_ = on;
     if (on || closed_) return;
     boost::asio::post(*io_, [self = shared_from_this()] {
-        self->last_heard_ = std::chrono::steady_clock::now(); // its frames wait to be read
+        self->last_heard_ = std::chrono::steady_clock::now(); // its frames are still unread
         self->write();
         if (!self->reading_) self->process();
     });

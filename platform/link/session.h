@@ -21,7 +21,7 @@
 
 namespace zo_link {
 
-/// The session behind LinkSession: one socket on the server's thread. Inside platform/link only.
+/// The implementation of LinkSession: one socket on the server's thread. Inside platform/link only.
 class Session final : public LinkSession, public std::enable_shared_from_this<Session> {
 public:
     using Bytes = std::shared_ptr<const std::vector<std::uint8_t>>;
@@ -31,14 +31,14 @@ public:
     Session(std::shared_ptr<boost::asio::io_context> io, boost::asio::ip::tcp::socket socket, std::uint64_t number,
             Request request, Ended ended, std::chrono::milliseconds longest_silence);
 
-    /// Returns null if the notification is too large to be sent. [any thread]
+    /// Encodes a notification; null if it is too large to be sent. [any thread]
     static Bytes encode_notification(const char* kind, const nlohmann::json& fields);
 
-    /// Begins to read. [server thread]
+    /// Starts to read. [server thread]
     void start();
     /// Closes the socket and calls `ended`, once. [server thread]
     void end();
-    /// Returns the time of the client's last frame; empty before the hello and during a stall. [server thread]
+    /// Returns the time of the client's last frame. Empty before the hello and during a stall. [server thread]
     std::optional<std::chrono::steady_clock::time_point> last_heard();
     /// [any thread]
     void notify(const Bytes& frame);
@@ -58,7 +58,7 @@ public:
 private:
     struct Unsent {
         Bytes bytes;
-        bool last = false; // the connection ends after it
+        bool last = false; // the connection ends after this frame
     };
 
     // [server thread]
@@ -79,24 +79,24 @@ private:
 
     const std::chrono::milliseconds longest_silence_;
 
-    // Of the server thread.
+    // Used only by the server thread.
     Request request_;
     Ended ended_;
     FrameReader frames_;
     std::array<std::uint8_t, std::size_t{64} << 10> chunk_{};
     nlohmann::json hello_;
-    boost::asio::steady_timer greeting_; // until the hello comes
+    boost::asio::steady_timer greeting_; // runs until the hello comes
     std::chrono::steady_clock::time_point last_heard_;
     bool reading_ = false;
 
-    std::mutex mutex_; // guards what follows
+    std::mutex mutex_; // guards the members below
     std::deque<Unsent> unsent_;
     std::size_t unsent_bytes_ = 0;
     std::set<std::uint32_t> unanswered_;
     std::uint32_t hello_id_ = 0;
     bool writing_ = false;
     bool accepted_ = false;
-    bool notified_ = false; // gets notifications
+    bool notified_ = false; // receives notifications
     bool stalled_ = false;
     bool truncate_ = false;
     bool closed_ = false;

@@ -48,13 +48,13 @@ std::uint64_t limit_of(const Node& node, const char* name, std::uint64_t usual) 
     return found ? found->u32_or_text() : usual;
 }
 
-/// The name of a type or symbol in a scenario, which may be in the short form "NAME : TYPE".
+/// Returns the name of a type or symbol in a scenario. The entry may have the short form "NAME : TYPE".
 std::string name_of(const Node& entry) {
     if (!entry.is_text()) return entry.at("name").text();
     return entry.text().substr(0, entry.text().find(" : "));
 }
 
-/// Replaces the entries of a list that have the names of others, and appends those that are new.
+/// Replaces the entries of a list that have the same name, and appends new ones.
 void merge_named(json& list, const Node& changed) {
     if (list.is_null()) list = json::array();
     changed.each_item([&](const Node& entry) {
@@ -93,7 +93,7 @@ Controller::Controller(const Node& description) : place_(description.place()), d
     if (const auto groups = description.find("unsupported"))
         groups->each_item([this](const Node& group) { unsupported_.insert(group.u32_or_text()); });
     if (const auto changes = description.find("changes")) {
-        // Each is tried now, so that a fault in it shows at the start.
+        // Each change is tried now, so that an error in it is found at the start.
         json changed = description_;
         build(description);
         changes->each_item([&](const Node& change) {
@@ -334,7 +334,7 @@ bool Controller::read_sum(std::uint32_t group, std::uint32_t count, std::uint32_
 
 DeviceReply Controller::sum(std::uint32_t group, std::uint32_t count, std::uint32_t length, View data) {
     if (count > limits_.items) return failed(out_of_memory);
-    std::vector<Request> items; // all of them are checked before the first is done
+    std::vector<Request> items; // all of them are checked before the first is executed
     if (!read_sum(group, count, length, data, items)) return failed(invalid_size);
     const bool both = group == group::sum_read_write;
     DeviceReply reply;
@@ -342,7 +342,7 @@ DeviceReply Controller::sum(std::uint32_t group, std::uint32_t count, std::uint3
     for (const Request& request : items) {
         ++sub_requests_[group::is_known(request.group) ? request.group : 0];
         DeviceReply one = item(request);
-        // The data of a sum of reads keep their places.
+        // In a sum of reads, each item has its full length.
         if (group == group::sum_read) one.data.resize(request.length);
         append_number(reply.data, one.code);
         if (both) append_number(reply.data, static_cast<std::uint32_t>(one.data.size()));

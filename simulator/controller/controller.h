@@ -12,20 +12,21 @@
 
 namespace zo_sim {
 
-/// The answer to one request: a device code, and the bytes where it is 0.
+/// The answer to one request: a device code, and the data if the code is 0.
 struct DeviceReply {
     std::uint32_t code = 0;
     Bytes data;
 };
 
-/// The maximum of requests and handles.
+/// The maximum numbers of requests and handles.
 struct ControllerLimits {
     std::uint64_t items = UINT64_MAX; ///< sub-requests of a sum
     std::uint64_t bytes = UINT64_MAX; ///< read by one request
-    std::uint64_t handles = 100000;   ///< at once
+    std::uint64_t handles = 100000;   ///< open at the same time
 };
 
-/// A controller's device protocol over its plant: memory, handles, names, upload and sums. On the thread of its target.
+/// A controller's device protocol over its plant: memory, handles, names, upload and sums. Runs on the thread of its
+/// target.
 class Controller {
 public:
     using View = std::span<const std::uint8_t>;
@@ -45,13 +46,13 @@ public:
     ControllerLimits& limits() { return limits_; }
     /// A group that is off answers 0x701.
     void switch_group(std::uint32_t group, bool on);
-    /// Requests and sub-requests for this path answer the code, `count` times or, with 0, from now on.
+    /// Sets the code of requests and sub-requests for this path: `count` times, or without end if `count` is 0.
     void answer_item(const std::string& path, std::uint32_t code, std::uint64_t count);
-    /// Adds `delta` to a number, and turns back at the ends. Throws ScenarioError.
+    /// Adds `delta` to a number; changes direction at `low` and `high`. Throws ScenarioError.
     void step(const std::string& path, double delta, double low, double high);
-    /// The next of the scenario's changes; behind the last one only the revision and the handles change.
+    /// Applies the scenario's next change. After the last one only the revision and the handles change.
     void online_change();
-    /// Sub-requests so far, by the group of each; 0 stands for all unknown groups.
+    /// Returns the number of sub-requests by group; 0 stands for all unknown groups.
     const std::map<std::uint32_t, std::uint64_t>& sub_requests() const { return sub_requests_; }
 
 private:
@@ -61,14 +62,14 @@ private:
     };
     struct ItemFault {
         std::uint32_t code;
-        std::uint64_t left; // 0: without end
+        std::uint64_t left; // 0: no end
     };
 
     /// One request, or one item of a sum. A read-write of a value writes first.
     struct Request {
         std::uint32_t group;
         std::uint32_t offset;
-        std::uint32_t length; // to be read
+        std::uint32_t length; // bytes to read
         View data;
         bool writes;
     };
@@ -84,7 +85,7 @@ private:
     DeviceReply upload_info(std::uint32_t length) const;
     static DeviceReply chunk(const Bytes& block, const Request& request);
     DeviceReply sum(std::uint32_t group, std::uint32_t count, std::uint32_t length, View data);
-    /// Reads the items of a sum. False where they do not fit the data, or their answer does not fit the length.
+    /// Reads the items of a sum. Returns false if they do not fit the data, or if their answer does not fit the length.
     static bool read_sum(std::uint32_t group, std::uint32_t count, std::uint32_t length, View data,
                          std::vector<Request>& items);
     std::uint32_t find(View name, Place& place, std::string& path);
@@ -92,7 +93,7 @@ private:
 
     std::string name_;
     std::uint16_t state_ = 5;
-    std::string place_; // in the scenario, for errors
+    std::string place_; // in the scenario, for error texts
     nlohmann::json description_;
     std::unique_ptr<Plant> plant_;
     Bytes symbol_block_;
@@ -104,7 +105,7 @@ private:
     std::map<std::uint32_t, Handle> handles_;
     std::uint32_t last_handle_ = 0;
     std::map<std::string, ItemFault> faults_; // by path in lower case
-    std::set<std::string> falling_;           // paths of steps that turned back at the upper end
+    std::set<std::string> falling_;           // paths of steps that have turned at the upper end
     std::map<std::uint32_t, std::uint64_t> sub_requests_;
 };
 

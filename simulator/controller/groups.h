@@ -29,7 +29,7 @@ inline constexpr std::uint32_t all[] = {
     remotes,         product_version, enumerate_remote, image,          handle_by_name,  value_by_name,
     value_by_handle, release_handle,  info_by_name,     symbol_upload,  datatype_upload, upload_info,
     masked_value,    sum_read,        sum_write,        sum_read_write, system_id};
-/// A group that counters may name. Clients can send any number, so that all others share one counter.
+/// Returns whether counters have the group by name. Clients can send any number, so all others share one counter.
 constexpr bool is_known(std::uint32_t number) {
     for (const std::uint32_t known : all)
         if (known == number) return true;
@@ -47,12 +47,12 @@ inline constexpr std::uint32_t invalid_size = 0x705;
 inline constexpr std::uint32_t out_of_memory = 0x70A;
 inline constexpr std::uint32_t symbol_not_found = 0x710;
 inline constexpr std::uint32_t symbol_version_invalid = 0x711;
-inline constexpr std::uint32_t not_found = 0x716; ///< no handle is left, or no route
+inline constexpr std::uint32_t not_found = 0x716; ///< no free handle, or no route
 } // namespace device_code
 
-/// Bytes of one answer at most. A frame of the link carries no more.
+/// Maximum bytes of one answer, because of the maximum frame of the link.
 inline constexpr std::size_t max_answer_bytes = std::size_t{16} << 20;
-/// Bytes of a path at most. The text of an entry has a length of 16 bits.
+/// Maximum bytes of a path. The text of an entry has a length of 16 bits.
 inline constexpr std::size_t max_path_bytes = 4096;
 
 } // namespace zo_sim

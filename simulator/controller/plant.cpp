@@ -40,7 +40,7 @@ Node part(const Node& description, const char* name) {
 Plant::Plant(const Node& description) : types_(part(description, "types")) {
     if (const auto code_page = description.find("code_page")) code_page_ = code_page->u32_or_text();
     place_symbols(part(description, "symbols"));
-    // Addresses need all symbols in place.
+    // Addresses need the places of all symbols.
     std::size_t index = 0;
     part(description, "symbols").each_item([&](const Node& node) {
         const Item& symbol = symbols_[index++];
@@ -50,7 +50,7 @@ Plant::Plant(const Node& description) : types_(part(description, "types")) {
     });
 }
 
-// Of members, inner ones first, so that the value of a member wins over those that its type declares.
+// Sets the values of members, inner ones first. So the value of a member overrides those that its type declares.
 void Plant::set_defaults(const Place& place, const Node& node) {
     const Type& type = place.type->plain();
     if (type.kind == TypeKind::array && type.base->plain().size > 1 && !type.base->plain().members.empty()) {
@@ -82,7 +82,7 @@ void Plant::place_symbols(const Node& symbols) {
     memory_.resize(static_cast<std::size_t>(end));
 }
 
-// The longest symbol name that the path begins with, up to a delimiter.
+// Returns the longest symbol name that begins the path and ends at a delimiter.
 const Item* Plant::find_symbol(std::string_view path, std::size_t& end) const {
     const std::string wanted = lower(path);
     for (end = path.size(); end != 0 && end != path.npos; end = path.find_last_of(delimiters, end - 1)) {
@@ -112,7 +112,7 @@ Plant::Code Plant::resolve(std::string_view path, Place& place) const {
             code = take_member(path.substr(0, next), place);
             path.remove_prefix(next);
         } else {
-            return not_found; // a property or method has no memory
+            return not_found; // properties and methods have no memory
         }
         if (code != 0) return code;
     }
@@ -120,7 +120,7 @@ Plant::Code Plant::resolve(std::string_view path, Place& place) const {
 }
 
 const Type& Plant::type_of_target(const Type& type) const {
-    // Any type that leads here was in use when the plant was built, or can be inferred now without changing it.
+    // Every such type was in use when the plant was built, or can be inferred now without a change of the plant.
     static const Type nothing;
     const Type* found = types_.find(type.target);
     return found ? *found : nothing;
@@ -149,7 +149,7 @@ Plant::Code Plant::take_member(std::string_view name, Place& place) const {
     return 0;
 }
 
-// "[1][2]" and "[1,2]" are the same. Indices that an array leaves over index its element.
+// "[1][2]" equals "[1,2]". Indices beyond the dimensions of an array index its element.
 Plant::Code Plant::take_element(std::string_view& path, Place& place) const {
     if (place.type->plain().kind == TypeKind::reference)
         if (const Code code = follow(place.type->plain(), place); code != 0) return code;
@@ -174,7 +174,7 @@ Plant::Code Plant::take_element(std::string_view& path, Place& place) const {
         path.remove_prefix(1);
     }
     if (open) {
-        // The rest of the brackets belongs to an element that is an array itself.
+        // The remaining indices belong to an element that is an array itself.
         place = {type.base, place.offset + static_cast<std::uint32_t>(linear * type.base->size), -1, nullptr};
         const std::string rest = "[" + std::string(path);
         std::string_view view = rest;

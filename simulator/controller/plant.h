@@ -12,18 +12,18 @@
 
 namespace zo_sim {
 
-/// A value's place in the memory.
+/// The place of a value in the memory.
 struct Place {
     const Type* type = nullptr;
     std::uint32_t offset = 0;
-    int bit = -1;               ///< of a bit in the byte at `offset`
-    const Item* item = nullptr; ///< the symbol or member that the path ends at; null for an element or a target
+    int bit = -1;               ///< the bit in the byte at `offset`; -1 for none
+    const Item* item = nullptr; ///< the symbol or member at the end of the path; null for an element or a target
 
     std::uint32_t size() const { return bit < 0 ? type->size : 1; }
 };
 
-/// The types, symbols and memory of a controller at one time. An online change makes another one. The memory is one
-/// zeroed image: symbols lie in it in declared order, aligned as their type.
+/// The types, symbols and memory of a controller at one time. An online change creates a new plant. The memory is one
+/// zeroed image. Symbols lie in it in declared order, aligned for their type.
 class Plant {
 public:
     /// A device code, 0 for success.
@@ -39,8 +39,8 @@ public:
     std::uint32_t code_page() const { return code_page_; }
     std::span<std::uint8_t> memory() { return memory_; }
 
-    /// Finds a native path (UTF-8), without regard to case. "^" follows a pointer; a reference is followed by itself.
-    /// Returns 0x710 for a path that is not found, 0x704 for an address that leads nowhere.
+    /// Finds a native path (UTF-8), without regard to case. "^" follows a pointer. A reference is followed without an
+    /// operator. Returns 0x710 if the path is not found, 0x704 if an address is invalid.
     Code resolve(std::string_view path, Place& place) const;
 
     /// @name A place as bytes
@@ -51,15 +51,15 @@ public:
     /// @}
 
     /// @name A place as JSON
-    /// Throws ScenarioError for a value that the type does not take.
+    /// Throws ScenarioError if the type does not accept the value.
     /// @{
     nlohmann::json value_of(const Place& place) const;
     void set_value(const Place& place, const Node& value);
     /// @}
 
-    /// Copies the bytes of all symbols that have the same name and type as in `before`.
+    /// Copies the bytes of all symbols with the same name and type from `before`.
     void take_over(const Plant& before);
-    /// The text in the code page of the controller.
+    /// Returns the text in the code page of the controller.
     std::string encoded(std::string_view utf8) const;
     std::string decoded(std::string_view native) const;
 
@@ -71,7 +71,7 @@ private:
     Code take_member(std::string_view name, Place& place) const;
     Code take_element(std::string_view& path, Place& place) const;
     const Type& type_of_target(const Type& type) const;
-    /// Two types that bytes can be copied between, however they are named inside.
+    /// Writes a text for the layout of a type. Bytes can be copied between two types with the same text.
     static void describe(const Type& type, std::string& text);
 
     TypeTable types_;

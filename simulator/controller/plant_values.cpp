@@ -1,4 +1,4 @@
-// A place of the memory as JSON, and back.
+// Converts a place of the memory to JSON and back.
 
 #include "simulator/controller/plant.h"
 
@@ -111,7 +111,7 @@ json Plant::value_of(const Place& place) const {
         try {
             return ZoHmiSrv::UTF8::from_u16string(text);
         } catch (const std::range_error&) {
-            return nullptr; // clients may write anything
+            return nullptr; // clients may write any bytes
         }
     }
     case TypeKind::structure: {
@@ -134,7 +134,7 @@ json Plant::value_of(const Place& place) const {
     }
     case TypeKind::alias:
     case TypeKind::enumeration:
-        break; // no plain type
+        break; // not a plain type
     }
     return nullptr;
 }
@@ -186,7 +186,7 @@ void Plant::set_value(const Place& place, const Node& node) {
         return;
     case TypeKind::array:
     case TypeKind::bit_array: {
-        // Nested lists have one level for each dimension; a flat list goes through all elements.
+        // A nested list has one level for each dimension. A flat list contains all elements.
         std::uint64_t index = 0;
         const auto set_all = [&](const auto& self, const Node& list, std::size_t depth) -> void {
             list.each_item([&](const Node& element) {
@@ -205,7 +205,7 @@ void Plant::set_value(const Place& place, const Node& node) {
     }
     case TypeKind::alias:
     case TypeKind::enumeration:
-        break; // no plain type
+        break; // not a plain type
     }
 }
 

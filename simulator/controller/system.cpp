@@ -36,14 +36,14 @@ void append(Bytes& bytes, const Bytes& more) {
     bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-/// With its terminator; an empty text has none.
+/// Returns the text with its terminator; an empty text has none.
 Bytes field(const std::string& text) {
     Bytes bytes(text.begin(), text.end());
     if (!text.empty()) bytes.push_back(0);
     return bytes;
 }
 
-/// "3.1.4024.53" as numbers that each fit 16 bits.
+/// Reads "3.1.4024.53" as numbers of 16 bits each.
 std::vector<std::uint16_t> numbers_of(const Node& node, std::size_t count) {
     std::vector<std::uint16_t> numbers;
     std::string_view rest = node.text();
@@ -182,7 +182,7 @@ DeviceReply DeviceSystem::read_identity(std::uint32_t group, std::uint32_t offse
     return cut(std::move(bytes), length);
 }
 
-// The main name travels as it is, the additional ones in Windows-1252.
+// The main name is sent unchanged, the additional ones in Windows-1252.
 DeviceReply DeviceSystem::read_system_service(std::uint32_t group, std::uint32_t offset, std::uint32_t length) const {
     Bytes bytes;
     if (group == group::product_version) {

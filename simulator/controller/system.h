@@ -10,17 +10,17 @@
 
 namespace zo_sim {
 
-/// All services of a target system that a device client reaches, by port: router, identity, system service, and the
-/// controllers. On the thread of its target.
+/// All services of a target system for a device client, by port: router, identity, system service, and the controllers.
+/// Runs on the thread of its target.
 class DeviceSystem {
 public:
-    /// The scenario, of which the keys `system` and `controllers` count. Throws ScenarioError.
+    /// Uses the keys `system` and `controllers` of the scenario. Throws ScenarioError.
     explicit DeviceSystem(const Node& scenario);
 
-    /// False when the scenario has neither system nor controllers: the target is a logger alone.
+    /// Returns false if the scenario has neither system nor controllers: the target is then only a logger.
     bool exists() const { return exists_; }
     const std::map<std::uint32_t, std::unique_ptr<Controller>>& controllers() const { return controllers_; }
-    /// Null when the port has no controller.
+    /// Returns null if the port has no controller.
     Controller* controller(std::uint32_t port);
 
     DeviceReply read(std::uint32_t port, std::uint32_t group, std::uint32_t offset, std::uint32_t length);

@@ -20,12 +20,12 @@ enum class TypeKind : std::uint8_t {
     text,
     wide_text,
     bit,
-    structure, ///< unions too
+    structure, ///< and unions
     array,
     bit_array,
     pointer,
     reference,
-    alias, ///< subranges too
+    alias, ///< and subranges
     enumeration,
 };
 
@@ -34,7 +34,7 @@ struct Dimension {
     std::uint32_t count = 0;
 };
 
-/// Numbers that stand in an upload entry in place of the true ones.
+/// Numbers that replace the true ones in an upload entry.
 struct EntryNumbers {
     std::optional<std::uint32_t> size;
     std::optional<std::uint32_t> code;
@@ -53,8 +53,8 @@ struct Item {
     AttributeList attributes;
     std::string comment;
     EntryNumbers numbers;
-    nlohmann::json value;     ///< the initial one, null for zeros
-    std::optional<Bytes> raw; ///< in place of the whole entry
+    nlohmann::json value;     ///< the initial value; null for zeros
+    std::optional<Bytes> raw; ///< replaces the whole entry
 };
 
 struct Property {
@@ -85,8 +85,8 @@ struct Type {
     std::uint32_t code = 0;
     std::uint32_t size = 0;     ///< bytes of memory
     std::uint32_t align = 1;    ///< bytes
-    const Type* base = nullptr; ///< of an alias, an enumeration, an array's element
-    std::string target;         ///< of a pointer or reference; looked up when it is followed
+    const Type* base = nullptr; ///< of an alias or enumeration, or an array's element
+    std::string target;         ///< of a pointer or reference; searched when it is followed
     std::vector<Dimension> dimensions;
     std::vector<Item> members;
     std::vector<std::pair<std::string, std::int64_t>> enumerators;
@@ -95,18 +95,18 @@ struct Type {
     AttributeList attributes;
     std::string comment;
     bool is_union = false;
-    bool uploaded = false; ///< declared by the scenario, or a subrange in use
+    bool uploaded = false; ///< declared by the scenario, or a used subrange
     EntryNumbers numbers;
-    std::optional<Bytes> raw; ///< in place of the whole entry
+    std::optional<Bytes> raw; ///< replaces the whole entry
 
-    /// The type behind aliases and enumerations.
+    /// Returns the type behind aliases and enumerations.
     const Type& plain() const {
         const Type* type = this;
         while (type->kind == TypeKind::alias || type->kind == TypeKind::enumeration)
             type = type->base;
         return *type;
     }
-    /// Elements of an array.
+    /// Returns the number of elements of an array.
     std::uint64_t count() const {
         std::uint64_t product = 1;
         for (const Dimension& dimension : dimensions)

@@ -8,7 +8,7 @@ namespace zo_sim {
 
 namespace {
 
-/// Memory of a controller, which bounds every size.
+/// The maximum memory of a controller; it limits every size.
 constexpr std::uint64_t max_size = std::uint64_t{1} << 28;
 constexpr std::uint32_t address_size = 8;
 constexpr std::uint32_t code_text = 0x1E;
@@ -17,7 +17,7 @@ constexpr std::uint32_t code_bit = 0x21;
 constexpr std::uint32_t code_composite = 0x41;
 constexpr std::uint32_t default_text_length = 80;
 constexpr std::size_t max_name = 4096;
-constexpr int max_depth = 200; // of types in types
+constexpr int max_depth = 200; // levels of types inside types
 
 struct Elementary {
     std::string_view name;
@@ -25,7 +25,7 @@ struct Elementary {
     std::uint32_t size;
 };
 
-/// Types that have no code of their own travel as the integer of their size, or as a composite.
+/// Types without a code of their own travel as the integer of their size, or as a composite.
 constexpr Elementary elementary_types[] = {
     {"BOOL", 0x21, 1},          {"BYTE", 0x11, 1},
     {"USINT", 0x11, 1},         {"UINT8", 0x11, 1},
@@ -70,7 +70,7 @@ bool take_prefix(std::string_view& text, std::string_view prefix) {
     return true;
 }
 
-/// "a..b" as a dimension.
+/// Reads "a..b" as a dimension.
 bool read_bounds(std::string_view text, Dimension& dimension) {
     const auto dots = text.find("..");
     std::int32_t upper = 0;
@@ -192,7 +192,7 @@ Type TypeTable::build(const Node& node) {
         if (const auto members = node.find("members")) read_members(type, *members);
         if (const auto properties = node.find("properties"))
             properties->each_item([&](const Node& item) { type.properties.push_back(read_property(item)); });
-        // An interface has memory, but no members.
+        // An interface has memory but no members.
         if (type.members.empty()) type.size = type.numbers.size.value_or(0);
         if (const auto methods = node.find("methods"))
             methods->each_item([&](const Node& item) { type.methods.push_back(read_method(item)); });
@@ -236,7 +236,7 @@ void TypeTable::finish_array(Type& type, const Node& node, bool bits) const {
 
 void TypeTable::read_members(Type& type, const Node& members) {
     std::uint64_t end = 0;    // of all members so far, in bytes
-    std::uint64_t bit_at = 0; // where the next packed bit lies, in bits; 0 when the member before is none
+    std::uint64_t bit_at = 0; // offset of the next packed bit, in bits; 0 if the previous member is not packed
     members.each_item([&](const Node& node) {
         Declared declared = read_item(node);
         Item& item = declared.item;
@@ -372,7 +372,7 @@ Type TypeTable::infer(const std::string& name, const Node& node) {
         type.target = std::string(rest);
         type.code = 0x15;
         type.size = type.align = address_size;
-        // A declared target may be the very type that is being built.
+        // A declared target may be the type that is being built.
         if (!declared_.contains(type.target)) get(type.target, node);
         return type;
     }

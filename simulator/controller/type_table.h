@@ -11,21 +11,21 @@
 
 namespace zo_sim {
 
-/// The types of a controller: those that the scenario declares, and those that names alone describe, such as
-/// "ARRAY [0..3] OF INT". Pointers to types stay valid as long as the table.
+/// The types of a controller. The scenario declares some; names alone describe others, such as "ARRAY [0..3] OF INT".
+/// Pointers to types stay valid as long as the table.
 class TypeTable {
 public:
     /// Builds all declared types, in their order. Throws ScenarioError.
     explicit TypeTable(const Node& types);
 
-    /// Throws ScenarioError, with the place of `node`, for an unknown name.
+    /// Returns the type. Throws ScenarioError, with the place of `node`, for an unknown name.
     const Type& get(const std::string& name, const Node& node);
-    /// Null for a name that was in no use so far.
+    /// Returns null if the name has not been used so far.
     const Type* find(std::string_view name) const;
-    /// In the order of the upload.
+    /// Returns the types in the order of the upload.
     const std::vector<const Type*>& uploaded() const { return uploaded_; }
 
-    /// "NAME : TYPE [AT BYTE[.BIT]] [:= JSON]", or an object. The offset is -1 where none is given.
+    /// Reads "NAME : TYPE [AT BYTE[.BIT]] [:= JSON]", or an object. Without an offset, the offset is -1.
     struct Declared {
         Item item;
         std::int64_t offset = -1;
@@ -43,12 +43,12 @@ private:
     static void read_common(const Node& node, AttributeList& attributes, std::string& comment, EntryNumbers& numbers);
 
     std::map<std::string, Node, std::less<>> declared_;
-    std::map<std::string, std::unique_ptr<Type>, std::less<>> types_; // null while one is being built
+    std::map<std::string, std::unique_ptr<Type>, std::less<>> types_; // null while the type is being built
     std::vector<const Type*> uploaded_;
     int depth_ = 0; // of the types that are being built
 };
 
-/// Hexadecimal digits as bytes. Throws ScenarioError with the place of the node.
+/// Reads hexadecimal digits as bytes. Throws ScenarioError with the place of the node.
 Bytes bytes_of_hex(std::string_view digits, const Node& node);
 
 } // namespace zo_sim

@@ -12,7 +12,7 @@ constexpr std::uint32_t group_image = 0x4020;
 constexpr std::uint32_t union_flag = 1u << 9;
 constexpr std::uint32_t bit_array_flag = 1u << 16;
 
-/// Translates the plant's names into the code page of the controller.
+/// Converts the plant's names to the code page of the controller.
 class Writer {
 public:
     explicit Writer(const Plant& plant) : plant_(plant) {}
@@ -125,7 +125,7 @@ UploadBlocks make_upload_blocks(const Plant& plant) {
     const Writer writer(plant);
     UploadBlocks blocks;
     for (const Item& symbol : plant.symbols()) {
-        // The true entry is written too: it answers requests by name, and must fit its fields.
+        // The true entry is also written: it answers requests by name, and its fields must be large enough for it.
         const std::size_t start = blocks.symbols.size();
         append_symbol(blocks.symbols, writer.symbol(symbol, symbol.name, *symbol.type, symbol.offset));
         if (!symbol.raw) continue;

@@ -6,14 +6,14 @@
 
 namespace zo_sim {
 
-/// The two blocks that a client uploads.
+/// The symbol block and the type block, which clients upload.
 struct UploadBlocks {
     Bytes symbols;
     Bytes datatypes;
 };
 UploadBlocks make_upload_blocks(const Plant& plant);
 
-/// The entry that the device answers for a path (UTF-8) of the plant.
+/// Returns the entry that the device answers for a path (UTF-8) of the plant.
 Bytes make_symbol_entry(const Plant& plant, const Place& place, const std::string& path);
 
 } // namespace zo_sim

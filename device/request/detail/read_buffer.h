@@ -8,7 +8,7 @@
 
 namespace ZoHmiFdx {
 
-/// Zeros to read into; empty when a request cannot ask for so many bytes, or when they cannot be allocated.
+/// Returns a buffer of `size` zeros for a read. Empty if the size exceeds 32 bits or memory runs out.
 inline std::optional<std::vector<unsigned char>> read_buffer(std::uint64_t size) {
     if (size > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
     try {

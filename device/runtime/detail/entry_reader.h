@@ -11,8 +11,8 @@
 
 namespace ZoHmiFdx {
 
-/// Reads the fields of a device's entry in their order. A field that does not fit makes the reader fail for good: every
-/// later field is 0 or empty, so that callers ask once at the end.
+/// Reads the fields of a device's entry in their order. After a field that does not fit, the reader stays failed: every
+/// later field is 0 or empty. So callers check once at the end.
 class EntryReader {
 public:
     using View = std::span<const unsigned char>;
@@ -32,7 +32,7 @@ public:
         if (const View field = take(sizeof value); !field.empty()) std::memcpy(&value, field.data(), sizeof value);
         return value;
     }
-    /// A text of `length` bytes in front of its terminator, cut at a zero inside it.
+    /// Reads a text of `length` bytes and the terminator after it. The text ends at a zero inside it.
     std::string_view text(std::size_t length) {
         const View field = take(length + 1);
         if (field.empty()) return {};
@@ -40,7 +40,8 @@ public:
         return {start, strnlen(start, length)};
     }
     void skip(std::size_t length) { (void)take(length); }
-    /// An entry that begins with its own length of 32 bits, which counts itself and is at least `head` bytes.
+    /// Reads an entry that begins with its own length, a number of 32 bits. The length counts itself and is at least
+    /// `head` bytes.
     EntryReader entry(std::size_t head) {
         std::uint32_t length = 0;
         if (bytes_.size() >= sizeof length) std::memcpy(&length, bytes_.data(), sizeof length);

@@ -7,15 +7,15 @@
 #include <string>
 #include <string_view>
 
-/// Fields that the entries of symbols and types share.
+/// Fields of symbol entries and type entries.
 namespace ZoHmiFdx {
 
 inline constexpr std::size_t type_guid_size = 16;
 
-/// The text in UTF-8.
+/// Returns the text in UTF-8.
 std::string entry_text(std::string_view text, int code_page);
 
-/// Adds the attributes that are complete. A negative count is none.
+/// Adds the complete attributes. A negative count adds none.
 void read_attributes(EntryReader& reader, int code_page, Attributes& attributes);
 void skip_attributes(EntryReader& reader);
 

@@ -7,10 +7,10 @@
 
 namespace ZoHmiFdx {
 
-/// As `State::fetch_handles`.
+/// See `State::fetch_handles`.
 void fetch_handles(RuntimeEntry& entry, const std::shared_ptr<RuntimeConfig>& config, std::span<HandleRequest> requests,
                    const StateOptions& options);
-/// As `State::value_failure`.
+/// See `State::value_failure`.
 ZoHmiSrv::ExtensionResult value_failure(RuntimeEntry& entry, RuntimeConfig& config, const HandleRequest& used,
                                         int code);
 

@@ -8,25 +8,25 @@
 #include <string>
 #include <string_view>
 
-/// The nodes that lookup tables consist of.
+/// The nodes of lookup tables.
 namespace ZoHmiFdx {
 
 using LookupNodeId = std::uint32_t;
 inline constexpr LookupNodeId no_lookup_node = 0xFFFFFFFF;
-/// Steps in which a chain of types is followed.
+/// The maximum length of a chain of types.
 inline constexpr unsigned max_lookup_chain = 64;
 
-/// 32 bytes, so that a node lies in one line of the cache together with a usual name.
+/// 32 bytes, so that a node with a usual name fits one cache line.
 struct alignas(32) LookupNode {
-    static constexpr std::uint8_t record = 0x80; ///< beside the bits of LookupFlag
+    static constexpr std::uint8_t record = 0x80; ///< an additional bit beside those of LookupFlag
 
     LookupNodeId parent = no_lookup_node;
-    LookupNodeId next = no_lookup_node; ///< the type in which the walk goes on too
+    LookupNodeId next = no_lookup_node; ///< a type in which the walk continues too
     std::uint32_t name_length = 0;
-    std::uint8_t own = 0;     ///< the tables that the node is true in; `record` unless it only leads on
-    std::uint8_t chained = 0; ///< those of the node and its chain together
+    std::uint8_t own = 0;     ///< the tables that contain the node; with `record` unless it only has children
+    std::uint8_t chained = 0; ///< the tables of the node and its chain together
     bool has_children = false;
-    char name[16] = {}; ///< or the position of a longer name
+    char name[16] = {}; ///< the name, or the position of a longer name
 
     void set_name(std::string_view text, std::string& long_names) {
         name_length = static_cast<std::uint32_t>(text.size());
@@ -47,7 +47,7 @@ struct alignas(32) LookupNode {
 };
 static_assert(sizeof(LookupNode) == 32);
 
-/// Combines the values of several records. In the table `NotShown` all of them have to be true, in the others one.
+/// Combines the values of several records. In the table `NotShown` all values must be true, in the others one.
 constexpr std::uint8_t combine_lookup_values(std::uint8_t left, std::uint8_t right) noexcept {
     constexpr auto all_of = std::uint8_t(LookupFlag::NotShown);
     if ((right & LookupNode::record) == 0) return left;
@@ -55,7 +55,7 @@ constexpr std::uint8_t combine_lookup_values(std::uint8_t left, std::uint8_t rig
     return std::uint8_t(((left | right) & ~all_of) | (left & right & all_of));
 }
 
-/// Letters hash alike in both cases.
+/// Upper and lower case have the same hash.
 [[nodiscard]] inline std::uint64_t hash_lookup_name(LookupNodeId parent, std::string_view name) noexcept {
     constexpr std::uint64_t lower = 0x2020'2020'2020'2020;
     constexpr std::uint64_t factor = 0x9E37'79B9'7F4A'7C15;
@@ -68,7 +68,7 @@ constexpr std::uint8_t combine_lookup_values(std::uint8_t left, std::uint8_t rig
         result = (result ^ (bytes | lower)) * factor;
         result ^= result >> 29;
     };
-    // Eight bytes at a time; the last ones may overlap those before them.
+    // Reads eight bytes at a time. The last eight may overlap those before them.
     const char* const start = name.data();
     const std::size_t size = name.size();
     if (size >= 8) {
@@ -84,7 +84,7 @@ constexpr std::uint8_t combine_lookup_values(std::uint8_t left, std::uint8_t rig
     return result * factor;
 }
 
-/// A hash as a position below `size`.
+/// Maps a hash to a position below `size`.
 [[nodiscard]] constexpr std::size_t lookup_position(std::uint64_t hash, std::size_t size) noexcept {
     return static_cast<std::size_t>((hash >> 32) * size >> 32);
 }

@@ -5,7 +5,7 @@
 
 namespace ZoHmiFdx {
 
-/// As `State::translate_path`, without a memory of earlier answers.
+/// Translates like `State::translate_path`, but without a cache.
 TranslatePathResult translate_path(RuntimeConfig& config, const UnqualifiedFdxPath& path);
 
 } // namespace ZoHmiFdx

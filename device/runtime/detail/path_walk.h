@@ -13,15 +13,15 @@ namespace ZoHmiFdx {
 
 enum class Spelling { Exact, AnyCase };
 
-/// The failure of a path that leads nowhere.
+/// Returns the failure of a path that does not exist.
 [[nodiscard]] ZoHmiSrv::ExtensionResult symbol_not_found(const std::string& path);
 
-/// Follows a client's text from a symbol through members, elements and targets. One use.
+/// Follows a client's text from a symbol through members, elements and targets. Use an object once.
 class PathWalk {
 public:
     PathWalk(RuntimeConfig& config, const std::string& symbol_path, const SymbolInfo& symbol, Spelling spelling);
 
-    /// Follows the text behind the first `start` bytes, which are the symbol.
+    /// Follows the text after the first `start` bytes, which name the symbol.
     TranslatePathResult follow(std::string_view text, std::size_t start);
 
 private:
@@ -33,7 +33,7 @@ private:
     bool take_dimensions(const std::vector<std::int64_t>& indices);
 
     bool load_type(const std::string& name);
-    /// Goes through the aliases, pointers and references in front of a part; appends their operators.
+    /// Resolves the aliases, pointers and references before a part, and appends their operators.
     bool resolve_to_content();
     std::string_view take_name();
     bool fail(int code, const char* wording);

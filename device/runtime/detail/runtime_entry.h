@@ -17,7 +17,7 @@
 
 namespace ZoHmiFdx {
 
-/// A client port of a runtime's own, and the proxy that uses it.
+/// The client port of one runtime, and the proxy that uses it.
 class RuntimeConnection {
 public:
     RuntimeConnection(const NrxAddr& address, const StateOptions& options);
@@ -31,8 +31,8 @@ public:
     RequestProxy proxy;
 };
 
-/// One runtime: its description, its phase and the config in use. Under its lock the locks of the config may be locked;
-/// no request is made under it. [any thread]
+/// One runtime: its description, its phase and the current config. The locks of the config come after its lock. It
+/// sends no request under its lock. [any thread]
 class RuntimeEntry {
 public:
     using Config = std::shared_ptr<RuntimeConfig>;
@@ -45,36 +45,36 @@ public:
     [[nodiscard]] std::shared_ptr<RuntimeConnection> connection() const;
     [[nodiscard]] SymbolsInfo info() const;
     [[nodiscard]] ZoHmiSrv::ExtensionResult availability() const;
-    /// A failure for a runtime that is not configured or disabled.
+    /// Returns a failure if the runtime is disabled or not configured.
     [[nodiscard]] ZoHmiSrv::ExtensionResult refused() const;
-    /// Success where names and types can be asked: from the first upload on.
+    /// Returns success after the first upload: names and types are then available.
     [[nodiscard]] ZoHmiSrv::ExtensionResult names_availability() const;
     [[nodiscard]] bool refresh_due() const;
-    /// The failure of a value that waits for an upload.
+    /// Returns the failure of a value while an upload is due.
     [[nodiscard]] ZoHmiSrv::ExtensionResult waits_for_refresh() const;
-    /// A refresh is due if the config is still the one in use.
+    /// Marks a refresh as due if `config` is still the current one.
     void note_stale(const RuntimeConfig& config);
 
-    /// A refresh under way, which no other one overlaps.
+    /// A refresh in progress. Refreshes of one runtime never overlap.
     class Refresh {
     public:
-        /// Blocks while another refresh of the runtime is under way.
+        /// Blocks while another refresh of the runtime is in progress.
         explicit Refresh(RuntimeEntry& entry);
         ~Refresh();
         Refresh(const Refresh&) = delete;
         Refresh& operator=(const Refresh&) = delete;
 
-        /// The config that the refresh found, and whether it was filled by an upload.
+        /// The config at the start of the refresh, and whether an upload filled it.
         Config config;
         bool is_filled = false;
         FdxRuntime description;
         std::shared_ptr<RuntimeConnection> connection;
-        ZoHmiSrv::ExtensionResult refused; ///< a failure where no request may be made
+        ZoHmiSrv::ExtensionResult refused; ///< a failure if no request is allowed
 
-        /// An upload was begun: values are refused from now on.
+        /// Marks the start of an upload: values are refused from now on.
         void begin_upload();
-        /// Takes the outcome over; `fresh` is the new config, null where the old one is up to date. Does nothing but
-        /// fail where the runtime was changed meanwhile.
+        /// Stores the outcome. `fresh` is the new config, or null if the old one is up to date. If the runtime was
+        /// changed during the refresh, it only returns a failure.
         ZoHmiSrv::ExtensionResult conclude(const ZoHmiSrv::ExtensionResult& result, const Config& fresh);
 
     private:
@@ -96,7 +96,8 @@ private:
     Phase phase_ ZO_GUARDED_BY(mutex_) = Phase::NotConfigured;
     bool stale_ ZO_GUARDED_BY(mutex_) = false;
     std::uint64_t stale_notes_ ZO_GUARDED_BY(mutex_) = 0;
-    std::uint64_t generation_ ZO_GUARDED_BY(mutex_) = 0; ///< of address and content; a refresh of an older one is void
+    std::uint64_t
+        generation_ ZO_GUARDED_BY(mutex_) = 0; ///< of address and content; a refresh of an older one is discarded
     FdxRuntime description_ ZO_GUARDED_BY(mutex_);
     Config config_ ZO_GUARDED_BY(mutex_);
     std::shared_ptr<RuntimeConnection> connection_ ZO_GUARDED_BY(mutex_);
@@ -106,9 +107,9 @@ private:
 /// All runtimes by name. Entries are never removed. Its lock is a leaf. [any thread]
 class Runtimes {
 public:
-    /// Made on first use.
+    /// Returns the entry; creates a missing one.
     std::shared_ptr<RuntimeEntry> at(const std::string& name);
-    /// Of an unknown name an entry that is not configured.
+    /// Returns the entry; for an unknown name, one that is not configured.
     [[nodiscard]] std::shared_ptr<const RuntimeEntry> find(const std::string& name) const;
 
 private:
@@ -116,7 +117,7 @@ private:
     std::map<std::string, std::shared_ptr<RuntimeEntry>> entries_ ZO_GUARDED_BY(mutex_);
 };
 
-/// A code of the device as a failure that names it.
+/// Returns the failure for a code of the device. The text names the code.
 [[nodiscard]] ZoHmiSrv::ExtensionResult device_failure(int code, const std::string& context);
 
 } // namespace ZoHmiFdx

@@ -10,7 +10,7 @@
 /// The names by which types refer to each other.
 namespace ZoHmiFdx {
 
-/// Calls `visit(name)` for every name of a type that this one mentions; some are empty.
+/// Calls `visit(name)` for every type name that this type mentions; some names are empty.
 template <class Visit>
 void for_each_named_type(const Datatype& type, Visit visit) {
     visit(type.type_name());
@@ -26,12 +26,12 @@ void for_each_named_type(const Datatype& type, Visit visit) {
     }
 }
 
-/// The type that this one is another name of, or an array of; empty for every other type.
+/// Returns the base type of an alias, or the element type of an array; empty for every other type.
 std::string base_name(const Datatype& type);
-/// The types that a value of this type contains.
+/// Returns the types that a value of this type contains.
 std::vector<std::string> contained_types(const Datatype& type);
 
-/// The names that lead back to themselves.
+/// Returns the names of the types that refer to themselves, directly or through others.
 std::unordered_set<std::string> names_on_cycles(const std::unordered_map<std::string, std::vector<std::string>>& edges);
 
 } // namespace ZoHmiFdx

@@ -15,18 +15,18 @@ struct SymbolEntry {
     UniqueFdxPath path;
     SymbolInfo info;
     bool announces_attributes = false;
-    bool complete = true; ///< false where the bytes end before the entry does
+    bool complete = true; ///< false if the bytes end before the entry does
 };
 
-/// Reads one symbol. With `may_be_cut` an entry whose end is missing gives the parts that are complete; without it, as
-/// for any other entry that contradicts itself, there is no value.
+/// Reads one symbol. With `may_be_cut` a truncated entry gives its complete parts. An entry that contradicts itself
+/// gives no value, and so does a truncated one without `may_be_cut`.
 std::optional<SymbolEntry> read_symbol_entry(EntryReader reader, int code_page, bool may_be_cut);
-/// Checks the lengths alone.
+/// Checks only the lengths.
 bool is_well_formed_symbol_entry(EntryReader reader);
-/// The symbol has a name that a path can consist of, and a type.
+/// Returns whether the symbol has a type and a name that is valid in a path.
 bool is_usable(const SymbolEntry& symbol);
 
-/// Reads one type with its parts. Members that no path can name, or that lie outside of the type, are left out.
+/// Reads one type with its parts. Skips members with a name that no path can contain, and members outside the type.
 std::optional<DatatypeDescription> read_datatype_entry(EntryReader reader, int code_page);
 
 inline constexpr std::size_t symbol_head_size = 30;
