@@ -120,8 +120,8 @@ public:
             const bool fits = n <= bytes.size() / layout_.descriptor_size;
             const std::size_t head = fits ? n * layout_.descriptor_size : bytes.size();
             malformed_ = !fits;
-            const int code =
-                decide({bytes.first(head), bytes.subspan(head), n, read_length}, proxy_.limits().sum_request_limit);
+            const int code = do_multiple_internal_helper({bytes.first(head), bytes.subspan(head), n, read_length},
+                                                         proxy_.limits().sum_request_limit);
             if (code == HMI_FDX_E_INVALID_PARAMETER && malformed_) return {{}, code};
             return {join(), code};
         } catch (const std::bad_alloc&) {
@@ -141,29 +141,30 @@ private:
         std::size_t head_size;
     };
 
-    int decide(const Piece& piece, std::uint64_t limit) {
+    int do_multiple_internal_helper(const Piece& piece, std::uint64_t limit) {
         const RequestLimits& limits = proxy_.limits();
         const bool too_long = piece.read_length > limits.response_size_limit;
         if (piece.count == 1 && too_long) return HMI_FDX_E_REQUEST_TOO_LARGE;
         if (proxy_.shut_down_) return RequestProxy::SIMULATED_ERROR_AFTER_SHUTDOWN;
         if (malformed_) return HMI_FDX_E_INVALID_PARAMETER;
         if (piece.count > 1) {
-            if (piece.count > limit || too_long) return split(piece, limit);
-            if (proxy_.too_many_handle_creations(piece.count, piece.descriptors, group_)) return split(piece, limit);
+            if (piece.count > limit || too_long) return do_multiple_internal_split(piece, limit);
+            if (proxy_.too_many_handle_creations(piece.count, piece.descriptors, group_))
+                return do_multiple_internal_split(piece, limit);
         }
         Answer answer{{}, 0};
-        int code = execute(piece, answer);
-        if (piece.count > 1 && code == no_device_memory) return split(piece, limit);
+        int code = do_multiple_internal_exec(piece, answer);
+        if (piece.count > 1 && code == no_device_memory) return do_multiple_internal_split(piece, limit);
         if (code == FDX_SERVICE_NOT_SUPPORTED) {
             proxy_.clear_sum_requests_supported();
-            if (piece.count > 1) return split(piece, 1);
-            code = execute(piece, answer);
+            if (piece.count > 1) return do_multiple_internal_split(piece, 1);
+            code = do_multiple_internal_exec(piece, answer);
         }
         if (!answer.bytes.empty()) answers_.push_back(std::move(answer));
         return code;
     }
 
-    int split(const Piece& piece, std::uint64_t limit) {
+    int do_multiple_internal_split(const Piece& piece, std::uint64_t limit) {
         const std::uint64_t half = piece.count / 2;
         std::uint64_t write_length = 0;
         std::uint64_t read_length = half * layout_.answer_head_size;
@@ -177,17 +178,18 @@ private:
             return HMI_FDX_E_INVALID_PARAMETER;
         }
         const std::size_t head = half * layout_.descriptor_size;
-        const int first =
-            decide({piece.descriptors.first(head), piece.data.first(write_length), half, read_length}, limit);
+        const int first = do_multiple_internal_helper(
+            {piece.descriptors.first(head), piece.data.first(write_length), half, read_length}, limit);
         if (malformed_) return HMI_FDX_E_INVALID_PARAMETER;
-        const int second = decide({piece.descriptors.subspan(head), piece.data.subspan(write_length),
-                                   piece.count - half, piece.read_length - read_length},
-                                  limit);
+        const int second =
+            do_multiple_internal_helper({piece.descriptors.subspan(head), piece.data.subspan(write_length),
+                                         piece.count - half, piece.read_length - read_length},
+                                        limit);
         if (malformed_) return HMI_FDX_E_INVALID_PARAMETER;
         return first != HMI_FDX_SUCCESS ? first : second;
     }
 
-    int execute(const Piece& piece, Answer& answer) {
+    int do_multiple_internal_exec(const Piece& piece, Answer& answer) {
         if (proxy_.shut_down_) return RequestProxy::SIMULATED_ERROR_AFTER_SHUTDOWN;
         if (piece.count == 1 && !proxy_.sum_requests_supported()) return execute_single(piece, answer);
 
